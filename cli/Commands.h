@@ -1,0 +1,5 @@
+#pragma once
+
+class CommandLine;
+
+int runInfo(CommandLine& args);

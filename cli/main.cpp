@@ -1,0 +1,31 @@
+#include "CommandLine.h"
+#include "Commands.h"
+
+#include <iostream>
+#include <string_view>
+
+namespace {
+
+constexpr const char* kUsage = "usage: xmldsig <command> [options] FILE...\n"
+                               "commands:\n"
+                               "  info FILE [--json]   signatures, references and detected profile\n";
+
+} // namespace
+
+int main(int argc, char** argv) {
+    if (argc < 2) {
+        std::cerr << kUsage;
+        return kExitUsage;
+    }
+    const std::string_view command = argv[1];
+    CommandLine args(argc, argv, 2);
+    if (command == "info")
+        return runInfo(args);
+    if (command == "--help" || command == "-h") {
+        std::cout << kUsage;
+        return kExitValid;
+    }
+    printError("unknown command: " + std::string(command));
+    std::cerr << kUsage;
+    return kExitUsage;
+}

@@ -1,0 +1,130 @@
+#include "companion/log/LogBase.h"
+
+#include "companion/text/StringBuffer.h"
+#include "companion/text/XString.h"
+
+#include <nlohmann/json.hpp>
+
+#include <fstream>
+
+namespace {
+
+constexpr int kIndentWidth = 2;
+
+void appendIndented(std::string& out, int depth, std::string_view text) {
+    out.append(static_cast<size_t>(depth) * kIndentWidth, ' ');
+    out.append(text);
+    out.push_back('\n');
+}
+
+} // namespace
+
+void LogBase::add(Kind kind, std::string_view tag, std::string_view value) {
+    m_entries.push_back(Entry{kind, static_cast<uint16_t>(m_depth), std::string(tag), std::string(value)});
+}
+
+void LogBase::enterContext(std::string_view name) {
+    if (m_depth == 0)
+        m_entries.clear();
+    add(Kind::Context, name, {});
+    ++m_depth;
+}
+
+void LogBase::leaveContext() {
+    if (m_depth == 0)
+        return;
+    --m_depth;
+    if (m_depth == 0 && !m_debugLogFilePath.empty()) {
+        std::ofstream file(m_debugLogFilePath, std::ios::app);
+        file << renderText();
+    }
+}
+
+void LogBase::LogError(std::string_view message) { add(Kind::Error, {}, message); }
+void LogBase::LogInfo(std::string_view message) { add(Kind::Info, {}, message); }
+void LogBase::LogDataStr(std::string_view tag, std::string_view value) { add(Kind::Data, tag, value); }
+void LogBase::LogBracketed(std::string_view tag, std::string_view text) { add(Kind::Bracketed, tag, text); }
+void LogBase::LogDataSb(std::string_view tag, const StringBuffer& value) { LogDataStr(tag, value.view()); }
+void LogBase::LogDataX(std::string_view tag, const XString& value) { LogDataStr(tag, value.view()); }
+void LogBase::LogDataLong(std::string_view tag, long long value) { LogDataStr(tag, std::to_string(value)); }
+void LogBase::LogDataBool(std::string_view tag, bool value) { LogDataStr(tag, value ? "true" : "false"); }
+
+bool LogBase::hasErrors() const {
+    for (const Entry& e : m_entries)
+        if (e.kind == Kind::Error)
+            return true;
+    return false;
+}
+
+std::string LogBase::firstError() const {
+    for (const Entry& e : m_entries)
+        if (e.kind == Kind::Error)
+            return e.value;
+    return {};
+}
+
+void LogBase::clear() {
+    m_entries.clear();
+    m_depth = 0;
+}
+
+std::string LogBase::renderText() const {
+    std::string out;
+    for (const Entry& e : m_entries) {
+        switch (e.kind) {
+        case Kind::Context:
+            appendIndented(out, e.depth, e.tag + ":");
+            break;
+        case Kind::Error:
+            appendIndented(out, e.depth, "ERROR: " + e.value);
+            break;
+        case Kind::Info:
+            appendIndented(out, e.depth, e.value);
+            break;
+        case Kind::Data:
+            appendIndented(out, e.depth, e.tag + ": " + e.value);
+            break;
+        case Kind::Bracketed:
+            appendIndented(out, e.depth, e.tag + ": [" + e.value + "]");
+            break;
+        }
+    }
+    return out;
+}
+
+namespace {
+
+// Builds the JSON form of the entries [pos, end) at one depth; a context's
+// children are the entries that follow it at a greater depth.
+nlohmann::json toJson(const std::vector<LogBase::Entry>& entries, size_t& pos, uint16_t depth) {
+    using Kind = LogBase::Kind;
+    nlohmann::json items = nlohmann::json::array();
+    while (pos < entries.size() && entries[pos].depth >= depth) {
+        const LogBase::Entry& e = entries[pos++];
+        switch (e.kind) {
+        case Kind::Context:
+            items.push_back({{"context", e.tag}, {"entries", toJson(entries, pos, depth + 1)}});
+            break;
+        case Kind::Error:
+            items.push_back({{"error", e.value}});
+            break;
+        case Kind::Info:
+            items.push_back({{"info", e.value}});
+            break;
+        case Kind::Data:
+            items.push_back({{"tag", e.tag}, {"value", e.value}});
+            break;
+        case Kind::Bracketed:
+            items.push_back({{"tag", e.tag}, {"bracketed", e.value}});
+            break;
+        }
+    }
+    return items;
+}
+
+} // namespace
+
+std::string LogBase::renderJson() const {
+    size_t pos = 0;
+    return toJson(m_entries, pos, 0).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+}

@@ -1,0 +1,35 @@
+#include "companion/text/DataBuffer.h"
+
+#include "companion/text/StringBuffer.h"
+#include "companion/text/_clsEncode.h"
+
+#include <openssl/crypto.h>
+
+void DataBuffer::secureClear() {
+    // Wipe the whole allocation: earlier, longer content may linger past size().
+    m_bytes.resize(m_bytes.capacity());
+    OPENSSL_cleanse(m_bytes.data(), m_bytes.size());
+    m_bytes.clear();
+}
+
+bool DataBuffer::append(const void* data, size_t n) {
+    if (n == 0)
+        return true;
+    if (data == nullptr)
+        return false;
+    m_bytes.append(static_cast<const char*>(data), n);
+    return true;
+}
+
+bool DataBuffer::appendChar(unsigned char c) {
+    m_bytes.push_back(static_cast<char>(c));
+    return true;
+}
+
+bool DataBuffer::appendEncoded(std::string_view encoded, std::string_view encoding) {
+    return _clsEncode::decodeByName(encoded, encoding, m_bytes);
+}
+
+bool DataBuffer::encodeDB(std::string_view encoding, StringBuffer& out) const {
+    return _clsEncode::encodeByName(view(), encoding, out.raw());
+}

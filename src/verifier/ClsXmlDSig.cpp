@@ -1,0 +1,98 @@
+#include "verifier/ClsXmlDSig.h"
+
+#include "companion/log/LogContextExitor.h"
+#include "companion/xml/ClsXml.h"
+
+#include <new>
+
+namespace {
+constexpr const char* kZatcaToken = "ZATCA";
+constexpr const char* kMyInvoisToken = "MYINVOIS";
+} // namespace
+
+ClsXmlDSig* ClsXmlDSig::createNewCls() {
+    try {
+        return new ClsXmlDSig();
+    } catch (...) {
+        return nullptr;
+    }
+}
+
+ClsXmlDSig::ClsXmlDSig() = default;
+
+ClsXmlDSig::~ClsXmlDSig() {
+    try {
+        CritSecExitor lock(m_critSec);
+        releaseDocument();
+        m_signatures.removeAllObjects();
+        m_selector = 0;
+        m_publicKeys.removeAllObjects();
+    } catch (...) {
+    }
+}
+
+void ClsXmlDSig::releaseDocument() {
+    if (m_xml) {
+        m_xml->decRefCount();
+        m_xml = nullptr;
+    }
+}
+
+void ClsXmlDSig::put_Selector(int index) {
+    CritSecExitor lock(m_critSec);
+    const int n = m_signatures.getSize();
+    if (index >= n)
+        index = n - 1;
+    m_selector = index < 0 ? 0 : index;
+}
+
+int ClsXmlDSig::get_NumSignatures() {
+    CritSecExitor lock(m_critSec);
+    return m_signatures.getSize();
+}
+
+void ClsXmlDSig::get_ExternalRefDirs(XString& out) {
+    CritSecExitor lock(m_critSec);
+    out.copyFromX(m_externalRefDirs);
+}
+
+void ClsXmlDSig::put_ExternalRefDirs(const XString& dirs) {
+    CritSecExitor lock(m_critSec);
+    m_externalRefDirs.copyFromX(dirs);
+}
+
+void ClsXmlDSig::get_VerifyOptions(XString& out) {
+    CritSecExitor lock(m_critSec);
+    get_CmsOptions(out);
+}
+
+void ClsXmlDSig::put_VerifyOptions(const XString& options) {
+    CritSecExitor lock(m_critSec);
+    put_CmsOptions(options);
+}
+
+bool ClsXmlDSig::checkSetZatca(LogBase& log) {
+    m_isZatca = m_uncommonOptions.containsSubstringNoCase(kZatcaToken);
+    if (m_isZatca) {
+        m_noSortBugRetry = true;
+        log.LogInfo("Will validate according to ZATCA rules...");
+    }
+    return m_isZatca;
+}
+
+bool ClsXmlDSig::checkSetMyInvois(LogBase& log) {
+    m_isMyInvois = m_uncommonOptions.containsSubstringNoCase(kMyInvoisToken);
+    if (m_isMyInvois) {
+        m_noSortBugRetry = true;
+        log.LogInfo("Will validate according to MyInvois rules...");
+    }
+    return m_isMyInvois;
+}
+
+ClsXmlDSig::ProfileFlags ClsXmlDSig::profileFlags() const {
+    return ProfileFlags{m_specialProfile, m_isSiiCl,        m_isDoda,        m_isCsioz,
+                        m_isSunat,        m_isZatca,        m_isMyInvois,    m_dupC14nSortBug,
+                        m_noSortBugRetry, m_isSignedDocSkXml, m_isCmaStp};
+}
+
+ClsXml* ClsXmlDSig::selectedSignature() const { return static_cast<ClsXml*>(m_signatures.elementAt(m_selector)); }

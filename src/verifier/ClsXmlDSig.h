@@ -1,0 +1,82 @@
+#pragma once
+
+#include "companion/base/ClsBinData.h"
+#include "companion/base/ClsStringBuilder.h"
+#include "companion/pki/SystemCerts.h"
+#include "companion/text/ExtPtrArray.h"
+#include "companion/text/XString.h"
+#include "verifier/_clsXmlDSigBase.h"
+
+class ClsXml;
+
+// Verifies the XML digital signatures of one loaded document.
+class ClsXmlDSig : public _clsXmlDSigBase, public SystemCertsHolder {
+public:
+    static ClsXmlDSig* createNewCls();
+    ClsXmlDSig();
+    ~ClsXmlDSig() override;
+
+    // Properties.
+    int get_Selector() const { return m_selector; }
+    void put_Selector(int index);
+    int get_NumSignatures();
+    int get_NumReferences();
+    bool get_WithComments() const { return m_withComments; }
+    void put_WithComments(bool on) { m_withComments = on; }
+    bool get_IgnoreExternalRefs() const { return m_ignoreExternalRefs; }
+    void put_IgnoreExternalRefs(bool on) { m_ignoreExternalRefs = on; }
+    int get_RefFailReason() const { return m_refFailReason; }
+    void get_ExternalRefDirs(XString& out);
+    void put_ExternalRefDirs(const XString& dirs);
+    void get_VerifyOptions(XString& out);
+    void put_VerifyOptions(const XString& options);
+
+    // Loading.
+    bool LoadSignature(XString& xml);
+    bool LoadSignatureSb(ClsStringBuilder& sb);
+    bool LoadSignatureBd(ClsBinData& bd);
+
+    // Internal operations; the caller holds the lock and passes the log.
+    bool loadSignature(XString& xml, LogBase& log);
+    // Shared body of LoadSignatureBd; takes over the bytes.
+    bool loadSignatureBd(DataBuffer& bytes, LogBase& log);
+    void detectSpecial(const StringBuffer& xml, LogBase& log);
+    bool checkSetZatca(LogBase& log);
+    bool checkSetMyInvois(LogBase& log);
+    bool selectBySignatureId(StringBuffer& id, LogBase& log);
+    bool selectedSignatureId(StringBuffer& out, LogBase& log);
+    ClsXml* getReference(int index, LogBase& log);
+    int numReferences(ClsXml& signature, LogBase& log);
+    bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
+    bool getSignatureMethod(StringBuffer& out, LogBase& log);
+    bool getCanonicalizationMethod(StringBuffer& alg, StringBuffer& prefixList, LogBase& log);
+    bool getSignatureValue(StringBuffer& out, LogBase& log);
+
+    // The profile flags, for callers that report them.
+    struct ProfileFlags {
+        uint32_t specialProfile;
+        bool isSiiCl, isDoda, isCsioz, isSunat, isZatca, isMyInvois;
+        bool dupC14nSortBug, noSortBugRetry, isSignedDocSkXml, isCmaStp;
+    };
+    ProfileFlags profileFlags() const;
+    // The selected signature element (borrowed), or null.
+    ClsXml* selectedSignature() const;
+
+private:
+    void releaseDocument();
+    void resetLoadedDocument();
+    bool parseLoadedText(LogBase& log);
+
+    bool m_withComments = false;
+    bool m_ignoreExternalRefs = false;
+    int m_refFailReason = 0;
+    StringBuffer m_sigXml;
+    ClsXml* m_xml = nullptr;
+    XString m_externalRefDirs;
+    ExtPtrArrayRc m_signatures;
+    ExtPtrArrayRc m_publicKeys;
+    ExtPtrArray m_refExternalData;
+    bool m_reservedFlag = true;
+    DataBuffer m_hmacKey;
+    int m_selector = 0;
+};

@@ -1,0 +1,57 @@
+#include "verifier/DSigReference.h"
+
+#include "companion/log/LogContextExitor.h"
+#include "companion/xml/ClsXml.h"
+#include "companion/crypto/HashIds.h"
+
+bool DSigReference::parseReference(ClsXml& reference, LogBase& log) {
+    LogContextExitor ctx(log, "parseReference");
+    reference.getAttrValue("Id", m_id);
+    m_uriOmitted = true;
+    if (reference.getAttrValue("URI", m_uri))
+        m_uriOmitted = false;
+    if (log.verbose()) {
+        log.LogDataSb("Id", m_id);
+        log.LogDataSb("URI", m_uri);
+    }
+
+    m_transformsXml.clear();
+    if (RefPtr<ClsXml> transforms(reference.getNthChildWithTagUtf8("*:Transforms", 0, log)); transforms)
+        transforms->getXml(false, m_transformsXml, log);
+
+    reference.getChildAttrValue("*:DigestMethod", "Algorithm", m_digestMethod);
+    reference.getChildContentUtf8("*:DigestValue", m_digestValue, false);
+    for (char c : {'\n', '\r', '\t', ' '})
+        m_digestValue.removeCharOccurances(c);
+    if (log.verbose()) {
+        log.LogDataSb("DigestMethod", m_digestMethod);
+        log.LogDataSb("DigestValue", m_digestValue);
+    }
+    return true;
+}
+
+int DSigReference::getHashAlg() const {
+    // Ordered: the first substring found decides.
+    static constexpr struct {
+        const char* name;
+        int hashAlg;
+    } kDigestNames[] = {
+        {"sha256", hash_alg::kSha256}, {"sha512", hash_alg::kSha512},       {"sha384", hash_alg::kSha384},
+        {"md5", hash_alg::kMd5},       {"ripemd160", hash_alg::kRipemd160},
+    };
+    for (const auto& entry : kDigestNames)
+        if (m_digestMethod.containsSubstringNoCase(entry.name))
+            return entry.hashAlg;
+    return hash_alg::kSha1;
+}
+
+void DSigReference::logReference(LogBase& log) const {
+    LogContextExitor ctx(log, "logDsigReference");
+    log.LogDataSb("id", m_id);
+    log.LogDataSb("uri", m_uri);
+    if (m_uri.isEmpty())
+        log.LogDataLong("uriOmitted", m_uriOmitted ? 1 : 0);
+    log.LogDataSb("digestMethod", m_digestMethod);
+    log.LogDataSb("digestValue", m_digestValue);
+    log.LogDataSb("transforms", m_transformsXml);
+}

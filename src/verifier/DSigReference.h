@@ -1,0 +1,27 @@
+#pragma once
+
+#include "companion/text/StringBuffer.h"
+
+class ClsXml;
+class LogBase;
+
+// One Reference element of a SignedInfo, parsed.
+class DSigReference {
+public:
+    DSigReference() = default;
+    virtual ~DSigReference() = default;
+
+    // Reads the Reference element's fields; always succeeds (missing parts
+    // leave their fields empty).
+    bool parseReference(ClsXml& reference, LogBase& log);
+    // The hash identifier of the digest method (SHA-1 when unrecognised).
+    int getHashAlg() const;
+    void logReference(LogBase& log) const;
+
+    bool m_uriOmitted = true;
+    StringBuffer m_uri;
+    StringBuffer m_id;
+    StringBuffer m_digestMethod;
+    StringBuffer m_transformsXml;
+    StringBuffer m_digestValue;
+};

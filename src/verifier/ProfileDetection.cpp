@@ -1,0 +1,41 @@
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/ProfileMarkers.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr uint32_t kSunatProfile = 3;
+constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization attribute sorting bug...";
+
+} // namespace
+
+void ClsXmlDSig::detectSpecial(const StringBuffer& xml, LogBase& log) {
+    using namespace profile_markers;
+    m_isDoda = m_isCsioz = m_isSunat = m_isSiiCl = false;
+    m_dupC14nSortBug = m_noSortBugRetry = m_isSignedDocSkXml = m_isCmaStp = false;
+
+    auto contains = [&xml](std::string_view marker) { return xml.containsSubstring(marker); };
+    if (contains(kSiiChile)) {
+        m_isSiiCl = true;
+        m_noSortBugRetry = true;
+        m_siiDteXml.clear();
+    } else if (contains(kSunatUbl)) {
+        m_specialProfile = kSunatProfile;
+        m_isSunat = true;
+    } else if (std::any_of(kSortBugSigners.begin(), kSortBugSigners.end(), contains)) {
+        log.LogInfo(kSortBugMessage);
+        m_dupC14nSortBug = true;
+    } else if (contains(kCsioz)) {
+        log.LogInfo(kSortBugMessage);
+        m_dupC14nSortBug = true;
+        m_isCsioz = true;
+    } else if (contains(kCmaStp)) {
+        m_isCmaStp = true;
+    } else if (contains(kSatSiat) && contains(kDodaTag)) {
+        m_isDoda = true;
+    }
+
+    if (contains(kSignedDocTag) && contains(kSkXmlFormat))
+        m_isSignedDocSkXml = true;
+}

@@ -1,0 +1,80 @@
+#include "TestSupport.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <random>
+#include <sstream>
+#include <sys/wait.h>
+#include <unistd.h>
+
+namespace fs = std::filesystem;
+
+namespace test_support {
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    std::ostringstream ss;
+    ss << in.rdbuf();
+    return ss.str();
+}
+
+void writeFile(const fs::path& path, const std::string& bytes) {
+    std::ofstream out(path, std::ios::binary);
+    out << bytes;
+}
+
+std::vector<fs::path> corpusXmlFiles() {
+    std::vector<fs::path> files;
+    if (!fs::exists(corpusDir()))
+        return files;
+    for (const auto& entry : fs::recursive_directory_iterator(corpusDir())) {
+        if (!entry.is_regular_file())
+            continue;
+        const std::string ext = entry.path().extension().string();
+        const std::string name = entry.path().filename().string();
+        if (ext == ".xml" || ext == ".ddoc" || ext == ".xsl" || name.rfind("xml-stylesheet", 0) == 0)
+            files.push_back(entry.path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+std::string shellQuote(const std::string& s) {
+    std::string out = "'";
+    for (char c : s) {
+        if (c == '\'')
+            out += "'\\''";
+        else
+            out += c;
+    }
+    return out + "'";
+}
+
+ProcessResult runProcess(const std::string& commandLine) {
+    TempDir tmp;
+    const fs::path outFile = tmp.path() / "stdout";
+    const fs::path errFile = tmp.path() / "stderr";
+    const std::string full =
+        commandLine + " >" + shellQuote(outFile.string()) + " 2>" + shellQuote(errFile.string());
+    ProcessResult result;
+    const int status = std::system(full.c_str());
+    result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    result.out = readFile(outFile);
+    result.err = readFile(errFile);
+    return result;
+}
+
+TempDir::TempDir() {
+    std::random_device rd;
+    m_path = fs::temp_directory_path() / ("xmldsig-test-" + std::to_string(::getpid()) + "-" + std::to_string(rd()));
+    fs::create_directories(m_path);
+}
+
+TempDir::~TempDir() {
+    std::error_code ec;
+    fs::remove_all(m_path, ec);
+}
+
+} // namespace test_support

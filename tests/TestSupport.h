@@ -1,0 +1,40 @@
+#pragma once
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace test_support {
+
+inline std::filesystem::path corpusDir() { return XMLDSIG_CORPUS_DIR; }
+inline std::filesystem::path toolPath() { return XMLDSIG_TOOL_PATH; }
+
+std::string readFile(const std::filesystem::path& path);
+void writeFile(const std::filesystem::path& path, const std::string& bytes);
+
+// Every file under the corpus that holds an XML document.
+std::vector<std::filesystem::path> corpusXmlFiles();
+
+struct ProcessResult {
+    int exitCode = -1;
+    std::string out;
+    std::string err;
+};
+// Runs a command line through the shell, capturing stdout and stderr.
+ProcessResult runProcess(const std::string& commandLine);
+std::string shellQuote(const std::string& s);
+
+// A scratch directory removed when the object goes out of scope.
+class TempDir {
+public:
+    TempDir();
+    ~TempDir();
+    TempDir(const TempDir&) = delete;
+    TempDir& operator=(const TempDir&) = delete;
+    const std::filesystem::path& path() const { return m_path; }
+
+private:
+    std::filesystem::path m_path;
+};
+
+} // namespace test_support

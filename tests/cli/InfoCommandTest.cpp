@@ -1,0 +1,88 @@
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace {
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+ProcessResult info(const fs::path& file, const std::string& extra = "") {
+    return runProcess(shellQuote(toolPath().string()) + " info " + extra + " " + shellQuote(file.string()));
+}
+
+TEST(InfoCommand, ListsEveryCorpusDocument) {
+    const auto files = corpusXmlFiles();
+    if (files.empty())
+        GTEST_SKIP() << "no corpus";
+    int withSignatures = 0;
+    for (const fs::path& file : files) {
+        ProcessResult r = info(file, "--json");
+        ASSERT_EQ(r.exitCode, 0) << file << "\n" << r.err;
+        const auto doc = nlohmann::json::parse(r.out);
+        withSignatures += !doc["signatures"].empty();
+        for (const auto& sig : doc["signatures"])
+            EXPECT_TRUE(sig["references"].is_array()) << file;
+    }
+    // Nearly every corpus document is signed; a few are canonicalization inputs.
+    EXPECT_GT(withSignatures, static_cast<int>(files.size()) / 2);
+}
+
+TEST(InfoCommand, TextReportNamesSignaturesAndReferences) {
+    const fs::path file = corpusDir() / "peers/xmlsec/aleksey-xmldsig-01/enveloping-sha256-rsa-sha256.xml";
+    if (!fs::exists(file))
+        GTEST_SKIP() << "no corpus";
+    ProcessResult r = info(file);
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("1 signature(s)"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("SignatureMethod:        http://www.w3.org/2001/04/xmldsig-more#rsa-sha256"),
+              std::string::npos)
+        << r.out;
+    EXPECT_NE(r.out.find("reference 0"), std::string::npos) << r.out;
+    EXPECT_NE(r.out.find("DigestMethod: http://www.w3.org/2001/04/xmlenc#sha256"), std::string::npos) << r.out;
+}
+
+TEST(InfoCommand, DetectedProfileIsReported) {
+    const fs::path dir = corpusDir() / "real/sunat";
+    if (!fs::exists(dir))
+        GTEST_SKIP() << "no real corpus";
+    const fs::path file = *std::find_if(fs::directory_iterator(dir), fs::directory_iterator(), [](const auto& e) {
+                               return e.path().extension() == ".xml";
+                           });
+    ProcessResult r = info(file, "--json");
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const auto profile = nlohmann::json::parse(r.out)["profile"];
+    EXPECT_NE(std::find(profile.begin(), profile.end(), "sunat"), profile.end()) << r.out;
+}
+
+TEST(InfoCommand, TruncatedDocumentsFailWithOneLine) {
+    const auto files = corpusXmlFiles();
+    if (files.empty())
+        GTEST_SKIP() << "no corpus";
+    TempDir tmp;
+    // Every 7th file keeps the run short while crossing every family.
+    for (size_t i = 0; i < files.size(); i += 7) {
+        const std::string bytes = readFile(files[i]);
+        const fs::path cut = tmp.path() / "cut.xml";
+        writeFile(cut, bytes.substr(0, bytes.size() * 2 / 3));
+        ProcessResult r = info(cut);
+        EXPECT_EQ(r.exitCode, 2) << files[i];
+        EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << files[i] << "\n" << r.err;
+        EXPECT_NE(r.err.find("line"), std::string::npos) << r.err;
+    }
+}
+
+TEST(InfoCommand, UnreadableFileAndBadUsageExitTwo) {
+    ProcessResult missing = info("/nonexistent/file.xml");
+    EXPECT_EQ(missing.exitCode, 2);
+    EXPECT_NE(missing.err.find("cannot open"), std::string::npos) << missing.err;
+
+    ProcessResult usage = runProcess(shellQuote(toolPath().string()) + " info --bogus x.xml");
+    EXPECT_EQ(usage.exitCode, 2);
+    EXPECT_NE(usage.err.find("unknown option --bogus"), std::string::npos) << usage.err;
+}
+
+} // namespace
