@@ -17,6 +17,8 @@ public:
     // The hash identifier of the digest method (SHA-1 when unrecognised).
     int getHashAlg() const;
     void logReference(LogBase& log) const;
+    // Removes the elements addressed to the next SOAP or ebXML actor.
+    void removeEbXmlFragments(StringBuffer& xml, LogBase& log);
 
     bool m_uriOmitted = true;
     StringBuffer m_uri;

@@ -7,11 +7,23 @@
 
 #include <cstdint>
 
+class DSigReference;
+class LogBase;
+
 // The document-profile flags and the transform state shared by the
 // verifier's operations.
 class _clsXmlDSigBase : public ClsBase, public _clsCades {
 public:
     ~_clsXmlDSigBase() override = default;
+
+    // Text adjustments that reproduce what particular signers digested.
+    void extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy, LogBase& log);
+    bool preprocessXmlToTransform(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
+    bool postProcessTransformedXml(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
+    bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml, LogBase& log);
+    bool removeXmlChunkContaining(const char* start, const char* end, const char* mustContain, StringBuffer& xml,
+                                  LogBase& log);
+    bool zatcaTransformInvoice(StringBuffer& xml, LogBase& log);
 
 protected:
     // Profile flags: which signer family's deviations to accommodate.

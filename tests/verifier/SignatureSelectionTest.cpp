@@ -1,3 +1,4 @@
+#include "companion/log/LogBase.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
 

@@ -45,7 +45,9 @@ bool validTail(int symbols, int pads) {
     }
 }
 
-char byteAt(uint32_t bits, int shift) { return static_cast<char>((bits >> shift) & 0xFF); }
+char byteAt(uint32_t bits, int shift) {
+    return static_cast<char>((bits >> shift) & 0xFF);
+}
 
 } // namespace
 
@@ -72,7 +74,9 @@ void ContentCoding::encodeBase64(const void* data, size_t n, std::string& out) {
     *dst = kPadChar;
 }
 
-void ContentCoding::encodeBase64(const void* data, size_t n, StringBuffer& out) { encodeBase64(data, n, out.raw()); }
+void ContentCoding::encodeBase64(const void* data, size_t n, StringBuffer& out) {
+    encodeBase64(data, n, out.raw());
+}
 
 bool ContentCoding::decodeBase64(std::string_view text, std::string& out) {
     const size_t start = out.size();

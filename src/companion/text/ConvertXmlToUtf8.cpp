@@ -39,7 +39,7 @@ constexpr std::string_view kWindows1252 = "WINDOWS-1252";
 // Declared names under which the bytes are read as UTF-8. A UTF-16 or
 // UTF-32 declaration on text with neither a mark nor the wide byte pattern
 // is a mislabelled 8-bit file.
-constexpr std::array<std::string_view, 7> kUtf8Compatible = {"UTF-8",  "UTF8",  "US-ASCII", "ASCII",
+constexpr std::array<std::string_view, 7> kUtf8Compatible = {"UTF-8",  "UTF8",   "US-ASCII", "ASCII",
                                                              "UTF-16", "UTF-32", ""};
 constexpr std::array<std::string_view, 2> kWindows1252Names = {kWindows1252, "CP1252"};
 
@@ -87,8 +87,7 @@ std::string declaredEncoding(std::string_view text) {
     return name;
 }
 
-template <size_t N>
-bool isOneOf(std::string_view name, const std::array<std::string_view, N>& names) {
+template <size_t N> bool isOneOf(std::string_view name, const std::array<std::string_view, N>& names) {
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
@@ -106,7 +105,9 @@ bool convertCharset(const std::string& charset, std::string_view bytes, std::str
     return true;
 }
 
-void dropLeadingBoms(std::string& text) { text.erase(0, leadingUtf8BomLength(text)); }
+void dropLeadingBoms(std::string& text) {
+    text.erase(0, leadingUtf8BomLength(text));
+}
 
 } // namespace
 

@@ -5,12 +5,15 @@
 namespace {
 
 // Room for the output of one pass; grown when iconv reports E2BIG.
-size_t initialOutputRoom(size_t inputSize) { return inputSize * 2 + 16; }
+size_t initialOutputRoom(size_t inputSize) {
+    return inputSize * 2 + 16;
+}
 
 } // namespace
 
 IconvConverter::IconvConverter(const std::string& toCharset, const std::string& fromCharset)
-    : m_cd(iconv_open(toCharset.c_str(), fromCharset.c_str())) {}
+    : m_cd(iconv_open(toCharset.c_str(), fromCharset.c_str())) {
+}
 
 IconvConverter::~IconvConverter() {
     if (isOpen())

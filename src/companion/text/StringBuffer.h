@@ -16,6 +16,8 @@ public:
     StringBuffer() = default;
     explicit StringBuffer(std::string_view s) : m_str(s) {}
     explicit StringBuffer(std::string&& s) : m_str(std::move(s)) {}
+    // Without it a string literal would fit both constructors above.
+    explicit StringBuffer(const char* s) : m_str(s) {}
     StringBuffer(const StringBuffer& other) : m_str(other.view()) {}
     StringBuffer& operator=(const StringBuffer& other);
     StringBuffer(StringBuffer&&) noexcept = default;

@@ -6,7 +6,9 @@ namespace {
 
 constexpr uint64_t kHighBits = 0x8080808080808080ULL;
 
-bool isContinuation(unsigned char c) { return (c & 0xC0) == 0x80; }
+bool isContinuation(unsigned char c) {
+    return (c & 0xC0) == 0x80;
+}
 
 // Length of the well-formed sequence at p (1..4), or 0 when it is malformed.
 // The ranges are those of the Unicode table of well-formed byte sequences.

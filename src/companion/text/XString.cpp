@@ -35,7 +35,9 @@ bool XString::getConverted(std::string_view charset, DataBuffer& out) const {
     return cs.setByName(charset) && getConverted(cs, out);
 }
 
-bool XString::getConverted(const _tvCharset& charset, DataBuffer& out) const { return charset.fromUtf8(view(), out); }
+bool XString::getConverted(const _tvCharset& charset, DataBuffer& out) const {
+    return charset.fromUtf8(view(), out);
+}
 
 bool XString::reencode(std::string_view charset) {
     _tvCharset cs;

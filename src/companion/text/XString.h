@@ -15,6 +15,8 @@ public:
     explicit XString(std::string_view utf8) : m_sb(utf8) {}
     XString(const XString&) = default;
     XString& operator=(const XString&) = default;
+    XString(XString&&) noexcept = default;
+    XString& operator=(XString&&) noexcept = default;
     // A string marked secure is wiped when destroyed.
     virtual ~XString();
 

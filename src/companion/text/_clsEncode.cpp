@@ -32,7 +32,9 @@ constexpr std::array<std::pair<std::string_view, Encoding>, 8> kEncodingNames = 
 constexpr std::string_view kUpperDigits = "0123456789ABCDEF";
 constexpr std::string_view kLowerDigits = "0123456789abcdef";
 
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
+char lowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+}
 
 std::optional<Encoding> encodingByName(std::string_view name) {
     for (const auto& [known, encoding] : kEncodingNames)
@@ -42,7 +44,9 @@ std::optional<Encoding> encodingByName(std::string_view name) {
     return std::nullopt;
 }
 
-bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 int hexValue(char c) {
     if (c >= '0' && c <= '9')
@@ -90,8 +94,8 @@ bool decodeDecimal(std::string_view text, std::string& out) {
 bool encodeDecimal(std::string_view bytes, std::string& out) {
     if (bytes.empty())
         return true;
-    const Bignum bn(BN_bin2bn(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()),
-                              nullptr));
+    const Bignum bn(
+        BN_bin2bn(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()), nullptr));
     if (!bn)
         return false;
     const OpenSslString text(BN_bn2dec(bn.get()));
@@ -103,9 +107,13 @@ bool encodeDecimal(std::string_view bytes, std::string& out) {
 
 } // namespace
 
-void _clsEncode::put_EncodingMode(const XString& name) { m_mode.assign(name.view()); }
+void _clsEncode::put_EncodingMode(const XString& name) {
+    m_mode.assign(name.view());
+}
 
-void _clsEncode::get_EncodingMode(XString& out) const { out.setFromUtf8(m_mode); }
+void _clsEncode::get_EncodingMode(XString& out) const {
+    out.setFromUtf8(m_mode);
+}
 
 bool _clsEncode::decodeBinary(const XString& text, DataBuffer& out, bool append, LogBase& log) const {
     if (!isKnownEncoding(m_mode)) {
@@ -138,7 +146,9 @@ bool _clsEncode::encodeBinary(const DataBuffer& bytes, XString& out, bool append
     return true;
 }
 
-bool _clsEncode::isKnownEncoding(std::string_view name) { return encodingByName(name).has_value(); }
+bool _clsEncode::isKnownEncoding(std::string_view name) {
+    return encodingByName(name).has_value();
+}
 
 bool _clsEncode::decodeByName(std::string_view text, std::string_view encoding, std::string& out) {
     const std::optional<Encoding> e = encodingByName(encoding);

@@ -45,7 +45,9 @@ bool _tvCharset::setByName(std::string_view name) {
     return true;
 }
 
-bool _tvCharset::isUtf8() const { return m_name == kUtf8; }
+bool _tvCharset::isUtf8() const {
+    return m_name == kUtf8;
+}
 
 bool _tvCharset::fromUtf8(std::string_view utf8, DataBuffer& out) const {
     if (!isValidUtf8(utf8))

@@ -105,6 +105,13 @@ private:
     ClsXml(std::shared_ptr<XmlDocument> doc, uint32_t node) : m_doc(std::move(doc)), m_node(node) {}
     ~ClsXml() override = default;
     ClsXml* handleOn(uint32_t node) const;
+    bool load(std::shared_ptr<const std::string> text, bool autoTrim, LogBase& log);
+    // The element a tag path leads to from this one, or kNoNode.
+    uint32_t resolve(const char* tagPath) const;
+    // The elements of the document, in order, from the one after `after`.
+    uint32_t searchStart(const ClsXml* after) const;
+    bool isSignature(uint32_t element) const;
+    bool inSignatureNamespace(uint32_t element) const;
 
     std::shared_ptr<XmlDocument> m_doc;
     uint32_t m_node = 0;

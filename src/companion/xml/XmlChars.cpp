@@ -1,0 +1,191 @@
+#include "companion/xml/XmlChars.h"
+
+#include <array>
+#include <bit>
+#include <cstring>
+
+namespace xml_chars {
+namespace {
+
+enum : uint8_t { kNameStart = 1, kName = 2 };
+
+constexpr std::array<uint8_t, 128> makeAsciiNameTable() {
+    std::array<uint8_t, 128> t{};
+    for (int c = 'a'; c <= 'z'; ++c)
+        t[c] = kNameStart | kName;
+    for (int c = 'A'; c <= 'Z'; ++c)
+        t[c] = kNameStart | kName;
+    t[':'] = t['_'] = kNameStart | kName;
+    for (int c = '0'; c <= '9'; ++c)
+        t[c] = kName;
+    t['-'] = t['.'] = kName;
+    return t;
+}
+constexpr std::array<uint8_t, 128> kAsciiName = makeAsciiNameTable();
+
+// Decodes one sequence of text already checked to be valid UTF-8.
+inline uint32_t decodeValid(const char*& p) {
+    const auto b0 = static_cast<unsigned char>(*p);
+    if (b0 < 0x80) {
+        ++p;
+        return b0;
+    }
+    const int len = b0 >= 0xF0 ? 4 : b0 >= 0xE0 ? 3 : 2;
+    uint32_t cp = b0 & (0x7F >> len);
+    for (int i = 1; i < len; ++i)
+        cp = (cp << 6) | (static_cast<unsigned char>(p[i]) & 0x3F);
+    p += len;
+    return cp;
+}
+
+template <bool FirstIsStart>
+const char* scanNameChars(const char* p, const char* end) {
+    const char* q = p;
+    bool first = FirstIsStart;
+    while (q < end) {
+        const auto c = static_cast<unsigned char>(*q);
+        if (c < 0x80) {
+            if (!(kAsciiName[c] & (first ? kNameStart : kName)))
+                break;
+            ++q;
+        } else {
+            const char* next = q;
+            if (next + (c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2) > end)
+                break;
+            const uint32_t cp = decodeValid(next);
+            if (!(first ? isNameStartCodePoint(cp) : isNameCodePoint(cp)))
+                break;
+            q = next;
+        }
+        first = false;
+    }
+    return q;
+}
+
+// Length of the valid UTF-8 sequence at p holding a legal character, or 0.
+size_t legalSequenceLength(const unsigned char* p, const unsigned char* end, uint32_t& cp) {
+    const unsigned char b0 = p[0];
+    auto cont = [&](size_t i) { return p + i < end && (p[i] & 0xC0) == 0x80; };
+    if (b0 >= 0xC2 && b0 <= 0xDF) {
+        if (!cont(1))
+            return 0;
+        cp = ((b0 & 0x1Fu) << 6) | (p[1] & 0x3Fu);
+        return 2;
+    }
+    if (b0 >= 0xE0 && b0 <= 0xEF) {
+        if (!cont(1) || !cont(2))
+            return 0;
+        cp = ((b0 & 0x0Fu) << 12) | ((p[1] & 0x3Fu) << 6) | (p[2] & 0x3Fu);
+        if (cp < 0x800) {
+            cp = 0;
+            return 0;
+        }
+        return isXmlChar(cp) ? 3 : 0;
+    }
+    if (b0 >= 0xF0 && b0 <= 0xF4) {
+        if (!cont(1) || !cont(2) || !cont(3))
+            return 0;
+        cp = ((b0 & 0x07u) << 18) | ((p[1] & 0x3Fu) << 12) | ((p[2] & 0x3Fu) << 6) | (p[3] & 0x3Fu);
+        if (cp < 0x10000 || cp > 0x10FFFF) {
+            cp = 0;
+            return 0;
+        }
+        return 4;
+    }
+    return 0;
+}
+
+constexpr uint64_t kOnes = 0x0101010101010101ull;
+constexpr uint64_t kHighBits = 0x8080808080808080ull;
+
+// Marks (0x80 in a lane) each byte of w equal to b, exactly.
+inline uint64_t bytesEqual(uint64_t w, unsigned char b) {
+    const uint64_t x = w ^ (kOnes * b);
+    return ~(((x & ~kHighBits) + ~kHighBits) | x | ~kHighBits);
+}
+
+// True when every byte of w is printable ASCII (0x20..0x7F).
+inline bool allPrintableAscii(uint64_t w) {
+    const uint64_t belowSpace = (w - kOnes * 0x20) & ~w;
+    return ((w | belowSpace) & kHighBits) == 0;
+}
+
+} // namespace
+
+bool isNameStartCodePoint(uint32_t cp) {
+    if (cp < 0x80)
+        return kAsciiName[cp] & kNameStart;
+    return (cp >= 0xC0 && cp <= 0xD6) || (cp >= 0xD8 && cp <= 0xF6) || (cp >= 0xF8 && cp <= 0x2FF) ||
+           (cp >= 0x370 && cp <= 0x37D) || (cp >= 0x37F && cp <= 0x1FFF) || (cp >= 0x200C && cp <= 0x200D) ||
+           (cp >= 0x2070 && cp <= 0x218F) || (cp >= 0x2C00 && cp <= 0x2FEF) || (cp >= 0x3001 && cp <= 0xD7FF) ||
+           (cp >= 0xF900 && cp <= 0xFDCF) || (cp >= 0xFDF0 && cp <= 0xFFFD) || (cp >= 0x10000 && cp <= 0xEFFFF);
+}
+
+bool isNameCodePoint(uint32_t cp) {
+    if (cp < 0x80)
+        return kAsciiName[cp] & kName;
+    return isNameStartCodePoint(cp) || cp == 0xB7 || (cp >= 0x300 && cp <= 0x36F) || (cp >= 0x203F && cp <= 0x2040);
+}
+
+const char* scanName(const char* p, const char* end) { return scanNameChars<true>(p, end); }
+const char* scanNmtoken(const char* p, const char* end) { return scanNameChars<false>(p, end); }
+
+void appendUtf8(std::string& out, uint32_t cp) {
+    if (cp < 0x80) {
+        out.push_back(static_cast<char>(cp));
+    } else if (cp < 0x800) {
+        out.push_back(static_cast<char>(0xC0 | (cp >> 6)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else if (cp < 0x10000) {
+        out.push_back(static_cast<char>(0xE0 | (cp >> 12)));
+        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    } else {
+        out.push_back(static_cast<char>(0xF0 | (cp >> 18)));
+        out.push_back(static_cast<char>(0x80 | ((cp >> 12) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | ((cp >> 6) & 0x3F)));
+        out.push_back(static_cast<char>(0x80 | (cp & 0x3F)));
+    }
+}
+
+TextCheck checkText(std::string_view text) {
+    TextCheck result;
+    const auto* const begin = reinterpret_cast<const unsigned char*>(text.data());
+    const auto* const end = begin + text.size();
+    const auto* p = begin;
+    while (p < end) {
+        // Most markup and text is printable ASCII: take it eight bytes at a time.
+        if (end - p >= 8) {
+            uint64_t w;
+            std::memcpy(&w, p, sizeof w);
+            if (allPrintableAscii(w)) {
+                result.lessThanCount += std::popcount(bytesEqual(w, '<'));
+                p += 8;
+                continue;
+            }
+        }
+        const unsigned char c = *p;
+        if (c < 0x80) {
+            if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') {
+                result.badOffset = static_cast<size_t>(p - begin);
+                result.badCodePoint = c;
+                return result;
+            }
+            result.lessThanCount += c == '<';
+            ++p;
+            continue;
+        }
+        uint32_t cp = 0;
+        const size_t len = legalSequenceLength(p, end, cp);
+        if (len == 0) {
+            result.badOffset = static_cast<size_t>(p - begin);
+            result.badCodePoint = cp;
+            result.badEncoding = cp == 0;
+            return result;
+        }
+        p += len;
+    }
+    return result;
+}
+
+} // namespace xml_chars

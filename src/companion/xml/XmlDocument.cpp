@@ -1,0 +1,252 @@
+#include "companion/xml/XmlDocument.h"
+
+#include "companion/xml/XmlChars.h"
+#include "companion/xml/XmlLimits.h"
+#include "companion/xml/XmlMatch.h"
+#include "companion/xml/XmlScanner.h"
+#include "companion/xml/XmlTextDecoder.h"
+
+namespace {
+
+constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
+constexpr std::string_view kXmlPrefix = "xml";
+constexpr std::string_view kXmlns = "xmlns";
+constexpr uint32_t kCDataOpenLength = 9; // "<![CDATA["
+constexpr uint32_t kCDataCloseLength = 3; // "]]>"
+
+uint8_t nodeFlags(uint8_t textFlags) {
+    uint8_t flags = 0;
+    if (textFlags & kTextHasReferences)
+        flags |= XmlDocument::kHasReferences;
+    if (textFlags & kTextHasCarriageReturn)
+        flags |= XmlDocument::kHasCarriageReturn;
+    return flags;
+}
+
+} // namespace
+
+XmlDocument::XmlDocument(std::shared_ptr<const std::string> text, bool autoTrim)
+    : m_text(std::move(text)), m_dtd(*m_text), m_autoTrim(autoTrim) {}
+
+std::shared_ptr<XmlDocument> XmlDocument::parse(std::shared_ptr<const std::string> text, bool autoTrim,
+                                                std::string& error) {
+    auto doc = std::make_shared<XmlDocument>(std::move(text), autoTrim);
+    XmlScanner scanner(doc->m_dtd);
+    if (!doc->build(scanner)) {
+        error = scanner.errorMessage();
+        return nullptr;
+    }
+    return doc;
+}
+
+bool XmlDocument::build(XmlScanner& scanner) {
+    // Every node but a Text node starts with '<'.
+    m_nodes.reserve(scanner.lessThanCount());
+    std::vector<OpenElement> open;
+    open.reserve(xml_limits::kMaxElementDepth);
+    while (scanner.next()) {
+        const XmlToken& t = scanner.token();
+        switch (t.kind) {
+        case XmlTokenKind::StartTag: {
+            const uint8_t flags = t.selfClosing ? kSelfClosing : 0;
+            const uint32_t n = addNode(scanner, open, XmlNodeKind::Element, t.begin, t.end, flags);
+            m_nodes[n].nameLength = static_cast<uint16_t>(t.name.length);
+            addAttributes(t.attributes);
+            open.push_back(OpenElement{n, kNoNode});
+            break;
+        }
+        case XmlTokenKind::EndTag:
+            m_nodes[open.back().node].endBegin = t.begin;
+            open.pop_back();
+            break;
+        case XmlTokenKind::Text:
+            if (scanner.inEntity() && !open.empty())
+                addNode(scanner, open, XmlNodeKind::Text, t.content.offset, t.content.end(), nodeFlags(t.textFlags));
+            break;
+        case XmlTokenKind::CData:
+            if (!open.empty())
+                addNode(scanner, open, XmlNodeKind::CData, t.begin, t.end, nodeFlags(t.textFlags));
+            break;
+        case XmlTokenKind::Comment:
+            if (!open.empty())
+                addNode(scanner, open, XmlNodeKind::Comment, t.begin, t.end, 0);
+            break;
+        case XmlTokenKind::ProcessingInstruction:
+            if (!open.empty()) {
+                const uint32_t n = addNode(scanner, open, XmlNodeKind::ProcessingInstruction, t.begin, t.end, 0);
+                m_nodes[n].nameLength = static_cast<uint16_t>(t.name.length);
+            }
+            break;
+        case XmlTokenKind::Doctype:
+        case XmlTokenKind::EntityStart:
+        case XmlTokenKind::EntityEnd:
+            break;
+        }
+    }
+    return !scanner.failed();
+}
+
+uint32_t XmlDocument::addNode(const XmlScanner& scanner, std::vector<OpenElement>& open, XmlNodeKind kind,
+                              uint32_t begin, uint32_t end, uint8_t flags) {
+    const auto n = static_cast<uint32_t>(m_nodes.size());
+    const uint32_t parent = open.empty() ? kNoNode : open.back().node;
+    if (scanner.inEntity()) {
+        flags |= kFromEntity;
+        m_origins.push_back(EntityOrigin{n, scanner.entityReference()});
+    }
+    m_nodes.push_back(
+        Node{begin, end, end, parent, kNoNode, static_cast<uint32_t>(m_attributes.size()), 0, kind, flags});
+    if (!open.empty()) {
+        OpenElement& o = open.back();
+        if (o.lastChild != kNoNode)
+            m_nodes[o.lastChild].nextSibling = n;
+        o.lastChild = n;
+    }
+    return n;
+}
+
+void XmlDocument::addAttributes(std::span<const XmlAttribute> attributes) {
+    for (const XmlAttribute& a : attributes)
+        m_attributes.push_back(Attribute{a.name.offset, a.value.offset, a.value.length,
+                                         static_cast<uint16_t>(a.name.length), a.flags});
+}
+
+std::string_view XmlDocument::name(uint32_t n) const {
+    const Node& node = m_nodes[n];
+    const uint32_t skip = node.kind == XmlNodeKind::ProcessingInstruction ? 2 : 1; // "<?" or "<"
+    return m_dtd.slice(XmlSpan{node.begin + skip, node.nameLength});
+}
+
+std::string_view XmlDocument::localName(std::string_view qualifiedName) {
+    const size_t colon = qualifiedName.find(':');
+    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
+}
+
+std::string_view XmlDocument::prefix(std::string_view qualifiedName) {
+    const size_t colon = qualifiedName.find(':');
+    return colon == std::string_view::npos ? std::string_view{} : qualifiedName.substr(0, colon);
+}
+
+uint32_t XmlDocument::firstChild(uint32_t n) const {
+    const uint32_t next = n + 1;
+    return next < m_nodes.size() && m_nodes[next].parent == n ? next : kNoNode;
+}
+
+uint32_t XmlDocument::firstChildElement(uint32_t n) const {
+    uint32_t c = firstChild(n);
+    while (c != kNoNode && !isElement(c))
+        c = m_nodes[c].nextSibling;
+    return c;
+}
+
+uint32_t XmlDocument::nextSiblingElement(uint32_t n) const {
+    uint32_t c = m_nodes[n].nextSibling;
+    while (c != kNoNode && !isElement(c))
+        c = m_nodes[c].nextSibling;
+    return c;
+}
+
+std::span<const XmlDocument::Attribute> XmlDocument::attributes(uint32_t element) const {
+    const uint32_t first = m_nodes[element].firstAttribute;
+    const uint32_t last =
+        element + 1 < m_nodes.size() ? m_nodes[element + 1].firstAttribute : static_cast<uint32_t>(m_attributes.size());
+    return std::span<const Attribute>(m_attributes.data() + first, last - first);
+}
+
+std::string_view XmlDocument::attributeName(const Attribute& a) const {
+    return m_dtd.slice(XmlSpan{a.nameOffset, a.nameLength});
+}
+
+void XmlDocument::appendAttributeValue(const Attribute& a, std::string& out) const {
+    const std::string_view raw = m_dtd.slice(XmlSpan{a.valueOffset, a.valueLength});
+    if (a.flags & kAttrNeedsDecoding)
+        XmlTextDecoder::appendAttribute(raw, m_dtd, (a.flags & kAttrTokenized) != 0, out);
+    else
+        out.append(raw);
+}
+
+const XmlDocument::Attribute* XmlDocument::findAttribute(uint32_t element, std::string_view namePattern) const {
+    for (const Attribute& a : attributes(element))
+        if (xml_match::tagMatches(namePattern, attributeName(a)))
+            return &a;
+    return nullptr;
+}
+
+void XmlDocument::appendContent(uint32_t element, std::string& out) const {
+    forEachContent(element, [&](uint32_t child, std::string_view text) {
+        if (child == kNoNode) {
+            XmlTextDecoder::appendContent(text, m_dtd, out);
+            return;
+        }
+        const Node& c = m_nodes[child];
+        if (c.kind == XmlNodeKind::Text) {
+            XmlTextDecoder::appendContent(m_dtd.slice(XmlSpan{c.begin, c.startEnd - c.begin}), m_dtd, out);
+        } else if (c.kind == XmlNodeKind::CData) {
+            const uint32_t begin = c.begin + kCDataOpenLength;
+            XmlTextDecoder::appendCData(m_dtd.slice(XmlSpan{begin, c.startEnd - kCDataCloseLength - begin}), out);
+        }
+    });
+}
+
+bool XmlDocument::namespaceUri(uint32_t element, std::string_view prefix, std::string& uri) const {
+    uri.clear();
+    if (prefix == kXmlPrefix) {
+        uri = kXmlNamespace;
+        return true;
+    }
+    for (uint32_t e = element; e != kNoNode; e = m_nodes[e].parent) {
+        for (const Attribute& a : attributes(e)) {
+            const std::string_view name = attributeName(a);
+            const bool declares = prefix.empty() ? name == kXmlns
+                                                 : name.size() == kXmlns.size() + 1 + prefix.size() &&
+                                                       name.starts_with(kXmlns) && name[kXmlns.size()] == ':' &&
+                                                       name.ends_with(prefix);
+            if (declares) {
+                appendAttributeValue(a, uri);
+                return !uri.empty();
+            }
+        }
+    }
+    return false;
+}
+
+XmlSpan XmlDocument::origin(uint32_t n) const {
+    const auto it = std::lower_bound(m_origins.begin(), m_origins.end(), n,
+                                     [](const EntityOrigin& o, uint32_t node) { return o.node < node; });
+    return it != m_origins.end() && it->node == n ? it->reference : XmlSpan{};
+}
+
+uint32_t XmlDocument::documentBegin(uint32_t n) const {
+    return (m_nodes[n].flags & kFromEntity) ? origin(n).offset : m_nodes[n].begin;
+}
+
+uint32_t XmlDocument::documentEnd(uint32_t n) const {
+    const Node& node = m_nodes[n];
+    if (node.flags & kFromEntity)
+        return origin(n).end();
+    return node.kind == XmlNodeKind::Element ? sourceEndTagEnd(n) : node.startEnd;
+}
+
+uint32_t XmlDocument::sourceEndTagEnd(uint32_t element) const {
+    const Node& node = m_nodes[element];
+    if (node.flags & kSelfClosing)
+        return node.startEnd;
+    const std::string_view text = source();
+    // "</" name, optional whitespace, '>'
+    size_t p = node.endBegin + 2 + node.nameLength;
+    while (p < text.size() && text[p] != '>')
+        ++p;
+    return static_cast<uint32_t>(p + 1);
+}
+
+uint32_t XmlDocument::startTagBegin(uint32_t element) const { return documentBegin(element); }
+
+uint32_t XmlDocument::startTagEnd(uint32_t element) const {
+    return (m_nodes[element].flags & kFromEntity) ? origin(element).end() : m_nodes[element].startEnd;
+}
+
+uint32_t XmlDocument::endTagBegin(uint32_t element) const {
+    return (m_nodes[element].flags & kFromEntity) ? origin(element).end() : m_nodes[element].endBegin;
+}
+
+uint32_t XmlDocument::endTagEnd(uint32_t element) const { return documentEnd(element); }

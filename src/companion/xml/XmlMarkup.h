@@ -1,0 +1,27 @@
+#pragma once
+
+// Comments and processing instructions, which look the same inside the
+// internal DTD subset and in the document.
+namespace xml_markup {
+
+struct Fault {
+    const char* at = nullptr;
+    const char* reason = nullptr;
+};
+
+// p is just after "<!--". Returns the end of the comment (after "-->"), or
+// null with the fault.
+const char* commentEnd(const char* p, const char* end, Fault& fault);
+
+struct ProcessingInstruction {
+    const char* target = nullptr;
+    const char* targetEnd = nullptr;
+    const char* data = nullptr;
+    const char* dataEnd = nullptr;
+};
+// p is just after "<?". Returns the end of the instruction (after "?>"), or
+// null with the fault. The target "xml" is refused: an XML declaration is
+// only allowed at the very start, where the scanner reads it itself.
+const char* processingInstructionEnd(const char* p, const char* end, ProcessingInstruction& pi, Fault& fault);
+
+} // namespace xml_markup

@@ -1,0 +1,24 @@
+#include "companion/log/LogContextExitor.h"
+#include "verifier/_clsXmlDSigBase.h"
+
+namespace {
+constexpr std::string_view kSwiftSaaNamespace = "urn:swift:saa:xsd:saa.2.0";
+constexpr std::string_view kLauStart = "<LAU";
+constexpr std::string_view kLauEnd = "</LAU>";
+} // namespace
+
+// SWIFT Alliance signs the message without its LAU (local authentication)
+// element, which is added afterwards.
+bool _clsXmlDSigBase::postProcessTransformedXml(StringBuffer&, DSigReference&, StringBuffer& xml, LogBase& log) {
+    LogContextExitor ctx(log, "postProcessTransformedXml");
+    if (!xml.containsSubstring(kSwiftSaaNamespace) || !xml.containsSubstring(kLauStart) ||
+        !xml.containsSubstring(kLauEnd))
+        return true;
+    const int start = xml.findSubstr(kLauStart);
+    const int end = xml.findSubstr(kLauEnd);
+    if (start > 0 && end > start) {
+        log.LogInfo("Adjusting XML to canonicalized by removing <LAU ... </LAU>");
+        xml.removeChunk(static_cast<unsigned>(start), static_cast<unsigned>(end - start) + kLauEnd.size());
+    }
+    return true;
+}

@@ -1,0 +1,49 @@
+#include "companion/base/ClsBinData.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+
+namespace {
+
+class ClsBinDataFiles : public ::testing::Test {
+protected:
+    void SetUp() override {
+        m_dir = std::filesystem::temp_directory_path() / "clsbindata_test";
+        std::filesystem::create_directories(m_dir);
+    }
+    void TearDown() override { std::filesystem::remove_all(m_dir); }
+
+    XString pathOf(const char* name) const { return XString((m_dir / name).string()); }
+
+    std::filesystem::path m_dir;
+};
+
+const std::string kBytes("\x00\xFF\r\n\x1A"
+                         "end\x00",
+                         9);
+
+} // namespace
+
+TEST_F(ClsBinDataFiles, BinaryBytesSurviveAWriteAndLoad) {
+    ClsBinData out;
+    out.m_data.append(kBytes);
+    ASSERT_TRUE(out.WriteFile(pathOf("a.bin")));
+
+    ClsBinData in;
+    in.m_data.append("previous content");
+    ASSERT_TRUE(in.LoadFile(pathOf("a.bin")));
+    EXPECT_EQ(in.m_data.view(), kBytes);
+    EXPECT_TRUE(in.get_LastMethodSuccess());
+}
+
+TEST_F(ClsBinDataFiles, BadPathsFailAndKeepTheData) {
+    ClsBinData bd;
+    bd.m_data.append("keep");
+    EXPECT_FALSE(bd.LoadFile(pathOf("missing.bin")));
+    EXPECT_FALSE(bd.LoadFile(XString(m_dir.string()))); // a directory
+    EXPECT_EQ(bd.m_data.view(), "keep");
+    EXPECT_TRUE(bd.m_log.hasErrors());
+    EXPECT_FALSE(bd.get_LastMethodSuccess());
+    EXPECT_FALSE(bd.WriteFile(pathOf("no/such/dir/x.bin")));
+}

@@ -1,0 +1,166 @@
+#include "companion/log/LogBase.h"
+#include "companion/text/DataBuffer.h"
+
+#include <gtest/gtest.h>
+
+#include <fstream>
+#include <iterator>
+#include <string>
+
+namespace {
+
+const std::u16string kWideXml = u"<?xml version=\"1.0\" encoding=\"UTF-16\"?><a>\u00E9\u20AC</a>";
+const std::string kWideXmlUtf8 = "<?xml version=\"1.0\" encoding=\"UTF-16\"?><a>\xC3\xA9\xE2\x82\xAC</a>";
+
+std::string utf16(const std::u16string& text, bool bigEndian) {
+    std::string out;
+    for (char16_t unit : text) {
+        const char hi = static_cast<char>(unit >> 8), lo = static_cast<char>(unit & 0xFF);
+        out.push_back(bigEndian ? hi : lo);
+        out.push_back(bigEndian ? lo : hi);
+    }
+    return out;
+}
+
+bool hasInfoLine(const LogBase& log) {
+    for (const LogBase::Entry& e : log.entries())
+        if (e.kind == LogBase::Kind::Info)
+            return true;
+    return false;
+}
+
+struct Converted {
+    bool ok;
+    std::string text;
+};
+
+Converted convert(const std::string& bytes, LogBase& log) {
+    DataBuffer db;
+    db.append(bytes);
+    const bool ok = db.convertXmlToUtf8(log);
+    return {ok, std::string(db.view())};
+}
+
+Converted convert(const std::string& bytes) {
+    LogBase log;
+    return convert(bytes, log);
+}
+
+std::string readFile(const std::string& path) {
+    std::ifstream in(path, std::ios::binary);
+    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
+}
+
+} // namespace
+
+TEST(ConvertXmlToUtf8, Utf16WithAndWithoutByteOrderMark) {
+    const std::string le = utf16(kWideXml, false), be = utf16(kWideXml, true);
+    for (const std::string& bytes : {"\xFF\xFE" + le, "\xFE\xFF" + be, le, be}) {
+        const Converted c = convert(bytes);
+        EXPECT_TRUE(c.ok);
+        EXPECT_EQ(c.text, kWideXmlUtf8);
+    }
+}
+
+TEST(ConvertXmlToUtf8, Utf16WithoutDeclarationIsRecognisedFromTheFirstElement) {
+    const Converted c = convert(utf16(u"<r>\u00E9</r>", false));
+    EXPECT_TRUE(c.ok);
+    EXPECT_EQ(c.text, "<r>\xC3\xA9</r>");
+}
+
+TEST(ConvertXmlToUtf8, Utf32ByteOrderMark) {
+    std::string bytes("\xFF\xFE\0\0", 4);
+    for (char c : std::string("<a/>")) {
+        bytes.push_back(c);
+        bytes.append(3, '\0');
+    }
+    const Converted c = convert(bytes);
+    EXPECT_TRUE(c.ok);
+    EXPECT_EQ(c.text, "<a/>");
+}
+
+TEST(ConvertXmlToUtf8, RepeatedByteOrderMarksAreAllDropped) {
+    const std::string body = "<?xml version=\"1.0\" encoding=\"UTF-8\"?><a>\xC3\xA9</a>";
+    std::string bytes;
+    for (int i = 0; i < 5; ++i)
+        bytes += "\xEF\xBB\xBF";
+    EXPECT_EQ(convert(bytes + body).text, body);
+
+    // The same in UTF-16: the first mark picks the byte order, the rest are text.
+    const Converted wide = convert("\xFF\xFE" + utf16(u"\uFEFF\uFEFF<a/>", false));
+    EXPECT_TRUE(wide.ok);
+    EXPECT_EQ(wide.text, "<a/>");
+}
+
+TEST(ConvertXmlToUtf8, RealSignerWithManyByteOrderMarks) {
+    const std::string original = readFile(std::string(XMLDSIG_CORPUS_DIR) + "/real/skxml/digidoc4j-BOM_algusega.ddoc");
+    ASSERT_TRUE(original.starts_with("\xEF\xBB\xBF\xEF\xBB\xBF"));
+    const Converted c = convert(original);
+    EXPECT_TRUE(c.ok);
+    EXPECT_TRUE(c.text.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?>"));
+    EXPECT_EQ(original.substr(original.size() - c.text.size()), c.text);
+}
+
+TEST(ConvertXmlToUtf8, DeclaredSingleByteCharsets) {
+    const std::string decl1 = "<?xml version='1.0' encoding='ISO-8859-1'?>";
+    const std::string decl1252 = "<?xml version=\"1.0\" encoding=\"windows-1252\"?>";
+    const std::string decl1250 = "<?xml version=\"1.0\"\n  encoding = \"Windows-1250\" ?>";
+    // 0x80 is a C1 control in ISO-8859-1 but the euro sign in windows-1252.
+    EXPECT_EQ(convert(decl1 + "<a>\xE9\x80</a>").text, decl1 + "<a>\xC3\xA9\xC2\x80</a>");
+    EXPECT_EQ(convert(decl1252 + "<a>\xE9\x80\x81</a>").text, decl1252 + "<a>\xC3\xA9\xE2\x82\xAC\xC2\x81</a>");
+    EXPECT_EQ(convert(decl1250 + "<a>\x8A\xB9</a>").text, decl1250 + "<a>\xC5\xA0\xC4\x85</a>"); // Š ą
+}
+
+TEST(ConvertXmlToUtf8, RealIso88591Document) {
+    const std::string original =
+        readFile(std::string(XMLDSIG_CORPUS_DIR) + "/real/sii/sii-07-DTE--96670340-7--61--110616.xml");
+    ASSERT_FALSE(original.empty());
+    const Converted c = convert(original);
+    EXPECT_TRUE(c.ok);
+    EXPECT_EQ(c.text.size(), original.size() + 1); // one é
+    EXPECT_NE(c.text.find("<TermPagoGlosa>Cr\xC3\xA9"
+                          "dito</TermPagoGlosa>"),
+              std::string::npos);
+}
+
+TEST(ConvertXmlToUtf8, ValidUtf8IsNeitherCopiedNorLogged) {
+    DataBuffer db;
+    db.append("<?xml version=\"1.0\"?><a>\xE2\x82\xAC</a>");
+    const unsigned char* before = db.getData();
+    LogBase log;
+    ASSERT_TRUE(db.convertXmlToUtf8(log));
+    EXPECT_EQ(db.getData(), before);
+    EXPECT_EQ(db.view(), "<?xml version=\"1.0\"?><a>\xE2\x82\xAC</a>");
+    EXPECT_TRUE(log.entries().empty());
+}
+
+TEST(ConvertXmlToUtf8, UndeclaredInvalidUtf8IsReadAsWindows1252) {
+    LogBase log;
+    const Converted c = convert("<a>caf\xE9 \x80</a>", log);
+    EXPECT_TRUE(c.ok);
+    EXPECT_EQ(c.text, "<a>caf\xC3\xA9 \xE2\x82\xAC</a>");
+    EXPECT_TRUE(hasInfoLine(log));
+}
+
+TEST(ConvertXmlToUtf8, MislabelledUtf16DeclarationOnUtf8Text) {
+    const std::string text = "<?xml version=\"1.0\" encoding=\"UTF-16\"?><a>\xC3\xA9</a>";
+    EXPECT_EQ(convert(text).text, text);
+}
+
+TEST(ConvertXmlToUtf8, ByteOrderMarkOutranksTheDeclaration) {
+    const std::string body = "<?xml version=\"1.0\" encoding=\"ISO-8859-1\"?><a>\xC3\xA9</a>";
+    EXPECT_EQ(convert("\xEF\xBB\xBF" + body).text, body);
+}
+
+TEST(ConvertXmlToUtf8, FailuresLeaveTheBytesAlone) {
+    const std::string unknown = "<?xml version=\"1.0\" encoding=\"x-no-such-charset\"?><a/>";
+    const std::string badShiftJis = "<?xml version=\"1.0\" encoding=\"Shift_JIS\"?><a>\x81</a>";
+    const std::string oddUtf16("\xFF\xFE<\0a", 5); // a dangling half code unit
+    for (const std::string& bytes : {unknown, badShiftJis, oddUtf16}) {
+        LogBase log;
+        const Converted c = convert(bytes, log);
+        EXPECT_FALSE(c.ok);
+        EXPECT_EQ(c.text, bytes);
+        EXPECT_TRUE(log.hasErrors());
+    }
+}
