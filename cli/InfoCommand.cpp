@@ -101,8 +101,10 @@ std::string quoted(const json& v) {
 void printText(const std::string& path, const json& doc) {
     std::cout << path << ": " << doc["signatures"].size() << " signature(s)\n";
     for (const json& sig : doc["signatures"]) {
-        std::cout << "signature " << sig["index"].get<int>() << "  <" << text(sig["tag"]) << ">  Id=\""
-                  << text(sig["id"]) << "\"\n";
+        std::cout << "signature " << sig["index"].get<int>() << "  <" << text(sig["tag"]) << '>';
+        if (!sig["id"].get<std::string>().empty())
+            std::cout << "  Id=" << quoted(sig["id"]);
+        std::cout << '\n';
         std::cout << "  SignatureMethod:        " << text(sig["signatureMethod"]) << '\n';
         std::cout << "  CanonicalizationMethod: " << text(sig["canonicalizationMethod"]);
         if (!sig["prefixList"].get<std::string>().empty())

@@ -12,7 +12,7 @@ inline std::filesystem::path toolPath() { return XMLDSIG_TOOL_PATH; }
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& bytes);
 
-// Every file under the corpus that holds an XML document.
+// Every corpus file named as an XML document (.xml, .ddoc, .xsl).
 std::vector<std::filesystem::path> corpusXmlFiles();
 
 struct ProcessResult {

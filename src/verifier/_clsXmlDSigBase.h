@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+class ClsXml;
 class DSigReference;
 class LogBase;
 
@@ -24,6 +25,12 @@ public:
     bool removeXmlChunkContaining(const char* start, const char* end, const char* mustContain, StringBuffer& xml,
                                   LogBase& log);
     bool zatcaTransformInvoice(StringBuffer& xml, LogBase& log);
+
+    // Transforms of a reference, applied to its text in place.
+    bool transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& xPath,
+                        LogBase& log);
+    bool transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& uri,
+                               LogBase& log);
 
 protected:
     // Profile flags: which signer family's deviations to accommodate.

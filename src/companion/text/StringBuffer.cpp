@@ -299,11 +299,14 @@ void StringBuffer::split(ExtPtrArraySb& parts, char delim, bool exceptDoubleQuot
 void StringBuffer::tokenize(ExtPtrArraySb& parts, std::string_view delims) const {
     std::string_view v = view();
     size_t start = 0;
-    for (size_t i = 0; i <= v.size(); ++i) {
-        if (i == v.size() || delims.find(v[i]) != std::string_view::npos) {
-            if (i > start)
-                parts.appendSb(v.substr(start, i - start));
-            start = i + 1;
-        }
+    for (size_t i = 0; i < v.size(); ++i) {
+        if (delims.find(v[i]) == std::string_view::npos)
+            continue;
+        if (i > start)
+            parts.appendSb(v.substr(start, i - start));
+        parts.appendSb(v.substr(i, 1));
+        start = i + 1;
     }
+    if (start < v.size())
+        parts.appendSb(v.substr(start));
 }

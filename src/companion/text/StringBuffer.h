@@ -80,7 +80,8 @@ public:
     // `exceptDoubleQuoted`, delimiters inside double quotes do not split;
     // with `keepEmpty`, empty parts are kept.
     void split(ExtPtrArraySb& parts, char delim, bool exceptDoubleQuoted, bool keepEmpty) const;
-    // Splits on any of the delimiter characters, dropping empty parts.
+    // Splits on any of the delimiter characters; each delimiter is a token
+    // of its own, and empty runs between delimiters are dropped.
     void tokenize(ExtPtrArraySb& parts, std::string_view delims) const;
 
     // Direct access for code that builds large texts; invalidates sharing.

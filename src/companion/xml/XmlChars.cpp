@@ -1,7 +1,6 @@
 #include "companion/xml/XmlChars.h"
 
 #include <array>
-#include <bit>
 #include <cstring>
 
 namespace xml_chars {
@@ -104,6 +103,10 @@ inline uint64_t bytesEqual(uint64_t w, unsigned char b) {
     return ~(((x & ~kHighBits) + ~kHighBits) | x | ~kHighBits);
 }
 
+// The number of lanes marked by bytesEqual (a multiply sums the lanes without
+// relying on a popcount instruction).
+inline size_t countMarkedBytes(uint64_t marks) { return static_cast<size_t>(((marks >> 7) * kOnes) >> 56); }
+
 // True when every byte of w is printable ASCII (0x20..0x7F).
 inline bool allPrintableAscii(uint64_t w) {
     const uint64_t belowSpace = (w - kOnes * 0x20) & ~w;
@@ -159,7 +162,7 @@ TextCheck checkText(std::string_view text) {
             uint64_t w;
             std::memcpy(&w, p, sizeof w);
             if (allPrintableAscii(w)) {
-                result.lessThanCount += std::popcount(bytesEqual(w, '<'));
+                result.lessThanCount += countMarkedBytes(bytesEqual(w, '<'));
                 p += 8;
                 continue;
             }

@@ -1,0 +1,238 @@
+#include "XmlTestSupport.h"
+#include "companion/text/XString.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace {
+
+using xml_test::attr;
+using xml_test::content;
+using xml_test::load;
+
+constexpr const char* kDsig = "http://www.w3.org/2000/09/xmldsig#";
+
+std::string tagOf(ClsXml* e) { return e ? std::string(e->tag()) : std::string("(null)"); }
+
+TEST(ClsXmlNavigation, ChildrenAreElementsOnly) {
+    RefPtr<ClsXml> r = load("<r>text<!--c--><a/><?pi?><![CDATA[x]]><b><c/></b>tail</r>");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(r->get_NumChildren(), 2);
+    RefPtr<ClsXml> a(r->GetChild(0));
+    RefPtr<ClsXml> b(r->getChild(1));
+    EXPECT_EQ(tagOf(a.get()), "a");
+    EXPECT_EQ(tagOf(b.get()), "b");
+    EXPECT_FALSE(r->GetChild(2));
+    EXPECT_FALSE(r->GetChild(-1));
+    EXPECT_FALSE(r->getParent());
+
+    RefPtr<ClsXml> cursor(r->getChild(1));
+    EXPECT_TRUE(cursor->getChild2(0));
+    EXPECT_EQ(cursor->tag(), "c");
+    EXPECT_FALSE(cursor->getChild2(0));
+    EXPECT_EQ(cursor->tag(), "c");
+    EXPECT_TRUE(cursor->getParent2());
+    EXPECT_TRUE(cursor->getParent2());
+    EXPECT_EQ(cursor->tag(), "r");
+    EXPECT_FALSE(cursor->getParent2());
+    RefPtr<ClsXml> root(a->getRoot());
+    EXPECT_EQ(tagOf(root.get()), "r");
+}
+
+TEST(ClsXmlNavigation, HandlesKeepTheDocumentAlive) {
+    RefPtr<ClsXml> child;
+    {
+        RefPtr<ClsXml> r = load("<r><a x='1'>text</a></r>");
+        child.reset(r->GetChild(0));
+    }
+    EXPECT_EQ(attr(*child, "x"), "1");
+    EXPECT_EQ(content(*child), "text");
+    RefPtr<ClsXml> parent(child->getParent());
+    EXPECT_EQ(tagOf(parent.get()), "r");
+}
+
+TEST(ClsXmlTags, PrefixWildcardMatchesAnyPrefixOrNone) {
+    RefPtr<ClsXml> r = load("<r xmlns:ds='u'><ds:Ref n='0'/><Ref n='1'/><x:Ref n='2'/><ds:RefX n='3'/></r>");
+    ASSERT_TRUE(r);
+    LogNull log;
+    EXPECT_EQ(r->numChildrenHavingTagUtf8("*:Ref", log), 3);
+    EXPECT_EQ(r->numChildrenHavingTagUtf8("Ref", log), 1);
+    EXPECT_EQ(r->numChildrenHavingTagUtf8("ds:Ref", log), 1);
+    EXPECT_EQ(r->numChildrenHavingTagUtf8("*", log), 4);
+    RefPtr<ClsXml> third(r->getNthChildWithTagUtf8("*:Ref", 2, log));
+    EXPECT_EQ(attr(*third, "n"), "2");
+    EXPECT_FALSE(r->getNthChildWithTagUtf8("*:Ref", 3, log));
+    EXPECT_TRUE(third->tagEquals("*:Ref"));
+    EXPECT_FALSE(third->tagEquals("Ref"));
+    StringBuffer prefix;
+    third->getTagNamespace(prefix);
+    EXPECT_EQ(prefix.view(), "x");
+    r->getTagNamespace(prefix);
+    EXPECT_EQ(prefix.view(), "");
+}
+
+TEST(ClsXmlPaths, StepsWithIndexes) {
+    RefPtr<ClsXml> r = load("<r><ds:KeyInfo><X509Data><C>c0</C><C>c1</C></X509Data><X509Data><C>c2</C></X509Data>"
+                            "</ds:KeyInfo></r>");
+    ASSERT_TRUE(r);
+    StringBuffer out;
+    EXPECT_TRUE(r->getChildContentUtf8("*:KeyInfo|X509Data|C[1]", out, false));
+    EXPECT_EQ(out.view(), "c1");
+    EXPECT_TRUE(r->getChildContentUtf8("*:KeyInfo|X509Data[1]|C", out, false));
+    EXPECT_EQ(out.view(), "c2");
+    r->put_I(1);
+    EXPECT_EQ(r->get_I(), 1);
+    EXPECT_TRUE(r->getChildContentUtf8("*:KeyInfo|X509Data[0]|C[i]", out, false));
+    EXPECT_EQ(out.view(), "c1");
+    for (const char* missing : {"*:KeyInfo|X509Data[2]", "*:KeyInfo||C", "*:KeyInfo|C", "*:KeyInfo|X509Data[x]",
+                                "*:KeyInfo|X509Data[-1]", ""}) {
+        EXPECT_FALSE(r->getChildContentUtf8(missing, out, false)) << missing;
+        EXPECT_EQ(out.view(), "") << missing;
+        RefPtr<ClsXml> none(r->getChildWithTagUtf8(missing));
+        EXPECT_FALSE(none) << missing;
+    }
+    RefPtr<ClsXml> data(r->findChild("*:KeyInfo|X509Data[1]"));
+    EXPECT_EQ(tagOf(data.get()), "X509Data");
+}
+
+TEST(ClsXmlContent, DirectTextAndTrimming) {
+    RefPtr<ClsXml> r = load("<r> a <b> inner </b> c<![CDATA[ d ]]> </r>");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(content(*r), " a  c d  ");
+    StringBuffer out("stale");
+    EXPECT_TRUE(r->getChildContentUtf8("b", out, true));
+    EXPECT_EQ(out.view(), "inner");
+    EXPECT_TRUE(r->getChildContentUtf8("b", out, false));
+    EXPECT_EQ(out.view(), " inner ");
+    RefPtr<ClsXml> trimmed = [] {
+        LogBase log;
+        return load("<r>\n  value\n</r>", log, true);
+    }();
+    EXPECT_EQ(content(*trimmed), "value");
+}
+
+TEST(ClsXmlAttributes, ByNameAndByIndex) {
+    RefPtr<ClsXml> r = load("<r Id='1' wsu:Id='2' b='x &amp; y'/>");
+    ASSERT_TRUE(r);
+    StringBuffer out("stale");
+    EXPECT_FALSE(r->getAttrValue("missing", out));
+    EXPECT_EQ(out.view(), "");
+    EXPECT_EQ(attr(*r, "Id"), "1");
+    EXPECT_EQ(attr(*r, "wsu:Id"), "2");
+    EXPECT_EQ(attr(*r, "b"), "x & y");
+    EXPECT_TRUE(r->HasAttribute(XString("wsu:Id")));
+    EXPECT_FALSE(r->hasAttribute("id"));
+    ASSERT_EQ(r->get_NumAttributes(), 3);
+    StringBuffer name;
+    EXPECT_TRUE(r->getAttributeName(2, name));
+    EXPECT_EQ(name.view(), "b");
+    EXPECT_TRUE(r->getAttributeValue(2, out));
+    EXPECT_EQ(out.view(), "x & y");
+    EXPECT_FALSE(r->getAttributeName(3, name));
+    StringBuffer child;
+    RefPtr<ClsXml> doc = load("<r><m Algorithm='alg'/></r>");
+    EXPECT_TRUE(doc->getChildAttrValue("m", "Algorithm", child));
+    EXPECT_EQ(child.view(), "alg");
+    EXPECT_FALSE(doc->getChildAttrValue("m", "Other", child));
+    EXPECT_FALSE(doc->getChildAttrValue("n", "Algorithm", child));
+}
+
+TEST(ClsXmlSearch, DocumentOrderFromAfter) {
+    RefPtr<ClsXml> r = load("<a:T n='0'><x><T n='1'><T n='2' k='Value-7'/></T></x><T n='3' k='other'/></a:T>");
+    ASSERT_TRUE(r);
+    RefPtr<ClsXml> first(r->searchForTag(nullptr, "*:T"));
+    EXPECT_EQ(attr(*first, "n"), "0"); // the search includes the root
+    RefPtr<ClsXml> second(r->searchForTag(first.get(), "*:T"));
+    EXPECT_EQ(attr(*second, "n"), "1");
+    RefPtr<ClsXml> third(r->searchForTag(second.get(), "T"));
+    EXPECT_EQ(attr(*third, "n"), "2");
+    RefPtr<ClsXml> fourth(r->searchForTag(third.get(), "T"));
+    EXPECT_EQ(attr(*fourth, "n"), "3");
+    EXPECT_FALSE(r->searchForTag(fourth.get(), "T"));
+
+    RefPtr<ClsXml> byValue(r->searchForAttribute(nullptr, "T", "k", false, "value-*"));
+    EXPECT_EQ(attr(*byValue, "n"), "2");
+    EXPECT_FALSE(r->searchForAttribute(nullptr, "T", "k", true, "value-*"));
+    RefPtr<ClsXml> anyTag(r->searchForAttribute(byValue.get(), nullptr, "k", true, "*e*"));
+    EXPECT_EQ(attr(*anyTag, "n"), "3");
+}
+
+TEST(ClsXmlSignatures, FoundByNamespaceOrBySignedInfoInDocumentOrder) {
+    const std::string doc = std::string("<r xmlns:ds='") + kDsig + "' xmlns:cac='urn:cac'>"
+                            "<cac:Signature><cac:ID>ubl</cac:ID></cac:Signature>"            // UBL: not one
+                            "<ds:Signature Id='s1'><ds:Object><Signature xmlns='" + kDsig + "' Id='s2'/>"
+                            "</ds:Object></ds:Signature>"
+                            "<ebics:AuthSignature xmlns:ebics='urn:ebics' Id='s3'><ds:SignedInfo/>"
+                            "<ds:SignatureValue/></ebics:AuthSignature>"
+                            "<x:Signature xmlns:x='urn:other' Id='no'/>"
+                            "<ds:Signature xmlns:ds='urn:rebound' Id='no2'/>"
+                            "<e Id='no3'><ds:SignedInfo/></e>"                                // no SignatureValue
+                            "</r>";
+    RefPtr<ClsXml> r = load(doc);
+    ASSERT_TRUE(r);
+    ExtPtrArrayRc sigs;
+    LogNull log;
+    EXPECT_TRUE(r->findSignatures(sigs, log));
+    ASSERT_EQ(sigs.getSize(), 3);
+    const char* ids[] = {"s1", "s2", "s3"};
+    for (int i = 0; i < 3; ++i)
+        EXPECT_EQ(attr(*static_cast<ClsXml*>(sigs.elementAt(i)), "Id"), ids[i]);
+}
+
+TEST(ClsXmlOffsets, SliceTheSourceToTheTags) {
+    const std::string doc = "<?xml version='1.0'?>\n<r a='1'>\n  <ds:Sig\n   x=\"y\">t</ds:Sig  >\n  <e/>\n</r>";
+    RefPtr<ClsXml> r = load(doc);
+    ASSERT_TRUE(r);
+    auto tags = [&](const ClsXml& e) {
+        return doc.substr(e.startTagBegin(), e.startTagEnd() - e.startTagBegin()) + "|" +
+               doc.substr(e.endTagBegin(), e.endTagEnd() - e.endTagBegin());
+    };
+    EXPECT_EQ(tags(*r), "<r a='1'>|</r>");
+    RefPtr<ClsXml> sig(r->GetChild(0));
+    EXPECT_EQ(tags(*sig), "<ds:Sig\n   x=\"y\">|</ds:Sig  >");
+    RefPtr<ClsXml> empty(r->GetChild(1));
+    EXPECT_EQ(tags(*empty), "<e/>|");
+    EXPECT_EQ(empty->endTagBegin(), empty->startTagEnd());
+}
+
+TEST(ClsXmlLoading, SharesTheCallersBytesAndFailsCleanly) {
+    StringBuffer text("<r><a/></r>");
+    RefPtr<ClsXml> xml(ClsXml::createNewCls());
+    LogBase log;
+    ASSERT_TRUE(xml->loadXml(text, false, log));
+    EXPECT_EQ(xml->sourceText().data(), text.getString());
+    text.append("<!-- changed -->"); // the tree keeps the text it was given
+    EXPECT_EQ(xml->sourceText(), "<r><a/></r>");
+
+    EXPECT_FALSE(xml->loadXml("<r>", false, log));
+    EXPECT_FALSE(xml->isLoaded());
+    EXPECT_EQ(xml->get_NumChildren(), 0);
+    EXPECT_EQ(xml->tag(), "");
+    StringBuffer out;
+    EXPECT_FALSE(xml->getXml(false, out, log));
+}
+
+TEST(ClsXmlSerialization, EscapesSoThatTheTextReadsBackToTheSameTree) {
+    const std::string doc = "<r a='&lt;&amp;&quot;&#9;&#10;&#13;&gt;' b=\"'\"><!-- c -->x&lt;y&amp;z&gt;&#13;"
+                            "<![CDATA[<raw>&]]><?pi data?><e/><f></f>\xC3\xA9</r>";
+    RefPtr<ClsXml> r = load(doc);
+    ASSERT_TRUE(r);
+    const std::string text = xml_test::serialized(*r);
+    EXPECT_EQ(text, "<r a=\"&lt;&amp;&quot;&#9;&#10;&#13;>\" b=\"'\"><!-- c -->x&lt;y&amp;z&gt;&#13;"
+                    "<![CDATA[<raw>&]]><?pi data?><e/><f></f>\xC3\xA9</r>");
+    RefPtr<ClsXml> again = load(text);
+    ASSERT_TRUE(again);
+    EXPECT_EQ(xml_test::dump(*again), xml_test::dump(*r));
+
+    StringBuffer withDecl;
+    LogNull log;
+    RefPtr<ClsXml> e(r->GetChild(0));
+    EXPECT_TRUE(e->getXml(true, withDecl, log));
+    EXPECT_EQ(withDecl.view(), "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<e/>");
+    XString x;
+    r->GetXml(x);
+    EXPECT_EQ(x.view(), text);
+}
+
+} // namespace

@@ -1,0 +1,173 @@
+#include "XmlTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <string>
+
+namespace {
+
+using xml_test::attr;
+using xml_test::content;
+using xml_test::load;
+
+std::string firstError(const std::string& text) {
+    LogBase log;
+    EXPECT_FALSE(load(text, log)) << text;
+    EXPECT_EQ(xml_test::errorCount(log), 1) << text;
+    return log.firstError();
+}
+
+bool contains(const std::string& s, const char* part) { return s.find(part) != std::string::npos; }
+
+TEST(XmlEntities, ExpandInContentAndAttributes) {
+    RefPtr<ClsXml> x = load("<!DOCTYPE r [<!ENTITY ns 'http://example.org/'><!ENTITY full '&ns;x&#38;amp;y'>]>"
+                            "<r a='&ns;&full;' b='&lt;&#x41;&#66;'>&ns;|&full;|&lt;&gt;&amp;&apos;&quot;&#233;</r>");
+    ASSERT_TRUE(x);
+    EXPECT_EQ(attr(*x, "a"), "http://example.org/http://example.org/x&y");
+    EXPECT_EQ(attr(*x, "b"), "<AB");
+    EXPECT_EQ(content(*x), "http://example.org/|http://example.org/x&y|<>&'\"\xC3\xA9");
+}
+
+TEST(XmlEntities, EntityWithMarkupBecomesElementsAtTheReference) {
+    const std::string doc = "<!DOCTYPE r [<!ENTITY sig '<s:Sig xmlns:s=\"u\"><v>1</v>two</s:Sig>'>]><r>a&sig;b</r>";
+    RefPtr<ClsXml> r = load(doc);
+    ASSERT_TRUE(r);
+    EXPECT_EQ(content(*r), "ab");
+    ASSERT_EQ(r->get_NumChildren(), 1);
+    RefPtr<ClsXml> sig(r->GetChild(0));
+    EXPECT_EQ(sig->tag(), "s:Sig");
+    EXPECT_EQ(content(*sig), "two");
+    StringBuffer v;
+    EXPECT_TRUE(sig->getChildContentUtf8("v", v, false));
+    EXPECT_EQ(v.view(), "1");
+    // Expanded elements have no bytes of their own: they report the reference.
+    EXPECT_EQ(doc.substr(sig->startTagBegin(), sig->startTagEnd() - sig->startTagBegin()), "&sig;");
+    EXPECT_EQ(sig->endTagBegin(), sig->endTagEnd());
+    EXPECT_EQ(xml_test::serialized(*r), "<r>a<s:Sig xmlns:s=\"u\"><v>1</v>two</s:Sig>b</r>");
+}
+
+TEST(XmlEntities, MalformedOrMisusedEntitiesFail) {
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e 'x'>]><r>&f;</r>"), "undefined entity 'f'"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r>&a;</r>"),
+                         "refers to itself"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r x='&a;'/>"),
+                         "refers to itself"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e '<b>'>]><r>&e;</r>"), "not well-balanced"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e '</r><r>'>]><r>&e;</r>"), "opened outside"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e 'a]]>b'>]><r>&e;</r>"), "']]>'"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e '&#38;'>]><r>&e;</r>"), "'&' must start a reference"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e '<'>]><r a='&e;'/>"), "not allowed in attribute"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e SYSTEM 'e.txt'>]><r a='&e;'/>"), "external entity"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!NOTATION n SYSTEM 'v'><!ENTITY e SYSTEM 'f' NDATA n>]><r>&e;</r>"),
+                         "unparsed entity"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e '%p;'>]><r/>"), "'%' is not allowed"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ATTLIST r a CDATA '&later;'><!ENTITY later 'x'>]><r/>"),
+                         "undefined entity 'later'"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [ %missing; ]><r/>"), "undefined parameter entity"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<![INCLUDE[<!ENTITY e 'x'>]]>]><r/>"), "conditional sections"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ELEMENT r (#PCDATA|a)>]><r/>"), "must end in ')*'"));
+    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ELEMENT r (a,b|c)>]><r/>"), "mixed in one"));
+}
+
+TEST(XmlEntities, ChainsAreBoundedInDepth) {
+    auto chain = [](int links) {
+        std::string decls;
+        for (int i = 0; i < links; ++i)
+            decls += "<!ENTITY e" + std::to_string(i) + " '&e" + std::to_string(i + 1) + ";'>";
+        decls += "<!ENTITY e" + std::to_string(links) + " 'end'>";
+        return "<!DOCTYPE r [" + decls + "]>";
+    };
+    RefPtr<ClsXml> shallow = load(chain(10) + "<r a='&e0;'>&e0;</r>");
+    ASSERT_TRUE(shallow);
+    EXPECT_EQ(content(*shallow), "end");
+    EXPECT_EQ(attr(*shallow, "a"), "end");
+    EXPECT_TRUE(contains(firstError(chain(40) + "<r>&e0;</r>"), "nested too deeply"));
+    EXPECT_TRUE(contains(firstError(chain(40) + "<r a='&e0;'/>"), "nested too deeply"));
+}
+
+TEST(XmlEntities, BillionLaughsFailsQuickly) {
+    std::string decls = "<!ENTITY l0 'lol'>";
+    for (int i = 1; i <= 9; ++i) {
+        std::string value;
+        for (int k = 0; k < 10; ++k)
+            value += "&l" + std::to_string(i - 1) + ";";
+        decls += "<!ENTITY l" + std::to_string(i) + " '" + value + "'>";
+    }
+    const std::string dtd = "<!DOCTYPE r [" + decls + "]>";
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_TRUE(contains(firstError(dtd + "<r>&l9;</r>"), "entity expansion exceeds the limit"));
+    EXPECT_TRUE(contains(firstError(dtd + "<r a='&l9;'/>"), "entity expansion exceeds the limit"));
+    EXPECT_TRUE(contains(firstError(dtd + "<r>" + std::string(3000, ' ') + "&l6;&l6;&l6;</r>"),
+                         "entity expansion exceeds the limit"));
+    EXPECT_TRUE(
+        contains(firstError("<!DOCTYPE r [" + decls + "<!ATTLIST r a CDATA '&l9;'>]><r/>"), "exceeds the limit"));
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
+    // Within the limit, nested expansion is ordinary.
+    RefPtr<ClsXml> modest = load(dtd + "<r>&l3;&l3;</r>");
+    ASSERT_TRUE(modest);
+    EXPECT_EQ(content(*modest).size(), 6000u);
+}
+
+TEST(XmlEntities, UndeclaredEntitiesAreToleratedOnlyBehindAnUnreadExternalSubset) {
+    RefPtr<ClsXml> x = load("<!DOCTYPE r SYSTEM 'r.dtd'><r a='[&ext;]'>[&ext;]</r>");
+    ASSERT_TRUE(x);
+    EXPECT_EQ(content(*x), "[]");
+    EXPECT_EQ(attr(*x, "a"), "[]");
+    EXPECT_TRUE(load("<!DOCTYPE r PUBLIC '-//x//y' 'r.dtd' [ %unread; ]><r>&ext;</r>"));
+    EXPECT_TRUE(contains(
+        firstError("<?xml version='1.0' standalone='yes'?><!DOCTYPE r SYSTEM 'r.dtd'><r>&ext;</r>"), "undefined"));
+    // Declared external entities are never fetched: they expand to nothing.
+    RefPtr<ClsXml> y = load("<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r>a&e;b</r>");
+    ASSERT_TRUE(y);
+    EXPECT_EQ(content(*y), "ab");
+}
+
+TEST(XmlEntities, ParameterEntitiesDeclareBetweenDeclarations) {
+    RefPtr<ClsXml> x = load("<!DOCTYPE r [<!ENTITY % decls '<!ENTITY e \"from pe\"><!ATTLIST r d CDATA \"dv\">'> "
+                            "%decls; <!ENTITY e 'redeclared'>]><r>&e;</r>");
+    ASSERT_TRUE(x);
+    EXPECT_EQ(content(*x), "from pe"); // the first declaration binds
+    EXPECT_EQ(attr(*x, "d"), "dv");
+}
+
+TEST(XmlAttributeDefaults, ApplyToElementsThatLackTheAttribute) {
+    RefPtr<ClsXml> r = load("<!DOCTYPE r [<!ENTITY v 'V'><!ATTLIST e a CDATA 'def&v;' b CDATA #IMPLIED "
+                            "c CDATA #FIXED 'fixed' d (x|y) 'x' a CDATA 'ignored'>]>"
+                            "<r><e/><e a='mine' d='y'/><f/></r>");
+    ASSERT_TRUE(r);
+    RefPtr<ClsXml> first(r->GetChild(0));
+    EXPECT_EQ(attr(*first, "a"), "defV");
+    EXPECT_FALSE(first->hasAttribute("b"));
+    EXPECT_EQ(attr(*first, "c"), "fixed");
+    EXPECT_EQ(attr(*first, "d"), "x");
+    EXPECT_EQ(first->get_NumAttributes(), 3);
+    RefPtr<ClsXml> second(r->GetChild(1));
+    EXPECT_EQ(attr(*second, "a"), "mine");
+    EXPECT_EQ(attr(*second, "d"), "y");
+    RefPtr<ClsXml> other(r->GetChild(2));
+    EXPECT_EQ(other->get_NumAttributes(), 0);
+    // Serialized, the defaults are written out, so no DTD is needed to read them back.
+    EXPECT_EQ(xml_test::serialized(*first), "<e a=\"defV\" c=\"fixed\" d=\"x\"/>");
+}
+
+TEST(XmlAttributeValues, AreNormalized) {
+    RefPtr<ClsXml> r = load("<!DOCTYPE r [<!ATTLIST r id ID #IMPLIED list NMTOKENS #IMPLIED>"
+                            "<!ENTITY tab '&#9;'>]>"
+                            "<r cdata=' a\tb\r\nc\nd ' ref='x&#9;&#10;&#13;y' ent='[&tab;]' id='  i1 ' "
+                            "list='  p   q  '/>");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(attr(*r, "cdata"), " a b c d ");
+    EXPECT_EQ(attr(*r, "ref"), "x\t\n\ry"); // character references keep their character
+    EXPECT_EQ(attr(*r, "ent"), "[ ]");       // but an entity's text is normalized too
+    EXPECT_EQ(attr(*r, "id"), "i1");         // declared non-CDATA: spaces collapse
+    EXPECT_EQ(attr(*r, "list"), "p q");
+}
+
+TEST(XmlContent, LineEndsAndCDataAreNormalized) {
+    RefPtr<ClsXml> r = load("<r>a\r\nb\rc<![CDATA[d\r\n<&>]]>e</r>");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(content(*r), "a\nb\ncd\n<&>e");
+}
+
+} // namespace

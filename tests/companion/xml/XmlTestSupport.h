@@ -1,0 +1,77 @@
+#pragma once
+
+#include "companion/log/LogBase.h"
+#include "companion/text/RefCountedObject.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/xml/ClsXml.h"
+
+#include <string>
+#include <string_view>
+
+namespace xml_test {
+
+// The document's root, or null (the log then holds the reason).
+inline RefPtr<ClsXml> load(std::string_view text, LogBase& log, bool autoTrim = false) {
+    RefPtr<ClsXml> xml(ClsXml::createNewCls());
+    if (!xml->loadXml(text, autoTrim, log))
+        return RefPtr<ClsXml>();
+    return xml;
+}
+
+inline RefPtr<ClsXml> load(std::string_view text) {
+    LogBase log;
+    return load(text, log);
+}
+
+inline int errorCount(const LogBase& log) {
+    int n = 0;
+    for (const LogBase::Entry& e : log.entries())
+        n += e.kind == LogBase::Kind::Error;
+    return n;
+}
+
+inline std::string content(const ClsXml& e) {
+    StringBuffer sb;
+    e.get_Content(sb);
+    return std::string(sb.view());
+}
+
+inline std::string attr(const ClsXml& e, const char* name) {
+    StringBuffer sb;
+    e.getAttrValue(name, sb);
+    return std::string(sb.view());
+}
+
+inline std::string serialized(const ClsXml& e) {
+    StringBuffer sb;
+    LogNull log;
+    e.getXml(false, sb, log);
+    return std::string(sb.view());
+}
+
+// Everything the tree's readers can see, element by element, as one string:
+// two documents with equal dumps are the same tree.
+inline void appendDump(const ClsXml& e, std::string& out) {
+    out += "<" + std::string(e.tag());
+    StringBuffer name;
+    StringBuffer value;
+    for (int i = 0; i < e.get_NumAttributes(); ++i) {
+        e.getAttributeName(i, name);
+        e.getAttributeValue(i, value);
+        out += " " + std::string(name.view()) + "=[" + std::string(value.view()) + "]";
+    }
+    out += ">[" + content(e) + "]";
+    for (int i = 0; i < e.get_NumChildren(); ++i) {
+        RefPtr<ClsXml> child(e.GetChild(i));
+        appendDump(*child, out);
+    }
+    out += "</>";
+}
+
+inline std::string dump(const ClsXml& e) {
+    std::string out;
+    appendDump(e, out);
+    return out;
+}
+
+} // namespace xml_test
