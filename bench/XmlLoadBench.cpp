@@ -58,12 +58,11 @@ void appendLine(std::string& doc, uint32_t id, Numbers& n) {
     const std::string sku = std::to_string(100000 + n.next(900000));
     doc += "  <cac:InvoiceLine>\n";
     doc += "    <cbc:ID>" + std::to_string(id) + "</cbc:ID>\n";
-    doc += "    <cbc:InvoicedQuantity unitCode=\"EA\">" + std::to_string(n.next(50) + 1) +
-           "</cbc:InvoicedQuantity>\n";
+    doc += "    <cbc:InvoicedQuantity unitCode=\"EA\">" + std::to_string(n.next(50) + 1) + "</cbc:InvoicedQuantity>\n";
     doc += "    <cbc:LineExtensionAmount currencyID=\"EUR\">" + n.amount() + "</cbc:LineExtensionAmount>\n";
     doc += "    <cac:Item>\n";
-    doc += "      <cbc:Description>Stainless widget, size " + std::to_string(n.next(12) + 30) +
-           ", batch &lt;" + sku + "&gt; (größe M)</cbc:Description>\n";
+    doc += "      <cbc:Description>Stainless widget, size " + std::to_string(n.next(12) + 30) + ", batch &lt;" + sku +
+           "&gt; (größe M)</cbc:Description>\n";
     doc += "      <cbc:Name>Widget " + sku + "</cbc:Name>\n";
     doc += "      <cac:SellersItemIdentification>\n        <cbc:ID>SKU-" + sku +
            "</cbc:ID>\n      </cac:SellersItemIdentification>\n";

@@ -3,3 +3,4 @@
 class CommandLine;
 
 int runInfo(CommandLine& args);
+int runC14n(CommandLine& args);

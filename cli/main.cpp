@@ -8,7 +8,9 @@ namespace {
 
 constexpr const char* kUsage = "usage: xmldsig <command> [options] FILE...\n"
                                "commands:\n"
-                               "  info FILE [--json]   signatures, references and detected profile\n";
+                               "  info FILE [--json]   signatures, references and detected profile\n"
+                               "  c14n [--exclusive] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE\n"
+                               "                       canonical form of the document or of one element\n";
 
 } // namespace
 
@@ -21,6 +23,8 @@ int main(int argc, char** argv) {
     CommandLine args(argc, argv, 2);
     if (command == "info")
         return runInfo(args);
+    if (command == "c14n")
+        return runC14n(args);
     if (command == "--help" || command == "-h") {
         std::cout << kUsage;
         return kExitValid;

@@ -8,6 +8,7 @@
 #include "verifier/_clsXmlDSigBase.h"
 
 class ClsXml;
+class DSigReference;
 
 // Verifies the XML digital signatures of one loaded document.
 class ClsXmlDSig : public _clsXmlDSigBase, public SystemCertsHolder {
@@ -36,6 +37,12 @@ public:
     bool LoadSignatureSb(ClsStringBuilder& sb);
     bool LoadSignatureBd(ClsBinData& bd);
 
+    // Canonicalization as a service: the element a fragment id names (or the
+    // whole document), and the whole document.
+    bool CanonicalizeFragment(XString& xml, XString& fragmentId, XString& version, XString& prefixList,
+                              bool withComments, XString& outXml);
+    bool CanonicalizeXml(XString& xml, XString& version, bool withComments, XString& outXml);
+
     // Internal operations; the caller holds the lock and passes the log.
     bool loadSignature(XString& xml, LogBase& log);
     // Shared body of LoadSignatureBd; takes over the bytes.
@@ -51,6 +58,11 @@ public:
     bool getSignatureMethod(StringBuffer& out, LogBase& log);
     bool getCanonicalizationMethod(StringBuffer& alg, StringBuffer& prefixList, LogBase& log);
     bool getSignatureValue(StringBuffer& out, LogBase& log);
+
+    // The enveloped-signature transform: cuts the selected signature (and the
+    // signatures written directly behind it) out of the text.
+    bool transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref, LogBase& log);
+    bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase& log);
 
     // The profile flags, for callers that report them.
     struct ProfileFlags {

@@ -33,7 +33,9 @@ std::string& emptied(StringBuffer& out) {
 
 } // namespace
 
-ClsXml* ClsXml::createNewCls() { return new (std::nothrow) ClsXml(); }
+ClsXml* ClsXml::createNewCls() {
+    return new (std::nothrow) ClsXml();
+}
 
 ClsXml* ClsXml::handleOn(uint32_t node) const {
     if (node == kNoNode)
@@ -78,9 +80,13 @@ bool ClsXml::load(std::shared_ptr<const std::string> text, bool autoTrim, LogBas
     }
 }
 
-std::string_view ClsXml::tag() const { return m_doc ? m_doc->name(m_node) : std::string_view{}; }
+std::string_view ClsXml::tag() const {
+    return m_doc ? m_doc->name(m_node) : std::string_view{};
+}
 
-void ClsXml::getTagNamespace(StringBuffer& out) const { out.setString(XmlDocument::prefix(tag())); }
+void ClsXml::getTagNamespace(StringBuffer& out) const {
+    out.setString(XmlDocument::prefix(tag()));
+}
 
 bool ClsXml::tagEquals(const char* tagPattern) const {
     return m_doc && tagPattern && xml_match::tagMatches(tagPattern, tag());
@@ -104,11 +110,17 @@ bool ClsXml::getAttrValue(const char* name, StringBuffer& out) const {
     return true;
 }
 
-bool ClsXml::hasAttribute(const char* name) const { return m_doc && name && m_doc->findAttribute(m_node, name); }
+bool ClsXml::hasAttribute(const char* name) const {
+    return m_doc && name && m_doc->findAttribute(m_node, name);
+}
 
-bool ClsXml::HasAttribute(const XString& name) const { return hasAttribute(name.getUtf8()); }
+bool ClsXml::HasAttribute(const XString& name) const {
+    return hasAttribute(name.getUtf8());
+}
 
-int ClsXml::get_NumAttributes() const { return m_doc ? static_cast<int>(m_doc->attributes(m_node).size()) : 0; }
+int ClsXml::get_NumAttributes() const {
+    return m_doc ? static_cast<int>(m_doc->attributes(m_node).size()) : 0;
+}
 
 bool ClsXml::getAttributeName(int index, StringBuffer& out) const {
     out.clear();
@@ -126,7 +138,9 @@ bool ClsXml::getAttributeValue(int index, StringBuffer& out) const {
     return true;
 }
 
-int ClsXml::get_NumChildren() const { return m_doc ? XmlPath::countChildren(*m_doc, m_node, "*") : 0; }
+int ClsXml::get_NumChildren() const {
+    return m_doc ? XmlPath::countChildren(*m_doc, m_node, "*") : 0;
+}
 
 ClsXml* ClsXml::GetChild(int index) const {
     return m_doc ? handleOn(XmlPath::nthChild(*m_doc, m_node, "*", index)) : nullptr;
@@ -148,11 +162,17 @@ bool ClsXml::getParent2() {
     return true;
 }
 
-ClsXml* ClsXml::getParent() const { return m_doc ? handleOn(m_doc->parent(m_node)) : nullptr; }
+ClsXml* ClsXml::getParent() const {
+    return m_doc ? handleOn(m_doc->parent(m_node)) : nullptr;
+}
 
-ClsXml* ClsXml::getRoot() const { return m_doc ? handleOn(m_doc->root()) : nullptr; }
+ClsXml* ClsXml::getRoot() const {
+    return m_doc ? handleOn(m_doc->root()) : nullptr;
+}
 
-ClsXml* ClsXml::getChildWithTagUtf8(const char* tagPath) const { return handleOn(resolve(tagPath)); }
+ClsXml* ClsXml::getChildWithTagUtf8(const char* tagPath) const {
+    return handleOn(resolve(tagPath));
+}
 
 ClsXml* ClsXml::getNthChildWithTagUtf8(const char* tag, int index, LogBase&) const {
     return (m_doc && tag) ? handleOn(XmlPath::nthChild(*m_doc, m_node, tag, index)) : nullptr;
@@ -210,9 +230,19 @@ void ClsXml::GetXml(XString& out) const {
     getXml(false, out.getUtf8Sb_rw(), log);
 }
 
-uint32_t ClsXml::startTagBegin() const { return m_doc ? m_doc->startTagBegin(m_node) : 0; }
-uint32_t ClsXml::startTagEnd() const { return m_doc ? m_doc->startTagEnd(m_node) : 0; }
-uint32_t ClsXml::endTagBegin() const { return m_doc ? m_doc->endTagBegin(m_node) : 0; }
-uint32_t ClsXml::endTagEnd() const { return m_doc ? m_doc->endTagEnd(m_node) : 0; }
+uint32_t ClsXml::startTagBegin() const {
+    return m_doc ? m_doc->startTagBegin(m_node) : 0;
+}
+uint32_t ClsXml::startTagEnd() const {
+    return m_doc ? m_doc->startTagEnd(m_node) : 0;
+}
+uint32_t ClsXml::endTagBegin() const {
+    return m_doc ? m_doc->endTagBegin(m_node) : 0;
+}
+uint32_t ClsXml::endTagEnd() const {
+    return m_doc ? m_doc->endTagEnd(m_node) : 0;
+}
 
-std::string_view ClsXml::sourceText() const { return m_doc ? m_doc->source() : std::string_view{}; }
+std::string_view ClsXml::sourceText() const {
+    return m_doc ? m_doc->source() : std::string_view{};
+}

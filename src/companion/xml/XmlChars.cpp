@@ -37,8 +37,7 @@ inline uint32_t decodeValid(const char*& p) {
     return cp;
 }
 
-template <bool FirstIsStart>
-const char* scanNameChars(const char* p, const char* end) {
+template <bool FirstIsStart> const char* scanNameChars(const char* p, const char* end) {
     const char* q = p;
     bool first = FirstIsStart;
     while (q < end) {
@@ -105,7 +104,9 @@ inline uint64_t bytesEqual(uint64_t w, unsigned char b) {
 
 // The number of lanes marked by bytesEqual (a multiply sums the lanes without
 // relying on a popcount instruction).
-inline size_t countMarkedBytes(uint64_t marks) { return static_cast<size_t>(((marks >> 7) * kOnes) >> 56); }
+inline size_t countMarkedBytes(uint64_t marks) {
+    return static_cast<size_t>(((marks >> 7) * kOnes) >> 56);
+}
 
 // True when every byte of w is printable ASCII (0x20..0x7F).
 inline bool allPrintableAscii(uint64_t w) {
@@ -130,8 +131,12 @@ bool isNameCodePoint(uint32_t cp) {
     return isNameStartCodePoint(cp) || cp == 0xB7 || (cp >= 0x300 && cp <= 0x36F) || (cp >= 0x203F && cp <= 0x2040);
 }
 
-const char* scanName(const char* p, const char* end) { return scanNameChars<true>(p, end); }
-const char* scanNmtoken(const char* p, const char* end) { return scanNameChars<false>(p, end); }
+const char* scanName(const char* p, const char* end) {
+    return scanNameChars<true>(p, end);
+}
+const char* scanNmtoken(const char* p, const char* end) {
+    return scanNameChars<false>(p, end);
+}
 
 void appendUtf8(std::string& out, uint32_t cp) {
     if (cp < 0x80) {

@@ -8,7 +8,9 @@
 // Character classes of XML 1.0 (fifth edition) over UTF-8 text.
 namespace xml_chars {
 
-inline constexpr bool isSpace(char c) { return c == ' ' || c == '\t' || c == '\n' || c == '\r'; }
+inline constexpr bool isSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\n' || c == '\r';
+}
 
 // A code point that may appear in a document (the Char production).
 constexpr bool isXmlChar(uint32_t cp) {

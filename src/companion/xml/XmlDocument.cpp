@@ -1,18 +1,20 @@
 #include "companion/xml/XmlDocument.h"
 
-#include "companion/xml/XmlChars.h"
 #include "companion/xml/XmlLimits.h"
+#include "companion/xml/XmlMarkup.h"
 #include "companion/xml/XmlMatch.h"
 #include "companion/xml/XmlScanner.h"
 #include "companion/xml/XmlTextDecoder.h"
 
 namespace {
 
+using xml_markup::kCDataClose;
+using xml_markup::kCDataOpen;
+using xml_markup::kPiOpen;
+
 constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kXmlPrefix = "xml";
 constexpr std::string_view kXmlns = "xmlns";
-constexpr uint32_t kCDataOpenLength = 9; // "<![CDATA["
-constexpr uint32_t kCDataCloseLength = 3; // "]]>"
 
 uint8_t nodeFlags(uint8_t textFlags) {
     uint8_t flags = 0;
@@ -26,7 +28,8 @@ uint8_t nodeFlags(uint8_t textFlags) {
 } // namespace
 
 XmlDocument::XmlDocument(std::shared_ptr<const std::string> text, bool autoTrim)
-    : m_text(std::move(text)), m_dtd(*m_text), m_autoTrim(autoTrim) {}
+    : m_text(std::move(text)), m_dtd(*m_text), m_autoTrim(autoTrim) {
+}
 
 std::shared_ptr<XmlDocument> XmlDocument::parse(std::shared_ptr<const std::string> text, bool autoTrim,
                                                 std::string& error) {
@@ -107,13 +110,13 @@ uint32_t XmlDocument::addNode(const XmlScanner& scanner, std::vector<OpenElement
 
 void XmlDocument::addAttributes(std::span<const XmlAttribute> attributes) {
     for (const XmlAttribute& a : attributes)
-        m_attributes.push_back(Attribute{a.name.offset, a.value.offset, a.value.length,
-                                         static_cast<uint16_t>(a.name.length), a.flags});
+        m_attributes.push_back(
+            Attribute{a.name.offset, a.value.offset, a.value.length, static_cast<uint16_t>(a.name.length), a.flags});
 }
 
 std::string_view XmlDocument::name(uint32_t n) const {
     const Node& node = m_nodes[n];
-    const uint32_t skip = node.kind == XmlNodeKind::ProcessingInstruction ? 2 : 1; // "<?" or "<"
+    const auto skip = static_cast<uint32_t>(node.kind == XmlNodeKind::ProcessingInstruction ? kPiOpen.size() : 1);
     return m_dtd.slice(XmlSpan{node.begin + skip, node.nameLength});
 }
 
@@ -182,8 +185,9 @@ void XmlDocument::appendContent(uint32_t element, std::string& out) const {
         if (c.kind == XmlNodeKind::Text) {
             XmlTextDecoder::appendContent(m_dtd.slice(XmlSpan{c.begin, c.startEnd - c.begin}), m_dtd, out);
         } else if (c.kind == XmlNodeKind::CData) {
-            const uint32_t begin = c.begin + kCDataOpenLength;
-            XmlTextDecoder::appendCData(m_dtd.slice(XmlSpan{begin, c.startEnd - kCDataCloseLength - begin}), out);
+            const auto begin = static_cast<uint32_t>(c.begin + kCDataOpen.size());
+            const auto end = static_cast<uint32_t>(c.startEnd - kCDataClose.size());
+            XmlTextDecoder::appendCData(m_dtd.slice(XmlSpan{begin, end - begin}), out);
         }
     });
 }
@@ -197,10 +201,10 @@ bool XmlDocument::namespaceUri(uint32_t element, std::string_view prefix, std::s
     for (uint32_t e = element; e != kNoNode; e = m_nodes[e].parent) {
         for (const Attribute& a : attributes(e)) {
             const std::string_view name = attributeName(a);
-            const bool declares = prefix.empty() ? name == kXmlns
-                                                 : name.size() == kXmlns.size() + 1 + prefix.size() &&
-                                                       name.starts_with(kXmlns) && name[kXmlns.size()] == ':' &&
-                                                       name.ends_with(prefix);
+            const bool declares = prefix.empty()
+                                      ? name == kXmlns
+                                      : name.size() == kXmlns.size() + 1 + prefix.size() && name.starts_with(kXmlns) &&
+                                            name[kXmlns.size()] == ':' && name.ends_with(prefix);
             if (declares) {
                 appendAttributeValue(a, uri);
                 return !uri.empty();
@@ -239,7 +243,9 @@ uint32_t XmlDocument::sourceEndTagEnd(uint32_t element) const {
     return static_cast<uint32_t>(p + 1);
 }
 
-uint32_t XmlDocument::startTagBegin(uint32_t element) const { return documentBegin(element); }
+uint32_t XmlDocument::startTagBegin(uint32_t element) const {
+    return documentBegin(element);
+}
 
 uint32_t XmlDocument::startTagEnd(uint32_t element) const {
     return (m_nodes[element].flags & kFromEntity) ? origin(element).end() : m_nodes[element].startEnd;
@@ -249,4 +255,6 @@ uint32_t XmlDocument::endTagBegin(uint32_t element) const {
     return (m_nodes[element].flags & kFromEntity) ? origin(element).end() : m_nodes[element].endBegin;
 }
 
-uint32_t XmlDocument::endTagEnd(uint32_t element) const { return documentEnd(element); }
+uint32_t XmlDocument::endTagEnd(uint32_t element) const {
+    return documentEnd(element);
+}

@@ -100,8 +100,7 @@ public:
 
     // Calls visit(child, text) for each part of an element's content in order:
     // a child node (text empty), or a run of raw character data (child kNoNode).
-    template <class Visitor>
-    void forEachContent(uint32_t element, Visitor&& visit) const;
+    template <class Visitor> void forEachContent(uint32_t element, Visitor&& visit) const;
 
 private:
     struct EntityOrigin {
@@ -132,8 +131,7 @@ private:
     bool m_autoTrim;
 };
 
-template <class Visitor>
-void XmlDocument::forEachContent(uint32_t element, Visitor&& visit) const {
+template <class Visitor> void XmlDocument::forEachContent(uint32_t element, Visitor&& visit) const {
     const Node& e = m_nodes[element];
     // An expanded entity's text is held in Text nodes; a document element's
     // text is what lies between its children.

@@ -77,8 +77,7 @@ private:
         using is_transparent = void;
         size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
     };
-    template <class T>
-    using NameMap = std::unordered_map<std::string, T, NameHash, std::equal_to<>>;
+    template <class T> using NameMap = std::unordered_map<std::string, T, NameHash, std::equal_to<>>;
 
     std::string_view m_document;
     std::string m_entityTexts;

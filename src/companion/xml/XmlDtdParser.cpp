@@ -12,7 +12,21 @@ using xml_chars::skipSpace;
 
 namespace {
 
-constexpr std::string_view kDoctype = "<!DOCTYPE";
+constexpr std::string_view kEntityDecl = "<!ENTITY";
+constexpr std::string_view kAttlistDecl = "<!ATTLIST";
+constexpr std::string_view kElementDecl = "<!ELEMENT";
+constexpr std::string_view kNotationDecl = "<!NOTATION";
+constexpr std::string_view kSystem = "SYSTEM";
+constexpr std::string_view kPublic = "PUBLIC";
+constexpr std::string_view kNdata = "NDATA";
+constexpr std::string_view kCdata = "CDATA";
+constexpr std::string_view kNotation = "NOTATION";
+constexpr std::string_view kRequired = "#REQUIRED";
+constexpr std::string_view kImplied = "#IMPLIED";
+constexpr std::string_view kFixed = "#FIXED";
+constexpr std::string_view kEmpty = "EMPTY";
+constexpr std::string_view kAny = "ANY";
+constexpr std::string_view kPcdata = "#PCDATA";
 
 bool isPubidChar(char c, char quote) {
     if ((c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9'))
@@ -22,8 +36,12 @@ bool isPubidChar(char c, char quote) {
     return std::strchr(" \r\n-()+,./:=?;!*#@$_%", c) != nullptr && c != '\0';
 }
 
-bool isQuote(const char* p, const char* end) { return p < end && (*p == '"' || *p == '\''); }
-bool isOccurrence(const char* p, const char* end) { return p < end && (*p == '?' || *p == '*' || *p == '+'); }
+bool isQuote(const char* p, const char* end) {
+    return p < end && (*p == '"' || *p == '\'');
+}
+bool isOccurrence(const char* p, const char* end) {
+    return p < end && (*p == '?' || *p == '*' || *p == '+');
+}
 
 } // namespace
 
@@ -35,11 +53,11 @@ const char* XmlDtdParser::fail(const char* at, std::string reason) {
 uint32_t XmlDtdParser::parseDoctype(uint32_t begin) {
     const std::string_view doc = m_dtd.document();
     m_cursor = Cursor{doc.data(), doc.data() + doc.size(), 0, UINT32_MAX};
-    const char* p = parseName(requireSpace(doc.data() + begin + kDoctype.size()));
+    const char* p = parseName(requireSpace(doc.data() + begin + xml_markup::kDoctypeOpen.size()));
     if (!p)
         return 0;
     const char* q = skipSpace(p, m_cursor.end);
-    if (q > p && (startsWith(q, "SYSTEM") || startsWith(q, "PUBLIC"))) {
+    if (q > p && (startsWith(q, kSystem) || startsWith(q, kPublic))) {
         q = parseExternalId(q, SystemLiteral::Required);
         if (!q)
             return 0;
@@ -130,19 +148,19 @@ const char* XmlDtdParser::parseParameterReference(const char* p, bool& entered, 
 const char* XmlDtdParser::parseDeclaration(const char* p) {
     xml_markup::Fault fault;
     const char* end = nullptr;
-    if (startsWith(p, "<!--")) {
-        end = xml_markup::commentEnd(p + 4, m_cursor.end, fault);
-    } else if (startsWith(p, "<?")) {
+    if (startsWith(p, xml_markup::kCommentOpen)) {
+        end = xml_markup::commentEnd(p + xml_markup::kCommentOpen.size(), m_cursor.end, fault);
+    } else if (startsWith(p, xml_markup::kPiOpen)) {
         xml_markup::ProcessingInstruction pi;
-        end = xml_markup::processingInstructionEnd(p + 2, m_cursor.end, pi, fault);
-    } else if (startsWith(p, "<!ENTITY")) {
-        return parseEntityDecl(p + 8);
-    } else if (startsWith(p, "<!ATTLIST")) {
-        return parseAttlistDecl(p + 9);
-    } else if (startsWith(p, "<!ELEMENT")) {
-        return parseElementDecl(p + 9);
-    } else if (startsWith(p, "<!NOTATION")) {
-        return parseNotationDecl(p + 10);
+        end = xml_markup::processingInstructionEnd(p + xml_markup::kPiOpen.size(), m_cursor.end, pi, fault);
+    } else if (startsWith(p, kEntityDecl)) {
+        return parseEntityDecl(p + kEntityDecl.size());
+    } else if (startsWith(p, kAttlistDecl)) {
+        return parseAttlistDecl(p + kAttlistDecl.size());
+    } else if (startsWith(p, kElementDecl)) {
+        return parseElementDecl(p + kElementDecl.size());
+    } else if (startsWith(p, kNotationDecl)) {
+        return parseNotationDecl(p + kNotationDecl.size());
     } else if (startsWith(p, "<![")) {
         return fail(p, "conditional sections are only allowed in an external DTD subset");
     } else {
@@ -175,10 +193,10 @@ const char* XmlDtdParser::parseEntityDecl(const char* p) {
             return nullptr;
         entity.kind = XmlDtd::EntityKind::External;
         const char* q = skipSpace(p, m_cursor.end);
-        if (q > p && startsWith(q, "NDATA")) {
+        if (q > p && startsWith(q, kNdata)) {
             if (parameter)
                 return fail(q, "a parameter entity cannot be unparsed");
-            if (!(q = requireSpace(q + 5)) || !(q = parseName(q)))
+            if (!(q = requireSpace(q + kNdata.size())) || !(q = parseName(q)))
                 return nullptr;
             entity.kind = XmlDtd::EntityKind::Unparsed;
             p = q;
@@ -276,14 +294,14 @@ const char* XmlDtdParser::parseAttributeType(const char* p, bool& tokenized) {
         const std::string_view type(p, static_cast<size_t>(q - p));
         static constexpr std::string_view kTokenizedTypes[] = {"ID",       "IDREF",   "IDREFS",  "ENTITY",
                                                                "ENTITIES", "NMTOKEN", "NMTOKENS"};
-        if (type == "CDATA") {
+        if (type == kCdata) {
             tokenized = false;
             return q;
         }
         for (std::string_view t : kTokenizedTypes)
             if (type == t)
                 return q;
-        if (type != "NOTATION")
+        if (type != kNotation)
             return fail(p, "unknown attribute type");
         if (!(p = requireSpace(q)))
             return nullptr;
@@ -306,11 +324,11 @@ const char* XmlDtdParser::parseAttributeType(const char* p, bool& tokenized) {
 }
 
 const char* XmlDtdParser::parseDefaultValue(const char* p, XmlDtd::AttributeDecl& decl) {
-    if (startsWith(p, "#REQUIRED"))
-        return p + 9;
-    if (startsWith(p, "#IMPLIED"))
-        return p + 8;
-    if (startsWith(p, "#FIXED") && !(p = requireSpace(p + 6)))
+    if (startsWith(p, kRequired))
+        return p + kRequired.size();
+    if (startsWith(p, kImplied))
+        return p + kImplied.size();
+    if (startsWith(p, kFixed) && !(p = requireSpace(p + kFixed.size())))
         return nullptr;
     if (!isQuote(p, m_cursor.end))
         return fail(p, "attribute default must be quoted");
@@ -348,10 +366,10 @@ const char* XmlDtdParser::parseElementDecl(const char* p) {
     p = requireSpace(p);
     if (!p || !(p = parseName(p)) || !(p = requireSpace(p)))
         return nullptr;
-    if (startsWith(p, "EMPTY"))
-        p += 5;
-    else if (startsWith(p, "ANY"))
-        p += 3;
+    if (startsWith(p, kEmpty))
+        p += kEmpty.size();
+    else if (startsWith(p, kAny))
+        p += kAny.size();
     else if (*p == '(')
         p = parseContentModel(p);
     else
@@ -361,8 +379,8 @@ const char* XmlDtdParser::parseElementDecl(const char* p) {
 
 const char* XmlDtdParser::parseContentModel(const char* p) {
     const char* q = skipSpace(p + 1, m_cursor.end);
-    if (startsWith(q, "#PCDATA"))
-        return parseMixedContent(q + 7);
+    if (startsWith(q, kPcdata))
+        return parseMixedContent(q + kPcdata.size());
     // One separator per open group: 0 until the group shows ',' or '|'.
     std::string separators(1, '\0');
     p = q;
@@ -429,13 +447,13 @@ const char* XmlDtdParser::parseNotationDecl(const char* p) {
 }
 
 const char* XmlDtdParser::parseExternalId(const char* p, SystemLiteral systemLiteral) {
-    if (startsWith(p, "SYSTEM")) {
-        p = requireSpace(p + 6);
+    if (startsWith(p, kSystem)) {
+        p = requireSpace(p + kSystem.size());
         return p ? parseQuoted(p, false) : nullptr;
     }
-    if (!startsWith(p, "PUBLIC"))
+    if (!startsWith(p, kPublic))
         return fail(p, "expected SYSTEM or PUBLIC");
-    if (!(p = requireSpace(p + 6)) || !(p = parseQuoted(p, true)))
+    if (!(p = requireSpace(p + kPublic.size())) || !(p = parseQuoted(p, true)))
         return nullptr;
     if (systemLiteral == SystemLiteral::Required) {
         p = requireSpace(p);

@@ -22,7 +22,7 @@ const char* commentEnd(const char* p, const char* end, Fault& fault) {
         if (dash + 1 >= end || dash[1] != '-')
             continue;
         if (dash + 2 < end && dash[2] == '>')
-            return dash + 3;
+            return dash + kCommentClose.size();
         fault = {dash, "'--' is not allowed inside a comment"};
         return nullptr;
     }

@@ -2,7 +2,16 @@
 
 // Comments and processing instructions, which look the same inside the
 // internal DTD subset and in the document.
+#include <string_view>
+
 namespace xml_markup {
+
+inline constexpr std::string_view kCommentOpen = "<!--";
+inline constexpr std::string_view kCommentClose = "-->";
+inline constexpr std::string_view kPiOpen = "<?";
+inline constexpr std::string_view kCDataOpen = "<![CDATA[";
+inline constexpr std::string_view kCDataClose = "]]>";
+inline constexpr std::string_view kDoctypeOpen = "<!DOCTYPE";
 
 struct Fault {
     const char* at = nullptr;

@@ -54,8 +54,7 @@ bool XmlReference::predefined(std::string_view name, uint32_t& codePoint) {
         std::string_view name;
         char value;
     };
-    static constexpr Predefined kPredefined[] = {
-        {"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"apos", '\''}, {"quot", '"'}};
+    static constexpr Predefined kPredefined[] = {{"lt", '<'}, {"gt", '>'}, {"amp", '&'}, {"apos", '\''}, {"quot", '"'}};
     for (const Predefined& e : kPredefined) {
         if (e.name == name) {
             codePoint = static_cast<uint32_t>(e.value);

@@ -14,10 +14,14 @@ using xml_chars::skipSpace;
 
 namespace {
 
+using xml_markup::kCDataClose;
+using xml_markup::kCDataOpen;
+using xml_markup::kCommentOpen;
+using xml_markup::kPiOpen;
+
 constexpr std::string_view kBom = "\xEF\xBB\xBF";
-constexpr std::string_view kDoctype = "<!DOCTYPE";
-constexpr std::string_view kCDataOpen = "<![CDATA[";
-constexpr std::string_view kCDataClose = "]]>";
+constexpr std::string_view kXmlDeclarationOpen = "<?xml";
+constexpr std::string_view kXmlDeclarationClose = "?>";
 // Up to this many attributes, pairwise comparison beats sorting.
 constexpr size_t kPairwiseUniquenessLimit = 8;
 
@@ -100,7 +104,9 @@ bool XmlScanner::start() {
     const char* p = in.base;
     if (text.starts_with(kBom))
         p += kBom.size();
-    if (startsWith(p, in.end, "<?xml") && p + 5 < in.end && xml_chars::isSpace(p[5]) && !readXmlDeclaration(p))
+    const char* afterOpen = p + kXmlDeclarationOpen.size();
+    if (startsWith(p, in.end, kXmlDeclarationOpen) && afterOpen < in.end && xml_chars::isSpace(*afterOpen) &&
+        !readXmlDeclaration(p))
         return false;
     in.p = p;
     m_phase = Phase::Prolog;
@@ -109,7 +115,7 @@ bool XmlScanner::start() {
 
 bool XmlScanner::readXmlDeclaration(const char*& p) {
     const char* const end = m_inputs[0].end;
-    const char* q = p + 5;
+    const char* q = p + kXmlDeclarationOpen.size();
     // Reads ` name = "value"`; 1 when read, 0 when the name is not next, -1 on a fault.
     auto bad = [&](const char* at, const char* reason) {
         fail(at, reason);
@@ -154,9 +160,9 @@ bool XmlScanner::readXmlDeclaration(const char*& p) {
         return fail(p, "standalone must be 'yes' or 'no'");
     m_dtd.setStandalone(standalone == "yes");
     q = skipSpace(q, end);
-    if (!startsWith(q, end, "?>"))
+    if (!startsWith(q, end, kXmlDeclarationClose))
         return fail(q, "malformed XML declaration");
-    p = q + 2;
+    p = q + kXmlDeclarationClose.size();
     return true;
 }
 
@@ -184,13 +190,13 @@ bool XmlScanner::nextOutsideRoot() {
     if (*p != '<')
         return fail(p, prolog ? "text is not allowed before the root element"
                               : "text is not allowed after the root element");
-    if (startsWith(p, in.end, "<?"))
+    if (startsWith(p, in.end, kPiOpen))
         return scanProcessingInstruction(in, p);
-    if (startsWith(p, in.end, "<!--"))
+    if (startsWith(p, in.end, kCommentOpen))
         return scanComment(in, p);
     if (!prolog)
         return fail(p, "extra content after the root element");
-    if (startsWith(p, in.end, kDoctype))
+    if (startsWith(p, in.end, xml_markup::kDoctypeOpen))
         return m_seenDoctype ? fail(p, "only one DOCTYPE declaration is allowed") : scanDoctype(in, p);
     if (p + 1 < in.end && p[1] == '!')
         return fail(p, "unexpected markup before the root element");
@@ -216,7 +222,7 @@ bool XmlScanner::nextInContent() {
     case '?':
         return scanProcessingInstruction(in, p);
     case '!':
-        if (startsWith(p, in.end, "<!--"))
+        if (startsWith(p, in.end, kCommentOpen))
             return scanComment(in, p);
         if (startsWith(p, in.end, kCDataOpen))
             return scanCData(in, p);
@@ -321,8 +327,7 @@ bool XmlScanner::enterEntity(Input& in, const char* reference, XmlSpan name, con
 bool XmlScanner::leaveEntity() {
     const Input& in = m_inputs.back();
     if (depth() != in.depthAtEntry)
-        return fail(in.p, "the text of entity reference " + std::string(slice(in.reference)) +
-                              " is not well-balanced");
+        return fail(in.p, "the text of entity reference " + std::string(slice(in.reference)) + " is not well-balanced");
     in.entity->inUse = false;
     const XmlSpan reference = in.reference;
     m_inputs.pop_back();
@@ -502,19 +507,19 @@ bool XmlScanner::scanEndTag(Input& in, const char* p) {
 
 bool XmlScanner::scanComment(Input& in, const char* p) {
     xml_markup::Fault fault;
-    const char* end = xml_markup::commentEnd(p + 4, in.end, fault);
+    const char* end = xml_markup::commentEnd(p + kCommentOpen.size(), in.end, fault);
     if (!end)
         return fail(fault.at, fault.reason);
     in.p = end;
     setToken(XmlTokenKind::Comment, offsetOf(in, p), offsetOf(in, end));
-    m_token.content = spanOf(in, p + 4, end - 3);
+    m_token.content = spanOf(in, p + kCommentOpen.size(), end - xml_markup::kCommentClose.size());
     return true;
 }
 
 bool XmlScanner::scanProcessingInstruction(Input& in, const char* p) {
     xml_markup::Fault fault;
     xml_markup::ProcessingInstruction pi;
-    const char* end = xml_markup::processingInstructionEnd(p + 2, in.end, pi, fault);
+    const char* end = xml_markup::processingInstructionEnd(p + kPiOpen.size(), in.end, pi, fault);
     if (!end)
         return fail(fault.at, fault.reason);
     in.p = end;

@@ -8,7 +8,9 @@
 namespace {
 
 // The length of a line end at p: 2 for "\r\n", 1 for a lone '\r'.
-size_t lineEndLength(const char* p, const char* end) { return (p + 1 < end && p[1] == '\n') ? 2 : 1; }
+size_t lineEndLength(const char* p, const char* end) {
+    return (p + 1 < end && p[1] == '\n') ? 2 : 1;
+}
 
 } // namespace
 
@@ -67,8 +69,7 @@ void XmlTextDecoder::appendAttribute(std::string_view raw, const XmlDtd& dtd, bo
         collapseSpaces(out, from);
 }
 
-void XmlTextDecoder::appendAttributeText(std::string_view raw, const XmlDtd& dtd, uint32_t nesting,
-                                         std::string& out) {
+void XmlTextDecoder::appendAttributeText(std::string_view raw, const XmlDtd& dtd, uint32_t nesting, std::string& out) {
     const char* p = raw.data();
     const char* const end = p + raw.size();
     std::string unused;

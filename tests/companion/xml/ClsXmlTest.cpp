@@ -13,7 +13,9 @@ using xml_test::load;
 
 constexpr const char* kDsig = "http://www.w3.org/2000/09/xmldsig#";
 
-std::string tagOf(ClsXml* e) { return e ? std::string(e->tag()) : std::string("(null)"); }
+std::string tagOf(ClsXml* e) {
+    return e ? std::string(e->tag()) : std::string("(null)");
+}
 
 TEST(ClsXmlNavigation, ChildrenAreElementsOnly) {
     RefPtr<ClsXml> r = load("<r>text<!--c--><a/><?pi?><![CDATA[x]]><b><c/></b>tail</r>");
@@ -159,15 +161,18 @@ TEST(ClsXmlSearch, DocumentOrderFromAfter) {
 }
 
 TEST(ClsXmlSignatures, FoundByNamespaceOrBySignedInfoInDocumentOrder) {
-    const std::string doc = std::string("<r xmlns:ds='") + kDsig + "' xmlns:cac='urn:cac'>"
-                            "<cac:Signature><cac:ID>ubl</cac:ID></cac:Signature>"            // UBL: not one
-                            "<ds:Signature Id='s1'><ds:Object><Signature xmlns='" + kDsig + "' Id='s2'/>"
+    const std::string doc = std::string("<r xmlns:ds='") + kDsig +
+                            "' xmlns:cac='urn:cac'>"
+                            "<cac:Signature><cac:ID>ubl</cac:ID></cac:Signature>" // UBL: not one
+                            "<ds:Signature Id='s1'><ds:Object><Signature xmlns='" +
+                            kDsig +
+                            "' Id='s2'/>"
                             "</ds:Object></ds:Signature>"
                             "<ebics:AuthSignature xmlns:ebics='urn:ebics' Id='s3'><ds:SignedInfo/>"
                             "<ds:SignatureValue/></ebics:AuthSignature>"
                             "<x:Signature xmlns:x='urn:other' Id='no'/>"
                             "<ds:Signature xmlns:ds='urn:rebound' Id='no2'/>"
-                            "<e Id='no3'><ds:SignedInfo/></e>"                                // no SignatureValue
+                            "<e Id='no3'><ds:SignedInfo/></e>" // no SignatureValue
                             "</r>";
     RefPtr<ClsXml> r = load(doc);
     ASSERT_TRUE(r);

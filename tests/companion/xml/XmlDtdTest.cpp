@@ -18,7 +18,9 @@ std::string firstError(const std::string& text) {
     return log.firstError();
 }
 
-bool contains(const std::string& s, const char* part) { return s.find(part) != std::string::npos; }
+bool contains(const std::string& s, const char* part) {
+    return s.find(part) != std::string::npos;
+}
 
 TEST(XmlEntities, ExpandInContentAndAttributes) {
     RefPtr<ClsXml> x = load("<!DOCTYPE r [<!ENTITY ns 'http://example.org/'><!ENTITY full '&ns;x&#38;amp;y'>]>"
@@ -49,10 +51,10 @@ TEST(XmlEntities, EntityWithMarkupBecomesElementsAtTheReference) {
 
 TEST(XmlEntities, MalformedOrMisusedEntitiesFail) {
     EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e 'x'>]><r>&f;</r>"), "undefined entity 'f'"));
-    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r>&a;</r>"),
-                         "refers to itself"));
-    EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r x='&a;'/>"),
-                         "refers to itself"));
+    EXPECT_TRUE(
+        contains(firstError("<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r>&a;</r>"), "refers to itself"));
+    EXPECT_TRUE(
+        contains(firstError("<!DOCTYPE r [<!ENTITY a '&b;'><!ENTITY b '&a;'>]><r x='&a;'/>"), "refers to itself"));
     EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e '<b>'>]><r>&e;</r>"), "not well-balanced"));
     EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e '</r><r>'>]><r>&e;</r>"), "opened outside"));
     EXPECT_TRUE(contains(firstError("<!DOCTYPE r [<!ENTITY e 'a]]>b'>]><r>&e;</r>"), "']]>'"));
@@ -115,8 +117,8 @@ TEST(XmlEntities, UndeclaredEntitiesAreToleratedOnlyBehindAnUnreadExternalSubset
     EXPECT_EQ(content(*x), "[]");
     EXPECT_EQ(attr(*x, "a"), "[]");
     EXPECT_TRUE(load("<!DOCTYPE r PUBLIC '-//x//y' 'r.dtd' [ %unread; ]><r>&ext;</r>"));
-    EXPECT_TRUE(contains(
-        firstError("<?xml version='1.0' standalone='yes'?><!DOCTYPE r SYSTEM 'r.dtd'><r>&ext;</r>"), "undefined"));
+    EXPECT_TRUE(contains(firstError("<?xml version='1.0' standalone='yes'?><!DOCTYPE r SYSTEM 'r.dtd'><r>&ext;</r>"),
+                         "undefined"));
     // Declared external entities are never fetched: they expand to nothing.
     RefPtr<ClsXml> y = load("<!DOCTYPE r [<!ENTITY e SYSTEM 'file:///etc/passwd'>]><r>a&e;b</r>");
     ASSERT_TRUE(y);
@@ -159,8 +161,8 @@ TEST(XmlAttributeValues, AreNormalized) {
     ASSERT_TRUE(r);
     EXPECT_EQ(attr(*r, "cdata"), " a b c d ");
     EXPECT_EQ(attr(*r, "ref"), "x\t\n\ry"); // character references keep their character
-    EXPECT_EQ(attr(*r, "ent"), "[ ]");       // but an entity's text is normalized too
-    EXPECT_EQ(attr(*r, "id"), "i1");         // declared non-CDATA: spaces collapse
+    EXPECT_EQ(attr(*r, "ent"), "[ ]");      // but an entity's text is normalized too
+    EXPECT_EQ(attr(*r, "id"), "i1");        // declared non-CDATA: spaces collapse
     EXPECT_EQ(attr(*r, "list"), "p q");
 }
 

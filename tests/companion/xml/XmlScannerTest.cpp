@@ -1,6 +1,6 @@
+#include "companion/xml/XmlScanner.h"
 #include "XmlTestSupport.h"
 #include "companion/xml/XmlDtd.h"
-#include "companion/xml/XmlScanner.h"
 
 #include <gtest/gtest.h>
 
@@ -95,7 +95,9 @@ TEST(XmlScanner, RejectsMalformedDocumentsWithOneReason) {
         {"<a b='<'/>", "'<' not allowed in attribute values"},
         {"<a b='x/>", "unterminated attribute value"},
         {"<1a/>", "invalid element name"},
-        {"<\xC2\xB7" "a/>", "invalid element name"}, // U+00B7 may follow, not start, a name
+        {"<\xC2\xB7"
+         "a/>",
+         "invalid element name"}, // U+00B7 may follow, not start, a name
         {"<a>]]></a>", "']]>' is not allowed in content"},
         {"<a><!-- x -- y --></a>", "'--' is not allowed inside a comment"},
         {"<a><!-- x ---></a>", "'--' is not allowed inside a comment"},
@@ -117,9 +119,9 @@ TEST(XmlScanner, RejectsMalformedDocumentsWithOneReason) {
         {"<a>&nope;</a>", "undefined entity 'nope'"},
         {"<a>\x01</a>", "illegal character U+0001"},
         {"<a>\xEF\xBF\xBE</a>", "illegal character U+FFFE"},
-        {"<a>\xC0\xAF</a>", "invalid UTF-8 byte sequence"},    // overlong '/'
-        {"<a>\xED\xA0\x80</a>", "illegal character U+D800"},   // encoded surrogate
-        {"<a>\xE2\x82</a>", "invalid UTF-8 byte sequence"},    // truncated sequence
+        {"<a>\xC0\xAF</a>", "invalid UTF-8 byte sequence"},  // overlong '/'
+        {"<a>\xED\xA0\x80</a>", "illegal character U+D800"}, // encoded surrogate
+        {"<a>\xE2\x82</a>", "invalid UTF-8 byte sequence"},  // truncated sequence
         {"<!DOCTYPE a><!DOCTYPE a><a/>", "only one DOCTYPE declaration is allowed"},
         {"<!DOCTYPE html PUBLIC \"-//W3C//DTD HTML 4.0//EN\"><a/>", "whitespace required"},
     };
@@ -129,19 +131,20 @@ TEST(XmlScanner, RejectsMalformedDocumentsWithOneReason) {
 
 TEST(XmlScanner, AcceptsWhatXmlAllowsButLooksOdd) {
     const char* accepted[] = {
-        "<a:b/>",                                     // undeclared prefix: a namespace error only
-        "<a xmlns:p=''><p:b/></a>",                   // empty prefixed namespace, likewise
-        "<a:b:c/>",                                   // not a QName, still a Name
-        "<a b='>' c=\"'\"/>",                         // '>' and the other quote inside a value
-        "<?xml version='1.1'?><a/>",                  // later 1.x versions are read as 1.0
+        "<a:b/>",                    // undeclared prefix: a namespace error only
+        "<a xmlns:p=''><p:b/></a>",  // empty prefixed namespace, likewise
+        "<a:b:c/>",                  // not a QName, still a Name
+        "<a b='>' c=\"'\"/>",        // '>' and the other quote inside a value
+        "<?xml version='1.1'?><a/>", // later 1.x versions are read as 1.0
         "<?xml version = '1.0' encoding = 'x-y_z.1' standalone = 'no' ?><a/>",
-        "<été ñ='1'><a\xC2\xB7" "b/></été>",          // non-ASCII name characters
-        "<a>\x7F\xC2\x80 \xF4\x8F\xBF\xBF</a>",      // DEL, C1 controls and U+10FFFF are characters
+        "<été ñ='1'><a\xC2\xB7"
+        "b/></été>",                            // non-ASCII name characters
+        "<a>\x7F\xC2\x80 \xF4\x8F\xBF\xBF</a>", // DEL, C1 controls and U+10FFFF are characters
         "<a>]] ]> ]]</a>",
         "<a><!----></a>",
         "<a><?p?><?q-r data ?></a>",
         "<a></a \n>",
-        "\xEF\xBB\xBF<a/>",                           // one byte-order mark
+        "\xEF\xBB\xBF<a/>", // one byte-order mark
         "<!-- c --><?pi?>\n<a/>\n<!-- c --><?pi?>\n",
     };
     for (const char* text : accepted) {

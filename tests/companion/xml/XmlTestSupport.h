@@ -52,20 +52,20 @@ inline std::string serialized(const ClsXml& e) {
 // Everything the tree's readers can see, element by element, as one string:
 // two documents with equal dumps are the same tree.
 inline void appendDump(const ClsXml& e, std::string& out) {
-    out += "<" + std::string(e.tag());
+    out.append("<").append(e.tag());
     StringBuffer name;
     StringBuffer value;
     for (int i = 0; i < e.get_NumAttributes(); ++i) {
         e.getAttributeName(i, name);
         e.getAttributeValue(i, value);
-        out += " " + std::string(name.view()) + "=[" + std::string(value.view()) + "]";
+        out.append(" ").append(name.view()).append("=[").append(value.view()).append("]");
     }
-    out += ">[" + content(e) + "]";
+    out.append(">[").append(content(e)).append("]");
     for (int i = 0; i < e.get_NumChildren(); ++i) {
         RefPtr<ClsXml> child(e.GetChild(i));
         appendDump(*child, out);
     }
-    out += "</>";
+    out.append("</>");
 }
 
 inline std::string dump(const ClsXml& e) {

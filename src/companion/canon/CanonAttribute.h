@@ -1,0 +1,27 @@
+#pragma once
+
+#include "companion/xml/XmlToken.h"
+
+#include <cstdint>
+#include <span>
+#include <string_view>
+
+// One attribute of an output element, with what its ordering needs.
+struct CanonAttribute {
+    std::string_view qname;
+    std::string_view prefix;
+    std::string_view localName;
+    std::string_view namespaceUri; // empty for an unprefixed attribute
+    XmlSpan value;                 // raw, in the scanned text
+    uint8_t flags = 0;             // XmlAttributeFlag
+};
+
+namespace canon_attribute_order {
+
+// Canonical order: by namespace URI (none first), then by local name.
+void sortCanonical(std::span<CanonAttribute> attributes);
+// The order of signers that sort by the name as written: by prefix (none
+// first), then by local name, whatever the prefixes stand for.
+void sortAsWritten(std::span<CanonAttribute> attributes);
+
+} // namespace canon_attribute_order

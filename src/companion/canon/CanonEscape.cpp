@@ -1,0 +1,193 @@
+#include "companion/canon/CanonEscape.h"
+
+#include "companion/xml/XmlChars.h"
+#include "companion/xml/XmlDtd.h"
+#include "companion/xml/XmlReference.h"
+#include "companion/xml/XmlTextDecoder.h"
+#include "companion/xml/XmlToken.h"
+
+#include <array>
+
+namespace {
+
+constexpr std::array<bool, 256> byteTable(std::string_view bytes) {
+    std::array<bool, 256> table{};
+    for (char c : bytes)
+        table[static_cast<unsigned char>(c)] = true;
+    return table;
+}
+// What canonical text escapes, plus '&' and CR, which raw text decodes first.
+constexpr auto kTextSpecial = byteTable("&<>\r");
+constexpr auto kAttributeSpecial = byteTable("&<\"\t\n\r");
+
+constexpr std::string_view kLineFeed = "\n";
+constexpr std::string_view kEscapedCarriageReturn = "&#xD;";
+
+std::string_view textEscape(char c) {
+    switch (c) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '>':
+        return "&gt;";
+    default:
+        return kEscapedCarriageReturn;
+    }
+}
+
+std::string_view attributeEscape(char c) {
+    switch (c) {
+    case '&':
+        return "&amp;";
+    case '<':
+        return "&lt;";
+    case '"':
+        return "&quot;";
+    case '\t':
+        return "&#x9;";
+    case '\n':
+        return "&#xA;";
+    default:
+        return kEscapedCarriageReturn;
+    }
+}
+
+// The first byte at or after p that the table marks, or end.
+const char* findSpecial(const char* p, const char* end, const std::array<bool, 256>& special) {
+    while (p < end && !special[static_cast<unsigned char>(*p)])
+        ++p;
+    return p;
+}
+
+// Decoded character data: every special byte is escaped.
+void appendEscapedText(std::string& out, std::string_view text) {
+    const char* p = text.data();
+    const char* const end = p + text.size();
+    while (p < end) {
+        const char* run = p;
+        p = findSpecial(p, end, kTextSpecial);
+        out.append(run, p);
+        if (p == end)
+            break;
+        out.append(textEscape(*p++));
+    }
+}
+
+void appendEscapedAttribute(std::string& out, std::string_view value) {
+    const char* p = value.data();
+    const char* const end = p + value.size();
+    while (p < end) {
+        const char* run = p;
+        p = findSpecial(p, end, kAttributeSpecial);
+        out.append(run, p);
+        if (p == end)
+            break;
+        out.append(attributeEscape(*p++));
+    }
+}
+
+void appendEscapedCodePoint(std::string& out, uint32_t codePoint) {
+    if (codePoint < 0x80 && kTextSpecial[codePoint])
+        out.append(textEscape(static_cast<char>(codePoint)));
+    else
+        xml_chars::appendUtf8(out, codePoint);
+}
+
+// The byte after a line end at p ("\r\n" or a lone "\r").
+const char* skipLineEnd(const char* p, const char* end) { return (p + 1 < end && p[1] == '\n') ? p + 2 : p + 1; }
+
+// Appends the reference at p (on '&') and returns the byte after it.
+const char* appendReference(std::string& out, const char* p, const char* end, const XmlDtd& dtd) {
+    XmlReference ref;
+    std::string unused;
+    if (!XmlReference::parse(p, end, ref, unused)) {
+        // The scanner has checked every reference; keep anything else literally.
+        out.append(textEscape('&'));
+        return p + 1;
+    }
+    if (ref.kind != XmlReference::Kind::Entity) {
+        appendEscapedCodePoint(out, ref.codePoint);
+        return ref.end;
+    }
+    // An entity with markup was expanded into tokens of its own; an external
+    // one is never read.
+    const XmlDtd::Entity* entity = dtd.findEntity(ref.name);
+    if (entity && entity->kind == XmlDtd::EntityKind::Internal && entity->plainText)
+        appendEscapedText(out, dtd.slice(entity->replacement));
+    return ref.end;
+}
+
+} // namespace
+
+namespace canon_escape {
+
+void appendText(std::string& out, std::string_view raw, uint8_t textFlags, bool crIsCharacter, const XmlDtd& dtd) {
+    if (textFlags == 0) {
+        appendEscapedText(out, raw);
+        return;
+    }
+    const char* p = raw.data();
+    const char* const end = p + raw.size();
+    while (p < end) {
+        const char* run = p;
+        p = findSpecial(p, end, kTextSpecial);
+        out.append(run, p);
+        if (p == end)
+            break;
+        if (*p == '&') {
+            p = appendReference(out, p, end, dtd);
+        } else if (*p == '\r' && !crIsCharacter) {
+            out.append(kLineFeed);
+            p = skipLineEnd(p, end);
+        } else {
+            out.append(textEscape(*p++));
+        }
+    }
+}
+
+void appendCData(std::string& out, std::string_view raw, bool crIsCharacter) {
+    const char* p = raw.data();
+    const char* const end = p + raw.size();
+    while (p < end) {
+        const char* run = p;
+        p = findSpecial(p, end, kTextSpecial);
+        out.append(run, p);
+        if (p == end)
+            break;
+        if (*p == '\r' && !crIsCharacter) {
+            out.append(kLineFeed);
+            p = skipLineEnd(p, end);
+        } else {
+            out.append(textEscape(*p++));
+        }
+    }
+}
+
+void appendAttributeValue(std::string& out, std::string_view raw, uint8_t attributeFlags, const XmlDtd& dtd,
+                          std::string& scratch) {
+    if (!(attributeFlags & kAttrNeedsDecoding)) {
+        appendEscapedAttribute(out, raw);
+        return;
+    }
+    scratch.clear();
+    XmlTextDecoder::appendAttribute(raw, dtd, (attributeFlags & kAttrTokenized) != 0, scratch);
+    appendEscapedAttribute(out, scratch);
+}
+
+void appendMarkupText(std::string& out, std::string_view raw) {
+    const char* p = raw.data();
+    const char* const end = p + raw.size();
+    while (p < end) {
+        const char* run = p;
+        while (p < end && *p != '\r')
+            ++p;
+        out.append(run, p);
+        if (p == end)
+            break;
+        out.append(kLineFeed);
+        p = skipLineEnd(p, end);
+    }
+}
+
+} // namespace canon_escape

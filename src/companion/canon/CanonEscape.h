@@ -1,0 +1,26 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+class XmlDtd;
+
+// Writes the character content of canonical XML: raw text from the scanner
+// is decoded (references, line ends) and escaped in one go.
+namespace canon_escape {
+
+// Character data: & < > and CR escaped. `crIsCharacter` is set inside an
+// entity's replacement text, where a CR can only come from a character
+// reference in the entity value and so is not a line end.
+void appendText(std::string& out, std::string_view raw, uint8_t textFlags, bool crIsCharacter, const XmlDtd& dtd);
+// A CDATA section's text, written as escaped character data.
+void appendCData(std::string& out, std::string_view raw, bool crIsCharacter);
+// A normalized attribute value: & < " TAB LF CR escaped. `scratch` holds the
+// decoded value when the raw one needs decoding.
+void appendAttributeValue(std::string& out, std::string_view raw, uint8_t attributeFlags, const XmlDtd& dtd,
+                          std::string& scratch);
+// Comment and processing-instruction text: only line ends change.
+void appendMarkupText(std::string& out, std::string_view raw);
+
+} // namespace canon_escape

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "companion/xml/XmlToken.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class XmlDtd;
+
+// The namespace declarations in scope at the element being read, and the
+// ones already written on its output ancestors (what makes a declaration
+// superfluous). Both are stacks with one level per open element.
+class CanonNamespaces {
+public:
+    struct Binding {
+        std::string_view prefix; // empty for the default namespace
+        XmlSpan value;           // in the scanned text, or in the decoded store
+        bool decoded = false;
+    };
+
+    explicit CanonNamespaces(const XmlDtd& dtd) : m_dtd(dtd) {}
+
+    void openElement();
+    void closeElement();
+
+    // A declaration on the element just opened.
+    void declare(std::string_view prefix, const XmlAttribute& declaration);
+    // The innermost binding of prefix, or null when it is undeclared.
+    const Binding* find(std::string_view prefix) const;
+    // Valid until the next declare().
+    std::string_view uri(const Binding& binding) const;
+    std::span<const Binding> declaredHere() const;
+    // One binding per prefix in scope (the innermost), appended to out.
+    void collectInScope(std::vector<Binding>& out) const;
+
+    // True when the nearest output ancestor already renders prefix as uri.
+    // With nothing rendered the default namespace is the empty one.
+    bool isRendered(std::string_view prefix, std::string_view uri) const;
+    void markRendered(const Binding& binding) { m_rendered.push_back(binding); }
+
+private:
+    struct Level {
+        uint32_t bindings;
+        uint32_t rendered;
+        uint32_t decodedBytes;
+    };
+
+    const XmlDtd& m_dtd;
+    std::vector<Binding> m_bindings;
+    std::vector<Binding> m_rendered;
+    std::vector<Level> m_levels;
+    // URIs written with references, decoded; truncated as elements close.
+    std::string m_decoded;
+    std::string m_scratch;
+};

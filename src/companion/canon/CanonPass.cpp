@@ -1,0 +1,348 @@
+#include "companion/canon/CanonPass.h"
+
+#include "companion/canon/CanonEscape.h"
+#include "companion/canon/CanonQName.h"
+#include "companion/log/LogBase.h"
+#include "companion/xml/XmlTextDecoder.h"
+
+#include <algorithm>
+
+namespace {
+
+constexpr std::string_view kXmlPrefix = "xml";
+constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
+constexpr std::string_view kAuthenticate = "authenticate";
+constexpr std::string_view kAuthenticated = "true";
+constexpr std::string_view kIdNames[] = {"Id", "ID", "id"};
+
+bool isIdName(std::string_view localName) {
+    return std::find(std::begin(kIdNames), std::end(kIdNames), localName) != std::end(kIdNames);
+}
+
+bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding& b) { return a.prefix < b.prefix; }
+
+} // namespace
+
+CanonPass::CanonPass(std::string_view document, const CanonOptions& options, const CanonTarget& target,
+                     unsigned& authenticatedCounter, unsigned ordinal, std::string& out)
+    : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
+      m_out(out), m_dtd(document), m_scanner(m_dtd), m_namespaces(m_dtd),
+      m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching) {
+    if (target.isDocument()) {
+        // Canonical text is about as long as its source; a little headroom
+        // spares a reallocation (a doubling) for most documents.
+        m_out.reserve(m_out.size() + document.size() + document.size() / 8);
+    }
+}
+
+bool CanonPass::run(LogBase& log) {
+    while (m_phase != Phase::Done && m_scanner.next())
+        onToken(m_scanner.token());
+    if (m_scanner.failed()) {
+        log.LogError(m_scanner.errorMessage());
+        return false;
+    }
+    if (m_phase == Phase::Done || m_phase == Phase::Epilog)
+        return true;
+    switch (m_target.kind) {
+    case CanonTarget::Kind::Id:
+        log.LogError("No element has the Id \"" + m_target.id + "\".");
+        break;
+    case CanonTarget::Kind::Offset:
+        log.LogError("No element starts at offset " + std::to_string(m_target.offset) + ".");
+        break;
+    default:
+        // Not an error for the caller that asks for one fragment after another.
+        log.LogInfo("No authenticated element with ordinal " + std::to_string(m_ordinal) + ".");
+        break;
+    }
+    return false;
+}
+
+void CanonPass::onToken(const XmlToken& t) {
+    switch (t.kind) {
+    case XmlTokenKind::StartTag:
+        onStartTag(t);
+        break;
+    case XmlTokenKind::EndTag:
+        onEndTag(t);
+        break;
+    case XmlTokenKind::Text:
+        if (m_phase == Phase::Inside)
+            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_scanner.inEntity(), m_dtd);
+        break;
+    case XmlTokenKind::CData:
+        if (m_phase == Phase::Inside)
+            canon_escape::appendCData(m_out, slice(t.content), m_scanner.inEntity());
+        break;
+    case XmlTokenKind::Comment:
+        onComment(t);
+        break;
+    case XmlTokenKind::ProcessingInstruction:
+        onProcessingInstruction(t);
+        break;
+    case XmlTokenKind::Doctype:
+    case XmlTokenKind::EntityStart:
+    case XmlTokenKind::EntityEnd:
+        break;
+    }
+}
+
+void CanonPass::onStartTag(const XmlToken& t) {
+    m_namespaces.openElement();
+    declareNamespaces(t);
+    if (m_phase == Phase::Inside) {
+        writeStartTag(t, false);
+        return;
+    }
+    if (m_phase == Phase::Prolog || isApex(t)) {
+        m_phase = Phase::Inside;
+        m_apexDepth = m_scanner.depth();
+        writeStartTag(t, true);
+        return;
+    }
+    rememberXmlAttributes(t);
+}
+
+void CanonPass::onEndTag(const XmlToken& t) {
+    m_namespaces.closeElement();
+    if (m_phase != Phase::Inside) {
+        forgetXmlAttributesBelow(m_scanner.depth());
+        return;
+    }
+    m_out.append("</");
+    m_out.append(slice(t.name));
+    m_out.push_back('>');
+    if (m_scanner.depth() < m_apexDepth)
+        m_phase = m_target.isDocument() ? Phase::Epilog : Phase::Done;
+}
+
+void CanonPass::onComment(const XmlToken& t) {
+    if (!m_options.withComments)
+        return;
+    if (m_phase == Phase::Inside) {
+        writeComment(slice(t.content));
+    } else if (m_phase == Phase::Prolog || m_phase == Phase::Epilog) {
+        beforeOutsideRoot();
+        writeComment(slice(t.content));
+        afterOutsideRoot();
+    }
+}
+
+void CanonPass::onProcessingInstruction(const XmlToken& t) {
+    if (m_phase == Phase::Inside) {
+        writeProcessingInstruction(slice(t.name), slice(t.content));
+    } else if (m_phase == Phase::Prolog || m_phase == Phase::Epilog) {
+        beforeOutsideRoot();
+        writeProcessingInstruction(slice(t.name), slice(t.content));
+        afterOutsideRoot();
+    }
+}
+
+void CanonPass::beforeOutsideRoot() {
+    if (m_phase == Phase::Epilog)
+        m_out.push_back('\n');
+}
+
+void CanonPass::afterOutsideRoot() {
+    if (m_phase == Phase::Prolog)
+        m_out.push_back('\n');
+}
+
+bool CanonPass::isApex(const XmlToken& t) {
+    switch (m_target.kind) {
+    case CanonTarget::Kind::Id:
+        return std::any_of(t.attributes.begin(), t.attributes.end(), [&](const XmlAttribute& a) {
+            return isIdName(CanonQName::split(slice(a.name)).localName) && attributeValueIs(a, m_target.id);
+        });
+    case CanonTarget::Kind::Offset:
+        return t.begin == m_target.offset && !m_scanner.inEntity();
+    case CanonTarget::Kind::Authenticated: {
+        const bool authenticated = std::any_of(t.attributes.begin(), t.attributes.end(), [&](const XmlAttribute& a) {
+            return slice(a.name) == kAuthenticate && attributeValueIs(a, kAuthenticated);
+        });
+        return authenticated && m_authenticatedCounter++ == m_ordinal;
+    }
+    case CanonTarget::Kind::Document:
+        break;
+    }
+    return false;
+}
+
+bool CanonPass::attributeValueIs(const XmlAttribute& attribute, std::string_view value) {
+    if (!(attribute.flags & kAttrNeedsDecoding))
+        return slice(attribute.value) == value;
+    m_scratch.clear();
+    XmlTextDecoder::appendAttribute(slice(attribute.value), m_dtd, (attribute.flags & kAttrTokenized) != 0,
+                                    m_scratch);
+    return m_scratch == value;
+}
+
+void CanonPass::declareNamespaces(const XmlToken& t) {
+    for (const XmlAttribute& a : t.attributes) {
+        std::string_view prefix;
+        if (CanonQName::isNamespaceDeclaration(slice(a.name), prefix))
+            m_namespaces.declare(prefix, a);
+    }
+}
+
+void CanonPass::rememberXmlAttributes(const XmlToken& t) {
+    if (m_options.exclusive || !m_options.inheritAncestorContext)
+        return;
+    for (const XmlAttribute& a : t.attributes) {
+        const std::string_view qname = slice(a.name);
+        const CanonQName name = CanonQName::split(qname);
+        if (name.prefix == kXmlPrefix)
+            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_scanner.depth()});
+    }
+}
+
+void CanonPass::forgetXmlAttributesBelow(uint32_t depth) {
+    while (!m_xmlAttributes.empty() && m_xmlAttributes.back().depth > depth)
+        m_xmlAttributes.pop_back();
+}
+
+void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
+    const std::string_view qname = slice(t.name);
+    collectAttributes(t, apex);
+    if (m_options.exclusive)
+        collectExclusiveNamespaces(CanonQName::split(qname).prefix, apex);
+    else
+        collectInclusiveNamespaces(apex);
+    m_out.push_back('<');
+    m_out.append(qname);
+    writeNamespaces();
+    writeAttributes();
+    m_out.push_back('>');
+}
+
+// Inclusive: the apex renders every namespace in scope, a descendant only
+// its own declarations; either way a declaration its output parent already
+// renders is superfluous.
+void CanonPass::collectInclusiveNamespaces(bool apex) {
+    m_candidates.clear();
+    if (apex && m_options.inheritAncestorContext) {
+        m_namespaces.collectInScope(m_candidates);
+    } else {
+        const auto here = m_namespaces.declaredHere();
+        m_candidates.assign(here.begin(), here.end());
+    }
+    std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
+}
+
+// Exclusive: the namespaces that the element's name and attributes use, and
+// those of the inclusive prefix list that inclusive rules would render.
+void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool apex) {
+    m_candidates.clear();
+    considerUtilized(elementPrefix);
+    for (const CanonAttribute& a : m_attributes)
+        if (!a.prefix.empty())
+            considerUtilized(a.prefix);
+    const auto here = m_namespaces.declaredHere();
+    for (std::string_view prefix : m_options.inclusivePrefixes) {
+        const bool declaredHere =
+            std::any_of(here.begin(), here.end(), [&](const CanonNamespaces::Binding& b) { return b.prefix == prefix; });
+        if (declaredHere || apex)
+            considerUtilized(prefix);
+    }
+    if (apex && !m_options.inheritAncestorContext) {
+        std::erase_if(m_candidates, [&](const CanonNamespaces::Binding& c) {
+            return std::none_of(here.begin(), here.end(),
+                                [&](const CanonNamespaces::Binding& b) { return b.prefix == c.prefix; });
+        });
+    }
+    std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
+    m_candidates.erase(std::unique(m_candidates.begin(), m_candidates.end(),
+                                   [](const auto& a, const auto& b) { return a.prefix == b.prefix; }),
+                       m_candidates.end());
+}
+
+void CanonPass::considerUtilized(std::string_view prefix) {
+    if (prefix == kXmlPrefix)
+        return;
+    if (const CanonNamespaces::Binding* binding = m_namespaces.find(prefix))
+        m_candidates.push_back(*binding);
+    else if (prefix.empty())
+        m_candidates.push_back(CanonNamespaces::Binding{});
+}
+
+void CanonPass::writeNamespaces() {
+    for (const CanonNamespaces::Binding& binding : m_candidates) {
+        const std::string_view uri = m_namespaces.uri(binding);
+        if (binding.prefix == kXmlPrefix || m_namespaces.isRendered(binding.prefix, uri))
+            continue;
+        m_namespaces.markRendered(binding);
+        m_out.append(" xmlns");
+        if (!binding.prefix.empty()) {
+            m_out.push_back(':');
+            m_out.append(binding.prefix);
+        }
+        m_out.append("=\"");
+        canon_escape::appendAttributeValue(m_out, uri, 0, m_dtd, m_scratch);
+        m_out.push_back('"');
+    }
+}
+
+void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
+    m_attributes.clear();
+    for (const XmlAttribute& a : t.attributes) {
+        const std::string_view qname = slice(a.name);
+        std::string_view declared;
+        if (CanonQName::isNamespaceDeclaration(qname, declared))
+            continue;
+        const CanonQName name = CanonQName::split(qname);
+        std::string_view uri;
+        if (name.prefix == kXmlPrefix) {
+            uri = kXmlNamespace;
+        } else if (!name.prefix.empty()) {
+            if (const CanonNamespaces::Binding* binding = m_namespaces.find(name.prefix))
+                uri = m_namespaces.uri(*binding);
+        }
+        m_attributes.push_back(CanonAttribute{qname, name.prefix, name.localName, uri, a.value, a.flags});
+    }
+    if (apex)
+        addInheritedXmlAttributes();
+    if (m_options.sortBugEmulation)
+        canon_attribute_order::sortAsWritten(m_attributes);
+    else
+        canon_attribute_order::sortCanonical(m_attributes);
+}
+
+// Inclusive mode: the apex carries the xml:* attributes of its ancestors
+// that it does not set itself, the nearest ancestor's value winning.
+void CanonPass::addInheritedXmlAttributes() {
+    for (auto it = m_xmlAttributes.rbegin(); it != m_xmlAttributes.rend(); ++it) {
+        const bool present = std::any_of(m_attributes.begin(), m_attributes.end(), [&](const CanonAttribute& a) {
+            return a.prefix == kXmlPrefix && a.localName == it->localName;
+        });
+        if (!present)
+            m_attributes.push_back(
+                CanonAttribute{it->qname, kXmlPrefix, it->localName, kXmlNamespace, it->value, it->flags});
+    }
+}
+
+void CanonPass::writeAttributes() {
+    for (const CanonAttribute& a : m_attributes) {
+        m_out.push_back(' ');
+        m_out.append(a.qname);
+        m_out.append("=\"");
+        canon_escape::appendAttributeValue(m_out, slice(a.value), a.flags, m_dtd, m_scratch);
+        m_out.push_back('"');
+    }
+}
+
+void CanonPass::writeComment(std::string_view text) {
+    m_out.append("<!--");
+    canon_escape::appendMarkupText(m_out, text);
+    m_out.append("-->");
+}
+
+void CanonPass::writeProcessingInstruction(std::string_view target, std::string_view data) {
+    m_out.append("<?");
+    m_out.append(target);
+    if (!data.empty()) {
+        m_out.push_back(' ');
+        canon_escape::appendMarkupText(m_out, data);
+    }
+    m_out.append("?>");
+}

@@ -1,0 +1,98 @@
+#pragma once
+
+#include "companion/canon/CanonAttribute.h"
+#include "companion/canon/CanonNamespaces.h"
+#include "companion/canon/CanonTarget.h"
+#include "companion/xml/XmlDtd.h"
+#include "companion/xml/XmlScanner.h"
+
+#include <cstdint>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+class LogBase;
+
+// How a pass renders what it emits.
+struct CanonOptions {
+    bool exclusive = false;
+    bool withComments = false;
+    bool sortBugEmulation = false;
+    bool inheritAncestorContext = true;
+    std::span<const std::string_view> inclusivePrefixes; // exclusive mode; "" is the default namespace
+};
+
+// One canonicalization: reads the document's tokens once, keeps the
+// namespace context of the elements it passes, and writes the target (the
+// document, or one element's subtree) to out. A fragment's pass stops as
+// soon as its apex closes. The scratch vectors live as long as the pass, so
+// elements cost no allocation of their own.
+class CanonPass {
+public:
+    // `authenticatedCounter` numbers the authenticate="true" elements met
+    // (the EBICS selection); `ordinal` is the one to emit.
+    CanonPass(std::string_view document, const CanonOptions& options, const CanonTarget& target,
+              unsigned& authenticatedCounter, unsigned ordinal, std::string& out);
+    CanonPass(const CanonPass&) = delete;
+    CanonPass& operator=(const CanonPass&) = delete;
+
+    // False, with one error line, for a document that is not well-formed or
+    // a target that is not in it.
+    bool run(LogBase& log);
+
+private:
+    enum class Phase : uint8_t { Searching, Prolog, Inside, Epilog, Done };
+
+    // An xml:* attribute of an ancestor of the apex, for inclusive mode.
+    struct XmlAttributeInScope {
+        std::string_view qname;
+        std::string_view localName;
+        XmlSpan value;
+        uint8_t flags;
+        uint32_t depth;
+    };
+
+    void onToken(const XmlToken& t);
+    void onStartTag(const XmlToken& t);
+    void onEndTag(const XmlToken& t);
+    void onComment(const XmlToken& t);
+    void onProcessingInstruction(const XmlToken& t);
+
+    bool isApex(const XmlToken& t);
+    bool attributeValueIs(const XmlAttribute& attribute, std::string_view value);
+    void declareNamespaces(const XmlToken& t);
+    void rememberXmlAttributes(const XmlToken& t);
+    void forgetXmlAttributesBelow(uint32_t depth);
+
+    void writeStartTag(const XmlToken& t, bool apex);
+    void collectInclusiveNamespaces(bool apex);
+    void collectExclusiveNamespaces(std::string_view elementPrefix, bool apex);
+    void considerUtilized(std::string_view prefix);
+    void writeNamespaces();
+    void collectAttributes(const XmlToken& t, bool apex);
+    void addInheritedXmlAttributes();
+    void writeAttributes();
+    void writeComment(std::string_view text);
+    void writeProcessingInstruction(std::string_view target, std::string_view data);
+    // Comments and PIs outside the root go on lines of their own.
+    void beforeOutsideRoot();
+    void afterOutsideRoot();
+
+    std::string_view slice(XmlSpan span) const { return m_dtd.slice(span); }
+
+    const CanonOptions& m_options;
+    const CanonTarget& m_target;
+    unsigned& m_authenticatedCounter;
+    const unsigned m_ordinal;
+    std::string& m_out;
+    XmlDtd m_dtd;
+    XmlScanner m_scanner;
+    CanonNamespaces m_namespaces;
+    Phase m_phase;
+    uint32_t m_apexDepth = 0;
+    std::vector<CanonAttribute> m_attributes;
+    std::vector<CanonNamespaces::Binding> m_candidates;
+    std::vector<XmlAttributeInScope> m_xmlAttributes;
+    std::string m_scratch;
+};

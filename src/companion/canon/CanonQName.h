@@ -1,0 +1,33 @@
+#pragma once
+
+#include <string_view>
+
+// A qualified name as written, split at its first colon. The scanner takes
+// names as written, so the split is ours; "xmlns" and "xmlns:p" are
+// namespace declarations, never attributes.
+struct CanonQName {
+    std::string_view prefix; // empty when the name has none
+    std::string_view localName;
+
+    static CanonQName split(std::string_view qname) {
+        const size_t colon = qname.find(':');
+        if (colon == std::string_view::npos)
+            return CanonQName{{}, qname};
+        return CanonQName{qname.substr(0, colon), qname.substr(colon + 1)};
+    }
+
+    // True for "xmlns" (prefix left empty: the default namespace) and "xmlns:p".
+    static bool isNamespaceDeclaration(std::string_view qname, std::string_view& declaredPrefix) {
+        constexpr std::string_view kXmlns = "xmlns";
+        if (!qname.starts_with(kXmlns))
+            return false;
+        if (qname.size() == kXmlns.size()) {
+            declaredPrefix = {};
+            return true;
+        }
+        if (qname[kXmlns.size()] != ':')
+            return false;
+        declaredPrefix = qname.substr(kXmlns.size() + 1);
+        return true;
+    }
+};

@@ -1,0 +1,57 @@
+#include "companion/canon/XmlCanon.h"
+
+#include "companion/canon/CanonPass.h"
+#include "companion/canon/CanonTarget.h"
+#include "companion/log/LogBase.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/text/StringBuffer.h"
+
+#include <string>
+#include <vector>
+
+namespace {
+
+constexpr std::string_view kDefaultNamespaceToken = "#default";
+
+} // namespace
+
+bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, unsigned startOffset,
+                               StringBuffer& out, LogBase& log) {
+    LogContextExitor context(log, "xmlCanonicalize");
+    const std::string_view uri = fragmentUri ? std::string_view(fragmentUri) : std::string_view{};
+    CanonTarget target;
+    if (m_ebicsMode) {
+        target.kind = CanonTarget::Kind::Authenticated;
+    } else if (!CanonTarget::fromUri(uri, startOffset, target)) {
+        log.LogError("Unsupported fragment URI: " + std::string(uri));
+        return false;
+    }
+
+    std::vector<std::string_view> prefixes;
+    if (m_mode == Mode::Exclusive) {
+        for (int i = 0; i < m_inclusivePrefixes.getSize(); ++i) {
+            const std::string_view prefix = m_inclusivePrefixes.sbAt(i)->view();
+            prefixes.push_back(prefix == kDefaultNamespaceToken ? std::string_view{} : prefix);
+        }
+    }
+    CanonOptions options;
+    options.exclusive = m_mode == Mode::Exclusive;
+    options.withComments = m_withComments;
+    options.sortBugEmulation = m_sortBugEmulation;
+    options.inheritAncestorContext = m_inheritAncestorContext;
+    options.inclusivePrefixes = prefixes;
+
+    // Writing into the text being read would move it under the scanner.
+    StringBuffer separate;
+    StringBuffer& destination = &in == &out ? separate : out;
+    std::string& text = destination.raw();
+    const size_t mark = text.size();
+    CanonPass pass(in.view(), options, target, m_fragmentCounter, m_authenticatedOrdinal, text);
+    if (!pass.run(log)) {
+        text.resize(mark);
+        return false;
+    }
+    if (&destination == &separate)
+        out.append(separate);
+    return true;
+}

@@ -1,0 +1,152 @@
+#include "companion/xml/XmlSigWalker.h"
+
+#include "companion/xml/XmlTextDecoder.h"
+
+namespace {
+
+constexpr std::string_view kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
+constexpr std::string_view kSignature = "Signature";
+constexpr std::string_view kSignedInfo = "SignedInfo";
+constexpr std::string_view kSignatureValue = "SignatureValue";
+constexpr std::string_view kXmlns = "xmlns";
+constexpr std::string_view kXmlnsPrefix = "xmlns:";
+
+std::string_view prefixOf(std::string_view qualifiedName) {
+    const size_t colon = qualifiedName.find(':');
+    return colon == std::string_view::npos ? std::string_view{} : qualifiedName.substr(0, colon);
+}
+
+std::string_view localNameOf(std::string_view qualifiedName) {
+    const size_t colon = qualifiedName.find(':');
+    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
+}
+
+} // namespace
+
+bool XmlSigWalker::Element::isSignature() const {
+    return (inSignatureNamespace && localName == kSignature) || (hasSignedInfo && hasSignatureValue);
+}
+
+XmlSigWalker::XmlSigWalker(XmlDtd& dtd) : m_scanner(dtd), m_dtd(dtd) {
+}
+
+const XmlSigWalker::Element* XmlSigWalker::parent() const {
+    return m_elements.size() > 1 ? &m_elements[m_elements.size() - 2] : nullptr;
+}
+
+bool XmlSigWalker::next() {
+    closePending();
+    while (m_scanner.next()) {
+        switch (m_scanner.token().kind) {
+        case XmlTokenKind::StartTag:
+            return startElement();
+        case XmlTokenKind::EndTag:
+            endElement();
+            return true;
+        case XmlTokenKind::Text:
+        case XmlTokenKind::CData:
+            m_event = Event::Text;
+            return true;
+        default:
+            break;
+        }
+    }
+    return false;
+}
+
+// The element that ended stays readable until the next event.
+void XmlSigWalker::closePending() {
+    if (!m_closePending)
+        return;
+    m_closePending = false;
+    const size_t depth = m_elements.size();
+    while (false && m_bindings.back().depth == depth)
+        m_bindings.pop_back();
+    m_elements.pop_back();
+}
+
+bool XmlSigWalker::startElement() {
+    const XmlToken& token = m_scanner.token();
+    const std::string_view name = m_scanner.slice(token.name);
+    Element e;
+    e.localName = localNameOf(name);
+    e.inDocument = !m_scanner.inEntity();
+    e.begin = e.inDocument ? token.begin : m_scanner.entityReference().offset;
+    m_elements.push_back(e);
+    declareNamespaces(m_elements.size());
+    m_elements.back().inSignatureNamespace = prefixInSignatureNamespace(prefixOf(name));
+    noteChildOfParent();
+    m_event = Event::Start;
+    return true;
+}
+
+void XmlSigWalker::endElement() {
+    Element& e = m_elements.back();
+    e.end = e.inDocument ? m_scanner.token().end : m_scanner.entityReference().end();
+    m_closePending = true;
+    m_event = Event::End;
+}
+
+void XmlSigWalker::declareNamespaces(size_t depth) {
+    std::string uri;
+    for (const XmlAttribute& a : m_scanner.token().attributes) {
+        const std::string_view name = m_scanner.slice(a.name);
+        std::string_view prefix;
+        if (name.starts_with(kXmlnsPrefix))
+            prefix = name.substr(kXmlnsPrefix.size());
+        else if (name != kXmlns)
+            continue;
+        const std::string_view raw = m_scanner.slice(a.value);
+        bool inSignatureNamespace = raw == kSignatureNamespace;
+        if (a.flags & kAttrNeedsDecoding) {
+            uri.clear();
+            XmlTextDecoder::appendAttribute(raw, m_dtd, (a.flags & kAttrTokenized) != 0, uri);
+            inSignatureNamespace = uri == kSignatureNamespace;
+        }
+        m_bindings.push_back(Binding{prefix, inSignatureNamespace, depth});
+    }
+}
+
+bool XmlSigWalker::prefixInSignatureNamespace(std::string_view prefix) const {
+    for (auto it = m_bindings.rbegin(); it != m_bindings.rend(); ++it)
+        if (it->prefix == prefix)
+            return it->signatureNamespace;
+    return false;
+}
+
+void XmlSigWalker::noteChildOfParent() {
+    const Element& child = m_elements.back();
+    if (!child.inSignatureNamespace || m_elements.size() < 2)
+        return;
+    Element& parent = m_elements[m_elements.size() - 2];
+    if (child.localName == kSignedInfo)
+        parent.hasSignedInfo = true;
+    else if (child.localName == kSignatureValue)
+        parent.hasSignatureValue = true;
+}
+
+bool XmlSigWalker::attribute(std::string_view name, std::string& value) const {
+    for (const XmlAttribute& a : m_scanner.token().attributes) {
+        if (m_scanner.slice(a.name) != name)
+            continue;
+        value.clear();
+        const std::string_view raw = m_scanner.slice(a.value);
+        if (a.flags & kAttrNeedsDecoding)
+            XmlTextDecoder::appendAttribute(raw, m_dtd, (a.flags & kAttrTokenized) != 0, value);
+        else
+            value.assign(raw);
+        return true;
+    }
+    return false;
+}
+
+void XmlSigWalker::appendText(std::string& out) const {
+    const XmlToken& token = m_scanner.token();
+    const std::string_view raw = m_scanner.slice(token.content);
+    if (token.kind == XmlTokenKind::CData)
+        XmlTextDecoder::appendCData(raw, out);
+    else if (token.textFlags)
+        XmlTextDecoder::appendContent(raw, m_dtd, out);
+    else
+        out.append(raw);
+}

@@ -1,0 +1,48 @@
+#include "companion/canon/XmlCanon.h"
+#include "companion/log/LogContextExitor.h"
+#include "verifier/ClsXmlDSig.h"
+
+namespace {
+
+// "excl_c14n" (any case, surrounding blanks allowed) selects exclusive
+// canonicalization; anything else is inclusive C14N 1.0.
+bool selectsExclusive(const XString& version) {
+    StringBuffer v(version.view());
+    v.trim2();
+    v.toLowerCase();
+    return v.equals("excl_c14n");
+}
+
+} // namespace
+
+bool ClsXmlDSig::CanonicalizeFragment(XString& xml, XString& fragmentId, XString& version, XString& prefixList,
+                                      bool withComments, XString& outXml) {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "CanonicalizeFragment");
+    m_log.clearLastJsonData();
+    m_log.LogDataX("fragmentId", fragmentId);
+    m_log.LogDataX("canonicalization", version);
+    m_log.LogDataX("prefixList", prefixList);
+
+    outXml.clear();
+    XmlCanon canon;
+    canon.setWithComments(withComments);
+    if (selectsExclusive(version)) {
+        canon.setMode(XmlCanon::Mode::Exclusive);
+        prefixList.getUtf8Sb().split(canon.inclusivePrefixes(), ' ', false, false);
+    }
+    return canon.xmlCanonicalize(xml.getUtf8Sb(), fragmentId.getUtf8(), 0, outXml.getUtf8Sb_rw(), m_log);
+}
+
+bool ClsXmlDSig::CanonicalizeXml(XString& xml, XString& version, bool withComments, XString& outXml) {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "CanonicalizeXml");
+    m_log.clearLastJsonData();
+
+    outXml.clear();
+    XmlCanon canon;
+    canon.setWithComments(withComments);
+    if (selectsExclusive(version))
+        canon.setMode(XmlCanon::Mode::Exclusive);
+    return canon.xmlCanonicalize(xml.getUtf8Sb(), nullptr, 0, outXml.getUtf8Sb_rw(), m_log);
+}

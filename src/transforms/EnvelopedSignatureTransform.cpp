@@ -1,0 +1,40 @@
+#include "companion/log/LogContextExitor.h"
+#include "companion/xml/ClsXml.h"
+#include "companion/xml/XmlSigLocate.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
+
+namespace {
+// ZATCA invoices are reduced by their own invoice transform instead.
+constexpr std::string_view kZatcaSignatureId = "signature";
+} // namespace
+
+bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
+                                             LogBase& log) {
+    LogContextExitor ctx(log, "transformEnvelopedSignature");
+    StringBuffer sigId;
+    if (ClsXml* sig = selectedSignature())
+        sig->getAttrValue("Id", sigId);
+    if (m_isZatca && sigId.equals(kZatcaSignatureId))
+        return true;
+
+    XmlSigLocate locate;
+    _tvXmlDtd dtd;
+    if (!sigId.isEmpty()) {
+        if (log.verbose())
+            log.LogDataSb("removeSignatureWithId", sigId);
+        if (!locate.FindXmlSigById(sigId.view(), xml.view(), dtd, log)) {
+            log.LogInfo("Unable to find the Signature by Id. (This is not an error)");
+            log.LogDataSb("signatureId", sigId);
+            return true;
+        }
+    } else {
+        if (log.verbose())
+            log.LogDataSb("removeSignatureHavingDigest", ref.m_digestValue);
+        if (!locate.FindXmlSigByRefDigest(ref.m_digestValue.view(), xml.view(), dtd, log)) {
+            log.LogError("Unable to find Signature by digest value for enveloped-signature..");
+            return true;
+        }
+    }
+    return removeSignatureAndFollowingSigs(xml, locate.m_signatureLoc, locate.m_signatureLen, log);
+}

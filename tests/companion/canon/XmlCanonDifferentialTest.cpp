@@ -1,0 +1,199 @@
+// XmlCanon against libxml2's C14N: the corpus and generated documents, whole
+// and as fragments, in inclusive and exclusive modes with and without
+// comments. Every byte must agree.
+#include "Libxml2Canon.h"
+#include "RandomXmlDocument.h"
+#include "TestSupport.h"
+
+#include "companion/canon/XmlCanon.h"
+#include "companion/log/LogBase.h"
+#include "companion/text/DataBuffer.h"
+#include "companion/text/StringBuffer.h"
+
+#include <gtest/gtest.h>
+#include <libxml/tree.h>
+
+#include <algorithm>
+#include <cstdio>
+#include <filesystem>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace {
+
+namespace fs = std::filesystem;
+using libxml2_canon::Settings;
+
+// Fragments compared per corpus document; enough to reach the Ids of
+// SignedInfo, objects and properties without making the sweep slow.
+constexpr size_t kFragmentsPerDocument = 12;
+constexpr uint32_t kGeneratedDocuments = 400;
+
+// Corpus documents whose canonical form libxml2 cannot be the judge of.
+struct Exclusion {
+    const char* fileName;
+    const char* reason;
+};
+constexpr Exclusion kExclusions[] = {
+    {"example-5.xml", "refers to an external parsed entity (world.txt), which the canonicalizer never reads"},
+};
+
+const char* exclusionReason(const fs::path& file) {
+    for (const Exclusion& e : kExclusions)
+        if (file.filename() == e.fileName)
+            return e.reason;
+    return nullptr;
+}
+
+struct Variant {
+    const char* name;
+    Settings settings;
+};
+
+std::vector<Variant> variants(const std::vector<std::string>& extraPrefixes) {
+    std::vector<std::string> prefixes{"#default"};
+    prefixes.insert(prefixes.end(), extraPrefixes.begin(), extraPrefixes.end());
+    return {
+        {"c14n", {false, false, {}}},
+        {"c14n-with-comments", {false, true, {}}},
+        {"exc-c14n", {true, false, {}}},
+        {"exc-c14n-with-comments", {true, true, {}}},
+        {"exc-c14n-prefix-list", {true, false, prefixes}},
+    };
+}
+
+std::optional<std::string> ours(const std::string& utf8, const Settings& settings, const char* fragmentUri,
+                                std::string& error) {
+    XmlCanon canon;
+    canon.setMode(settings.exclusive ? XmlCanon::Mode::Exclusive : XmlCanon::Mode::Inclusive);
+    canon.setWithComments(settings.withComments);
+    for (const std::string& p : settings.inclusivePrefixes)
+        canon.inclusivePrefixes().appendSb(p);
+    StringBuffer in{std::string_view(utf8)};
+    StringBuffer out;
+    LogBase log;
+    if (!canon.xmlCanonicalize(in, fragmentUri, 0, out, log)) {
+        error = log.firstError();
+        return std::nullopt;
+    }
+    return std::string(out.view());
+}
+
+// Where two texts part, with some context, for a readable failure.
+std::string firstDifference(const std::string& expected, const std::string& actual) {
+    const auto [e, a] = std::mismatch(expected.begin(), expected.end(), actual.begin(), actual.end());
+    const size_t at = static_cast<size_t>(e - expected.begin());
+    const size_t from = at > 40 ? at - 40 : 0;
+    return "sizes " + std::to_string(expected.size()) + " vs " + std::to_string(actual.size()) +
+           ", first difference at byte " + std::to_string(at) + "\n  libxml2: ..." + expected.substr(from, 100) +
+           "\n  ours:    ..." + actual.substr(from, 100);
+}
+
+struct Tally {
+    size_t documents = 0;
+    size_t wholeComparisons = 0;
+    size_t fragmentComparisons = 0;
+    size_t differing = 0;
+    size_t libxml2Refused = 0;
+    std::vector<std::string> skipped;
+
+    void print(const char* what) const {
+        std::printf("[%s] %zu documents, %zu whole-document and %zu fragment comparisons, %zu differing, "
+                    "%zu canonicalizations libxml2 refused, %zu documents skipped\n",
+                    what, documents, wholeComparisons, fragmentComparisons, differing, libxml2Refused,
+                    skipped.size());
+        for (const std::string& s : skipped)
+            std::printf("  skipped %s\n", s.c_str());
+    }
+};
+
+// Compares one document in every variant, whole and by each id.
+void compareDocument(const std::string& label, const libxml2_canon::Document& oracle, const std::string& utf8,
+                     const std::vector<std::string>& ids, const std::vector<std::string>& prefixes, Tally& tally) {
+    ++tally.documents;
+    for (const Variant& v : variants(prefixes)) {
+        auto check = [&](const std::optional<std::string>& expected, const char* fragmentUri, size_t& counter) {
+            if (!expected) {
+                ++tally.libxml2Refused;
+                return;
+            }
+            ++counter;
+            std::string error;
+            const std::optional<std::string> actual = ours(utf8, v.settings, fragmentUri, error);
+            const std::string where = label + " [" + v.name + "]" + (fragmentUri ? std::string(" ") + fragmentUri : "");
+            if (!actual) {
+                ++tally.differing;
+                ADD_FAILURE() << where << ": failed: " << error;
+            } else if (*actual != *expected) {
+                ++tally.differing;
+                ADD_FAILURE() << where << ": " << firstDifference(*expected, *actual);
+            }
+        };
+        check(oracle.canonicalize(v.settings), nullptr, tally.wholeComparisons);
+        for (const std::string& id : ids) {
+            const std::string uri = "#" + id;
+            check(oracle.canonicalizeFragment(v.settings, id), uri.c_str(), tally.fragmentComparisons);
+        }
+    }
+}
+
+std::string toUtf8(const std::string& bytes) {
+    DataBuffer data;
+    data.append(bytes);
+    LogNull log;
+    data.convertXmlToUtf8(log);
+    return data.takeString();
+}
+
+// The prefixes declared on the root element, as libxml2 read them.
+std::vector<std::string> rootPrefixes(const std::string& utf8) {
+    std::vector<std::string> prefixes;
+    const size_t root = utf8.find("xmlns:");
+    for (size_t at = root; at != std::string::npos && prefixes.size() < 3; at = utf8.find("xmlns:", at + 1)) {
+        const size_t end = utf8.find_first_of("= \t\r\n", at + 6);
+        if (end != std::string::npos)
+            prefixes.push_back(utf8.substr(at + 6, end - at - 6));
+    }
+    return prefixes;
+}
+
+TEST(XmlCanonDifferential, CorpusDocumentsMatchLibxml2) {
+    const std::vector<fs::path> files = test_support::corpusXmlFiles();
+    ASSERT_FALSE(files.empty()) << "no corpus under " << test_support::corpusDir();
+    Tally tally;
+    for (const fs::path& file : files) {
+        const std::string label = fs::relative(file, test_support::corpusDir()).string();
+        if (const char* reason = exclusionReason(file)) {
+            tally.skipped.push_back(label + ": " + reason);
+            continue;
+        }
+        const std::string bytes = test_support::readFile(file);
+        const auto oracle = libxml2_canon::Document::parse(bytes);
+        if (!oracle) {
+            tally.skipped.push_back(label + ": libxml2 does not parse it");
+            continue;
+        }
+        const std::string utf8 = toUtf8(bytes);
+        compareDocument(label, *oracle, utf8, oracle->idValues(kFragmentsPerDocument), rootPrefixes(utf8), tally);
+    }
+    tally.print("corpus");
+    EXPECT_EQ(tally.differing, 0u);
+    EXPECT_GT(tally.wholeComparisons, 4 * files.size() / 2);
+    EXPECT_GT(tally.fragmentComparisons, 0u);
+}
+
+TEST(XmlCanonDifferential, GeneratedDocumentsMatchLibxml2) {
+    Tally tally;
+    for (uint32_t seed = 1; seed <= kGeneratedDocuments; ++seed) {
+        const RandomXmlDocument doc = RandomXmlDocument::generate(seed);
+        const auto oracle = libxml2_canon::Document::parse(doc.text);
+        ASSERT_TRUE(oracle) << "libxml2 rejects generated document " << seed << ":\n" << doc.text;
+        compareDocument("generated #" + std::to_string(seed), *oracle, doc.text, doc.ids, doc.prefixes, tally);
+    }
+    tally.print("generated");
+    EXPECT_EQ(tally.differing, 0u);
+    EXPECT_EQ(tally.libxml2Refused, 0u);
+}
+
+} // namespace
