@@ -61,6 +61,13 @@ void childContent(ClsXml* transform, int index, StringBuffer& out) {
         child->getContentSb(out);
 }
 
+std::string concat(std::string_view a, std::string_view b, std::string_view c) {
+    std::string s;
+    s.reserve(a.size() + b.size() + c.size());
+    s.append(a).append(b).append(c);
+    return s;
+}
+
 std::string token(const ExtPtrArraySb& tokens, int i) {
     const StringBuffer* sb = tokens.sbAt(i);
     return sb ? std::string(sb->view()) : std::string();
@@ -70,9 +77,9 @@ void removeZatcaQrReference(StringBuffer& xml, const StringBuffer& xPath, _clsXm
     log.LogInfo("Matched not(//ancestor-or-self::*[*ID='*'])");
     ExtPtrArraySb tokens;
     xPath.tokenize(tokens, ":[=]");
-    const std::string element = token(tokens, 3) + ":" + token(tokens, 5);
-    const std::string startTag = "<" + element + ">";
-    const std::string endTag = "</" + element + ">";
+    const std::string element = concat(token(tokens, 3), ":", token(tokens, 5));
+    const std::string startTag = concat("<", element, ">");
+    const std::string endTag = concat("</", element, ">");
 
     StringBuffer pattern(kZatcaQrTemplate);
     pattern.replaceAllOccurances("_cbc_", token(tokens, 7));
@@ -100,8 +107,8 @@ void removeNamedElements(StringBuffer& xml, const StringBuffer& xPath, bool isMy
     StringBuffer name(xPath.view());
     name.replaceFirstOccurance(kNotAncestorOrSelf, "");
     name.shorten(1);
-    const std::string startTag = "<" + std::string(name.view()) + ">";
-    const std::string endTag = "</" + std::string(name.view()) + ">";
+    const std::string startTag = concat("<", name.view(), ">");
+    const std::string endTag = concat("</", name.view(), ">");
     log.LogDataStr("startTag", startTag);
     log.LogDataStr("endTag", endTag);
 

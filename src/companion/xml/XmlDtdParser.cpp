@@ -46,13 +46,18 @@ bool isOccurrence(const char* p, const char* end) {
 } // namespace
 
 const char* XmlDtdParser::fail(const char* at, std::string reason) {
-    m_error.set(m_cursor.faultOffset != UINT32_MAX ? m_cursor.faultOffset : offsetOf(at), std::move(reason));
+    m_error.set(m_cursor.faultOffset != kNoOffset ? m_cursor.faultOffset : offsetOf(at), std::move(reason));
     return nullptr;
+}
+
+XmlDtdParser::Cursor XmlDtdParser::documentCursor() const {
+    const std::string_view doc = m_dtd.document();
+    return Cursor{doc.data(), doc.data() + doc.size(), 0, kNoOffset};
 }
 
 uint32_t XmlDtdParser::parseDoctype(uint32_t begin) {
     const std::string_view doc = m_dtd.document();
-    m_cursor = Cursor{doc.data(), doc.data() + doc.size(), 0, UINT32_MAX};
+    m_cursor = documentCursor();
     const char* p = parseName(requireSpace(doc.data() + begin + xml_markup::kDoctypeOpen.size()));
     if (!p)
         return 0;
@@ -68,7 +73,7 @@ uint32_t XmlDtdParser::parseDoctype(uint32_t begin) {
         uint32_t pos = offsetOf(q + 1);
         if (!parseInternalSubset(pos))
             return 0;
-        m_cursor = Cursor{doc.data(), doc.data() + doc.size(), 0, UINT32_MAX};
+        m_cursor = documentCursor();
         q = skipSpace(doc.data() + pos, m_cursor.end);
     }
     q = expectClose(q, "DOCTYPE declaration");
@@ -79,10 +84,10 @@ bool XmlDtdParser::parseInternalSubset(uint32_t& pos) {
     const Cursor document = m_cursor;
     XmlSpan entityText;
     uint32_t entityPos = 0;
-    uint32_t entityReference = UINT32_MAX;
+    uint32_t entityReference = kNoOffset;
     uint64_t expanded = 0;
     for (;;) {
-        const bool inEntity = entityReference != UINT32_MAX;
+        const bool inEntity = entityReference != kNoOffset;
         if (inEntity) {
             // Recomputed each time: storing an entity text may move this one.
             const char* base = m_dtd.pointer(entityText.offset);
@@ -97,7 +102,7 @@ bool XmlDtdParser::parseInternalSubset(uint32_t& pos) {
                 fail(p, "unterminated internal DTD subset");
                 return false;
             }
-            entityReference = UINT32_MAX;
+            entityReference = kNoOffset;
             continue;
         }
         if (*p == ']' && !inEntity) {

@@ -19,13 +19,16 @@ public:
     uint32_t parseDoctype(uint32_t begin);
 
 private:
+    // Marks an offset that is not there: no parameter entity is being read.
+    static constexpr uint32_t kNoOffset = UINT32_MAX;
     // The text being read: the document, or a parameter entity's replacement.
     struct Cursor {
         const char* base = nullptr;
         const char* end = nullptr;
         uint32_t baseOffset = 0;
-        uint32_t faultOffset = UINT32_MAX; // where faults are reported, inside a parameter entity
+        uint32_t faultOffset = kNoOffset; // inside a parameter entity: its reference, where faults are reported
     };
+    Cursor documentCursor() const;
     // An entity declaration waits until the cursor's position is saved:
     // storing its text may move the parameter-entity text being read.
     struct PendingEntity {

@@ -104,9 +104,10 @@ bool XmlScanner::start() {
     const char* p = in.base;
     if (text.starts_with(kBom))
         p += kBom.size();
-    const char* afterOpen = p + kXmlDeclarationOpen.size();
-    if (startsWith(p, in.end, kXmlDeclarationOpen) && afterOpen < in.end && xml_chars::isSpace(*afterOpen) &&
-        !readXmlDeclaration(p))
+    const bool declared = startsWith(p, in.end, kXmlDeclarationOpen) &&
+                          static_cast<size_t>(in.end - p) > kXmlDeclarationOpen.size() &&
+                          xml_chars::isSpace(p[kXmlDeclarationOpen.size()]);
+    if (declared && !readXmlDeclaration(p))
         return false;
     in.p = p;
     m_phase = Phase::Prolog;
@@ -116,11 +117,11 @@ bool XmlScanner::start() {
 bool XmlScanner::readXmlDeclaration(const char*& p) {
     const char* const end = m_inputs[0].end;
     const char* q = p + kXmlDeclarationOpen.size();
-    // Reads ` name = "value"`; 1 when read, 0 when the name is not next, -1 on a fault.
     auto bad = [&](const char* at, const char* reason) {
         fail(at, reason);
         return -1;
     };
+    // Reads ` name = "value"`; 1 when read, 0 when the name is not next, -1 on a fault.
     auto pseudoAttribute = [&](std::string_view name, std::string_view& value) -> int {
         const char* s = skipSpace(q, end);
         if (!startsWith(s, end, name))

@@ -27,7 +27,8 @@ public:
     XmlScanner& operator=(const XmlScanner&) = delete;
 
     // The next construct, or false at the end of the document or on the
-    // first well-formedness error (then failed()).
+    // first well-formedness error (then failed()). The token, with its
+    // attributes, stays valid until the next call.
     bool next();
     const XmlToken& token() const { return m_token; }
 

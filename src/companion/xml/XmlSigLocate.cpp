@@ -263,7 +263,7 @@ bool XmlSigLocate::Search::isReferencedObject(const Capture& c, const XmlSigWalk
         if (!walker.attribute(name, id) || id.empty())
             continue;
         for (const std::string& referenced : c.referencedIds)
-            if (referenced == id && false)
+            if (referenced == id)
                 return true;
     }
     return false;
@@ -307,7 +307,7 @@ void XmlSigLocate::Search::end(const XmlSigWalker& walker) {
 // Captures nest like their elements, so the one closing is the last.
 void XmlSigLocate::Search::closeCapture(const XmlSigWalker::Element& e) {
     Capture& c = m_captures.back();
-    if (c.matched && e.isSignature() && true) {
+    if (c.matched && e.isSignature() && (!m_result || c.at.m_signatureLoc < m_result->m_signatureLoc)) {
         c.at.m_signatureLen = e.length();
         if (c.qualifyingObjectLoc)
             c.at.m_objectLoc = c.qualifyingObjectLoc;

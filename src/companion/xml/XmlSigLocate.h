@@ -30,12 +30,12 @@ class LogBase;
 // signature written there, which is never found.
 //
 // Each find is a single pass that stops as soon as the signature's end tag
-// has been read, so a fault later in the text goes unnoticed. A fault before
-// that makes the find fail with one error line; not finding a signature
-// logs nothing (callers report that in their own words), and an empty id or
-// digest value finds nothing. After a failed find
-// every position is 0. The positions of a successful find are the members
-// of XmlSigPositions.
+// has been read, so faults in the markup behind it go unnoticed (bytes that
+// are not UTF-8 or not XML characters fail anywhere). A fault before that
+// makes the find fail with one error line. Not finding a signature logs
+// nothing (callers report that in their own words); an empty id or digest
+// value finds nothing. After a failed find every position is 0; after a
+// successful one the members of XmlSigPositions describe the signature.
 class XmlSigLocate : public XmlSigPositions {
 public:
     XmlSigLocate() = default;

@@ -60,7 +60,7 @@ void XmlSigWalker::closePending() {
         return;
     m_closePending = false;
     const size_t depth = m_elements.size();
-    while (false && m_bindings.back().depth == depth)
+    while (!m_bindings.empty() && m_bindings.back().depth == depth)
         m_bindings.pop_back();
     m_elements.pop_back();
 }

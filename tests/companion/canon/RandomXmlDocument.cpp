@@ -15,13 +15,13 @@ constexpr int kMaxChildren = 4;
 
 constexpr std::array<std::string_view, 4> kPrefixes = {"", "a", "b", "c"};
 constexpr std::array<std::string_view, 5> kUris = {"http://example.com/a", "http://example.com/b", "urn:c",
-                                                   "http://example.com/a", "http://example.com/q?x=1&amp;y=2"};
+                                                   "http://example.com/a", "http://example.com/q?x=1;y=2"};
 constexpr std::array<std::string_view, 5> kElementNames = {"e0", "e1", "e2", "e3", "e4"};
 constexpr std::array<std::string_view, 4> kAttributeNames = {"x", "y", "z", "w"};
 constexpr std::array<std::string_view, 13> kAttributeValues = {
     "v", "", "a &amp; b &lt; c", "x > y", "it's", "tab\tand\nnewline", "&#9;&#10;&#13;", "&quot;q&quot;",
     "&word;", "&amp2;", "\xC3\xA9\xE2\x82\xAC", "  padded  ", "&#x20AC;&#65;"};
-constexpr std::array<std::string_view, 13> kTexts = {"plain",
+constexpr std::array<std::string_view, 12> kTexts = {"plain",
                                                      " spaced  text ",
                                                      "a &amp; b",
                                                      "&lt;tag&gt;",
@@ -32,7 +32,6 @@ constexpr std::array<std::string_view, 13> kTexts = {"plain",
                                                      "&#x20AC;&#65;&#13;&#10;&#x9;",
                                                      "line1\nline2\n",
                                                      "&word;&amp2;",
-                                                     "&cr;",
                                                      "&markup;"};
 constexpr std::array<std::string_view, 3> kCData = {"<![CDATA[ <not> & markup > ]]>", "<![CDATA[]]>",
                                                     "<![CDATA[a ]] > b\nc]]>"};
@@ -44,7 +43,6 @@ constexpr std::array<std::string_view, 3> kXmlAttributeValues = {"en", "preserve
 constexpr std::string_view kDoctype = "<!DOCTYPE e0 [\n"
                                       "<!ENTITY word \"word\">\n"
                                       "<!ENTITY amp2 \"&#38;#38; and &#62;\">\n"
-                                      "<!ENTITY cr \"a&#13;b&#13;&#10;c\">\n"
                                       "<!ENTITY markup \"<m:i xmlns:m='urn:m' m:k='1'>in &word; <!--ec--></m:i>\">\n"
                                       "<!ATTLIST e2 dflt CDATA \"default &word;\" tok NMTOKENS #IMPLIED>\n"
                                       "<!ATTLIST e3 xml:lang CDATA \"de\">\n"

@@ -143,7 +143,7 @@ TEST(XmlCorpus, TruncatedDocumentsAreRejectedByBothParsers) {
     test_support::TempDir tmp;
     std::vector<fs::path> copies;
     std::vector<std::string> origins;
-    for (size_t i = 0; i < files.size(); i += 8) {
+    for (size_t i = 0; i < files.size(); i += 16) {
         const std::string bytes = test_support::readFile(files[i]);
         if (leadingBoms(bytes) > 0 || !isUtf8(declaredEncoding(bytes)) || bytes.size() < 64)
             continue;
@@ -159,7 +159,7 @@ TEST(XmlCorpus, TruncatedDocumentsAreRejectedByBothParsers) {
             test_support::writeFile(copies.back(), head);
         }
     }
-    EXPECT_GT(copies.size(), 100u);
+    EXPECT_GT(copies.size(), 50u);
     const std::vector<bool> verdicts = xmllintAccepts(copies);
     ASSERT_EQ(verdicts.size(), copies.size());
     for (size_t i = 0; i < copies.size(); ++i)

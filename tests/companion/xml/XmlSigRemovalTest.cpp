@@ -13,7 +13,7 @@ namespace {
 struct Removal {
     bool ok = false;
     std::string out;
-    int errors = 0;
+    std::string error;
 };
 
 Removal removeFrom(std::string_view doc) {
@@ -21,23 +21,20 @@ Removal removeFrom(std::string_view doc) {
     _tvXmlDtd dtd;
     LogBase log;
     StringBuffer out("stale");
-    Removal r;
-    r.ok = removal.removeSignatures(doc, dtd, out, log);
-    r.out = std::string(out.view());
-    for (const LogBase::Entry& e : log.entries())
-        r.errors += e.kind == LogBase::Kind::Error;
-    return r;
+    const bool ok = removal.removeSignatures(doc, dtd, out, log);
+    return Removal{ok, std::string(out.view()), log.firstError()};
 }
 
-TEST(XmlSigRemoval, CutsEachSignatureExactlyAndKeepsTheWhitespaceAround) {
-    constexpr std::string_view doc = "<?xml version=\"1.0\"?>\r\n"
-                                     "<doc xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\">\r\n"
-                                     "  <a>keep &amp; this</a>\r\n"
-                                     "  <ds:Signature Id=\"one\"><ds:SignedInfo/></ds:Signature>\r\n"
-                                     "  <Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"/><ds:Signature>\n"
-                                     "</ds:Signature><b/>\r\n"
-                                     "</doc>\r\n";
-    const Removal r = removeFrom(doc);
+TEST(XmlSigRemoval, CutsSignaturesExactlyAndNestedOnesGoWithThem) {
+    const Removal r =
+        removeFrom("<?xml version=\"1.0\"?>\r\n"
+                   "<doc xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\">\r\n"
+                   "  <a>keep &amp; this</a>\r\n"
+                   "  <ds:Signature Id=\"one\"><ds:SignedInfo/></ds:Signature>\r\n"
+                   "  <Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"/><ds:Signature>\n"
+                   "<ds:Object><q:Counter xmlns:q=\"urn:q\"><ds:Signature Id=\"in\"/></q:Counter></ds:Object>"
+                   "</ds:Signature><b/>\r\n"
+                   "</doc>\r\n");
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(r.out, "<?xml version=\"1.0\"?>\r\n"
                      "<doc xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\">\r\n"
@@ -47,22 +44,13 @@ TEST(XmlSigRemoval, CutsEachSignatureExactlyAndKeepsTheWhitespaceAround) {
                      "</doc>\r\n");
 }
 
-TEST(XmlSigRemoval, NestedSignaturesGoWithTheOneAroundThem) {
-    constexpr std::string_view doc =
-        R"(<doc xmlns:ds="http://www.w3.org/2000/09/xmldsig#"><x/><ds:Signature Id="outer"><ds:Object><q:UnsignedSignatureProperties xmlns:q="urn:xades"><ds:Signature Id="inner"><ds:SignedInfo/><ds:Object><ds:Signature Id="deepest"/></ds:Object></ds:Signature></q:UnsignedSignatureProperties></ds:Object></ds:Signature><y/></doc>)";
-    const Removal r = removeFrom(doc);
-    ASSERT_TRUE(r.ok);
-    EXPECT_EQ(r.out, R"(<doc xmlns:ds="http://www.w3.org/2000/09/xmldsig#"><x/><y/></doc>)");
-}
-
 TEST(XmlSigRemoval, OnlyElementsThatAreSignaturesGo) {
-    constexpr std::string_view doc = R"(<Invoice xmlns:cac="urn:cac" xmlns:ds="http://www.w3.org/2000/09/xmldsig#">
-<!-- <ds:Signature>in a comment</ds:Signature> -->
-<n><![CDATA[<ds:Signature>in CDATA</ds:Signature>]]></n>
-<cac:Signature><cac:ID>ubl</cac:ID></cac:Signature>
-<o:Signature xmlns:o="urn:other"/>
-<AuthSignature><ds:SignedInfo/><ds:SignatureValue/></AuthSignature>
-<Half><ds:SignedInfo/></Half>
+    constexpr std::string_view doc =
+        R"(<!DOCTYPE Invoice [<!ENTITY s "<Signature xmlns='http://www.w3.org/2000/09/xmldsig#'/>">]>
+<Invoice xmlns:cac="urn:cac" xmlns:ds="http://www.w3.org/2000/09/xmldsig#">
+<!-- <ds:Signature>in a comment</ds:Signature> --><n><![CDATA[<ds:Signature>in CDATA</ds:Signature>]]></n>
+<cac:Signature><cac:ID>ubl</cac:ID></cac:Signature><o:Signature xmlns:o="urn:other"/>&s;
+<AuthSignature><ds:SignedInfo/><ds:SignatureValue/></AuthSignature><Half><ds:SignedInfo/></Half>
 </Invoice>)";
     std::string expected(doc);
     const std::string_view auth = "<AuthSignature><ds:SignedInfo/><ds:SignatureValue/></AuthSignature>";
@@ -72,30 +60,19 @@ TEST(XmlSigRemoval, OnlyElementsThatAreSignaturesGo) {
     EXPECT_EQ(r.out, expected);
 }
 
-TEST(XmlSigRemoval, SignatureInEntityTextStaysWithItsReference) {
-    constexpr std::string_view doc =
-        R"(<!DOCTYPE d [<!ENTITY s "<Signature xmlns='http://www.w3.org/2000/09/xmldsig#'/>">]>
-<d>&s;</d>)";
-    const Removal r = removeFrom(doc);
-    EXPECT_TRUE(r.ok);
-    EXPECT_EQ(r.out, doc);
-}
-
 TEST(XmlSigRemoval, RootSignatureLeavesOnlyTheProlog) {
-    constexpr std::string_view doc =
-        "<?xml version=\"1.0\"?>\n<Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"><SignedInfo/></Signature>\n";
-    const Removal r = removeFrom(doc);
+    const Removal r =
+        removeFrom("<?xml version=\"1.0\"?>\n<Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\"/>\n");
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(r.out, "<?xml version=\"1.0\"?>\n\n");
 }
 
 TEST(XmlSigRemoval, MalformedTextIsReturnedUnchanged) {
-    constexpr std::string_view doc =
-        R"(<doc xmlns:ds="http://www.w3.org/2000/09/xmldsig#"><ds:Signature></ds:Signature><open></doc>)";
+    constexpr std::string_view doc = R"(<d xmlns:ds="http://www.w3.org/2000/09/xmldsig#"><ds:Signature/><open></d>)";
     const Removal r = removeFrom(doc);
     EXPECT_FALSE(r.ok);
     EXPECT_EQ(r.out, doc);
-    EXPECT_EQ(r.errors, 1);
+    EXPECT_NE(r.error.find("mismatched end tag"), std::string::npos) << r.error;
 }
 
 TEST(XmlSigRemoval, OutputMayReplaceItsOwnInput) {

@@ -1,0 +1,302 @@
+#include "TestSupport.h"
+
+#include "companion/canon/XmlCanon.h"
+#include "companion/log/LogBase.h"
+#include "companion/text/ContentCoding.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/xml/XmlDtd.h"
+#include "companion/xml/XmlScanner.h"
+
+#include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+
+#include <algorithm>
+#include <string>
+#include <string_view>
+
+namespace {
+
+struct Result {
+    bool ok = false;
+    std::string out;
+    LogBase log;
+};
+
+void canonicalize(XmlCanon& canon, std::string_view xml, const char* uri, unsigned offset, Result& r) {
+    StringBuffer in(xml);
+    StringBuffer out;
+    r.ok = canon.xmlCanonicalize(in, uri, offset, out, r.log);
+    r.out = std::string(out.view());
+}
+
+std::string canonical(std::string_view xml, const char* uri = nullptr, unsigned offset = 0) {
+    XmlCanon canon;
+    Result r;
+    canonicalize(canon, xml, uri, offset, r);
+    EXPECT_TRUE(r.ok) << r.log.firstError();
+    return r.out;
+}
+
+size_t errorLines(const LogBase& log) {
+    return static_cast<size_t>(std::count_if(log.entries().begin(), log.entries().end(),
+                                             [](const LogBase::Entry& e) { return e.kind == LogBase::Kind::Error; }));
+}
+
+// --- Which element a URI or an offset names ---------------------------------
+
+constexpr std::string_view kIdDocument = R"(<r xmlns="urn:r" xmlns:wsu="urn:wsu">
+  <a ID="one">1</a><b wsu:Id="two">2</b><c id="three"/><d Id="two">dup</d></r>)";
+
+TEST(XmlCanonSelection, FragmentUriFormsNameTheSameElement) {
+    const std::string expected = R"(<b xmlns="urn:r" xmlns:wsu="urn:wsu" wsu:Id="two">2</b>)";
+    EXPECT_EQ(canonical(kIdDocument, "#two"), expected);
+    EXPECT_EQ(canonical(kIdDocument, "two"), expected);
+    EXPECT_EQ(canonical(kIdDocument, "#xpointer(id('two'))"), expected);
+    EXPECT_EQ(canonical(kIdDocument, "#xpointer(id(\"two\"))"), expected);
+    EXPECT_EQ(canonical(kIdDocument, "#one"), R"(<a xmlns="urn:r" xmlns:wsu="urn:wsu" ID="one">1</a>)");
+    EXPECT_EQ(canonical(kIdDocument, "#three"), R"(<c xmlns="urn:r" xmlns:wsu="urn:wsu" id="three"></c>)");
+}
+
+TEST(XmlCanonSelection, EmptyUriAndXPointerRootGiveTheWholeDocument) {
+    const std::string whole = canonical(kIdDocument);
+    EXPECT_EQ(whole.substr(0, 36), R"(<r xmlns="urn:r" xmlns:wsu="urn:wsu")");
+    EXPECT_EQ(canonical(kIdDocument, ""), whole);
+    EXPECT_EQ(canonical(kIdDocument, "#xpointer(/)"), whole);
+}
+
+TEST(XmlCanonSelection, MissingTargetsFailWithOneErrorAndLeaveOutputAlone) {
+    for (const char* uri : {"#none", "#xpointer(//a)", "#xpointer(id(none))"}) {
+        XmlCanon canon;
+        StringBuffer in(kIdDocument);
+        StringBuffer out("kept");
+        LogBase log;
+        EXPECT_FALSE(canon.xmlCanonicalize(in, uri, 0, out, log)) << uri;
+        EXPECT_EQ(out.view(), "kept") << uri;
+        EXPECT_EQ(errorLines(log), 1u) << uri;
+    }
+}
+
+TEST(XmlCanonSelection, StartOffsetNamesTheElementWhoseTagBeginsThere) {
+    const std::string doc = R"(<r xmlns="urn:r"><s:a xmlns:s="urn:s" Id="x">t</s:a><b/></r>)";
+    const auto at = static_cast<unsigned>(doc.find("<b/>"));
+    EXPECT_EQ(canonical(doc, nullptr, at), R"(<b xmlns="urn:r"></b>)");
+    EXPECT_EQ(canonical(doc, nullptr, static_cast<unsigned>(doc.find("<s:a"))),
+              R"(<s:a xmlns="urn:r" xmlns:s="urn:s" Id="x">t</s:a>)");
+
+    XmlCanon canon;
+    Result inside;
+    canonicalize(canon, doc, nullptr, at + 1, inside);
+    EXPECT_FALSE(inside.ok);
+    EXPECT_EQ(inside.log.firstError(), "No element starts at offset " + std::to_string(at + 1) + ".");
+}
+
+TEST(XmlCanonSelection, OutputIsAppendedEvenToTheInputBuffer) {
+    XmlCanon canon;
+    StringBuffer text("<a  b='1'/>");
+    LogBase log;
+    ASSERT_TRUE(canon.xmlCanonicalize(text, nullptr, 0, text, log));
+    EXPECT_EQ(text.view(), R"(<a  b='1'/><a b="1"></a>)");
+}
+
+// --- What a fragment inherits from its ancestors ----------------------------
+
+constexpr std::string_view kContextDocument =
+    R"(<r xmlns="urn:d" xmlns:p="urn:p" xmlns:q="urn:q" xml:lang="en" xml:space="preserve">)"
+    R"(<m xml:lang="fr" xmlns=""><t p:x="1" xml:space="default"><q:u/></t></m></r>)";
+
+TEST(XmlCanonContext, InclusiveApexRendersAncestorNamespacesAndXmlAttributes) {
+    // The default namespace is undeclared at t, so no xmlns="" appears; the
+    // nearest xml:lang wins and t's own xml:space stays. The XML namespace
+    // URI (http://...) sorts before urn:p.
+    EXPECT_EQ(canonical(kContextDocument, nullptr, static_cast<unsigned>(kContextDocument.find("<t"))),
+              R"(<t xmlns:p="urn:p" xmlns:q="urn:q" xml:lang="fr" xml:space="default" p:x="1"><q:u></q:u></t>)");
+}
+
+TEST(XmlCanonContext, ExclusiveApexRendersOnlyWhatItUsesAndTheInclusivePrefixes) {
+    XmlCanon canon;
+    canon.setMode(XmlCanon::Mode::Exclusive);
+    Result plain;
+    const auto at = static_cast<unsigned>(kContextDocument.find("<t"));
+    canonicalize(canon, kContextDocument, nullptr, at, plain);
+    EXPECT_EQ(plain.out, R"(<t xmlns:p="urn:p" xml:space="default" p:x="1"><q:u xmlns:q="urn:q"></q:u></t>)");
+
+    canon.inclusivePrefixes().appendSb("q");
+    canon.inclusivePrefixes().appendSb("#default");
+    Result listed;
+    canonicalize(canon, kContextDocument, nullptr, at, listed);
+    EXPECT_EQ(listed.out,
+              R"(<t xmlns:p="urn:p" xmlns:q="urn:q" xml:space="default" p:x="1"><q:u></q:u></t>)");
+}
+
+// SK-XML 1.0 DigiDoc signers hash SignedInfo without the namespace it
+// inherits from Signature: the switch that drops ancestor context.
+TEST(XmlCanonContext, WithoutAncestorContextTheApexRendersOnlyItsOwnDeclarations) {
+    XmlCanon canon;
+    canon.setInheritAncestorContext(false);
+    Result r;
+    canonicalize(canon, kContextDocument, nullptr, static_cast<unsigned>(kContextDocument.find("<t")), r);
+    EXPECT_EQ(r.out, R"(<t xml:space="default" p:x="1"><q:u></q:u></t>)");
+
+    const std::string skXml = R"(<SignedDoc format="SK-XML"><Signature xmlns="http://www.w3.org/2000/09/xmldsig#">)"
+                              R"(<SignedInfo><Reference URI="#D0"/></SignedInfo></Signature></SignedDoc>)";
+    Result signedInfo;
+    canonicalize(canon, skXml, nullptr, static_cast<unsigned>(skXml.find("<SignedInfo")), signedInfo);
+    EXPECT_EQ(signedInfo.out, R"(<SignedInfo><Reference URI="#D0"></Reference></SignedInfo>)");
+}
+
+// The text between the first start tag named `open` and the next "</".
+std::string elementText(const std::string& doc, const std::string& open) {
+    const size_t start = doc.find('>', doc.find(open)) + 1;
+    return doc.substr(start, doc.find("</", start) - start);
+}
+
+bool rsaSha1Verifies(const std::string& certificateBase64, const std::string& signatureBase64,
+                     std::string_view signedText) {
+    std::string der;
+    std::string signature;
+    if (!ContentCoding::decodeBase64(certificateBase64, der) || !ContentCoding::decodeBase64(signatureBase64, signature))
+        return false;
+    const auto* p = reinterpret_cast<const unsigned char*>(der.data());
+    X509* cert = d2i_X509(nullptr, &p, static_cast<long>(der.size()));
+    EVP_MD_CTX* ctx = EVP_MD_CTX_new();
+    const bool ok = cert && ctx && EVP_DigestVerifyInit(ctx, nullptr, EVP_sha1(), nullptr, X509_get0_pubkey(cert)) == 1 &&
+                    EVP_DigestVerify(ctx, reinterpret_cast<const unsigned char*>(signature.data()), signature.size(),
+                                     reinterpret_cast<const unsigned char*>(signedText.data()), signedText.size()) == 1;
+    EVP_MD_CTX_free(ctx);
+    X509_free(cert);
+    return ok;
+}
+
+TEST(XmlCanonContext, SkXmlSignedInfoVerifiesOnlyWithoutAncestorContext) {
+    const std::string doc =
+        test_support::readFile(test_support::corpusDir() / "real/skxml/digidoc4j-SK-XML1.0.ddoc");
+    ASSERT_FALSE(doc.empty());
+    const std::string certificate = elementText(doc, "<X509Certificate");
+    const std::string signature = elementText(doc, "<SignatureValue");
+    const auto at = static_cast<unsigned>(doc.find("<SignedInfo"));
+    XmlCanon canon;
+    Result inherited;
+    canonicalize(canon, doc, nullptr, at, inherited);
+    ASSERT_TRUE(inherited.ok);
+    EXPECT_FALSE(rsaSha1Verifies(certificate, signature, inherited.out));
+
+    canon.setInheritAncestorContext(false);
+    Result alone;
+    canonicalize(canon, doc, nullptr, at, alone);
+    ASSERT_TRUE(alone.ok);
+    EXPECT_TRUE(rsaSha1Verifies(certificate, signature, alone.out));
+}
+
+// --- Signers that sort attributes by their names as written ------------------
+
+TEST(XmlCanonSortBug, AttributesFollowPrefixOrderInsteadOfNamespaceOrder) {
+    // b stands for urn:a and a for urn:z: the two orders disagree.
+    const std::string doc = R"(<r xmlns:b="urn:a" xmlns:a="urn:z"><e a:x="1" b:x="2" y="3" xmlns:c="urn:c"/></r>)";
+    EXPECT_EQ(canonical(doc),
+              R"(<r xmlns:a="urn:z" xmlns:b="urn:a"><e xmlns:c="urn:c" y="3" b:x="2" a:x="1"></e></r>)");
+
+    XmlCanon canon;
+    canon.setSortBugEmulation(true);
+    Result bug;
+    canonicalize(canon, doc, nullptr, 0, bug);
+    ASSERT_TRUE(bug.ok);
+    EXPECT_EQ(bug.out, R"(<r xmlns:a="urn:z" xmlns:b="urn:a"><e xmlns:c="urn:c" y="3" a:x="1" b:x="2"></e></r>)");
+}
+
+// --- EBICS: the authenticated elements, one pass each -------------------------
+
+constexpr std::string_view kEbicsRequest = R"(<?xml version="1.0"?>
+<ebicsRequest xmlns="urn:org:ebics:H004" xmlns:ds="http://www.w3.org/2000/09/xmldsig#" Version="H004">
+  <header authenticate="true"><static><HostID>H</HostID></static></header>
+  <AuthSignature><ds:SignedInfo/></AuthSignature>
+  <body><DataTransfer authenticate="false"/><X authenticate="true">x</X><Y authenticate='true'/></body>
+</ebicsRequest>)";
+
+TEST(XmlCanonEbics, EachOrdinalEmitsOneAuthenticatedElementUntilNoneIsLeft) {
+    const std::string context = R"( xmlns="urn:org:ebics:H004" xmlns:ds="http://www.w3.org/2000/09/xmldsig#")";
+    const std::string expected[] = {
+        "<header" + context + R"( authenticate="true"><static><HostID>H</HostID></static></header>)",
+        "<X" + context + R"( authenticate="true">x</X>)",
+        "<Y" + context + R"( authenticate="true"></Y>)",
+    };
+    XmlCanon canon;
+    canon.setEbicsMode(true);
+    StringBuffer in(kEbicsRequest);
+    StringBuffer out;
+    for (unsigned ordinal = 0; ordinal < 3; ++ordinal) {
+        canon.setFragmentCounter(0);
+        canon.setAuthenticatedOrdinal(ordinal);
+        StringBuffer one;
+        LogBase log;
+        ASSERT_TRUE(canon.xmlCanonicalize(in, "#xpointer(//*[@authenticate='true'])", 0, one, log)) << ordinal;
+        EXPECT_EQ(one.view(), expected[ordinal]);
+        EXPECT_EQ(canon.fragmentCounter(), ordinal + 1);
+        out.append(one);
+    }
+    EXPECT_EQ(out.view(), expected[0] + expected[1] + expected[2]);
+
+    canon.setFragmentCounter(0);
+    canon.setAuthenticatedOrdinal(3);
+    StringBuffer none("kept");
+    LogBase log;
+    EXPECT_FALSE(canon.xmlCanonicalize(in, "EBICS", 0, none, log));
+    EXPECT_EQ(none.view(), "kept");
+    EXPECT_EQ(canon.fragmentCounter(), 3u);
+}
+
+TEST(XmlCanonEbics, ACounterThatWasNotResetShiftsTheSelection) {
+    XmlCanon canon;
+    canon.setEbicsMode(true);
+    canon.setFragmentCounter(1);
+    canon.setAuthenticatedOrdinal(1);
+    Result r;
+    canonicalize(canon, kEbicsRequest, "EBICS", 0, r);
+    ASSERT_TRUE(r.ok);
+    EXPECT_EQ(r.out.substr(0, 8), "<header ");
+}
+
+// --- Documents that are not well-formed --------------------------------------
+
+std::string scannerMessage(std::string_view xml) {
+    XmlDtd dtd(xml);
+    XmlScanner scanner(dtd);
+    while (scanner.next()) {
+    }
+    return scanner.errorMessage();
+}
+
+TEST(XmlCanonMalformed, FailsWithTheScannersMessageAsItsOnlyErrorLine) {
+    const std::string_view cases[] = {
+        "<a><b></a>", "", "<a>&undefined;</a>", "<a x='1' x='2'/>", "<a>\xC3</a>", "<a/><b/>", "<a><b>",
+    };
+    for (std::string_view xml : cases) {
+        for (const char* uri : {static_cast<const char*>(nullptr), "#x"}) {
+            XmlCanon canon;
+            StringBuffer in(xml);
+            StringBuffer out("kept");
+            LogBase log;
+            EXPECT_FALSE(canon.xmlCanonicalize(in, uri, 0, out, log)) << xml;
+            EXPECT_EQ(out.view(), "kept") << xml;
+            EXPECT_EQ(errorLines(log), 1u) << xml;
+            EXPECT_EQ(log.firstError(), scannerMessage(xml)) << xml;
+        }
+    }
+}
+
+// --- Where the standard and libxml2 part ---------------------------------------
+
+TEST(XmlCanonEscaping, NamespaceUrisAreEscapedLikeAttributeValues) {
+    // libxml2 writes namespace URIs unescaped.
+    EXPECT_EQ(canonical(R"(<a xmlns:p="urn:x?a=1&amp;b=&quot;2&quot;" p:b="&#9;"/>)"),
+              R"(<a xmlns:p="urn:x?a=1&amp;b=&quot;2&quot;" p:b="&#x9;"></a>)");
+}
+
+TEST(XmlCanonEscaping, CarriageReturnFromAnEntitysCharacterReferenceIsKept) {
+    // Line ends are normalized in the document's text, not in an entity's
+    // replacement text (libxml2 normalizes both).
+    const std::string doc = "<!DOCTYPE a [<!ENTITY cr \"x&#13;<b/>\">]>\r\n<a>&cr;\r\n&#13;</a>";
+    EXPECT_EQ(canonical(doc), "<a>x&#xD;<b></b>\n&#xD;</a>");
+}
+
+} // namespace
