@@ -11,6 +11,6 @@ public:
     // against hash with key. Returns true when the check ran, with valid
     // telling the outcome; false when the key cannot be used. log may be
     // null.
-    static bool eccVerifyHash(const EccKey& key, const DataBuffer& sig, int format, const DataBuffer& hash,
-                              bool& valid, LogBase* log);
+    static bool eccVerifyHash(const EccKey& key, const DataBuffer& sig, int format, const DataBuffer& hash, bool& valid,
+                              LogBase* log);
 };

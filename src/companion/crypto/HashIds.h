@@ -11,4 +11,3 @@ inline constexpr int kSha256 = 7;
 inline constexpr int kRipemd128 = 9;
 inline constexpr int kRipemd160 = 10;
 } // namespace hash_alg
-

@@ -100,7 +100,8 @@ int fieldBytesOf(const std::string& curve) {
 PkeyPtr ecFromRfc4050Xml(const ClsXml& xml, LogBase& log) {
     StringBuffer curveUri, x, y;
     if (!xml.getChildAttrValue("*:DomainParameters|*:NamedCurve", "URN", curveUri) ||
-        !xml.getChildAttrValue("*:PublicKey|*:X", "Value", x) || !xml.getChildAttrValue("*:PublicKey|*:Y", "Value", y)) {
+        !xml.getChildAttrValue("*:PublicKey|*:X", "Value", x) ||
+        !xml.getChildAttrValue("*:PublicKey|*:Y", "Value", y)) {
         log.LogError("ECDSAKeyValue needs a NamedCurve URN and PublicKey X and Y values.");
         return nullptr;
     }

@@ -14,12 +14,8 @@
 
 // Owning handles for OpenSSL objects: each frees its object with the
 // library's own free function.
-template <auto FreeFn>
-struct OpensslDeleter {
-    template <class T>
-    void operator()(T* p) const {
-        FreeFn(p);
-    }
+template <auto FreeFn> struct OpensslDeleter {
+    template <class T> void operator()(T* p) const { FreeFn(p); }
 };
 
 using PkeyPtr = std::unique_ptr<EVP_PKEY, OpensslDeleter<EVP_PKEY_free>>;

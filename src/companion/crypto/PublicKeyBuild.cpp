@@ -26,8 +26,8 @@ PkeyPtr fromIntegers(const char* keyType, std::initializer_list<NamedInteger> in
     if (!builder)
         return nullptr;
     for (const auto& [name, bytes] : integers) {
-        const BnPtr bn(BN_bin2bn(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()),
-                                 nullptr));
+        const BnPtr bn(
+            BN_bin2bn(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()), nullptr));
         if (bytes.empty() || !bn || OSSL_PARAM_BLD_push_BN(builder.get(), name, bn.get()) != 1)
             return nullptr;
     }

@@ -11,18 +11,19 @@ constexpr int kRounds = 4;
 constexpr size_t kLengthFieldLen = 8;
 
 // Message word selection and rotation amounts of the left and right lines.
-constexpr uint8_t kWordLeft[64] = {0, 1, 2,  3,  4,  5,  6,  7,  8,  9,  10, 11, 12, 13, 14, 15, 7, 4,  13, 1,  10, 6,
-                                   15, 3, 12, 0,  9,  5,  2,  14, 11, 8,  3,  10, 14, 4,  9,  15, 8, 1,  2,  7,  0,  6,
-                                   13, 11, 5,  12, 1,  9,  11, 10, 0,  8,  12, 4,  13, 3,  7,  15, 14, 5, 6,  2};
-constexpr uint8_t kWordRight[64] = {5,  14, 7,  0, 9, 2,  11, 4, 13, 6,  15, 8, 1,  10, 3, 12, 6,  11, 3,  7, 0, 13,
-                                    5,  10, 14, 15, 8, 12, 4,  9, 1,  2,  15, 5, 1,  3,  7, 14, 6,  9,  11, 8, 12, 2,
-                                    10, 0,  4,  13, 8, 6,  4,  1, 3,  11, 15, 0, 5,  12, 2, 13, 9,  7,  10, 14};
-constexpr uint8_t kShiftLeft[64] = {11, 14, 15, 12, 5,  8,  7,  9,  11, 13, 14, 15, 6,  7,  9,  8,  7,  6,  8,  13, 11, 9,
-                                    7,  15, 7,  12, 15, 9,  11, 7,  13, 12, 11, 13, 6,  7,  14, 9,  13, 15, 14, 8,  13, 6,
-                                    5,  12, 7,  5,  11, 12, 14, 15, 14, 15, 9,  8,  9,  14, 5,  6,  8,  6,  5,  12};
-constexpr uint8_t kShiftRight[64] = {8,  9,  9,  11, 13, 15, 15, 5,  7,  7, 8,  11, 14, 14, 12, 6,  9,  13, 15, 7, 12, 8,
-                                     9,  11, 7,  7,  12, 7,  6,  15, 13, 11, 9, 7,  15, 11, 8,  6,  6,  14, 12, 13, 5, 14,
-                                     13, 13, 7,  5,  15, 5,  8,  11, 14, 14, 6, 14, 6,  9,  12, 9,  12, 5,  15, 8};
+constexpr uint8_t kWordLeft[64] = {0,  1,  2,  3,  4, 5, 6,  7,  8,  9, 10, 11, 12, 13, 14, 15, 7,  4, 13, 1, 10, 6,
+                                   15, 3,  12, 0,  9, 5, 2,  14, 11, 8, 3,  10, 14, 4,  9,  15, 8,  1, 2,  7, 0,  6,
+                                   13, 11, 5,  12, 1, 9, 11, 10, 0,  8, 12, 4,  13, 3,  7,  15, 14, 5, 6,  2};
+constexpr uint8_t kWordRight[64] = {5,  14, 7,  0,  9, 2,  11, 4, 13, 6,  15, 8, 1, 10, 3, 12, 6, 11, 3,  7, 0,  13,
+                                    5,  10, 14, 15, 8, 12, 4,  9, 1,  2,  15, 5, 1, 3,  7, 14, 6, 9,  11, 8, 12, 2,
+                                    10, 0,  4,  13, 8, 6,  4,  1, 3,  11, 15, 0, 5, 12, 2, 13, 9, 7,  10, 14};
+constexpr uint8_t kShiftLeft[64] = {11, 14, 15, 12, 5,  8,  7,  9,  11, 13, 14, 15, 6, 7,  9,  8, 7,  6,  8,  13, 11, 9,
+                                    7,  15, 7,  12, 15, 9,  11, 7,  13, 12, 11, 13, 6, 7,  14, 9, 13, 15, 14, 8,  13, 6,
+                                    5,  12, 7,  5,  11, 12, 14, 15, 14, 15, 9,  8,  9, 14, 5,  6, 8,  6,  5,  12};
+constexpr uint8_t kShiftRight[64] = {8,  9,  9,  11, 13, 15, 15, 5,  7,  7,  8,  11, 14, 14, 12, 6,
+                                     9,  13, 15, 7,  12, 8,  9,  11, 7,  7,  12, 7,  6,  15, 13, 11,
+                                     9,  7,  15, 11, 8,  6,  6,  14, 12, 13, 5,  14, 13, 13, 7,  5,
+                                     15, 5,  8,  11, 14, 14, 6,  14, 6,  9,  12, 9,  12, 5,  15, 8};
 constexpr uint32_t kConstLeft[kRounds] = {0x00000000u, 0x5a827999u, 0x6ed9eba1u, 0x8f1bbcdcu};
 constexpr uint32_t kConstRight[kRounds] = {0x50a28be6u, 0x5c4dd124u, 0x6d703ef3u, 0x00000000u};
 
@@ -74,8 +75,8 @@ void Ripemd128::processBlock(const uint8_t* block) {
     for (int i = 0; i < kRounds * kStepsPerRound; ++i) {
         const int round = i / kStepsPerRound;
         left.step(roundFunction(round, left.b, left.c, left.d), x[kWordLeft[i]], kConstLeft[round], kShiftLeft[i]);
-        right.step(roundFunction(kRounds - 1 - round, right.b, right.c, right.d), x[kWordRight[i]],
-                   kConstRight[round], kShiftRight[i]);
+        right.step(roundFunction(kRounds - 1 - round, right.b, right.c, right.d), x[kWordRight[i]], kConstRight[round],
+                   kShiftRight[i]);
     }
     const uint32_t t = m_h[1] + left.c + right.d;
     m_h[1] = m_h[2] + left.d + right.a;

@@ -91,8 +91,8 @@ PkeyCtxPtr makeContext(const RsaKey& key, int padding, bool recover) {
     return ctx;
 }
 
-Outcome verifyPkcs1(const RsaKey& key, const std::string& sig, const DataBuffer& hash, int hashAlg,
-                    bool withDigestInfo, LogBase& log) {
+Outcome verifyPkcs1(const RsaKey& key, const std::string& sig, const DataBuffer& hash, int hashAlg, bool withDigestInfo,
+                    LogBase& log) {
     const PkeyCtxPtr ctx = makeContext(key, RSA_PKCS1_PADDING, true);
     if (!ctx) {
         log.LogError("Failed to set up PKCS#1 v1.5 verification.");

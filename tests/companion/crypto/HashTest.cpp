@@ -1,0 +1,244 @@
+#include "CryptoTestSupport.h"
+
+#include "companion/crypto/DigestFetch.h"
+#include "companion/crypto/HashIds.h"
+#include "companion/crypto/HashProgress.h"
+#include "companion/crypto/Hasher.h"
+#include "companion/crypto/_tvHash.h"
+#include "companion/fs/_tvFileDataSource.h"
+#include "companion/log/LogBase.h"
+#include "companion/text/XString.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using crypto_test::hexOf;
+
+namespace {
+
+struct Vector {
+    int alg;
+    std::string message;
+    const char* digest;
+};
+
+const std::string kMillionA(1000000, 'a');
+const std::string kAlphabet = "abcdefghijklmnopqrstuvwxyz";
+const std::string kAlphanumeric = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789";
+const std::string kEightyDigits = [] {
+    std::string s;
+    for (int i = 0; i < 8; ++i)
+        s += "1234567890";
+    return s;
+}();
+
+const std::vector<Vector> kVectors = {
+    // FIPS 180 examples.
+    {hash_alg::kSha1, "", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
+    {hash_alg::kSha1, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+    {hash_alg::kSha1, kMillionA, "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
+    {hash_alg::kSha256, "", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
+    {hash_alg::kSha256, "abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+    {hash_alg::kSha256, kMillionA, "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"},
+    {hash_alg::kSha384, "",
+     "38b060a751ac96384cd9327eb1b1e36a21fdb71114be07434c0cc7bf63f6e1da274edebfe76f65fbd51ad2f14898b95b"},
+    {hash_alg::kSha384, "abc",
+     "cb00753f45a35e8bb5a03d699ac65007272c32ab0eded1631a8b605a43ff5bed8086072ba1e7cc2358baeca134c825a7"},
+    {hash_alg::kSha384, kMillionA,
+     "9d0e1809716474cb086e834e310a4a1ced149e9c00f248527972cec5704c2a5b07b8b3dc38ecc4ebae97ddd87f3d8985"},
+    {hash_alg::kSha512, "",
+     "cf83e1357eefb8bdf1542850d66d8007d620e4050b5715dc83f4a921d36ce9ce47d0d13c5d85f2b0ff8318d2877eec2f63b931bd47417a81a"
+     "538327af927da3e"},
+    {hash_alg::kSha512, "abc",
+     "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2"
+     "a9ac94fa54ca49f"},
+    {hash_alg::kSha512, kMillionA,
+     "e718483d0ce769644e2e42c7bc15b4638e1f98b13b2044285632a803afa973ebde0ff244877ea60a4cb0432ce577c31beb009c5c2c49aa2e4"
+     "eadb217ad8cc09b"},
+    // RFC 1321.
+    {hash_alg::kMd5, "", "d41d8cd98f00b204e9800998ecf8427e"},
+    {hash_alg::kMd5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
+    {hash_alg::kMd5, kMillionA, "7707d6ae4e027c70eea2a935c2296f21"},
+    // RFC 1319, the full list, and the million-a value.
+    {hash_alg::kMd2, "", "8350e5a3e24c153df2275c9f80692773"},
+    {hash_alg::kMd2, "a", "32ec01ec4a6dac72c0ab96fb34c0b5d1"},
+    {hash_alg::kMd2, "abc", "da853b0d3f88d99b30283a69e6ded6bb"},
+    {hash_alg::kMd2, "message digest", "ab4f496bfb2a530b219ff33031fe06b0"},
+    {hash_alg::kMd2, kAlphabet, "4e8ddff3650292ab5a4108c3aa47940b"},
+    {hash_alg::kMd2, kAlphanumeric, "da33def2a42df13975352846c30338cd"},
+    {hash_alg::kMd2, kEightyDigits, "d5976f79d83d3a0dc9806c3c66f3efd8"},
+    {hash_alg::kMd2, kMillionA, "8c0a09ff1216ecaf95c8130953c62efd"},
+    // The RIPEMD authors' published values.
+    {hash_alg::kRipemd128, "", "cdf26213a150dc3ecb610f18f6b38b46"},
+    {hash_alg::kRipemd128, "a", "86be7afa339d0fc7cfc785e72f578d33"},
+    {hash_alg::kRipemd128, "abc", "c14a12199c66e4ba84636b0f69144c77"},
+    {hash_alg::kRipemd128, "message digest", "9e327b3d6e523062afc1132d7df9d1b8"},
+    {hash_alg::kRipemd128, kAlphabet, "fd2aa607f71dc8f510714922b371834e"},
+    {hash_alg::kRipemd128, "abcdbcdecdefdefgefghfghighijhijkijkljklmklmnlmnomnopnopq",
+     "a1aa0689d0fafa2ddc22e88b49133a06"},
+    {hash_alg::kRipemd128, kAlphanumeric, "d1e959eb179c911faea4624c60c5c702"},
+    {hash_alg::kRipemd128, kEightyDigits, "3f45ef194732c2dbb2c4a2c769795fa3"},
+    {hash_alg::kRipemd128, kMillionA, "4a7f5723f954eba1216c9d8f6320431f"},
+    {hash_alg::kRipemd160, "", "9c1185a5c5e9fc54612808977ee8f548b2258d31"},
+    {hash_alg::kRipemd160, "abc", "8eb208f7e05d987a9b044a8e98c6b087f15a0bfc"},
+    {hash_alg::kRipemd160, kMillionA, "52783243c1697bdbe16d37f97f68f08325dc1528"},
+};
+
+const int kAllAlgs[] = {hash_alg::kSha1, hash_alg::kSha384, hash_alg::kSha512,    hash_alg::kMd2,
+                        hash_alg::kMd5,  hash_alg::kSha256, hash_alg::kRipemd128, hash_alg::kRipemd160};
+
+std::string messageLabel(const std::string& m) {
+    return m.size() > 80 ? std::to_string(m.size()) + " bytes" : '"' + m + '"';
+}
+
+// Bytes that are not all alike, so that misplaced blocks change the digest.
+std::string patternedBytes(size_t n) {
+    std::string s(n, '\0');
+    for (size_t i = 0; i < n; ++i)
+        s[i] = static_cast<char>((i * 131 + i / 251) & 0xff);
+    return s;
+}
+
+} // namespace
+
+TEST(HashTest, KnownVectorsForEveryIdentifier) {
+    for (const Vector& v : kVectors) {
+        DataBuffer out;
+        ASSERT_TRUE(_tvHash::doHash(v.message.data(), v.message.size(), v.alg, out)) << _tvHash::hashName(v.alg);
+        EXPECT_EQ(hexOf(out), v.digest) << _tvHash::hashName(v.alg) << " of " << messageLabel(v.message);
+        EXPECT_EQ(out.getSize(), _tvHash::hashLen(v.alg));
+    }
+}
+
+// Pieces of every size around the 16-, 64- and 128-byte block lengths
+// cross block boundaries at every offset.
+TEST(HashTest, StreamingInUnevenPiecesEqualsOneShot) {
+    const std::string data = patternedBytes(5000);
+    const size_t pieceLens[] = {1, 15, 16, 17, 63, 64, 65, 127, 128, 129, 1000};
+    for (int alg : kAllAlgs) {
+        DataBuffer oneShot;
+        ASSERT_TRUE(_tvHash::doHash(data.data(), data.size(), alg, oneShot));
+        for (size_t pieceLen : pieceLens) {
+            Hasher hasher;
+            ASSERT_TRUE(hasher.init(alg));
+            for (size_t pos = 0; pos < data.size(); pos += pieceLen)
+                ASSERT_TRUE(hasher.update(data.data() + pos, std::min(pieceLen, data.size() - pos)));
+            DataBuffer streamed;
+            ASSERT_TRUE(hasher.final(streamed));
+            EXPECT_EQ(hexOf(streamed), hexOf(oneShot)) << _tvHash::hashName(alg) << " in pieces of " << pieceLen;
+        }
+    }
+}
+
+TEST(HashTest, HasherIsReusableAfterInit) {
+    Hasher hasher;
+    DataBuffer first, second;
+    ASSERT_TRUE(hasher.init(hash_alg::kRipemd128));
+    hasher.update("abc", 3);
+    ASSERT_TRUE(hasher.final(first));
+    EXPECT_FALSE(hasher.update("x", 1)) << "a finished hasher must be initialised again";
+    ASSERT_TRUE(hasher.init(hash_alg::kRipemd128));
+    hasher.update("abc", 3);
+    ASSERT_TRUE(hasher.final(second));
+    EXPECT_EQ(hexOf(second), hexOf(first));
+}
+
+TEST(HashTest, UnknownIdentifiersFailAndLeaveNoDigest) {
+    for (int alg : {0, -1, 6, 8, 11}) {
+        DataBuffer out = crypto_test::bufferOf("stale");
+        EXPECT_FALSE(_tvHash::doHash("abc", 3, alg, out)) << alg;
+        EXPECT_TRUE(out.isEmpty());
+        EXPECT_EQ(_tvHash::hashLen(alg), 0u);
+        EXPECT_STREQ(_tvHash::hashName(alg), "unknown");
+    }
+}
+
+TEST(HashTest, OidsMapToIdentifiers) {
+    EXPECT_EQ(_tvHash::oidToHashAlg("1.3.14.3.2.26"), hash_alg::kSha1);
+    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.1"), hash_alg::kSha256);
+    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.2"), hash_alg::kSha384);
+    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.3"), hash_alg::kSha512);
+    EXPECT_EQ(_tvHash::oidToHashAlg("1.2.840.113549.2.2"), hash_alg::kMd2);
+    EXPECT_EQ(_tvHash::oidToHashAlg("1.2.840.113549.2.5"), hash_alg::kMd5);
+    EXPECT_EQ(_tvHash::oidToHashAlg("1.3.36.3.2.2"), hash_alg::kRipemd128);
+    EXPECT_EQ(_tvHash::oidToHashAlg("1.3.36.3.2.1"), hash_alg::kRipemd160);
+    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.4"), 0) << "SHA-224 has no identifier";
+    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2"), 0);
+    EXPECT_EQ(_tvHash::oidToHashAlg(""), 0);
+    EXPECT_EQ(_tvHash::oidToHashAlg(nullptr), 0);
+}
+
+namespace {
+
+class CountingProgress : public HashProgress {
+public:
+    explicit CountingProgress(uint64_t stopAfter) : m_stopAfter(stopAfter) {}
+    bool onBytesHashed(uint64_t total) override {
+        m_last = total;
+        ++m_calls;
+        return total < m_stopAfter;
+    }
+    uint64_t m_last = 0;
+    int m_calls = 0;
+
+private:
+    uint64_t m_stopAfter;
+};
+
+} // namespace
+
+TEST(HashTest, DataSourceFileHashesLikeOneShot) {
+    test_support::TempDir dir;
+    const std::string data = patternedBytes(200000);
+    test_support::writeFile(dir.path() / "data.bin", data);
+    for (int alg : {hash_alg::kSha256, hash_alg::kMd2}) {
+        _tvFileDataSource source;
+        LogBase log;
+        ASSERT_TRUE(source.openDataSourceFile(XString((dir.path() / "data.bin").string()), log));
+        CountingProgress progress(UINT64_MAX);
+        DataBuffer streamed, oneShot;
+        uint64_t count = 0;
+        ASSERT_TRUE(_tvHash::hashDataSource(source, alg, &progress, streamed, &count, log)) << log.renderText();
+        ASSERT_TRUE(_tvHash::doHash(data.data(), data.size(), alg, oneShot));
+        EXPECT_EQ(hexOf(streamed), hexOf(oneShot));
+        EXPECT_EQ(count, data.size());
+        EXPECT_EQ(progress.m_last, data.size());
+        EXPECT_GT(progress.m_calls, 1) << "the file must be read in more than one chunk";
+    }
+}
+
+TEST(HashTest, DataSourceFailuresAreReported) {
+    test_support::TempDir dir;
+    LogBase log;
+    _tvFileDataSource missing;
+    EXPECT_FALSE(missing.openDataSourceFile(XString((dir.path() / "absent").string()), log));
+
+    // A directory opens for reading but every read fails.
+    _tvFileDataSource directory;
+    ASSERT_TRUE(directory.openDataSourceFile(XString(dir.path().string()), log));
+    DataBuffer out;
+    EXPECT_FALSE(_tvHash::hashDataSource(directory, hash_alg::kSha1, nullptr, out, nullptr, log));
+    EXPECT_TRUE(out.isEmpty());
+
+    test_support::writeFile(dir.path() / "big.bin", patternedBytes(300000));
+    _tvFileDataSource big;
+    ASSERT_TRUE(big.openDataSourceFile(XString((dir.path() / "big.bin").string()), log));
+    CountingProgress stopEarly(1);
+    EXPECT_FALSE(_tvHash::hashDataSource(big, hash_alg::kSha1, &stopEarly, out, nullptr, log));
+    EXPECT_EQ(stopEarly.m_calls, 1);
+    EXPECT_TRUE(out.isEmpty());
+}
+
+TEST(HashTest, DigestsOnlyInTheLegacyProviderAreStillFound) {
+    // MD4 is kept only in OpenSSL 3's legacy provider, as RIPEMD-160 was
+    // before 3.0.7.
+    EXPECT_TRUE(fetchDigest("MD4"));
+    OSSL_LIB_CTX* md4Ctx = digestLibCtx("MD4");
+    ASSERT_NE(md4Ctx, nullptr);
+    EXPECT_NE(md4Ctx, OSSL_LIB_CTX_get0_global_default());
+    EXPECT_EQ(digestLibCtx("SHA256"), OSSL_LIB_CTX_get0_global_default());
+    EXPECT_FALSE(fetchDigest("NO-SUCH-DIGEST"));
+    EXPECT_EQ(digestLibCtx("NO-SUCH-DIGEST"), nullptr);
+}
