@@ -95,7 +95,9 @@ void appendEscapedCodePoint(std::string& out, uint32_t codePoint) {
 }
 
 // The byte after a line end at p ("\r\n" or a lone "\r").
-const char* skipLineEnd(const char* p, const char* end) { return (p + 1 < end && p[1] == '\n') ? p + 2 : p + 1; }
+const char* skipLineEnd(const char* p, const char* end) {
+    return (p + 1 < end && p[1] == '\n') ? p + 2 : p + 1;
+}
 
 // Appends the reference at p (on '&') and returns the byte after it.
 const char* appendReference(std::string& out, const char* p, const char* end, const XmlDtd& dtd) {

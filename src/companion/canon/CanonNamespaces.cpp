@@ -24,8 +24,8 @@ void CanonNamespaces::declare(std::string_view prefix, const XmlAttribute& decla
         return;
     }
     m_scratch.clear();
-    XmlTextDecoder::appendAttribute(m_dtd.slice(declaration.value), m_dtd,
-                                    (declaration.flags & kAttrTokenized) != 0, m_scratch);
+    XmlTextDecoder::appendAttribute(m_dtd.slice(declaration.value), m_dtd, (declaration.flags & kAttrTokenized) != 0,
+                                    m_scratch);
     const XmlSpan stored{static_cast<uint32_t>(m_decoded.size()), static_cast<uint32_t>(m_scratch.size())};
     m_decoded.append(m_scratch);
     m_bindings.push_back(Binding{prefix, stored, true});

@@ -19,7 +19,9 @@ bool isIdName(std::string_view localName) {
     return std::find(std::begin(kIdNames), std::end(kIdNames), localName) != std::end(kIdNames);
 }
 
-bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding& b) { return a.prefix < b.prefix; }
+bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding& b) {
+    return a.prefix < b.prefix;
+}
 
 } // namespace
 
@@ -173,8 +175,7 @@ bool CanonPass::attributeValueIs(const XmlAttribute& attribute, std::string_view
     if (!(attribute.flags & kAttrNeedsDecoding))
         return slice(attribute.value) == value;
     m_scratch.clear();
-    XmlTextDecoder::appendAttribute(slice(attribute.value), m_dtd, (attribute.flags & kAttrTokenized) != 0,
-                                    m_scratch);
+    XmlTextDecoder::appendAttribute(slice(attribute.value), m_dtd, (attribute.flags & kAttrTokenized) != 0, m_scratch);
     return m_scratch == value;
 }
 
@@ -238,23 +239,20 @@ void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool 
     for (const CanonAttribute& a : m_attributes)
         if (!a.prefix.empty())
             considerUtilized(a.prefix);
-    const auto here = m_namespaces.declaredHere();
-    for (std::string_view prefix : m_options.inclusivePrefixes) {
-        const bool declaredHere =
-            std::any_of(here.begin(), here.end(), [&](const CanonNamespaces::Binding& b) { return b.prefix == prefix; });
-        if (declaredHere || apex)
+    for (std::string_view prefix : m_options.inclusivePrefixes)
+        if (apex || declaredOnElement(prefix))
             considerUtilized(prefix);
-    }
-    if (apex && !m_options.inheritAncestorContext) {
-        std::erase_if(m_candidates, [&](const CanonNamespaces::Binding& c) {
-            return std::none_of(here.begin(), here.end(),
-                                [&](const CanonNamespaces::Binding& b) { return b.prefix == c.prefix; });
-        });
-    }
+    if (apex && !m_options.inheritAncestorContext)
+        std::erase_if(m_candidates, [&](const CanonNamespaces::Binding& c) { return !declaredOnElement(c.prefix); });
     std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
     m_candidates.erase(std::unique(m_candidates.begin(), m_candidates.end(),
                                    [](const auto& a, const auto& b) { return a.prefix == b.prefix; }),
                        m_candidates.end());
+}
+
+bool CanonPass::declaredOnElement(std::string_view prefix) const {
+    const auto here = m_namespaces.declaredHere();
+    return std::any_of(here.begin(), here.end(), [&](const CanonNamespaces::Binding& b) { return b.prefix == prefix; });
 }
 
 void CanonPass::considerUtilized(std::string_view prefix) {

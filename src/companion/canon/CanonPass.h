@@ -69,6 +69,7 @@ private:
     void collectInclusiveNamespaces(bool apex);
     void collectExclusiveNamespaces(std::string_view elementPrefix, bool apex);
     void considerUtilized(std::string_view prefix);
+    bool declaredOnElement(std::string_view prefix) const;
     void writeNamespaces();
     void collectAttributes(const XmlToken& t, bool apex);
     void addInheritedXmlAttributes();

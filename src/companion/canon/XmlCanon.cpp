@@ -15,8 +15,8 @@ constexpr std::string_view kDefaultNamespaceToken = "#default";
 
 } // namespace
 
-bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, unsigned startOffset,
-                               StringBuffer& out, LogBase& log) {
+bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, unsigned startOffset, StringBuffer& out,
+                               LogBase& log) {
     LogContextExitor context(log, "xmlCanonicalize");
     const std::string_view uri = fragmentUri ? std::string_view(fragmentUri) : std::string_view{};
     CanonTarget target;

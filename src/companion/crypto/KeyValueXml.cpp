@@ -92,8 +92,7 @@ bool decimalToFixedBytes(const StringBuffer& decimal, int len, std::string& out)
 
 int fieldBytesOf(const std::string& curve) {
     const int nid = curve.empty() ? NID_undef : OBJ_sn2nid(curve.c_str());
-    using GroupPtr = std::unique_ptr<EC_GROUP, OpensslDeleter<EC_GROUP_free>>;
-    const GroupPtr group(nid == NID_undef ? nullptr : EC_GROUP_new_by_curve_name(nid));
+    const EcGroupPtr group(nid == NID_undef ? nullptr : EC_GROUP_new_by_curve_name(nid));
     return group ? (EC_GROUP_get_degree(group.get()) + 7) / 8 : 0;
 }
 

@@ -28,13 +28,9 @@ using BnPtr = std::unique_ptr<BIGNUM, OpensslDeleter<BN_free>>;
 using BioPtr = std::unique_ptr<BIO, OpensslDeleter<BIO_free>>;
 using X509Ptr = std::unique_ptr<X509, OpensslDeleter<X509_free>>;
 using X509SigPtr = std::unique_ptr<X509_SIG, OpensslDeleter<X509_SIG_free>>;
+using EcGroupPtr = std::unique_ptr<EC_GROUP, OpensslDeleter<EC_GROUP_free>>;
 using EcdsaSigPtr = std::unique_ptr<ECDSA_SIG, OpensslDeleter<ECDSA_SIG_free>>;
 using ParamBldPtr = std::unique_ptr<OSSL_PARAM_BLD, OpensslDeleter<OSSL_PARAM_BLD_free>>;
 using ParamPtr = std::unique_ptr<OSSL_PARAM, OpensslDeleter<OSSL_PARAM_free>>;
 using LibCtxPtr = std::unique_ptr<OSSL_LIB_CTX, OpensslDeleter<OSSL_LIB_CTX_free>>;
 using ProviderPtr = std::unique_ptr<OSSL_PROVIDER, OpensslDeleter<OSSL_PROVIDER_unload>>;
-// OPENSSL_free is a macro; this frees memory that OpenSSL allocated for us.
-inline void freeOpensslBytes(unsigned char* p) {
-    OPENSSL_free(p);
-}
-using OpensslBytesPtr = std::unique_ptr<unsigned char, OpensslDeleter<freeOpensslBytes>>;

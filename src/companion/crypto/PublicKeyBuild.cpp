@@ -4,6 +4,7 @@
 
 #include <initializer_list>
 #include <utility>
+#include <vector>
 
 namespace public_key_build {
 namespace {
@@ -19,17 +20,19 @@ PkeyPtr fromParams(const char* keyType, const OSSL_PARAM* params) {
     return PkeyPtr(pkey);
 }
 
-// The builder copies each BIGNUM's value, so the numbers need to live only
-// until the parameters are built.
+// The builder reads each BIGNUM only when it makes the parameters, so the
+// numbers live until then.
 PkeyPtr fromIntegers(const char* keyType, std::initializer_list<NamedInteger> integers) {
     const ParamBldPtr builder(OSSL_PARAM_BLD_new());
     if (!builder)
         return nullptr;
+    std::vector<BnPtr> numbers;
     for (const auto& [name, bytes] : integers) {
-        const BnPtr bn(
+        BnPtr bn(
             BN_bin2bn(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<int>(bytes.size()), nullptr));
         if (bytes.empty() || !bn || OSSL_PARAM_BLD_push_BN(builder.get(), name, bn.get()) != 1)
             return nullptr;
+        numbers.push_back(std::move(bn));
     }
     const ParamPtr params(OSSL_PARAM_BLD_to_param(builder.get()));
     return params ? fromParams(keyType, params.get()) : nullptr;

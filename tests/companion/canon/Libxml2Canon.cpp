@@ -15,10 +15,13 @@ namespace {
 
 constexpr int kParseOptions = XML_PARSE_NOENT | XML_PARSE_DTDATTR | XML_PARSE_NONET | XML_PARSE_HUGE;
 
-void ignoreError(void*, xmlErrorPtr) {}
+void ignoreError(void*, xmlErrorPtr) {
+}
 
 // External entities and DTDs are never read, as by the canonicalizer.
-xmlParserInputPtr refuseExternal(const char*, const char*, xmlParserCtxtPtr) { return nullptr; }
+xmlParserInputPtr refuseExternal(const char*, const char*, xmlParserCtxtPtr) {
+    return nullptr;
+}
 
 void quietOnce() {
     static const bool done = [] {
@@ -93,7 +96,9 @@ private:
     std::vector<xmlChar*> m_items;
 };
 
-int modeOf(const Settings& s) { return s.exclusive ? XML_C14N_EXCLUSIVE_1_0 : XML_C14N_1_0; }
+int modeOf(const Settings& s) {
+    return s.exclusive ? XML_C14N_EXCLUSIVE_1_0 : XML_C14N_1_0;
+}
 
 } // namespace
 
@@ -116,9 +121,12 @@ struct Document::Impl {
     }
 };
 
-Document::Document(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {}
+Document::Document(std::unique_ptr<Impl> impl) : m_impl(std::move(impl)) {
+}
 
-Document::~Document() { xmlFreeDoc(m_impl->doc); }
+Document::~Document() {
+    xmlFreeDoc(m_impl->doc);
+}
 
 std::unique_ptr<Document> Document::parse(std::string_view bytes) {
     quietOnce();

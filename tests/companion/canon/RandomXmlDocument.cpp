@@ -18,9 +18,19 @@ constexpr std::array<std::string_view, 5> kUris = {"http://example.com/a", "http
                                                    "http://example.com/a", "http://example.com/q?x=1;y=2"};
 constexpr std::array<std::string_view, 5> kElementNames = {"e0", "e1", "e2", "e3", "e4"};
 constexpr std::array<std::string_view, 4> kAttributeNames = {"x", "y", "z", "w"};
-constexpr std::array<std::string_view, 13> kAttributeValues = {
-    "v", "", "a &amp; b &lt; c", "x > y", "it's", "tab\tand\nnewline", "&#9;&#10;&#13;", "&quot;q&quot;",
-    "&word;", "&amp2;", "\xC3\xA9\xE2\x82\xAC", "  padded  ", "&#x20AC;&#65;"};
+constexpr std::array<std::string_view, 13> kAttributeValues = {"v",
+                                                               "",
+                                                               "a &amp; b &lt; c",
+                                                               "x > y",
+                                                               "it's",
+                                                               "tab\tand\nnewline",
+                                                               "&#9;&#10;&#13;",
+                                                               "&quot;q&quot;",
+                                                               "&word;",
+                                                               "&amp2;",
+                                                               "\xC3\xA9\xE2\x82\xAC",
+                                                               "  padded  ",
+                                                               "&#x20AC;&#65;"};
 constexpr std::array<std::string_view, 12> kTexts = {"plain",
                                                      " spaced  text ",
                                                      "a &amp; b",
@@ -71,10 +81,7 @@ private:
 
     uint32_t pick(uint32_t bound) { return static_cast<uint32_t>(m_rng() % bound); }
     bool chance(uint32_t oneIn) { return pick(oneIn) == 0; }
-    template <class A>
-    std::string_view any(const A& items) {
-        return items[pick(static_cast<uint32_t>(items.size()))];
-    }
+    template <class A> std::string_view any(const A& items) { return items[pick(static_cast<uint32_t>(items.size()))]; }
 
     void outsideRoot() {
         for (uint32_t i = pick(3); i > 0; --i) {
@@ -210,4 +217,6 @@ private:
 
 } // namespace
 
-RandomXmlDocument RandomXmlDocument::generate(uint32_t seed) { return Generator(seed).run(); }
+RandomXmlDocument RandomXmlDocument::generate(uint32_t seed) {
+    return Generator(seed).run();
+}

@@ -180,7 +180,8 @@ TEST(XmlCanonDifferential, CorpusDocumentsMatchLibxml2) {
         EXPECT_TRUE(reason) << "libxml2 refuses to canonicalize " << label;
         std::string error;
         EXPECT_TRUE(ours(utf8, Settings{}, nullptr, error)) << label << ": " << error;
-        tally.skipped.push_back(label + ": libxml2 refuses it (" + (reason ? reason : "?") + "); ours canonicalizes it");
+        tally.skipped.push_back(label + ": libxml2 refuses it (" + (reason ? reason : "?") +
+                                "); ours canonicalizes it");
     }
     tally.print("corpus");
     EXPECT_EQ(tally.differing, 0u);

@@ -23,7 +23,9 @@ namespace {
 
 namespace fs = std::filesystem;
 
-fs::path peersDir() { return test_support::corpusDir() / "peers"; }
+fs::path peersDir() {
+    return test_support::corpusDir() / "peers";
+}
 
 struct Row {
     std::string id, file, expected, basis, args, features;

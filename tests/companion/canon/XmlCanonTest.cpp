@@ -125,8 +125,7 @@ TEST(XmlCanonContext, ExclusiveApexRendersOnlyWhatItUsesAndTheInclusivePrefixes)
     canon.inclusivePrefixes().appendSb("#default");
     Result listed;
     canonicalize(canon, kContextDocument, nullptr, at, listed);
-    EXPECT_EQ(listed.out,
-              R"(<t xmlns:p="urn:p" xmlns:q="urn:q" xml:space="default" p:x="1"><q:u></q:u></t>)");
+    EXPECT_EQ(listed.out, R"(<t xmlns:p="urn:p" xmlns:q="urn:q" xml:space="default" p:x="1"><q:u></q:u></t>)");
 }
 
 // SK-XML 1.0 DigiDoc signers hash SignedInfo without the namespace it
@@ -155,12 +154,14 @@ bool rsaSha1Verifies(const std::string& certificateBase64, const std::string& si
                      std::string_view signedText) {
     std::string der;
     std::string signature;
-    if (!ContentCoding::decodeBase64(certificateBase64, der) || !ContentCoding::decodeBase64(signatureBase64, signature))
+    if (!ContentCoding::decodeBase64(certificateBase64, der) ||
+        !ContentCoding::decodeBase64(signatureBase64, signature))
         return false;
     const auto* p = reinterpret_cast<const unsigned char*>(der.data());
     X509* cert = d2i_X509(nullptr, &p, static_cast<long>(der.size()));
     EVP_MD_CTX* ctx = EVP_MD_CTX_new();
-    const bool ok = cert && ctx && EVP_DigestVerifyInit(ctx, nullptr, EVP_sha1(), nullptr, X509_get0_pubkey(cert)) == 1 &&
+    const bool ok = cert && ctx &&
+                    EVP_DigestVerifyInit(ctx, nullptr, EVP_sha1(), nullptr, X509_get0_pubkey(cert)) == 1 &&
                     EVP_DigestVerify(ctx, reinterpret_cast<const unsigned char*>(signature.data()), signature.size(),
                                      reinterpret_cast<const unsigned char*>(signedText.data()), signedText.size()) == 1;
     EVP_MD_CTX_free(ctx);
@@ -169,8 +170,7 @@ bool rsaSha1Verifies(const std::string& certificateBase64, const std::string& si
 }
 
 TEST(XmlCanonContext, SkXmlSignedInfoVerifiesOnlyWithoutAncestorContext) {
-    const std::string doc =
-        test_support::readFile(test_support::corpusDir() / "real/skxml/digidoc4j-SK-XML1.0.ddoc");
+    const std::string doc = test_support::readFile(test_support::corpusDir() / "real/skxml/digidoc4j-SK-XML1.0.ddoc");
     ASSERT_FALSE(doc.empty());
     const std::string certificate = elementText(doc, "<X509Certificate");
     const std::string signature = elementText(doc, "<SignatureValue");

@@ -96,6 +96,12 @@ std::string ecdsaKeyValue(const KeyComponents& k) {
            "\"/><Y Value=\"" + k.decimal(OSSL_PKEY_PARAM_EC_PUB_Y) + "\"/></PublicKey></ECDSAKeyValue>";
 }
 
+std::string replacedOnce(const std::string& text, const std::string& from, const std::string& to) {
+    const size_t at = text.find(from);
+    EXPECT_NE(at, std::string::npos) << from;
+    return at == std::string::npos ? text : text.substr(0, at) + to + text.substr(at + from.size());
+}
+
 class ClsPublicKeyTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -191,17 +197,12 @@ TEST_F(ClsPublicKeyTest, PublicLoadXmlLogsInTheObject) {
 
 TEST_F(ClsPublicKeyTest, MalformedXmlKeyValuesAreRejected) {
     const KeyComponents p256(ws->read("p256.pub.der"));
-    std::string offCurve = ecKeyValue(p256);
     const std::string point = p256.pointBase64();
     std::string alteredPoint = point;
     alteredPoint[point.size() - 6] = alteredPoint[point.size() - 6] == 'A' ? 'B' : 'A';
-    offCurve.replace(offCurve.find(point), point.size(), alteredPoint);
-
-    std::string unknownCurve = ecKeyValue(p256);
-    unknownCurve.replace(unknownCurve.find("1.2.840.10045.3.1.7"), 19, "1.2.3.4");
-
-    std::string notDecimal = ecdsaKeyValue(p256);
-    notDecimal.replace(notDecimal.find("X Value=\"") + 9, 1, "x");
+    const std::string offCurve = replacedOnce(ecKeyValue(p256), point, alteredPoint);
+    const std::string unknownCurve = replacedOnce(ecKeyValue(p256), "1.2.840.10045.3.1.7", "1.2.3.4");
+    const std::string notDecimal = replacedOnce(ecdsaKeyValue(p256), "X Value=\"", "X Value=\"x");
 
     const std::string rejected[] = {
         "<RSAKeyValue><Modulus>AQAB</Modulus></RSAKeyValue>",
