@@ -1,8 +1,8 @@
 #!/bin/sh
 # Whole-process comparison of canonicalizing one document (inclusive C14N
-# 1.0 with comments, whole document): the bench binary's single XmlCanon pass against
-# `xmllint --c14n FILE`. Prints the best of RUNS wall-clock times and the
-# peak resident memory of each, against the document's size.
+# 1.0 with comments, whole document): the bench binary's single XmlCanon
+# pass against `xmllint --c14n FILE`. Prints the best of RUNS wall-clock
+# times and the peak resident memory of each, against the document's size.
 #
 #   bench/c14n_vs_xmllint.sh [BUILD_DIR] [RUNS] [SIZE_MB | FILE]
 #

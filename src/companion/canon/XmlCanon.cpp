@@ -15,6 +15,22 @@ constexpr std::string_view kDefaultNamespaceToken = "#default";
 
 } // namespace
 
+CanonOptions XmlCanon::passOptions(std::vector<std::string_view>& prefixes) const {
+    if (m_mode == Mode::Exclusive) {
+        for (int i = 0; i < m_inclusivePrefixes.getSize(); ++i) {
+            const std::string_view prefix = m_inclusivePrefixes.sbAt(i)->view();
+            prefixes.push_back(prefix == kDefaultNamespaceToken ? std::string_view{} : prefix);
+        }
+    }
+    CanonOptions options;
+    options.exclusive = m_mode == Mode::Exclusive;
+    options.withComments = m_withComments;
+    options.sortBugEmulation = m_sortBugEmulation;
+    options.inheritAncestorContext = m_inheritAncestorContext;
+    options.inclusivePrefixes = prefixes;
+    return options;
+}
+
 bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, unsigned startOffset, StringBuffer& out,
                                LogBase& log) {
     LogContextExitor context(log, "xmlCanonicalize");
@@ -28,18 +44,7 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
     }
 
     std::vector<std::string_view> prefixes;
-    if (m_mode == Mode::Exclusive) {
-        for (int i = 0; i < m_inclusivePrefixes.getSize(); ++i) {
-            const std::string_view prefix = m_inclusivePrefixes.sbAt(i)->view();
-            prefixes.push_back(prefix == kDefaultNamespaceToken ? std::string_view{} : prefix);
-        }
-    }
-    CanonOptions options;
-    options.exclusive = m_mode == Mode::Exclusive;
-    options.withComments = m_withComments;
-    options.sortBugEmulation = m_sortBugEmulation;
-    options.inheritAncestorContext = m_inheritAncestorContext;
-    options.inclusivePrefixes = prefixes;
+    const CanonOptions options = passOptions(prefixes);
 
     // Writing into the text being read would move it under the scanner.
     StringBuffer separate;

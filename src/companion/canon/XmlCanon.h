@@ -3,9 +3,12 @@
 #include "companion/text/ExtPtrArray.h"
 
 #include <cstdint>
+#include <string_view>
+#include <vector>
 
 class LogBase;
 class StringBuffer;
+struct CanonOptions;
 
 // Canonical XML 1.0 and Exclusive XML Canonicalization 1.0 of a UTF-8
 // document or of one element of it, in one pass over the scanner's tokens.
@@ -65,6 +68,9 @@ public:
                          LogBase& log);
 
 private:
+    // The settings as one pass reads them; `prefixes` holds the views.
+    CanonOptions passOptions(std::vector<std::string_view>& prefixes) const;
+
     Mode m_mode = Mode::Inclusive;
     bool m_withComments = false;
     bool m_sortBugEmulation = false;
