@@ -7,6 +7,7 @@
 #include "companion/text/XString.h"
 #include "verifier/_clsXmlDSigBase.h"
 
+class ClsPublicKey;
 class ClsXml;
 class DSigReference;
 
@@ -43,6 +44,11 @@ public:
                               bool withComments, XString& outXml);
     bool CanonicalizeXml(XString& xml, XString& version, bool withComments, XString& outXml);
 
+    // Keys the caller supplies: a public key for the selected signature, and
+    // the secret of HMAC signature methods.
+    bool SetPublicKey(ClsPublicKey& key);
+    bool SetHmacKey(XString& key, XString& encoding);
+
     // Internal operations; the caller holds the lock and passes the log.
     bool loadSignature(XString& xml, LogBase& log);
     // Shared body of LoadSignatureBd; takes over the bytes.
@@ -63,6 +69,26 @@ public:
     // signatures written directly behind it) out of the text.
     bool transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref, LogBase& log);
     bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase& log);
+
+    // Key resolution: the candidate public keys of the selected signature.
+    bool getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log);
+
+    // What the signature-value check needs: the SignedInfo hash and the
+    // values it is checked against.
+    struct SignedInfoCheck {
+        int hashAlg = 0;
+        int keyType = 0;
+        DataBuffer hash;              // H: the hash of the canonical SignedInfo
+        DataBuffer signatureValue;    // S: the decoded SignatureValue
+        StringBuffer canonical;       // C: the canonical SignedInfo
+        StringBuffer signatureBase64; // V: the SignatureValue text
+        StringBuffer method;          // M: the SignatureMethod URI
+        StringBuffer canonicalizationMethod;
+    };
+    // Checks the signature value with the HMAC key or each candidate public
+    // key in turn. `ended` is set when the check could not be carried out at
+    // all (no key), in which case no outcome line is written.
+    bool verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log);
 
     // The profile flags, for callers that report them.
     struct ProfileFlags {

@@ -1,0 +1,139 @@
+#include "companion/crypto/ClsPublicKey.h"
+#include "companion/crypto/DsaVerifier.h"
+#include "companion/crypto/EccVerifier.h"
+#include "companion/crypto/Hmac.h"
+#include "companion/crypto/RsaVerifier.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/SignatureMethodMapping.h"
+
+namespace {
+
+// Signature-value encodings the DSA-style primitives accept.
+constexpr int kEcdsaAnyFormat = 0;
+constexpr int kDsaRawFormat = 1;
+
+bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key, LogBase& log) {
+    DataBuffer mac;
+    if (!Hmac::doHMAC(check.canonical.getString(), check.canonical.getSize(), key.getData(), key.getSize(),
+                      check.hashAlg, mac, log)) {
+        log.LogError("HMAC verify failed.");
+        return false;
+    }
+    StringBuffer computed, stored(check.signatureBase64);
+    mac.encodeDB("base64", computed);
+    stored.trim2();
+    if (computed.equals(stored.view()))
+        return true;
+    log.LogError("HMAC validation failed.");
+    return false;
+}
+
+ClsPublicKey* keyAt(const ExtPtrArrayRc& keys, int i) { return static_cast<ClsPublicKey*>(keys.elementAt(i)); }
+
+// ECDSA and DSA: the first candidate that verifies wins. A null candidate
+// ends the check.
+template <class Key, class GetKey, class Verify>
+bool verifyDsaStyle(const ExtPtrArrayRc& keys, GetKey getKey, Verify verify, bool& ended) {
+    for (int i = 0; i < keys.getSize(); ++i) {
+        ClsPublicKey* candidate = keyAt(keys, i);
+        if (!candidate) {
+            ended = true;
+            return false;
+        }
+        const Key* key = getKey(*candidate);
+        bool valid = false;
+        if (key && verify(*key, valid) && valid)
+            return true;
+    }
+    return false;
+}
+
+bool verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, LogBase& log) {
+    const int padding =
+        check.method.containsSubstring("MGF1") ? signature_method::kPss : signature_method::kPkcs1v15;
+    for (int i = 0; i < keys.getSize(); ++i) {
+        ClsPublicKey* candidate = keyAt(keys, i);
+        if (!candidate)
+            continue;
+        const RsaKey* rsa = candidate->getRsaKey();
+        if (!rsa) {
+            log.LogError("Public key is not an RSA key.");
+            continue;
+        }
+        bool valid = false, keyMismatch = false;
+        if (!RsaVerifier::verifyHashExt(check.signatureValue, check.hash, check.hashAlg, padding, check.hashAlg, valid,
+                                        *rsa, false, true, keyMismatch, log)) {
+            if (keyMismatch)
+                log.LogInfo("Not the correct key.");
+            else
+                log.LogError("RSA verify hash failed.");
+            continue;
+        }
+        if (valid) {
+            log.LogInfo("The RSA signature was verified.");
+            return true;
+        }
+        log.LogError("RSA verify hash found the signature to be invalid.");
+        StringBuffer hashHex;
+        check.hash.encodeDB("hex", hashHex);
+        log.LogDataSb("signedInfoHash", hashHex);
+        log.LogDataSb("canonicalizationMethod", check.canonicalizationMethod);
+        log.LogDataSb("canonicalizedSignedInfo", check.canonical);
+        return false;
+    }
+    return false;
+}
+
+} // namespace
+
+bool ClsXmlDSig::verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log) {
+    ended = false;
+    if (check.keyType == signature_method::kHmac) {
+        if (m_hmacKey.isEmpty()) {
+            log.LogError("No HMAC key available to verify signature.");
+            ended = true;
+            return false;
+        }
+        return verifyHmac(check, m_hmacKey, log);
+    }
+
+    ExtPtrArrayRc keys;
+    if (!getPublicKey(false, keys, log)) {
+        log.LogError("No public key available to verify signature.");
+        ended = true;
+        return false;
+    }
+    switch (check.keyType) {
+    case signature_method::kEcdsa: {
+        log.LogDataLong("numEcdsaKeys", keys.getSize());
+        const bool valid = verifyDsaStyle<EccKey>(
+            keys, [](const ClsPublicKey& k) { return k.getEccKey(); },
+            [&check](const EccKey& key, bool& v) {
+                return EccVerifier::eccVerifyHash(key, check.signatureValue, kEcdsaAnyFormat, check.hash, v, nullptr);
+            },
+            ended);
+        if (!valid && !ended && keys.getSize() > 0)
+            log.LogError("ECDSA verify hash found the signature to be invalid.");
+        return valid;
+    }
+    case signature_method::kDsa: {
+        log.LogDataLong("numDsaKeys", keys.getSize());
+        const bool valid = verifyDsaStyle<DsaKey>(
+            keys, [](const ClsPublicKey& k) { return k.getDsaKey(); },
+            [&check](const DsaKey& key, bool& v) {
+                return DsaVerifier::dsaVerifyHash(key, check.signatureValue, kDsaRawFormat, check.hash, v, nullptr);
+            },
+            ended);
+        if (!valid && !ended && keys.getSize() > 0)
+            log.LogError("DSA verify hash failed.");
+        return valid;
+    }
+    case signature_method::kRsa:
+        log.LogDataLong("numRsaKeys", keys.getSize());
+        return verifyRsa(check, keys, log);
+    default:
+        log.LogInfo("Unknown key type...");
+        log.LogError("Invalid key type");
+        return false;
+    }
+}
