@@ -10,7 +10,9 @@ constexpr const char* kUsage = "usage: xmldsig <command> [options] FILE...\n"
                                "commands:\n"
                                "  info FILE [--json]   signatures, references and detected profile\n"
                                "  c14n [--exclusive] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE\n"
-                               "                       canonical form of the document or of one element\n";
+                               "                       canonical form of the document or of one element\n"
+                               "  certs FILE [--selector N]\n"
+                               "                       the certificates of a signature's KeyInfo, as PEM\n";
 
 } // namespace
 
@@ -25,6 +27,8 @@ int main(int argc, char** argv) {
         return runInfo(args);
     if (command == "c14n")
         return runC14n(args);
+    if (command == "certs")
+        return runCerts(args);
     if (command == "--help" || command == "-h") {
         std::cout << kUsage;
         return kExitValid;

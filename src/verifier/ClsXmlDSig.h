@@ -8,6 +8,10 @@
 #include "verifier/_clsXmlDSigBase.h"
 
 class ClsPublicKey;
+class ClsStringArray;
+class ClsXmlCertVault;
+class HashedStringSet;
+class TavixX509;
 class ClsXml;
 class DSigReference;
 
@@ -70,8 +74,36 @@ public:
     bool transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref, LogBase& log);
     bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase& log);
 
+    // Adds a vault's certificates to the store that KeyInfo references are
+    // resolved against.
+    bool UseCertVault(ClsXmlCertVault& vault);
+    // The selected signature's KeyInfo element (the caller releases it).
+    ClsXml* GetKeyInfo();
+    // The certificates KeyInfo carries or refers to, as base64 DER.
+    bool GetCerts(ClsStringArray& out);
+    // The first public key KeyInfo yields (the caller releases it), or null.
+    ClsPublicKey* GetPublicKey();
+
     // Key resolution: the candidate public keys of the selected signature.
+    ClsXml* getKeyInfo(LogBase& log);
     bool getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log);
+    bool publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
+    bool certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log);
+
+    // Certificate lookups in the certificate store and in KeyInfo texts.
+    ClsPublicKey* getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, LogBase& log);
+    bool getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
+                                      LogBase& log);
+    ClsPublicKey* getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log);
+    bool getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log);
+    ClsPublicKey* getPublicKeyBySKI(StringBuffer& ski, LogBase& log);
+    bool getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log);
+    ClsPublicKey* publicKeyFromX509(TavixX509& cert, LogBase& log);
+    ClsPublicKey* publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
+    bool processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
+    void reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out, LogBase& log);
+    // The signer's certificate (the last) of a WS-Security X509PKIPathv1 token.
+    bool pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log);
 
     // What the signature-value check needs: the SignedInfo hash and the
     // values it is checked against.
@@ -101,6 +133,12 @@ public:
     ClsXml* selectedSignature() const;
 
 private:
+    // The SecurityTokenReference forms of key resolution.
+    void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
+    bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
+
     void releaseDocument();
     void resetLoadedDocument();
     bool parseLoadedText(LogBase& log);

@@ -1,9 +1,68 @@
 #pragma once
 
-// The verifier's in-memory certificate store.
+#include "companion/pki/CertIndex.h"
+#include "companion/pki/TavixX509Holder.h"
+
+#include <memory>
+#include <vector>
+
+class CertMgr;
+class DataBuffer;
+class LogBase;
+class StringBuffer;
+class XString;
+
+// The verifier's in-memory certificate store. Certificates are indexed by
+// issuer common name and serial number, by subject DN (its canonical key,
+// see DistinguishedName), by the values of the subject DN alone, and by
+// subject key identifier. Lookups return a certificate that the store owns:
+// it stays valid until the store is cleared or destroyed. When several
+// certificates share a key, the one added first is returned.
 class SystemCerts {
 public:
+    SystemCerts() = default;
     virtual ~SystemCerts() = default;
+    SystemCerts(const SystemCerts&) = delete;
+    SystemCerts& operator=(const SystemCerts&) = delete;
+
+    // True when the certificate is in the store afterwards (added now or
+    // before); false when it is not loaded.
+    bool addCertificate(const TavixX509& cert, LogBase& log);
+    // Adds every certificate of a vault; true when all of them are held.
+    bool addCertVault(CertMgr& certMgr, LogBase& log);
+    int getNumCerts() const { return static_cast<int>(m_holders.size()); }
+    void clear();
+
+    // The certificate with that serial number (hex as TavixX509 writes it;
+    // letter case, colons, white space and leading zero bytes do not count)
+    // whose issuer has that common name (compared without regard to ASCII
+    // letter case). When issuerDn is given, the whole issuer DN must match
+    // it as well. Null when there is none.
+    TavixX509* findX509(const StringBuffer& serialHex, const StringBuffer& issuerCN, const StringBuffer* issuerDn,
+                        LogBase& log);
+    // The certificate whose subject DN has the canonical key of dn. With
+    // tryValuesOnly, when there is none, the one whose subject values alone
+    // match dnWithoutTags (DistinguishedName::removeDnTags), which finds
+    // certificates named with attribute types we do not know.
+    TavixX509* findBySubjectDN_x509(const XString& dnWithoutTags, const XString& dn, bool tryValuesOnly, LogBase& log);
+    // The certificate whose subject key identifier is ski, given in base64
+    // (as XML-DSig's X509SKI and WS-Security's KeyIdentifier write it) or in
+    // hex. A certificate without the extension is known by the SHA-1 of its
+    // public key. Null when there is none.
+    TavixX509Holder* findBySubjectKeyId(const StringBuffer& ski, LogBase& log);
+    // The held certificate with exactly these DER bytes, or null.
+    const TavixX509* findByDer(const DataBuffer& der) const;
+
+private:
+    TavixX509Holder* first(const CertIndex& index, const std::string& key) const;
+    void indexCertificate(const TavixX509& cert, size_t position);
+
+    std::vector<std::unique_ptr<TavixX509Holder>> m_holders;
+    CertIndex m_byDer;
+    CertIndex m_byIssuerSerial;
+    CertIndex m_bySubject;
+    CertIndex m_bySubjectValues;
+    CertIndex m_byKeyId;
 };
 
 // Owns the certificate store of an object that looks certificates up.

@@ -1,0 +1,20 @@
+#pragma once
+
+#include "companion/pki/TavixX509.h"
+
+#include <filesystem>
+#include <string_view>
+#include <vector>
+
+class LogBase;
+
+// Reads the certificates of a file: every CERTIFICATE block of PEM text
+// (other blocks, such as keys, are skipped), else one DER certificate, else
+// one certificate as bare base64.
+class CertFileReader {
+public:
+    // Appends the certificates found; false, with an error line, when there
+    // is none.
+    static bool parse(std::string_view bytes, std::vector<TavixX509>& out, LogBase& log);
+    static bool readFile(const std::filesystem::path& path, std::vector<TavixX509>& out, LogBase& log);
+};

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "companion/pki/TavixX509.h"
+#include "companion/text/HashedStringSet.h"
+
+#include <vector>
+
+// The certificates of a vault, in the order they were added, without
+// duplicates.
+class CertMgr {
+public:
+    virtual ~CertMgr() = default;
+
+    // False when the certificate is not loaded or already held.
+    bool addCertificate(const TavixX509& cert);
+    int getNumCerts() const { return static_cast<int>(m_certs.size()); }
+    // Null out of range.
+    const TavixX509* certAt(int index) const;
+
+private:
+    std::vector<TavixX509> m_certs;
+    HashedStringSet m_ders;
+};

@@ -1,0 +1,34 @@
+#include "companion/pki/CertPem.h"
+
+#include "companion/log/LogBase.h"
+#include "companion/pki/PkiHandles.h"
+#include "companion/pki/TavixX509.h"
+#include "companion/text/ContentCoding.h"
+#include "companion/text/DataBuffer.h"
+#include "companion/text/StringBuffer.h"
+
+#include <openssl/pem.h>
+
+bool CertPem::derToPem(const DataBuffer& der, StringBuffer& out, LogBase& log) {
+    TavixX509 cert;
+    DataBuffer exact;
+    if (!cert.loadX509Der(der, log) || !cert.getCertDer(exact))
+        return false;
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    if (!bio || PEM_write_bio(bio.get(), PEM_STRING_X509, "", exact.getData(), exact.getSize()) <= 0) {
+        log.LogError("Failed to write PEM.");
+        return false;
+    }
+    char* text = nullptr;
+    const long n = BIO_get_mem_data(bio.get(), &text);
+    return out.appendN(text, static_cast<size_t>(n));
+}
+
+bool CertPem::base64ToPem(const StringBuffer& base64, StringBuffer& out, LogBase& log) {
+    DataBuffer der;
+    if (!ContentCoding::decodeBase64ToDb(base64.view(), der)) {
+        log.LogError("The certificate text is not base64.");
+        return false;
+    }
+    return derToPem(der, out, log);
+}

@@ -1,0 +1,177 @@
+#include "companion/crypto/ClsPublicKey.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/pki/CertificateHolder.h"
+#include "companion/pki/ClsXmlCertVault.h"
+#include "companion/pki/DistinguishedName.h"
+#include "companion/pki/SystemCerts.h"
+#include "companion/text/ContentCoding.h"
+#include "companion/text/HashedStringSet.h"
+#include "verifier/ClsXmlDSig.h"
+
+namespace {
+
+TavixX509* findByIssuerAndSerial(SystemCerts& store, StringBuffer& issuerCN, StringBuffer& serialHex, LogBase& log) {
+    // Only the issuer's common name is matched, not its whole DN.
+    return store.findX509(serialHex, issuerCN, nullptr, log);
+}
+
+TavixX509* findBySubjectName(SystemCerts& store, StringBuffer& dn, LogBase& log) {
+    XString name(dn.view()), withoutTags;
+    DistinguishedName::removeDnTags(name, withoutTags);
+    return store.findBySubjectDN_x509(withoutTags, name, true, log);
+}
+
+TavixX509* findBySki(SystemCerts& store, StringBuffer& ski, LogBase& log) {
+    TavixX509Holder* holder = store.findBySubjectKeyId(ski, log);
+    return holder ? holder->getX509Ptr() : nullptr;
+}
+
+bool certToBase64(TavixX509* cert, StringBuffer& outBase64) {
+    if (!cert)
+        return false;
+    DataBuffer der;
+    if (!cert->getCertDer(der) || der.isEmpty())
+        return false;
+    return der.encodeDB("base64", outBase64);
+}
+
+// The two keys that identify a certificate in a resolution's dedupe set.
+void recordCertificate(const TavixX509& cert, HashedStringSet& seen, LogBase& log) {
+    StringBuffer issuerCN, serial, issuerSerial;
+    cert.get_IssuerCN(issuerCN);
+    cert.get_SerialNumber(serial);
+    issuerSerial.append3(issuerCN.view(), ":", serial.view());
+    seen.hashInsertSb(issuerSerial);
+
+    StringBuffer dn, subjectKey;
+    cert.getDN(true, true, dn, log, 0);
+    DistinguishedName::toTvCanonHashKey(dn, subjectKey, log);
+    seen.hashInsertSb(subjectKey);
+}
+
+} // namespace
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex,
+                                                            LogBase& log) {
+    LogContextExitor ctx(log, "getPublicKeyByIssuerNameAndSerial");
+    TavixX509* cert = findByIssuerAndSerial(m_systemCerts, issuerCN, serialHex, log);
+    return cert ? publicKeyFromX509(*cert, log) : nullptr;
+}
+
+bool ClsXmlDSig::getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex,
+                                              StringBuffer& outBase64, LogBase& log) {
+    LogContextExitor ctx(log, "getCertByIssuerNameAndSerial");
+    outBase64.clear();
+    return certToBase64(findByIssuerAndSerial(m_systemCerts, issuerCN, serialHex, log), outBase64);
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log) {
+    LogContextExitor ctx(log, "getPublicKeyBySubjectName");
+    TavixX509* cert = findBySubjectName(m_systemCerts, dn, log);
+    return cert ? publicKeyFromX509(*cert, log) : nullptr;
+}
+
+bool ClsXmlDSig::getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log) {
+    LogContextExitor ctx(log, "getCertSubjectName");
+    outBase64.clear();
+    return certToBase64(findBySubjectName(m_systemCerts, dn, log), outBase64);
+}
+
+ClsPublicKey* ClsXmlDSig::getPublicKeyBySKI(StringBuffer& ski, LogBase& log) {
+    LogContextExitor ctx(log, "getPublicKeyBySKI");
+    TavixX509* cert = findBySki(m_systemCerts, ski, log);
+    return cert ? publicKeyFromX509(*cert, log) : nullptr;
+}
+
+bool ClsXmlDSig::getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log) {
+    LogContextExitor ctx(log, "getCertBySKI");
+    outBase64.clear();
+    return certToBase64(findBySki(m_systemCerts, ski, log), outBase64);
+}
+
+ClsPublicKey* ClsXmlDSig::publicKeyFromX509(TavixX509& cert, LogBase& log) {
+    LogContextExitor ctx(log, "publicKeyFromX509");
+    DataBuffer spki;
+    if (!cert.get_PublicKey(spki, log)) {
+        log.LogError("Failed to get public key from X.509 certificate.");
+        return nullptr;
+    }
+    RefPtr<ClsPublicKey> key(ClsPublicKey::createNewCls());
+    if (!key)
+        return nullptr;
+    if (!key->loadAnyDer(spki, log)) {
+        log.LogError("Failed to parse public key DER");
+        return nullptr;
+    }
+    log.LogInfo("Loaded public key from X.509 certificate in KeyInfo.");
+    return key.release();
+}
+
+namespace {
+
+// Decodes certificate text from the document (cleaned of escaped carriage
+// returns in place) and records it in the dedupe set.
+bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, TavixX509Holder& holder, LogBase& log) {
+    if (text.containsSubstring("&#13;"))
+        text.replaceAllOccurances("&#13;", "");
+    if (text.containsSubstring("&#xD;"))
+        text.replaceAllOccurances("&#xD;", "");
+    DataBuffer der;
+    if (!ContentCoding::decodeBase64ToDb(text.view(), der)) {
+        log.LogError("Failed to decode base64 cert.");
+        return false;
+    }
+    TavixX509* cert = holder.getX509Ptr();
+    if (!cert)
+        return false;
+    if (!cert->loadX509Der(der, log)) {
+        log.LogError("Failed to parse X.509 certificate.");
+        return false;
+    }
+    recordCertificate(*cert, seen, log);
+    return true;
+}
+
+} // namespace
+
+ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+    LogContextExitor ctx(log, "publicKeyFromCertBase64");
+    TavixX509Holder holder;
+    if (!parseCertBase64(text, seen, holder, log))
+        return nullptr;
+    return publicKeyFromX509(*holder.getX509Ptr(), log);
+}
+
+bool ClsXmlDSig::processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+    LogContextExitor ctx(log, "processCertBase64");
+    TavixX509Holder holder;
+    return parseCertBase64(text, seen, holder, log);
+}
+
+void ClsXmlDSig::reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out, LogBase&) {
+    ExtPtrArraySb parts;
+    dn.split(parts, ',', true, true);
+    if (parts.getSize() == 0) {
+        out.append(dn);
+        return;
+    }
+    for (int i = parts.getSize() - 1; i >= 0; --i) {
+        StringBuffer* part = parts.sbAt(i);
+        if (!part)
+            continue;
+        part->trim2();
+        out.append(*part);
+        if (i >= 1)
+            out.append(", ");
+    }
+}
+
+bool ClsXmlDSig::UseCertVault(ClsXmlCertVault& vault) {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "UseCertVault");
+    m_log.clearLastJsonData();
+    CertMgr* certMgr = vault.getCertMgr();
+    const bool ok = certMgr && m_systemCerts.addCertVault(*certMgr, m_log);
+    logSuccessFailure(ok);
+    return ok;
+}

@@ -1,0 +1,110 @@
+#include "companion/base/ClsStringArray.h"
+#include "companion/crypto/ClsPublicKey.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/pki/SystemCerts.h"
+#include "companion/text/HashedStringSet.h"
+#include "companion/xml/ClsXml.h"
+#include "keys/KeyInfoReading.h"
+#include "verifier/ClsXmlDSig.h"
+
+bool ClsXmlDSig::GetCerts(ClsStringArray& out) {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "GetCert");
+    m_log.clearLastJsonData();
+    bool result = true;
+    if (RefPtr<ClsXml> keyInfo(getKeyInfo(m_log)); keyInfo)
+        result = certsFromKeyInfo(*keyInfo, out, m_log);
+    // The outcome line reads as a failure whatever the result, as callers of
+    // this interface have always seen it.
+    logSuccessFailure(false);
+    return result;
+}
+
+ClsPublicKey* ClsXmlDSig::GetPublicKey() {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "GetPublicKey");
+    m_log.clearLastJsonData();
+    ExtPtrArrayRc keys;
+    if (!getPublicKey(true, keys, m_log))
+        return nullptr;
+    auto* first = static_cast<ClsPublicKey*>(keys.elementAt(0));
+    first->incRefCount();
+    return first;
+}
+
+bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
+    LogContextExitor ctx(log, "certsFromKeyInfo");
+    HashedStringSet seen(key_info::kDedupeBuckets);
+    StringBuffer text;
+    auto appendIfParsed = [&](StringBuffer& certBase64) {
+        if (processCertBase64(certBase64, seen, log))
+            out.appendUtf8(certBase64.view());
+    };
+
+    if (RefPtr<ClsXml> x509Data(keyInfo.findChild("*:X509Data")); x509Data) {
+        const int n = x509Data->numChildrenHavingTagUtf8("*:X509Certificate", log);
+        log.LogDataLong("NumX509Certificates", n);
+        for (int i = 0; i < n; ++i) {
+            x509Data->put_I(i);
+            if (x509Data->getChildContentUtf8("*:X509Certificate[i]", text, false) && !text.isEmpty())
+                appendIfParsed(text);
+        }
+    }
+
+    key_info::IssuerSerial issuerSerial;
+    if (key_info::readIssuerSerial(keyInfo, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key) &&
+        getCertByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, text, log))
+        appendIfParsed(text);
+
+    StringBuffer reversed;
+    if (key_info::unseenSubjectName(keyInfo, seen, text, log)) {
+        reverseSubjectNameDN(text, reversed, log);
+        if (getCertBySubjectName(reversed, text, log))
+            appendIfParsed(text);
+    }
+
+    StringBuffer ski;
+    if (keyInfo.getChildContentUtf8("*:X509Data|*:X509SKI", ski, false) && !ski.isEmpty() &&
+        getCertBySKI(ski, text, log))
+        appendIfParsed(text);
+
+    RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
+    return str ? certsFromSecurityTokenReference(*str, seen, out, log) : true;
+}
+
+bool ClsXmlDSig::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out,
+                                                 LogBase& log) {
+    StringBuffer identifier, text;
+    if (str.getChildContentUtf8("*:KeyIdentifier", identifier, false) && !identifier.isEmpty()) {
+        // Here the identifier is always read as a subject key identifier.
+        if (TavixX509Holder* holder = m_systemCerts.findBySubjectKeyId(identifier, log)) {
+            DataBuffer der;
+            if (holder->getX509Ptr()->getCertDer(der) && der.encodeDB("base64", text) &&
+                processCertBase64(text, seen, log))
+                out.appendUtf8(text.view());
+        }
+    }
+
+    RefPtr<ClsXml> reference(str.getChildWithTagUtf8("*:Reference"));
+    if (!reference)
+        return true;
+    key_info::TokenReference token;
+    if (!key_info::readTokenReference(*reference, token, log))
+        return false;
+    log.LogInfo("Need to locate BinarySecurityToken within XML....");
+    log.LogDataSb("URI", token.uri);
+    if (!m_xml)
+        return false;
+    RefPtr<ClsXml> bst(key_info::findTokenById(*m_xml, token.uri));
+    if (!bst) {
+        log.LogError("Failed to find the wsse:BinarySecurityToken element");
+        return false;
+    }
+    StringBuffer certText;
+    if (!key_info::tokenCertificate(*bst, token.valueType, certText, *this, log))
+        return false;
+    // A token that holds no valid certificate is left out, not an error.
+    if (processCertBase64(certText, seen, log))
+        out.appendUtf8(certText.view());
+    return true;
+}

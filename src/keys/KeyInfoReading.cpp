@@ -1,0 +1,79 @@
+#include "keys/KeyInfoReading.h"
+
+#include "companion/log/LogBase.h"
+#include "companion/pki/DistinguishedName.h"
+#include "companion/text/HashedStringSet.h"
+#include "companion/text/XString.h"
+#include "companion/xml/ClsXml.h"
+#include "verifier/ClsXmlDSig.h"
+
+namespace key_info {
+
+bool readIssuerSerial(ClsXml& keyInfo, IssuerSerial& out, LogBase& log) {
+    RefPtr<ClsXml> x509Data(keyInfo.getChildWithTagUtf8("*:X509Data"));
+    if (!x509Data)
+        return false;
+    RefPtr<ClsXml> issuerSerial(x509Data->getChildWithTagUtf8("*:X509IssuerSerial"));
+    if (!issuerSerial)
+        return false;
+    StringBuffer issuerName, serial;
+    if (!issuerSerial->getChildContentUtf8("*:X509IssuerName", issuerName, false) ||
+        !issuerSerial->getChildContentUtf8("*:X509SerialNumber", serial, false) || issuerName.isEmpty() ||
+        serial.isEmpty())
+        return false;
+    log.LogDataSb("sbSerialNumber_dec", serial);
+    XString hex(serial.view());
+    hex.reencode("decimal", "hex");
+    out.serialHex.setString(hex.view());
+    log.LogDataSb("sbSerialNumber_hex", out.serialHex);
+    if (!DistinguishedName::getDnPart(issuerName, "CN", out.issuerCN, log))
+        return false;
+    out.issuerCN.trim2();
+    out.key.clear();
+    out.key.append3(out.issuerCN.view(), ":", out.serialHex.view());
+    return true;
+}
+
+bool unseenSubjectName(ClsXml& keyInfo, const HashedStringSet& seen, StringBuffer& subject, LogBase& log) {
+    if (!keyInfo.getChildContentUtf8("*:X509Data|*:X509SubjectName", subject, false) || subject.isEmpty())
+        return false;
+    StringBuffer canonKey;
+    DistinguishedName::toTvCanonHashKey(subject, canonKey, log);
+    return !seen.hashContainsSb(canonKey);
+}
+
+bool readTokenReference(ClsXml& reference, TokenReference& out, LogBase& log) {
+    const bool hasUri = reference.getAttrValue("URI", out.uri);
+    const bool hasValueType = reference.getAttrValue("ValueType", out.valueType);
+    if (hasUri && hasValueType && out.uri.beginsWith("#") && out.valueType.containsSubstring("#X509"))
+        return true;
+    log.LogError("Unhandled security token reference.");
+    log.LogDataSb("uri", out.uri);
+    log.LogDataSb("valueType", out.valueType);
+    return false;
+}
+
+ClsXml* findTokenById(ClsXml& root, const StringBuffer& uri) {
+    const std::string id(uri.view().substr(1));
+    for (RefPtr<ClsXml> token(root.searchForTag(nullptr, "*:BinarySecurityToken")); token;
+         token.reset(root.searchForTag(token.get(), "*:BinarySecurityToken"))) {
+        StringBuffer value;
+        if (token->getAttrValue("*:Id", value) && value.equals(id))
+            return token.release();
+    }
+    return nullptr;
+}
+
+bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer& certBase64, ClsXmlDSig& dsig,
+                      LogBase& log) {
+    token.get_Content(certBase64);
+    if (!valueType.containsSubstring("X509PKIPathv1"))
+        return true;
+    StringBuffer signerCert;
+    if (!dsig.pkiPathV1_to_cert(certBase64, signerCert, log))
+        return false;
+    certBase64.takeSb(signerCert);
+    return true;
+}
+
+} // namespace key_info

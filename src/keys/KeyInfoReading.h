@@ -1,0 +1,46 @@
+#pragma once
+
+#include "companion/text/StringBuffer.h"
+
+class ClsXml;
+class ClsXmlDSig;
+class HashedStringSet;
+class LogBase;
+
+// Readers of KeyInfo parts shared by key resolution and certificate listing.
+namespace key_info {
+
+// Bucket count of a resolution's dedupe set.
+inline constexpr unsigned kDedupeBuckets = 79;
+
+struct IssuerSerial {
+    StringBuffer issuerCN;
+    StringBuffer serialHex;
+    StringBuffer key; // issuer CN + ":" + hex serial, as the dedupe set holds it
+};
+
+// X509Data/X509IssuerSerial with a non-empty name (holding a CN) and serial.
+// The serial is always read as decimal, as written by the standard.
+bool readIssuerSerial(ClsXml& keyInfo, IssuerSerial& out, LogBase& log);
+
+// X509Data/X509SubjectName when present, non-empty and not already seen.
+bool unseenSubjectName(ClsXml& keyInfo, const HashedStringSet& seen, StringBuffer& subject, LogBase& log);
+
+struct TokenReference {
+    StringBuffer uri;
+    StringBuffer valueType;
+};
+
+// A SecurityTokenReference/Reference to an X.509 token in this document;
+// false (logged) for any other kind.
+bool readTokenReference(ClsXml& reference, TokenReference& out, LogBase& log);
+
+// The first BinarySecurityToken whose Id (any prefix) is the URI without '#'.
+ClsXml* findTokenById(ClsXml& root, const StringBuffer& uri);
+
+// The base64 certificate a token carries: the signer's (last) certificate
+// of a PkiPath token.
+bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer& certBase64, ClsXmlDSig& dsig,
+                      LogBase& log);
+
+} // namespace key_info

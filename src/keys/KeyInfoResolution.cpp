@@ -1,0 +1,236 @@
+#include "companion/crypto/ClsPublicKey.h"
+#include "companion/crypto/HashIds.h"
+#include "companion/crypto/_tvHash.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/pki/CertificateHolder.h"
+#include "companion/pki/DistinguishedName.h"
+#include "companion/pki/SystemCerts.h"
+#include "companion/text/HashedStringSet.h"
+#include "companion/xml/ClsXml.h"
+#include "keys/KeyInfoReading.h"
+#include "verifier/ClsXmlDSig.h"
+
+namespace {
+
+struct KeyValueForm {
+    const char* tag;
+    bool publicLoader; // RSA keys load through the public loader
+    const char* loaded;
+    const char* failed;
+};
+
+constexpr KeyValueForm kKeyValueForms[] = {
+    {"*:RSAKeyValue", true, "Loaded public key from RSA XML in KeyInfo.", "Failed to parse public key RSA XML"},
+    {"*:DSAKeyValue", false, "Loaded public key from DSA XML in KeyInfo.", "Failed to parse public key DSA XML"},
+    {"*:ECKeyValue", false, "Loaded public key from ECDSA XML in KeyInfo.", "Failed to parse public key ECDSA XML"},
+};
+
+void append(ExtPtrArrayRc& keys, ClsPublicKey* key) {
+    if (key)
+        keys.appendRefCounted(key);
+}
+
+// Literal key values; a malformed one ends the whole resolution.
+bool keysFromKeyValue(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
+    RefPtr<ClsXml> keyValue(keyInfo.getChildWithTagUtf8("*:KeyValue"));
+    if (!keyValue)
+        return true;
+    for (const KeyValueForm& form : kKeyValueForms) {
+        RefPtr<ClsXml> element(keyValue->getChildWithTagUtf8(form.tag));
+        if (!element)
+            continue;
+        RefPtr<ClsPublicKey> key(ClsPublicKey::createNewCls());
+        if (!key)
+            return false;
+        XString xml;
+        element->GetXml(xml);
+        if (!(form.publicLoader ? key->LoadXml(xml) : key->loadXml(xml, log))) {
+            log.LogError(form.failed);
+            return false;
+        }
+        log.LogInfo(form.loaded);
+        keys.appendRefCounted(key.release());
+    }
+    return true;
+}
+
+} // namespace
+
+ClsXml* ClsXmlDSig::GetKeyInfo() {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "GetKeyInfo");
+    m_log.clearLastJsonData();
+    return getKeyInfo(m_log);
+}
+
+ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
+    LogContextExitor ctx(log, "getKeyInfo");
+    log.LogDataLong("numSignatures", m_signatures.getSize());
+    log.LogDataLong("selector", m_selector);
+    ClsXml* sig = selectedSignature();
+    if (!sig)
+        return nullptr;
+    ClsXml* keyInfo = sig->getChildWithTagUtf8("*:KeyInfo");
+    if (!keyInfo)
+        log.LogError("No KeyInfo child.");
+    return keyInfo;
+}
+
+bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
+    LogContextExitor ctx(log, "getXmlDsigPublicKey");
+    if (log.verbose())
+        log.LogDataLong("bKeyInfoOnly", keyInfoOnly ? 1 : 0);
+    if (RefPtr<ClsXml> keyInfo(getKeyInfo(log)); keyInfo) {
+        // Keys found before a failure are used as they stand.
+        publicKeyFromKeyInfo(*keyInfo, keys, log);
+        if (log.verbose())
+            log.LogDataLong("numPublicKeys", keys.getSize());
+    }
+    if (!keyInfoOnly) {
+        if (auto* explicitKey = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector))) {
+            explicitKey->incRefCount();
+            keys.appendRefCounted(explicitKey);
+        }
+    }
+    return keys.getSize() > 0;
+}
+
+bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
+    LogContextExitor ctx(log, "publicKeyFromKeyInfo");
+    HashedStringSet seen(key_info::kDedupeBuckets);
+
+    if (!keysFromKeyValue(keyInfo, keys, log))
+        return false;
+
+    StringBuffer text;
+    if (RefPtr<ClsXml> x509Data(keyInfo.findChild("*:X509Data")); x509Data) {
+        const int n = x509Data->numChildrenHavingTagUtf8("*:X509Certificate", log);
+        log.LogDataLong("numX509Certificates", n);
+        for (int i = 0; i < n; ++i) {
+            x509Data->put_I(i);
+            if (x509Data->getChildContentUtf8("*:X509Certificate[i]", text, false) && !text.isEmpty())
+                append(keys, publicKeyFromCertBase64(text, seen, log));
+        }
+    }
+
+    key_info::IssuerSerial issuerSerial;
+    if (key_info::readIssuerSerial(keyInfo, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key))
+        append(keys, getPublicKeyByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, log));
+
+    StringBuffer reversed;
+    if (key_info::unseenSubjectName(keyInfo, seen, text, log)) {
+        reverseSubjectNameDN(text, reversed, log);
+        append(keys, getPublicKeyBySubjectName(reversed, log));
+    }
+
+    if (keyInfo.getChildContentUtf8("*:X509Data|*:X509SKI", text, false) && !text.isEmpty())
+        append(keys, getPublicKeyBySKI(text, log));
+
+    RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
+    if (!str)
+        return true;
+    if (log.verbose())
+        log.LogInfo("Check for and handle SecurityTokenReference cases..");
+    keyFromStoreByKeyIdentifier(*str, keys, log);
+    if (!keyFromReferencedToken(*str, seen, keys, log))
+        return false;
+    return keyFromThumbprint(*str, seen, keys, log);
+}
+
+void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {
+    StringBuffer identifier;
+    if (!str.getChildContentUtf8("*:KeyIdentifier", identifier, false) || identifier.isEmpty())
+        return;
+    StringBuffer valueType;
+    str.getChildAttrValue("*:KeyIdentifier", "ValueType", valueType);
+    log.LogDataSb("ValueType", valueType);
+    if (valueType.endsWith("#X509v3")) {
+        std::unique_ptr<CertificateHolder> holder =
+            CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_systemCerts, log);
+        if (holder)
+            if (TavixX509* cert = holder->getCertPtr(log))
+                append(keys, publicKeyFromX509(*cert, log));
+        return;
+    }
+    if (TavixX509Holder* holder = m_systemCerts.findBySubjectKeyId(identifier, log))
+        if (TavixX509* cert = holder->getX509Ptr())
+            append(keys, publicKeyFromX509(*cert, log));
+}
+
+bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+    RefPtr<ClsXml> reference(str.getChildWithTagUtf8("*:Reference"));
+    if (!reference)
+        return true;
+    if (log.verbose())
+        log.LogInfo("We have a *:Reference...");
+    key_info::TokenReference token;
+    if (!key_info::readTokenReference(*reference, token, log))
+        return false;
+    log.LogInfo("Need to locate BinarySecurityToken within XML...");
+    log.LogDataSb("URI", token.uri);
+    if (!m_xml)
+        return false;
+
+    RefPtr<ClsXml> bst(key_info::findTokenById(*m_xml, token.uri));
+    if (!bst) {
+        log.LogInfo("Did not find a BinarySecurityToken with the specified URI.  Looking for any "
+                    "BinarySecurityToken...");
+        bst.reset(m_xml->searchForTag(nullptr, "*:BinarySecurityToken"));
+        if (!bst) {
+            log.LogError("Failed to find the wsse:BinarySecurityToken element");
+            return false;
+        }
+    }
+    StringBuffer certText;
+    if (!key_info::tokenCertificate(*bst, token.valueType, certText, *this, log))
+        return false;
+    ClsPublicKey* key = publicKeyFromCertBase64(certText, seen, log);
+    if (!key) {
+        log.LogError("Failed to get public key from cert.");
+        return false;
+    }
+    keys.appendRefCounted(key);
+    return true;
+}
+
+bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+    RefPtr<ClsXml> keyIdentifier(str.getChildWithTagUtf8("*:KeyIdentifier"));
+    if (!keyIdentifier)
+        return true;
+    log.LogInfo("We have a *:SecurityTokenReference/KeyIdentifier...");
+    StringBuffer encodingType, valueType, identifier;
+    keyIdentifier->getAttrValue("EncodingType", encodingType);
+    keyIdentifier->getAttrValue("ValueType", valueType);
+    keyIdentifier->get_Content(identifier);
+    if (!valueType.containsSubstring("ThumbprintSHA1"))
+        return true;
+    log.LogInfo("Need to find the cert from the binary security token with a given SHA1 thumbprint...");
+    log.LogDataSb("sbKeyIdentData", identifier);
+    log.LogInfo("Need to locate BinarySecurityToken within XML...");
+    if (!m_xml)
+        return false;
+    RefPtr<ClsXml> bst(m_xml->searchForAttribute(nullptr, "*:BinarySecurityToken", "*:ValueType", false, "*#X509v3"));
+    if (!bst) {
+        log.LogError("Failed to find the wsse:BinarySecurityToken element");
+        return false;
+    }
+    StringBuffer certText;
+    bst->get_Content(certText);
+    // The thumbprint is logged for the reader; the first X.509 token is used
+    // whatever its thumbprint, as the signers that use this form expect.
+    DataBuffer der, sha1;
+    der.appendEncoded(certText.view(), "base64");
+    _tvHash::doHash(der.getData(), der.getSize(), hash_alg::kSha1, sha1);
+    StringBuffer sha1Base64;
+    sha1.encodeDB("base64", sha1Base64);
+    log.LogDataSb("sbSha1Base64", sha1Base64);
+
+    ClsPublicKey* key = publicKeyFromCertBase64(certText, seen, log);
+    if (!key) {
+        log.LogError("Failed to get public key from cert.");
+        return false;
+    }
+    log.LogInfo("Got public key from base64 cert.");
+    keys.appendRefCounted(key);
+    return true;
+}

@@ -1,0 +1,83 @@
+#include "TestSupport.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <algorithm>
+
+namespace {
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+// The text with whitespace and escaped carriage returns removed, as
+// certificate texts are compared.
+std::string flattened(std::string s) {
+    for (const std::string cr : {"&#13;", "&#xD;"})
+        for (size_t p; (p = s.find(cr)) != std::string::npos;)
+            s.erase(p, cr.size());
+    s.erase(std::remove_if(s.begin(), s.end(), [](char c) { return c == ' ' || c == '\n' || c == '\r' || c == '\t'; }),
+            s.end());
+    return s;
+}
+
+std::vector<std::string> pemBlocks(const std::string& text) {
+    std::vector<std::string> blocks;
+    const std::string end = "-----END CERTIFICATE-----\n";
+    for (size_t a = 0; (a = text.find("-----BEGIN CERTIFICATE-----", a)) != std::string::npos;) {
+        const size_t b = text.find(end, a);
+        if (b == std::string::npos)
+            break;
+        blocks.push_back(text.substr(a, b + end.size() - a));
+        a = b + end.size();
+    }
+    return blocks;
+}
+
+// Every certificate that `xmldsig certs` prints is one that openssl reads,
+// and its DER is a certificate text of the document (or of the store it
+// was found in, for references; the corpus documents embed theirs).
+TEST(CertsCommand, PrintsTheEmbeddedCertificatesOfEveryCorpusDocument) {
+    const auto files = corpusXmlFiles();
+    if (files.empty())
+        GTEST_SKIP() << "no corpus";
+    TempDir tmp;
+    int documentsWithCerts = 0;
+    for (const fs::path& file : files) {
+        const std::string doc = readFile(file);
+        if (doc.find("X509Certificate>") == std::string::npos)
+            continue;
+        const std::string flat = flattened(doc);
+        const auto info = nlohmann::json::parse(
+            runProcess(shellQuote(toolPath().string()) + " info --json " + shellQuote(file.string())).out);
+        bool printedAny = false;
+        for (size_t i = 0; i < info["signatures"].size(); ++i) {
+            ProcessResult r = runProcess(shellQuote(toolPath().string()) + " certs --selector " + std::to_string(i) +
+                                         " " + shellQuote(file.string()));
+            ASSERT_NE(r.exitCode, 2) << file << r.err;
+            for (const std::string& pem : pemBlocks(r.out)) {
+                writeFile(tmp.path() / "c.pem", pem);
+                ProcessResult der =
+                    runProcess("openssl x509 -in " + shellQuote((tmp.path() / "c.pem").string()) + " -outform DER | base64 -w0");
+                ASSERT_EQ(der.exitCode, 0) << file;
+                EXPECT_NE(flat.find(der.out), std::string::npos) << file << " selector " << i;
+                printedAny = true;
+            }
+        }
+        documentsWithCerts += printedAny;
+    }
+    EXPECT_GT(documentsWithCerts, 100);
+}
+
+TEST(CertsCommand, BadSelectorAndMissingFile) {
+    const std::string tool = shellQuote(toolPath().string());
+    const std::string example = shellQuote((fs::path(XMLDSIG_SOURCE_DIR) / "examples/hmac-sha256.xml").string());
+    EXPECT_EQ(runProcess(tool + " certs --selector 3 " + example).exitCode, 2);
+    EXPECT_EQ(runProcess(tool + " certs --selector x " + example).exitCode, 2);
+    EXPECT_EQ(runProcess(tool + " certs /nonexistent.xml").exitCode, 2);
+    ProcessResult none = runProcess(tool + " certs " + example);
+    EXPECT_EQ(none.exitCode, 0);
+    EXPECT_TRUE(none.out.empty());
+}
+
+} // namespace

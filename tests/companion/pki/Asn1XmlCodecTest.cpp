@@ -1,0 +1,236 @@
+#include "PkiTestSupport.h"
+
+#include "companion/log/LogBase.h"
+#include "companion/pki/Asn1XmlCodec.h"
+#include "companion/text/ContentCoding.h"
+#include "companion/text/DataBuffer.h"
+#include "companion/text/RefCountedObject.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/xml/ClsXml.h"
+
+#include <openssl/sha.h>
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+using pki_test::CertWorkshop;
+using Cert = pki_test::CertWorkshop::Request;
+
+namespace {
+
+DataBuffer bytesOf(std::string_view s) {
+    DataBuffer out;
+    out.append(s);
+    return out;
+}
+
+DataBuffer fromHex(std::string_view hex) {
+    DataBuffer out;
+    EXPECT_TRUE(out.appendEncoded(hex, "hex")) << hex;
+    return out;
+}
+
+std::string toXml(const DataBuffer& der, bool compact = true) {
+    LogBase log;
+    StringBuffer xml;
+    EXPECT_TRUE(Asn1XmlCodec::derToXml(der, false, compact, xml, nullptr, log)) << log.renderText();
+    return std::string(xml.view());
+}
+
+RefPtr<ClsXml> load(const std::string& xml, bool autoTrim) {
+    LogBase log;
+    RefPtr<ClsXml> root(ClsXml::createNewCls());
+    EXPECT_TRUE(root->loadXml(std::string_view(xml), autoTrim, log)) << log.renderText() << xml;
+    return root;
+}
+
+DataBuffer toDer(const ClsXml& node) {
+    LogBase log;
+    DataBuffer der;
+    EXPECT_TRUE(Asn1XmlCodec::xmlToDer(node, der, log)) << log.renderText();
+    return der;
+}
+
+// DER -> XML -> DER in every layout the callers use.
+void expectRoundTrip(const DataBuffer& der) {
+    for (const bool decl : {false, true}) {
+        for (const bool compact : {false, true}) {
+            LogBase log;
+            StringBuffer xml;
+            ASSERT_TRUE(Asn1XmlCodec::derToXml(der, decl, compact, xml, nullptr, log)) << log.renderText();
+            EXPECT_TRUE(toDer(*load(std::string(xml.view()), !compact)).equals(der)) << xml.view();
+        }
+    }
+}
+
+std::string childContent(const ClsXml& root, const char* path) {
+    StringBuffer out;
+    EXPECT_TRUE(root.getChildContentUtf8(path, out, false)) << path;
+    return std::string(out.view());
+}
+
+TEST(Asn1XmlCodec, CertificatesRoundTrip) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("ca", Cert("/C=EE/O=Codec/CN=Codec CA")));
+    ASSERT_TRUE(ws.make("leaf", Cert("/CN=Jüri+OU=x/O=A & B <C>").serial("128").issuer("ca")));
+    expectRoundTrip(ws.der("ca"));
+    expectRoundTrip(ws.der("leaf"));
+    const std::string xml = toXml(ws.der("leaf"));
+    EXPECT_TRUE(xml.starts_with("<sequence><sequence><contextSpecific tag=\"0\" constructed=\"1\"><int>02</int>"))
+        << xml;
+    EXPECT_NE(xml.find("<int>0080</int>"), std::string::npos);
+    EXPECT_NE(xml.find("<oid>2.5.4.3</oid><utf8>Jüri</utf8>"), std::string::npos);
+    EXPECT_NE(xml.find("<utf8>A &amp; B &lt;C&gt;</utf8>"), std::string::npos);
+}
+
+TEST(Asn1XmlCodec, TimestampTokenInfoExposesTheMessageImprint) {
+    CertWorkshop ws;
+    test_support::writeFile(ws.dir() / "tsa.cnf", "[req]\ndistinguished_name = dn\n[dn]\n"
+                                                  "[tsa_ext]\nextendedKeyUsage = critical,timeStamping\n"
+                                                  "[tsa]\nserial = tsaserial\nsigner_digest = sha256\n"
+                                                  "default_policy = 1.2.3.4.1\ndigests = sha256\n"
+                                                  "accuracy = secs:1, millisecs:500\nordering = yes\n"
+                                                  "tsa_name = yes\ness_cert_id_alg = sha256\n");
+    test_support::writeFile(ws.dir() / "tsaserial", "01\n");
+    const std::string data = "timestamped bytes\n";
+    test_support::writeFile(ws.dir() / "data.txt", data);
+    ws.openssl("genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out tsa.key");
+    ws.openssl("req -x509 -new -config tsa.cnf -extensions tsa_ext -key tsa.key -subj /CN=TSA -days 3 -out tsa.pem");
+    ws.openssl("ts -query -data data.txt -sha256 -cert -out q.tsq");
+    ws.openssl("ts -reply -queryfile q.tsq -signer tsa.pem -inkey tsa.key -config tsa.cnf -section tsa -out r.tsr");
+    ws.openssl("ts -reply -in r.tsr -token_out -out token.der");
+    ws.openssl("cms -verify -inform DER -in token.der -noverify -out tstinfo.der");
+    ASSERT_FALSE(::testing::Test::HasFailure());
+    const DataBuffer tstInfo = bytesOf(test_support::readFile(ws.dir() / "tstinfo.der"));
+
+    expectRoundTrip(tstInfo);
+    LogBase log;
+    StringBuffer xml;
+    ASSERT_TRUE(Asn1XmlCodec::derToXml(tstInfo, true, false, xml, nullptr, log));
+    const RefPtr<ClsXml> root = load(std::string(xml.view()), true);
+    EXPECT_EQ(childContent(*root, "sequence|sequence|oid"), "2.16.840.1.101.3.4.2.1");
+    unsigned char digest[SHA256_DIGEST_LENGTH];
+    SHA256(reinterpret_cast<const unsigned char*>(data.data()), data.size(), digest);
+    std::string expected;
+    ContentCoding::encodeBase64(digest, sizeof digest, expected);
+    EXPECT_EQ(childContent(*root, "sequence|octets"), expected);
+    EXPECT_EQ(childContent(*root, "oid"), "1.2.3.4.1");
+}
+
+// The WS-Security PkiPath: a SEQUENCE OF Certificate whose last element is
+// the signer's.
+TEST(Asn1XmlCodec, PkiPathYieldsItsLastCertificate) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("root", Cert("/CN=Root")));
+    ASSERT_TRUE(ws.make("mid", Cert("/CN=Mid").issuer("root")));
+    ASSERT_TRUE(ws.make("signer", Cert("/CN=Signer").issuer("mid")));
+    std::string body;
+    for (const char* name : {"root", "mid", "signer"})
+        body += test_support::readFile(ws.derPath(name));
+    ASSERT_LT(body.size(), 0x10000u);
+    const std::string header = {'\x30', '\x82', static_cast<char>(body.size() >> 8), static_cast<char>(body.size())};
+    LogBase log;
+    StringBuffer xml;
+    ASSERT_TRUE(Asn1XmlCodec::derToXml(bytesOf(header + body), false, true, xml, nullptr, log));
+    const RefPtr<ClsXml> root = load(std::string(xml.view()), false);
+    ASSERT_EQ(root->get_NumChildren(), 3);
+    ASSERT_TRUE(root->getChild2(2));
+    EXPECT_TRUE(toDer(*root).equals(ws.der("signer")));
+
+    ASSERT_TRUE(Asn1XmlCodec::derToXml(fromHex("3000"), false, true, xml, nullptr, log));
+    EXPECT_EQ(load(std::string(xml.view()), false)->get_NumChildren(), 0);
+}
+
+TEST(Asn1XmlCodec, ValueFormsFromOpensslGenerator) {
+    CertWorkshop ws;
+    test_support::writeFile(ws.dir() / "gen.cnf", "asn1=SEQUENCE:seq\n[seq]\n"
+                                                  "i1=INTEGER:128\ni2=INTEGER:-1\nb=BOOLEAN:TRUE\nn=NULL\n"
+                                                  "o=OID:1.2.840.113549.1.1.11\nu=UTF8:a&b<c>d\n"
+                                                  "p=PRINTABLESTRING:Hello World\nbmp=FORMAT:UTF8,BMPSTRING:Grüße\n"
+                                                  "bits=FORMAT:BITLIST,BITSTRING:1,3,5\n"
+                                                  "oct=FORMAT:HEX,OCTETSTRING:DEADBEEF\nt=UTCTIME:250101120000Z\n"
+                                                  "g=GENERALIZEDTIME:20250101120000Z\ne=ENUMERATED:3\n"
+                                                  "c0=IMPLICIT:0,INTEGER:7\nc1=EXPLICIT:1,UTF8:x\n"
+                                                  "ap=IMPLICIT:5A,OCTETSTRING:zz\npr=EXPLICIT:3P,NULL\n"
+                                                  "s=SET:inner\n[inner]\nx=INTEGER:1\n");
+    ws.openssl("asn1parse -genconf gen.cnf -noout -out gen.der");
+    const DataBuffer der = bytesOf(test_support::readFile(ws.dir() / "gen.der"));
+    expectRoundTrip(der);
+    EXPECT_EQ(toXml(der), "<sequence><int>0080</int><int>FF</int><bool>FF</bool><null/>"
+                          "<oid>1.2.840.113549.1.1.11</oid><utf8>a&amp;b&lt;c&gt;d</utf8>"
+                          "<printable>Hello World</printable><bmp>Grüße</bmp><bits unused=\"2\">VA==</bits>"
+                          "<octets>3q2+7w==</octets><utctime>250101120000Z</utctime>"
+                          "<gentime>20250101120000Z</gentime><enumerated>03</enumerated>"
+                          "<contextSpecific tag=\"0\" constructed=\"0\">07</contextSpecific>"
+                          "<contextSpecific tag=\"1\" constructed=\"1\"><utf8>x</utf8></contextSpecific>"
+                          "<application tag=\"5\" constructed=\"0\">7A7A</application>"
+                          "<private tag=\"3\" constructed=\"1\"><null/></private>"
+                          "<set><int>01</int></set></sequence>");
+}
+
+TEST(Asn1XmlCodec, UnrepresentableTextFallsBackToHex) {
+    // IA5String " ab", UTF8String "a\rb", PrintableString "\xff", BMPString with a lone surrogate.
+    const DataBuffer der = fromHex("3011"
+                                   "1603206162"
+                                   "0C03610D62"
+                                   "1301FF"
+                                   "1E02D800");
+    expectRoundTrip(der);
+    EXPECT_EQ(toXml(der), "<sequence><ia5 enc=\"hex\">206162</ia5><utf8 enc=\"hex\">610D62</utf8>"
+                          "<printable enc=\"hex\">FF</printable><bmp enc=\"hex\">D800</bmp></sequence>");
+}
+
+TEST(Asn1XmlCodec, BerForms) {
+    // Indefinite-length SEQUENCE, constructed OCTET STRING, high tag number, universal tag 14.
+    const DataBuffer der = fromHex("3080020105"
+                                   "24080401AA0403BBCCDD"
+                                   "9F812A0101"
+                                   "0E00"
+                                   "0000");
+    expectRoundTrip(der);
+    EXPECT_EQ(toXml(der), "<sequence indefinite=\"1\"><int>05</int><octets constructed=\"1\"><octets>qg==</octets>"
+                          "<octets>u8zd</octets></octets><contextSpecific tag=\"170\" constructed=\"0\">01"
+                          "</contextSpecific><universalTag tag=\"14\" constructed=\"0\"/></sequence>");
+}
+
+TEST(Asn1XmlCodec, RejectsMalformedInput) {
+    LogBase log;
+    StringBuffer xml("stale");
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(fromHex("300502010502"), false, true, xml, nullptr, log));
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(fromHex("3080020105"), false, true, xml, nullptr, log));
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(DataBuffer(), false, true, xml, nullptr, log));
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(bytesOf("not DER at all"), false, true, xml, nullptr, log));
+    EXPECT_TRUE(xml.isEmpty());
+    EXPECT_TRUE(log.hasErrors());
+
+    std::string deep;
+    for (int i = 0; i < 200; ++i)
+        deep = "\x30\x80" + deep + std::string(2, '\0');
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(bytesOf(deep), false, true, xml, nullptr, log));
+}
+
+TEST(Asn1XmlCodec, TrailingBytesNeedTheUsedCount) {
+    const DataBuffer der = fromHex("020101FFFF");
+    LogBase log;
+    StringBuffer xml;
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(der, false, true, xml, nullptr, log));
+    unsigned used = 0;
+    ASSERT_TRUE(Asn1XmlCodec::derToXml(der, false, true, xml, &used, log));
+    EXPECT_EQ(used, 3u);
+    EXPECT_EQ(xml.view(), "<int>01</int>");
+}
+
+TEST(Asn1XmlCodec, XmlToDerRejectsWhatItCannotEncode) {
+    LogBase log;
+    DataBuffer der = fromHex("AA");
+    for (const char* xml : {"<unknown>01</unknown>", "<int>0G</int>", "<oid>not.an.oid</oid>",
+                            "<contextSpecific constructed=\"0\">01</contextSpecific>", "<null>00</null>"}) {
+        EXPECT_FALSE(Asn1XmlCodec::xmlToDer(*load(xml, true), der, log)) << xml;
+        EXPECT_TRUE(der.isEmpty()) << xml;
+    }
+    EXPECT_TRUE(Asn1XmlCodec::xmlToDer(*load("<bits>AQ==</bits>", true), der, log));
+    EXPECT_TRUE(der.equals(fromHex("03020001")));
+}
+
+} // namespace

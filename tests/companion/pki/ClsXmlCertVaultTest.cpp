@@ -1,0 +1,111 @@
+#include "PkiTestSupport.h"
+
+#include "companion/log/LogBase.h"
+#include "companion/pki/ClsXmlCertVault.h"
+#include "companion/pki/SystemCerts.h"
+#include "companion/text/RefCountedObject.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/text/XString.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <set>
+#include <string>
+
+using pki_test::CertWorkshop;
+using Cert = pki_test::CertWorkshop::Request;
+using test_support::readFile;
+using test_support::writeFile;
+
+namespace {
+
+class ClsXmlCertVaultTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        for (const char* name : {"a", "b", "c"})
+            ASSERT_TRUE(m_ws.make(name, Cert(std::string("/O=Vault/CN=Cert ") + name)));
+    }
+
+    bool addFile(const std::filesystem::path& path) {
+        XString p(path.string());
+        return m_vault->AddCertFile(p);
+    }
+
+    bool addDir(const std::filesystem::path& path) {
+        XString p(path.string());
+        return m_vault->AddCertDir(p);
+    }
+
+    // The subject common names of the vault's certificates.
+    std::set<std::string> names() {
+        std::set<std::string> out;
+        CertMgr* mgr = m_vault->getCertMgr();
+        for (int i = 0; mgr && i < mgr->getNumCerts(); ++i) {
+            StringBuffer cn;
+            EXPECT_TRUE(mgr->certAt(i)->get_SubjectCN(cn));
+            out.insert(std::string(cn.view()));
+        }
+        return out;
+    }
+
+    CertWorkshop m_ws;
+    RefPtr<ClsXmlCertVault> m_vault{ClsXmlCertVault::createNewCls()};
+};
+
+TEST_F(ClsXmlCertVaultTest, EmptyVaultHasNoCertificateManager) {
+    EXPECT_EQ(m_vault->getCertMgr(), nullptr);
+    EXPECT_EQ(m_vault->get_NumCerts(), 0);
+    EXPECT_FALSE(addFile(m_ws.dir() / "missing.pem"));
+    EXPECT_EQ(m_vault->getCertMgr(), nullptr);
+    EXPECT_NE(m_vault->lastErrorText().find("Failed to open the file."), std::string::npos);
+}
+
+TEST_F(ClsXmlCertVaultTest, AddsPemAndDerFiles) {
+    ASSERT_TRUE(addFile(m_ws.pemPath("a")));
+    ASSERT_TRUE(addFile(m_ws.derPath("b")));
+    ASSERT_TRUE(addFile(m_ws.derPath("a")));
+    EXPECT_EQ(names(), (std::set<std::string>{"Cert a", "Cert b"}));
+
+    writeFile(m_ws.dir() / "key.pem", readFile(m_ws.dir() / "c.key"));
+    EXPECT_FALSE(addFile(m_ws.dir() / "key.pem"));
+    EXPECT_EQ(m_vault->get_NumCerts(), 2);
+}
+
+TEST_F(ClsXmlCertVaultTest, AddsEveryCertificateOfAPemBundle) {
+    const std::filesystem::path bundle = m_ws.dir() / "bundle.pem";
+    writeFile(bundle, "Bag Attributes: ignored\n" + readFile(m_ws.pemPath("a")) + readFile(m_ws.dir() / "a.key") +
+                          readFile(m_ws.pemPath("b")) + "\n\n" + readFile(m_ws.pemPath("c")));
+    ASSERT_TRUE(addFile(bundle));
+    EXPECT_EQ(names(), (std::set<std::string>{"Cert a", "Cert b", "Cert c"}));
+}
+
+TEST_F(ClsXmlCertVaultTest, AddsTheCertificateFilesOfADirectory) {
+    const std::filesystem::path dir = m_ws.dir() / "certs";
+    std::filesystem::create_directories(dir / "sub");
+    std::filesystem::copy_file(m_ws.pemPath("a"), dir / "a.crt");
+    std::filesystem::copy_file(m_ws.derPath("b"), dir / "b.cer");
+    std::filesystem::copy_file(m_ws.dir() / "c.key", dir / "c.key");
+    std::filesystem::copy_file(m_ws.pemPath("c"), dir / "sub" / "c.pem");
+    writeFile(dir / "notes.txt", "not a certificate");
+    ASSERT_TRUE(addDir(dir));
+    EXPECT_EQ(names(), (std::set<std::string>{"Cert a", "Cert b"}));
+
+    EXPECT_FALSE(addDir(dir / "sub" / "missing"));
+    std::filesystem::create_directories(m_ws.dir() / "empty");
+    EXPECT_FALSE(addDir(m_ws.dir() / "empty"));
+}
+
+TEST_F(ClsXmlCertVaultTest, StoreFindsVaultCertificates) {
+    ASSERT_TRUE(addFile(m_ws.pemPath("a")));
+    ASSERT_TRUE(addFile(m_ws.pemPath("b")));
+    LogBase log;
+    SystemCerts store;
+    ASSERT_TRUE(store.addCertVault(*m_vault->getCertMgr(), log));
+    EXPECT_EQ(store.getNumCerts(), 2);
+    XString dn("CN=Cert b, O=Vault");
+    XString values;
+    EXPECT_NE(store.findBySubjectDN_x509(values, dn, false, log), nullptr);
+}
+
+} // namespace

@@ -1,0 +1,155 @@
+#include "PkiTestSupport.h"
+
+#include "companion/log/LogBase.h"
+#include "companion/pki/CertMgr.h"
+#include "companion/pki/DistinguishedName.h"
+#include "companion/pki/SystemCerts.h"
+#include "companion/text/ContentCoding.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/text/XString.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+
+using pki_test::CertWorkshop;
+using Cert = pki_test::CertWorkshop::Request;
+
+namespace {
+
+// A CA, two leaves it issued (the second without a key identifier
+// extension) and an unrelated self-signed certificate with the same serial.
+class SystemCertsTest : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_ws = std::make_unique<CertWorkshop>();
+        ASSERT_TRUE(s_ws->make("ca", Cert("/C=EE/O=Example/CN=Example CA")));
+        ASSERT_TRUE(s_ws->make("leaf1", Cert("/C=EE/O=Example/OU=Signing/CN=Leaf One").serial("128").issuer("ca")));
+        ASSERT_TRUE(
+            s_ws->make("leaf2", Cert("/C=EE/O=Example/CN=Leaf Two").serial("129").issuer("ca").withoutSubjectKeyId()));
+        ASSERT_TRUE(s_ws->make("other", Cert("/C=EE/O=Other/CN=Example CA").serial("128")));
+    }
+    static void TearDownTestSuite() { s_ws.reset(); }
+
+    void SetUp() override {
+        for (const char* name : {"ca", "leaf1", "leaf2"})
+            ASSERT_TRUE(m_store.addCertificate(s_ws->load(name), m_log));
+    }
+
+    std::string serialOf(const TavixX509* cert) {
+        StringBuffer serial;
+        return cert && cert->get_SerialNumber(serial) ? std::string(serial.view()) : "<none>";
+    }
+
+    std::string subjectCnOf(const TavixX509* cert) {
+        StringBuffer cn;
+        return cert && cert->get_SubjectCN(cn) ? std::string(cn.view()) : "<none>";
+    }
+
+    std::string byIssuerSerial(const std::string& cn, const std::string& serial,
+                               const StringBuffer* issuerDn = nullptr) {
+        return subjectCnOf(m_store.findX509(StringBuffer(serial), StringBuffer(cn), issuerDn, m_log));
+    }
+
+    std::string bySubject(const std::string& dn, bool tryValuesOnly = true) {
+        XString name(dn);
+        XString values;
+        DistinguishedName::removeDnTags(name, values);
+        return subjectCnOf(m_store.findBySubjectDN_x509(values, name, tryValuesOnly, m_log));
+    }
+
+    std::string byKeyId(const std::string& text) {
+        TavixX509Holder* holder = m_store.findBySubjectKeyId(StringBuffer(text), m_log);
+        return holder ? subjectCnOf(holder->getX509Ptr()) : "<none>";
+    }
+
+    static std::unique_ptr<CertWorkshop> s_ws;
+    LogBase m_log;
+    SystemCerts m_store;
+};
+
+std::unique_ptr<CertWorkshop> SystemCertsTest::s_ws;
+
+TEST_F(SystemCertsTest, FindsByIssuerCommonNameAndSerial) {
+    XString decimal("128");
+    ASSERT_TRUE(decimal.reencode("decimal", "hex"));
+    EXPECT_EQ(byIssuerSerial("Example CA", std::string(decimal.view())), "Leaf One");
+    EXPECT_EQ(byIssuerSerial(" example ca ", "0081"), "Leaf Two");
+    EXPECT_EQ(byIssuerSerial("Example CA", "00:81"), "Leaf Two");
+    EXPECT_EQ(byIssuerSerial("Example CA", "01"), "Example CA");
+    EXPECT_EQ(byIssuerSerial("Example CA", "82"), "<none>");
+    EXPECT_EQ(byIssuerSerial("Other CA", "80"), "<none>");
+    EXPECT_EQ(byIssuerSerial("Example CA", "not hex"), "<none>");
+    EXPECT_FALSE(m_log.hasErrors());
+}
+
+TEST_F(SystemCertsTest, IssuerDnSeparatesIssuersWithTheSameCommonName) {
+    ASSERT_TRUE(m_store.addCertificate(s_ws->load("other"), m_log));
+    const StringBuffer exampleIssuer("C=EE, O=Example, CN=Example CA");
+    const StringBuffer otherIssuer("cn=example ca, o=other, c=ee");
+    const StringBuffer unknownIssuer("CN=Example CA, O=Nobody");
+    EXPECT_EQ(byIssuerSerial("Example CA", "80"), "Leaf One");
+    EXPECT_EQ(byIssuerSerial("Example CA", "80", &exampleIssuer), "Leaf One");
+    EXPECT_EQ(byIssuerSerial("Example CA", "80", &otherIssuer), "Example CA");
+    EXPECT_EQ(byIssuerSerial("Example CA", "80", &unknownIssuer), "<none>");
+}
+
+TEST_F(SystemCertsTest, FindsBySubjectDn) {
+    EXPECT_EQ(bySubject("CN=Leaf One, OU=Signing, O=Example, C=EE"), "Leaf One");
+    EXPECT_EQ(bySubject("C=EE, O=Example, OU=Signing, CN=Leaf One"), "Leaf One");
+    EXPECT_EQ(bySubject("2.5.4.3=leaf two,o=EXAMPLE,c=ee"), "Leaf Two");
+    EXPECT_EQ(bySubject("CN=Leaf One, O=Example, C=EE"), "<none>");
+    // Types we cannot read match on the values alone, when allowed.
+    EXPECT_EQ(bySubject("Xn=Leaf Two, Xo=Example, Xc=EE", true), "Leaf Two");
+    EXPECT_EQ(bySubject("Xn=Leaf Two, Xo=Example, Xc=EE", false), "<none>");
+}
+
+TEST_F(SystemCertsTest, FindsBySubjectKeyIdInBase64OrHex) {
+    const std::string hex = s_ws->subjectKeyId(s_ws->pemPath("leaf1"));
+    ASSERT_EQ(hex.size(), 40u);
+    DataBuffer bytes;
+    ASSERT_TRUE(bytes.appendEncoded(hex, "hex"));
+    std::string base64;
+    ContentCoding::encodeBase64(bytes.getData(), bytes.getSize(), base64);
+    EXPECT_EQ(byKeyId(base64), "Leaf One");
+    EXPECT_EQ(byKeyId(hex), "Leaf One");
+    std::string lower = hex;
+    for (char& c : lower)
+        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
+    EXPECT_EQ(byKeyId(lower), "Leaf One");
+    EXPECT_EQ(byKeyId(s_ws->subjectKeyId(s_ws->pemPath("ca"))), "Example CA");
+
+    // Without the extension, the certificate is known by its key's SHA-1.
+    DataBuffer sha1;
+    ASSERT_TRUE(s_ws->load("leaf2").getPublicKeySha1(sha1));
+    StringBuffer sha1Base64;
+    sha1.encodeDB("base64", sha1Base64);
+    EXPECT_EQ(byKeyId(std::string(sha1Base64.view())), "Leaf Two");
+
+    EXPECT_EQ(byKeyId("AAAAAAAAAAAAAAAAAAAAAAAAAAA="), "<none>");
+    EXPECT_EQ(byKeyId(""), "<none>");
+}
+
+TEST_F(SystemCertsTest, AddingIsIdempotentAndClearEmpties) {
+    EXPECT_EQ(m_store.getNumCerts(), 3);
+    EXPECT_TRUE(m_store.addCertificate(s_ws->load("leaf1"), m_log));
+    EXPECT_EQ(m_store.getNumCerts(), 3);
+    EXPECT_TRUE(m_store.findByDer(s_ws->der("leaf1")));
+    EXPECT_FALSE(m_store.findByDer(s_ws->der("other")));
+    EXPECT_FALSE(m_store.addCertificate(TavixX509(), m_log));
+
+    CertMgr vault;
+    ASSERT_TRUE(vault.addCertificate(s_ws->load("other")));
+    ASSERT_TRUE(vault.addCertificate(s_ws->load("leaf1")));
+    EXPECT_FALSE(vault.addCertificate(s_ws->load("leaf1")));
+    EXPECT_TRUE(m_store.addCertVault(vault, m_log));
+    EXPECT_EQ(m_store.getNumCerts(), 4);
+
+    m_store.clear();
+    EXPECT_EQ(m_store.getNumCerts(), 0);
+    EXPECT_EQ(byIssuerSerial("Example CA", "80"), "<none>");
+    EXPECT_EQ(bySubject("CN=Leaf One, OU=Signing, O=Example, C=EE"), "<none>");
+}
+
+} // namespace

@@ -1,0 +1,219 @@
+#include "PkiTestSupport.h"
+
+#include "companion/log/LogBase.h"
+#include "companion/pki/CertPem.h"
+#include "companion/pki/CertificateHolder.h"
+#include "companion/pki/SystemCerts.h"
+#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509NameText.h"
+#include "companion/text/ContentCoding.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/text/XString.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+using pki_test::CertWorkshop;
+using Cert = pki_test::CertWorkshop::Request;
+using pki_test::dnKey;
+
+namespace {
+
+std::string serialOf(const TavixX509& cert) {
+    StringBuffer sb;
+    EXPECT_TRUE(cert.get_SerialNumber(sb));
+    return std::string(sb.view());
+}
+
+std::string decimalToHex(const std::string& decimal) {
+    XString x(decimal);
+    EXPECT_TRUE(x.reencode("decimal", "hex")) << decimal;
+    return std::string(x.view());
+}
+
+std::string dnOf(const TavixX509& cert, bool subject, bool mostSpecificFirst, int flags = 0) {
+    LogBase log;
+    StringBuffer sb;
+    EXPECT_TRUE(cert.getDN(subject, mostSpecificFirst, sb, log, flags));
+    return std::string(sb.view());
+}
+
+std::string hexOf(const DataBuffer& bytes) {
+    StringBuffer sb;
+    bytes.encodeDB("hex", sb);
+    return std::string(sb.view());
+}
+
+std::string base64Of(const DataBuffer& bytes) {
+    std::string out;
+    ContentCoding::encodeBase64(bytes.getData(), bytes.getSize(), out);
+    return out;
+}
+
+// Serial numbers written as X509SerialNumber (decimal) must meet the form
+// that the certificate gives, or issuer-serial lookups never match.
+TEST(TavixX509, SerialNumberAgreesWithOpensslAndDecimalToHex) {
+    CertWorkshop ws;
+    const std::vector<std::string> serials = {"0", "1", "127", "128", "255", "256", "32768",
+                                              "1234567890123456789012345678901234567890",
+                                              // 8F1E...34: the high bit set, so DER adds a sign byte
+                                              "817058643153735460730479859766531003025976337204"};
+    for (const std::string& decimal : serials) {
+        const std::string name = "serial" + decimal;
+        ASSERT_TRUE(ws.make(name, Cert("/CN=Serial " + decimal).serial(decimal)));
+        const std::string ours = serialOf(ws.load(name));
+        EXPECT_EQ(ours, ws.serial(ws.pemPath(name))) << decimal;
+        EXPECT_EQ(ours, decimalToHex(decimal)) << decimal;
+    }
+    EXPECT_EQ(decimalToHex("0"), "00");
+    EXPECT_EQ(decimalToHex("128"), "80");
+    EXPECT_EQ(decimalToHex("256"), "0100");
+    EXPECT_EQ(decimalToHex(serials.back()), "8F1E2D3C4B5A69788796A5B4C3D2E1F001122334");
+}
+
+TEST(TavixX509, NamesMatchOpenssl) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("ca", Cert("/C=EE/O=Root Org/OU=Trust/CN=Root CA 1/emailAddress=ca@example.ee")));
+    ASSERT_TRUE(ws.make(
+        "leaf", Cert("/C=EE/ST=Harju/L=Tallinn/O=Bar, Inc./OU=u1+OU=u2/CN=Jüri \"J\" Tamm/serialNumber=PNOEE-3800")
+                    .serial("4660")
+                    .issuer("ca")));
+    const TavixX509 leaf = ws.load("leaf");
+
+    StringBuffer cn;
+    ASSERT_TRUE(leaf.get_IssuerCN(cn));
+    EXPECT_EQ(cn.view(), "Root CA 1");
+    ASSERT_TRUE(leaf.get_SubjectCN(cn));
+    EXPECT_EQ(cn.view(), "Jüri \"J\" Tamm");
+
+    const std::string subjectKey = dnKey(dnOf(leaf, true, true));
+    EXPECT_EQ(subjectKey, dnKey(ws.subject(ws.pemPath("leaf"))));
+    EXPECT_EQ(dnKey(dnOf(leaf, false, true)), dnKey(ws.issuer(ws.pemPath("leaf"))));
+    EXPECT_NE(subjectKey, dnKey(dnOf(leaf, false, true)));
+    // Other orders and type forms name the same DN.
+    EXPECT_EQ(dnKey(dnOf(leaf, true, false)), subjectKey);
+    EXPECT_EQ(dnKey(dnOf(leaf, true, true, X509NameText::kOidTypes)), subjectKey);
+
+    const TavixX509 ca = ws.load("ca");
+    EXPECT_EQ(dnOf(ca, true, true), "E=ca@example.ee, CN=Root CA 1, OU=Trust, O=Root Org, C=EE");
+    EXPECT_EQ(dnOf(ca, true, false), "C=EE, O=Root Org, OU=Trust, CN=Root CA 1, E=ca@example.ee");
+    EXPECT_EQ(dnOf(ca, true, true, X509NameText::kOidTypes),
+              "1.2.840.113549.1.9.1=ca@example.ee, 2.5.4.3=Root CA 1, 2.5.4.11=Trust, 2.5.4.10=Root Org, 2.5.4.6=EE");
+    const std::string leafDn = dnOf(leaf, true, true);
+    EXPECT_NE(leafDn.find("CN=Jüri \\\"J\\\" Tamm, "), std::string::npos) << leafDn;
+    EXPECT_NE(leafDn.find("O=Bar\\, Inc."), std::string::npos) << leafDn;
+    EXPECT_NE(leafDn.find(" + OU="), std::string::npos) << leafDn;
+}
+
+TEST(TavixX509, IssuerCNIsTheMostSpecificCommonName) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("two", Cert("/O=Org/CN=Outer/CN=Inner")));
+    StringBuffer cn;
+    ASSERT_TRUE(ws.load("two").get_IssuerCN(cn));
+    EXPECT_EQ(cn.view(), "Inner");
+    ASSERT_TRUE(ws.make("none", Cert("/O=Only Org")));
+    EXPECT_FALSE(ws.load("none").get_IssuerCN(cn));
+    EXPECT_TRUE(cn.isEmpty());
+}
+
+TEST(TavixX509, KeyAndIdentifiersMatchOpenssl) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("ski", Cert("/CN=With SKI")));
+    ASSERT_TRUE(ws.make("noski", Cert("/CN=Without SKI").withoutSubjectKeyId()));
+    const TavixX509 withSki = ws.load("ski");
+    LogBase log;
+
+    DataBuffer spki;
+    ASSERT_TRUE(withSki.get_PublicKey(spki, log));
+    ws.openssl("pkey -in ski.key -pubout -outform DER -out ski.pub.der");
+    EXPECT_EQ(spki.view(), test_support::readFile(ws.dir() / "ski.pub.der"));
+
+    DataBuffer ski;
+    ASSERT_TRUE(withSki.getSubjectKeyId(ski));
+    EXPECT_EQ(hexOf(ski), ws.subjectKeyId(ws.pemPath("ski")));
+    // openssl's "hash" identifier is the SHA-1 of the key bits.
+    DataBuffer sha1;
+    ASSERT_TRUE(withSki.getPublicKeySha1(sha1));
+    EXPECT_TRUE(sha1.equals(ski));
+
+    const TavixX509 withoutSki = ws.load("noski");
+    EXPECT_EQ(ws.subjectKeyId(ws.pemPath("noski")), "");
+    EXPECT_FALSE(withoutSki.getSubjectKeyId(ski));
+    EXPECT_TRUE(withoutSki.getPublicKeySha1(sha1));
+    EXPECT_EQ(sha1.getSize(), 20u);
+}
+
+TEST(TavixX509, DerIsKeptExactlyAndGarbageIsRejected) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("c", Cert("/CN=Exact")));
+    LogBase log;
+    DataBuffer withTail = ws.der("c");
+    withTail.append(std::string_view("trailing"));
+    TavixX509 cert;
+    ASSERT_TRUE(cert.loadX509Der(withTail, log));
+    DataBuffer out;
+    ASSERT_TRUE(cert.getCertDer(out));
+    EXPECT_TRUE(out.equals(ws.der("c")));
+
+    const TavixX509 copy(cert);
+    EXPECT_EQ(copy.x509(), cert.x509());
+
+    DataBuffer truncated;
+    truncated.append(ws.der("c").view().substr(0, 100));
+    EXPECT_FALSE(cert.loadX509Der(truncated, log));
+    EXPECT_FALSE(cert.isLoaded());
+    EXPECT_FALSE(cert.getCertDer(out));
+    EXPECT_TRUE(out.isEmpty());
+    StringBuffer serial;
+    EXPECT_FALSE(cert.get_SerialNumber(serial));
+    EXPECT_TRUE(log.hasErrors());
+}
+
+TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("c", Cert("/CN=Holder")));
+    const std::string b64 = base64Of(ws.der("c"));
+    std::string wrapped = "\n   ";
+    for (size_t i = 0; i < b64.size(); i += 64)
+        wrapped += b64.substr(i, 64) + "\r\n\t  ";
+    LogBase log;
+    auto holder =
+        CertificateHolder::createFromBase64(wrapped.data(), static_cast<unsigned>(wrapped.size()), nullptr, log);
+    ASSERT_TRUE(holder) << log.renderText();
+    TavixX509* cert = holder->getCertPtr(log);
+    ASSERT_TRUE(cert);
+    EXPECT_EQ(serialOf(*cert), "01");
+
+    SystemCerts store;
+    ASSERT_TRUE(store.addCertificate(*cert, log));
+    const TavixX509 storeCopy = *store.findByDer(ws.der("c"));
+    auto shared = CertificateHolder::createFromBase64(b64.data(), static_cast<unsigned>(b64.size()), &store, log);
+    ASSERT_TRUE(shared);
+    EXPECT_EQ(shared->getCertPtr(log)->x509(), storeCopy.x509());
+
+    const std::string notBase64 = "MIIB*x";
+    EXPECT_FALSE(CertificateHolder::createFromBase64(notBase64.data(), 6, nullptr, log));
+    const std::string notCert = "AAECAwQF";
+    log.clear();
+    EXPECT_FALSE(CertificateHolder::createFromBase64(notCert.data(), 8, nullptr, log));
+    EXPECT_TRUE(log.hasErrors());
+}
+
+TEST(CertPem, WritesWhatOpensslWrites) {
+    CertWorkshop ws;
+    ASSERT_TRUE(ws.make("c", Cert("/CN=Pem")));
+    const std::string expected = ws.openssl("x509 -inform DER -in c.der -outform PEM");
+    LogBase log;
+    StringBuffer pem;
+    ASSERT_TRUE(CertPem::derToPem(ws.der("c"), pem, log));
+    EXPECT_EQ(pem.view(), expected);
+    StringBuffer fromBase64;
+    ASSERT_TRUE(CertPem::base64ToPem(StringBuffer(base64Of(ws.der("c"))), fromBase64, log));
+    EXPECT_EQ(fromBase64.view(), expected);
+    EXPECT_FALSE(CertPem::base64ToPem(StringBuffer("AAEC"), fromBase64, log));
+    EXPECT_EQ(fromBase64.view(), expected);
+}
+
+} // namespace
