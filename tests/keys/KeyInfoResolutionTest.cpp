@@ -1,6 +1,7 @@
 #include "TestSupport.h"
 #include "companion/base/ClsStringArray.h"
 #include "companion/crypto/ClsPublicKey.h"
+#include "companion/crypto/_tvHash.h"
 #include "companion/pki/ClsXmlCertVault.h"
 #include "companion/pki/TavixX509.h"
 #include "companion/text/ContentCoding.h"
@@ -34,6 +35,10 @@ protected:
             ProcessResult rsa = runProcess("openssl rsa -in " + shellQuote(base + ".key") +
                                            " -pubout -outform DER 2>/dev/null | base64 -w0");
             spkiBase64[i] = rsa.out;
+            keyPath[i] = base + ".key";
+            ProcessResult modulus = runProcess("openssl rsa -in " + shellQuote(base + ".key") +
+                                               " -modulus -noout | cut -d= -f2 | xxd -r -p | base64 -w0");
+            modulusBase64[i] = modulus.out;
         }
     }
     static void TearDownTestSuite() { dir.reset(); }
@@ -78,17 +83,61 @@ protected:
     }
 
     static std::unique_ptr<TempDir> dir;
-    static std::string certBase64[2], pemPath[2], spkiBase64[2];
+    static std::string certBase64[2], pemPath[2], spkiBase64[2], keyPath[2], modulusBase64[2];
     ClsXmlDSig dsig;
     LogBase log;
 };
 
 std::unique_ptr<TempDir> KeyInfoResolution::dir;
-std::string KeyInfoResolution::certBase64[2], KeyInfoResolution::pemPath[2], KeyInfoResolution::spkiBase64[2];
+std::string KeyInfoResolution::certBase64[2], KeyInfoResolution::pemPath[2], KeyInfoResolution::spkiBase64[2],
+    KeyInfoResolution::keyPath[2], KeyInfoResolution::modulusBase64[2];
+
+// A DER length prefix for the sizes a certificate chain needs.
+std::string derLength(size_t n) {
+    if (n < 0x80)
+        return std::string(1, static_cast<char>(n));
+    return std::string{'\x82', static_cast<char>(n >> 8), static_cast<char>(n & 0xff)};
+}
 
 TEST_F(KeyInfoResolution, EmbeddedCertificatesInDocumentOrder) {
     load(x509Data(certElement(1) + certElement(0)));
     EXPECT_EQ(candidates(), (std::vector<std::string>{spkiBase64[1], spkiBase64[0]}));
+}
+
+TEST_F(KeyInfoResolution, KeyValueComesBeforeCertificates) {
+    load("<ds:KeyValue><ds:RSAKeyValue><ds:Modulus>" + modulusBase64[1] +
+         "</ds:Modulus><ds:Exponent>AQAB</ds:Exponent></ds:RSAKeyValue></ds:KeyValue>" + x509Data(certElement(0)));
+    EXPECT_EQ(candidates(), (std::vector<std::string>{spkiBase64[1], spkiBase64[0]}));
+}
+
+TEST_F(KeyInfoResolution, PkiPathTokenYieldsTheLastCertificate) {
+    DataBuffer first, second;
+    ASSERT_TRUE(ContentCoding::decodeBase64ToDb(certBase64[0], first));
+    ASSERT_TRUE(ContentCoding::decodeBase64ToDb(certBase64[1], second));
+    const std::string chain = std::string(first.view()) + std::string(second.view());
+    std::string path = "\x30" + derLength(chain.size()) + chain;
+    StringBuffer pathBase64;
+    ContentCoding::encodeBase64(path.data(), path.size(), pathBase64);
+    const std::string valueType = "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-x509-token-profile-1.0#X509PKIPathv1";
+    load("<wsse:SecurityTokenReference><wsse:Reference URI=\"#path\" ValueType=\"" + valueType +
+             "\"/></wsse:SecurityTokenReference>",
+         "<wsse:BinarySecurityToken wsu:Id=\"path\" ValueType=\"" + valueType + "\">" +
+             std::string(pathBase64.view()) + "</wsse:BinarySecurityToken>");
+    EXPECT_EQ(candidates(), (std::vector<std::string>{spkiBase64[1]}));
+
+    StringBuffer notDer("AAECAw=="), out;
+    log.enterContext("test");
+    EXPECT_FALSE(dsig.pkiPathV1_to_cert(notDer, out, log));
+    log.leaveContext();
+    EXPECT_NE(log.renderText().find("ERROR: Invalid binary security token content.\n"), std::string::npos);
+}
+
+TEST_F(KeyInfoResolution, KeyIdentifierIsLookedUpInTheStore) {
+    useVault(1);
+    const std::string token = "<wsse:SecurityTokenReference><wsse:KeyIdentifier ValueType=\"urn:x#X509v3\">" +
+                              certBase64[1] + "</wsse:KeyIdentifier></wsse:SecurityTokenReference>";
+    load(token);
+    EXPECT_EQ(candidates(), (std::vector<std::string>{spkiBase64[1]}));
 }
 
 TEST_F(KeyInfoResolution, MalformedKeyValueStopsEverything) {
@@ -210,3 +259,66 @@ TEST_F(KeyInfoResolution, HmacKeyEncodings) {
 }
 
 } // namespace
+
+namespace {
+
+using test_support::runProcess;
+using test_support::shellQuote;
+
+constexpr const char* kSignedText = "<ds:SignedInfo>the canonical text</ds:SignedInfo>";
+
+// The base64 output of an openssl command over kSignedText.
+std::string opensslOverText(const test_support::TempDir& tmp, const std::string& command) {
+    const auto file = tmp.path() / "signed.txt";
+    test_support::writeFile(file, kSignedText);
+    return runProcess(command + " " + shellQuote(file.string()) + " | base64 -w0").out;
+}
+
+ClsXmlDSig::SignedInfoCheck checkOf(int hashAlg, int keyType, const std::string& signatureBase64) {
+    ClsXmlDSig::SignedInfoCheck check;
+    check.hashAlg = hashAlg;
+    check.keyType = keyType;
+    check.canonical.setString(kSignedText);
+    check.signatureBase64.setString(signatureBase64);
+    check.signatureValue.appendEncoded(signatureBase64, "base64");
+    _tvHash::doHash(check.canonical.getString(), check.canonical.getSize(), hashAlg, check.hash);
+    return check;
+}
+
+} // namespace
+
+TEST_F(KeyInfoResolution, RsaDispatchTriesEachCandidateInTurn) {
+    TempDir tmp;
+    const std::string sig =
+        opensslOverText(tmp, "openssl dgst -sha256 -sign " + shellQuote(keyPath[1]) + " -binary");
+    load(x509Data(certElement(0) + certElement(1)));
+    ClsXmlDSig::SignedInfoCheck check = checkOf(7, 1, sig);
+    check.method.setString("http://www.w3.org/2001/04/xmldsig-more#rsa-sha256");
+    bool ended = false;
+    log.enterContext("test");
+    EXPECT_TRUE(dsig.verifySignatureValue(check, ended, log));
+    log.leaveContext();
+    const std::string text = log.renderText();
+    EXPECT_LT(text.find("Not the correct key."), text.find("The RSA signature was verified.")) << text;
+
+    check.hash.getDataRw()[0] ^= 1;
+    EXPECT_FALSE(dsig.verifySignatureValue(check, ended, log));
+    EXPECT_FALSE(ended);
+}
+
+TEST_F(KeyInfoResolution, HmacDispatchComparesTheMacText) {
+    TempDir tmp;
+    const std::string mac = opensslOverText(tmp, "openssl dgst -sha256 -hmac secret -binary");
+    load("");
+    bool ended = false;
+    EXPECT_FALSE(dsig.verifySignatureValue(checkOf(7, 4, mac), ended, log));
+    EXPECT_TRUE(ended);
+
+    XString key("secret"), ascii("ascii");
+    ASSERT_TRUE(dsig.SetHmacKey(key, ascii));
+    EXPECT_TRUE(dsig.verifySignatureValue(checkOf(7, 4, "  " + mac + "\n"), ended, log));
+    log.enterContext("test");
+    EXPECT_FALSE(dsig.verifySignatureValue(checkOf(1, 4, mac), ended, log));
+    log.leaveContext();
+    EXPECT_EQ(log.firstError(), "HMAC validation failed.");
+}
