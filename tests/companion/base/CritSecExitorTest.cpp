@@ -29,7 +29,7 @@ TEST(CritSecExitor, ExcludesOtherThreadsForTheWholeScope) {
     std::atomic<int> overlaps{0};
     long long counter = 0;
     constexpr int kThreads = 4;
-    constexpr int kRounds = 2000;
+    constexpr int kRounds = 500;
 
     std::vector<std::thread> threads;
     for (int t = 0; t < kThreads; ++t) {

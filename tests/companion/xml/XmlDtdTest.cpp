@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <chrono>
 #include <string>
 
 namespace {
@@ -88,7 +87,9 @@ TEST(XmlEntities, ChainsAreBoundedInDepth) {
     EXPECT_TRUE(contains(firstError(chain(40) + "<r a='&e0;'/>"), "nested too deeply"));
 }
 
-TEST(XmlEntities, BillionLaughsFailsQuickly) {
+// The budget bounds the work too: the expansion stops at the limit, never
+// running to its full size (CTest's timeout guards against a hang).
+TEST(XmlEntities, BillionLaughsHitsTheExpansionLimit) {
     std::string decls = "<!ENTITY l0 'lol'>";
     for (int i = 1; i <= 9; ++i) {
         std::string value;
@@ -97,14 +98,12 @@ TEST(XmlEntities, BillionLaughsFailsQuickly) {
         decls += "<!ENTITY l" + std::to_string(i) + " '" + value + "'>";
     }
     const std::string dtd = "<!DOCTYPE r [" + decls + "]>";
-    const auto start = std::chrono::steady_clock::now();
     EXPECT_TRUE(contains(firstError(dtd + "<r>&l9;</r>"), "entity expansion exceeds the limit"));
     EXPECT_TRUE(contains(firstError(dtd + "<r a='&l9;'/>"), "entity expansion exceeds the limit"));
     EXPECT_TRUE(contains(firstError(dtd + "<r>" + std::string(3000, ' ') + "&l6;&l6;&l6;</r>"),
                          "entity expansion exceeds the limit"));
     EXPECT_TRUE(
         contains(firstError("<!DOCTYPE r [" + decls + "<!ATTLIST r a CDATA '&l9;'>]><r/>"), "exceeds the limit"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(2));
     // Within the limit, nested expansion is ordinary.
     RefPtr<ClsXml> modest = load(dtd + "<r>&l3;&l3;</r>");
     ASSERT_TRUE(modest);
