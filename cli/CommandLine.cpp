@@ -38,4 +38,6 @@ std::vector<std::string> CommandLine::operands() {
     return m_args;
 }
 
-void printError(std::string_view message) { std::cerr << "xmldsig: " << message << '\n'; }
+void printError(std::string_view message) {
+    std::cerr << "xmldsig: " << message << '\n';
+}

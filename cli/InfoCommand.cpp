@@ -90,7 +90,9 @@ json profileFlags(const ClsXmlDSig& dsig) {
     return flags;
 }
 
-std::string text(const json& v) { return v.is_null() ? "(none)" : v.get<std::string>(); }
+std::string text(const json& v) {
+    return v.is_null() ? "(none)" : v.get<std::string>();
+}
 
 std::string quoted(const json& v) {
     std::string out(1, '"');
@@ -112,11 +114,12 @@ void printText(const std::string& path, const json& doc) {
         std::cout << '\n';
         const json& bytes = sig["signatureValueBytes"];
         std::cout << "  SignatureValue:         "
-                  << (bytes.is_null() ? std::string("not valid base64") : std::to_string(bytes.get<unsigned>()) + " bytes")
+                  << (bytes.is_null() ? std::string("not valid base64")
+                                      : std::to_string(bytes.get<unsigned>()) + " bytes")
                   << '\n';
         for (const json& ref : sig["references"]) {
-            std::cout << "  reference " << ref["index"].get<int>() << "  URI="
-                      << (ref["uri"].is_null() ? std::string("(omitted)") : quoted(ref["uri"]));
+            std::cout << "  reference " << ref["index"].get<int>()
+                      << "  URI=" << (ref["uri"].is_null() ? std::string("(omitted)") : quoted(ref["uri"]));
             if (!ref["id"].get<std::string>().empty())
                 std::cout << "  Id=" << quoted(ref["id"]);
             std::cout << "\n    DigestMethod: " << text(ref["digestMethod"]) << '\n';

@@ -55,8 +55,7 @@ ProcessResult runProcess(const std::string& commandLine) {
     TempDir tmp;
     const fs::path outFile = tmp.path() / "stdout";
     const fs::path errFile = tmp.path() / "stderr";
-    const std::string full =
-        commandLine + " >" + shellQuote(outFile.string()) + " 2>" + shellQuote(errFile.string());
+    const std::string full = commandLine + " >" + shellQuote(outFile.string()) + " 2>" + shellQuote(errFile.string());
     ProcessResult result;
     const int status = std::system(full.c_str());
     result.exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;

@@ -6,8 +6,12 @@
 
 namespace test_support {
 
-inline std::filesystem::path corpusDir() { return XMLDSIG_CORPUS_DIR; }
-inline std::filesystem::path toolPath() { return XMLDSIG_TOOL_PATH; }
+inline std::filesystem::path corpusDir() {
+    return XMLDSIG_CORPUS_DIR;
+}
+inline std::filesystem::path toolPath() {
+    return XMLDSIG_TOOL_PATH;
+}
 
 std::string readFile(const std::filesystem::path& path);
 void writeFile(const std::filesystem::path& path, const std::string& bytes);

@@ -58,8 +58,8 @@ ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(StringBuffer& issuer
     return cert ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
-bool ClsXmlDSig::getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex,
-                                              StringBuffer& outBase64, LogBase& log) {
+bool ClsXmlDSig::getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
+                                              LogBase& log) {
     LogContextExitor ctx(log, "getCertByIssuerNameAndSerial");
     outBase64.clear();
     return certToBase64(findByIssuerAndSerial(m_systemCerts, issuerCN, serialHex, log), outBase64);

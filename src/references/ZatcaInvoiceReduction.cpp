@@ -47,9 +47,9 @@ bool _clsXmlDSigBase::zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {
     flattenInvoiceStartTag(xml.raw());
     for (int i = 0; i < kMaxRemovals && removeXmlChunk("<ext:UBLExtensions>", "</ext:UBLExtensions>", xml, log); ++i) {
     }
-    for (int i = 0; i < kMaxRemovals && removeXmlChunkContaining("<cac:AdditionalDocumentReference>",
-                                                                 "</cac:AdditionalDocumentReference>",
-                                                                 "<cbc:ID>QR", xml, log);
+    for (int i = 0;
+         i < kMaxRemovals && removeXmlChunkContaining("<cac:AdditionalDocumentReference>",
+                                                      "</cac:AdditionalDocumentReference>", "<cbc:ID>QR", xml, log);
          ++i) {
     }
     for (int i = 0; i < kMaxRemovals && removeXmlChunk("<cac:Signature>", "</cac:Signature>", xml, log); ++i) {

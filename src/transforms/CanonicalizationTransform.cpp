@@ -11,8 +11,8 @@ constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization
 constexpr unsigned kMaxEbicsPasses = 100;
 
 bool isEbicsReference(const StringBuffer& uri) {
-    return uri.equals("EBICS") ||
-           (uri.containsSubstring("xpointer") && uri.containsSubstring("authenticate") && uri.containsSubstring("true"));
+    return uri.equals("EBICS") || (uri.containsSubstring("xpointer") && uri.containsSubstring("authenticate") &&
+                                   uri.containsSubstring("true"));
 }
 
 // STP signers canonicalize the Document element alone.

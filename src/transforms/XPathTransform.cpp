@@ -95,8 +95,8 @@ void removeZatcaQrReference(StringBuffer& xml, const StringBuffer& xPath, _clsXm
 
     // The block removed is always the one holding the QR identifier; the
     // pattern built above only documents what the expression asked for.
-    for (int i = 0; i < kMaxRemovals && self.removeXmlChunkContaining(startTag.c_str(), endTag.c_str(),
-                                                                      kZatcaQrBlock, xml, log);
+    for (int i = 0;
+         i < kMaxRemovals && self.removeXmlChunkContaining(startTag.c_str(), endTag.c_str(), kZatcaQrBlock, xml, log);
          ++i) {
     }
 }
@@ -129,8 +129,8 @@ void removeNamedElements(StringBuffer& xml, const StringBuffer& xPath, bool isMy
 
 } // namespace
 
-bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm,
-                                     StringBuffer& xPath, LogBase& log) {
+bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& xPath,
+                                     LogBase& log) {
     LogContextExitor ctx(log, "transformXPath");
     log.LogDataSb("transformAlgorithm", algorithm);
     log.LogDataSb("xPath", xPath);

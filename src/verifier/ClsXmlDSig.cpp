@@ -90,9 +90,10 @@ bool ClsXmlDSig::checkSetMyInvois(LogBase& log) {
 }
 
 ClsXmlDSig::ProfileFlags ClsXmlDSig::profileFlags() const {
-    return ProfileFlags{m_specialProfile, m_isSiiCl,        m_isDoda,        m_isCsioz,
-                        m_isSunat,        m_isZatca,        m_isMyInvois,    m_dupC14nSortBug,
-                        m_noSortBugRetry, m_isSignedDocSkXml, m_isCmaStp};
+    return ProfileFlags{m_specialProfile, m_isSiiCl,        m_isDoda,         m_isCsioz,          m_isSunat, m_isZatca,
+                        m_isMyInvois,     m_dupC14nSortBug, m_noSortBugRetry, m_isSignedDocSkXml, m_isCmaStp};
 }
 
-ClsXml* ClsXmlDSig::selectedSignature() const { return static_cast<ClsXml*>(m_signatures.elementAt(m_selector)); }
+ClsXml* ClsXmlDSig::selectedSignature() const {
+    return static_cast<ClsXml*>(m_signatures.elementAt(m_selector));
+}

@@ -1,8 +1,8 @@
 #include "verifier/DSigReference.h"
 
+#include "companion/crypto/HashIds.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
-#include "companion/crypto/HashIds.h"
 
 bool DSigReference::parseReference(ClsXml& reference, LogBase& log) {
     LogContextExitor ctx(log, "parseReference");

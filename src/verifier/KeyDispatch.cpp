@@ -28,7 +28,9 @@ bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key,
     return false;
 }
 
-ClsPublicKey* keyAt(const ExtPtrArrayRc& keys, int i) { return static_cast<ClsPublicKey*>(keys.elementAt(i)); }
+ClsPublicKey* keyAt(const ExtPtrArrayRc& keys, int i) {
+    return static_cast<ClsPublicKey*>(keys.elementAt(i));
+}
 
 // ECDSA and DSA: the first candidate that verifies wins. A null candidate
 // ends the check.
@@ -49,8 +51,7 @@ bool verifyDsaStyle(const ExtPtrArrayRc& keys, GetKey getKey, Verify verify, boo
 }
 
 bool verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, LogBase& log) {
-    const int padding =
-        check.method.containsSubstring("MGF1") ? signature_method::kPss : signature_method::kPkcs1v15;
+    const int padding = check.method.containsSubstring("MGF1") ? signature_method::kPss : signature_method::kPkcs1v15;
     for (int i = 0; i < keys.getSize(); ++i) {
         ClsPublicKey* candidate = keyAt(keys, i);
         if (!candidate)

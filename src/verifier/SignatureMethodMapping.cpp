@@ -13,10 +13,14 @@ struct HashMarker {
 
 // Tested in order: SHA-256 before SHA-1, so "ecdsa-sha256" is not read as SHA-1.
 constexpr HashMarker kHashMarkers[] = {
-    {"-sha256", "#sha256", hash_alg::kSha256},          {"-sha1", "#sha1", hash_alg::kSha1},
-    {"-sha384", "#sha384", hash_alg::kSha384},          {"-sha512", "#sha512", hash_alg::kSha512},
-    {"-ripemd160", "#ripemd160", hash_alg::kRipemd160}, {"-ripemd128", "#ripemd128", hash_alg::kRipemd128},
-    {"-md5", "#md5", hash_alg::kMd5},                   {"-md2", "#md2", hash_alg::kMd2},
+    {"-sha256", "#sha256", hash_alg::kSha256},
+    {"-sha1", "#sha1", hash_alg::kSha1},
+    {"-sha384", "#sha384", hash_alg::kSha384},
+    {"-sha512", "#sha512", hash_alg::kSha512},
+    {"-ripemd160", "#ripemd160", hash_alg::kRipemd160},
+    {"-ripemd128", "#ripemd128", hash_alg::kRipemd128},
+    {"-md5", "#md5", hash_alg::kMd5},
+    {"-md2", "#md2", hash_alg::kMd2},
 };
 
 struct KeyMarker {
@@ -25,9 +29,8 @@ struct KeyMarker {
 };
 
 constexpr KeyMarker kKeyMarkers[] = {
-    {"#dsa-", signature_method::kDsa},   {"#rsa-", signature_method::kRsa},
-    {"-rsa-", signature_method::kRsa},   {"/rsa-", signature_method::kRsa},
-    {"#hmac-", signature_method::kHmac}, {"#ecdsa-", signature_method::kEcdsa},
+    {"#dsa-", signature_method::kDsa}, {"#rsa-", signature_method::kRsa},   {"-rsa-", signature_method::kRsa},
+    {"/rsa-", signature_method::kRsa}, {"#hmac-", signature_method::kHmac}, {"#ecdsa-", signature_method::kEcdsa},
 };
 
 } // namespace

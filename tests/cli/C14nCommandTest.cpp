@@ -9,9 +9,13 @@ namespace {
 using namespace test_support;
 namespace fs = std::filesystem;
 
-ProcessResult c14n(const std::string& args) { return runProcess(shellQuote(toolPath().string()) + " c14n " + args); }
+ProcessResult c14n(const std::string& args) {
+    return runProcess(shellQuote(toolPath().string()) + " c14n " + args);
+}
 
-fs::path example(const char* name) { return fs::path(XMLDSIG_SOURCE_DIR) / "examples" / name; }
+fs::path example(const char* name) {
+    return fs::path(XMLDSIG_SOURCE_DIR) / "examples" / name;
+}
 
 TEST(C14nCommand, WholeDocumentMatchesXmllint) {
     for (const char* name : {"enveloped-rsa-x509.xml", "exc-c14n-ecdsa.xml"}) {
@@ -26,9 +30,9 @@ TEST(C14nCommand, WholeDocumentMatchesXmllint) {
 
 TEST(C14nCommand, ExclusiveFragmentReproducesTheSignedDigest) {
     // The example's reference is "#body" with exclusive C14N and the prefix list "soap".
-    ProcessResult r = c14n("--exclusive --prefixes soap --fragment body " +
-                           shellQuote(example("exc-c14n-ecdsa.xml").string()) +
-                           " | openssl dgst -sha256 -binary | base64");
+    ProcessResult r =
+        c14n("--exclusive --prefixes soap --fragment body " + shellQuote(example("exc-c14n-ecdsa.xml").string()) +
+             " | openssl dgst -sha256 -binary | base64");
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const std::string doc = readFile(example("exc-c14n-ecdsa.xml"));
     std::string digest = r.out;

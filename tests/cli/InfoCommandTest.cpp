@@ -49,9 +49,8 @@ TEST(InfoCommand, DetectedProfileIsReported) {
     const fs::path dir = corpusDir() / "real/sunat";
     if (!fs::exists(dir))
         GTEST_SKIP() << "no real corpus";
-    const fs::path file = *std::find_if(fs::directory_iterator(dir), fs::directory_iterator(), [](const auto& e) {
-                               return e.path().extension() == ".xml";
-                           });
+    const fs::path file = *std::find_if(fs::directory_iterator(dir), fs::directory_iterator(),
+                                        [](const auto& e) { return e.path().extension() == ".xml"; });
     ProcessResult r = info(file, "--json");
     ASSERT_EQ(r.exitCode, 0) << r.err;
     const auto profile = nlohmann::json::parse(r.out)["profile"];

@@ -29,7 +29,8 @@ protected:
                                     std::to_string(i) + "' -keyout " + shellQuote(base + ".key") + " -out " +
                                     shellQuote(base + ".pem");
             ASSERT_EQ(runProcess(cmd).exitCode, 0);
-            ProcessResult der = runProcess("openssl x509 -in " + shellQuote(base + ".pem") + " -outform DER | base64 -w0");
+            ProcessResult der =
+                runProcess("openssl x509 -in " + shellQuote(base + ".pem") + " -outform DER | base64 -w0");
             certBase64[i] = der.out;
             pemPath[i] = base + ".pem";
             ProcessResult rsa = runProcess("openssl rsa -in " + shellQuote(base + ".key") +
@@ -46,9 +47,11 @@ protected:
     // Loads a document whose one signature has the given KeyInfo content.
     void load(const std::string& keyInfo, const std::string& extra = "") {
         const std::string xml = "<doc xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" "
-                                "xmlns:wsse=\"urn:wsse\" xmlns:wsu=\"urn:wsu\">" + extra +
+                                "xmlns:wsse=\"urn:wsse\" xmlns:wsu=\"urn:wsu\">" +
+                                extra +
                                 "<ds:Signature><ds:SignedInfo/><ds:SignatureValue>AA==</ds:SignatureValue>"
-                                "<ds:KeyInfo>" + keyInfo + "</ds:KeyInfo></ds:Signature></doc>";
+                                "<ds:KeyInfo>" +
+                                keyInfo + "</ds:KeyInfo></ds:Signature></doc>";
         XString text(xml);
         ASSERT_TRUE(dsig.LoadSignature(text)) << dsig.lastErrorText();
     }
@@ -118,11 +121,12 @@ TEST_F(KeyInfoResolution, PkiPathTokenYieldsTheLastCertificate) {
     std::string path = "\x30" + derLength(chain.size()) + chain;
     StringBuffer pathBase64;
     ContentCoding::encodeBase64(path.data(), path.size(), pathBase64);
-    const std::string valueType = "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-x509-token-profile-1.0#X509PKIPathv1";
+    const std::string valueType =
+        "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-x509-token-profile-1.0#X509PKIPathv1";
     load("<wsse:SecurityTokenReference><wsse:Reference URI=\"#path\" ValueType=\"" + valueType +
              "\"/></wsse:SecurityTokenReference>",
-         "<wsse:BinarySecurityToken wsu:Id=\"path\" ValueType=\"" + valueType + "\">" +
-             std::string(pathBase64.view()) + "</wsse:BinarySecurityToken>");
+         "<wsse:BinarySecurityToken wsu:Id=\"path\" ValueType=\"" + valueType + "\">" + std::string(pathBase64.view()) +
+             "</wsse:BinarySecurityToken>");
     EXPECT_EQ(candidates(), (std::vector<std::string>{spkiBase64[1]}));
 
     StringBuffer notDer("AAECAw=="), out;
@@ -186,8 +190,8 @@ TEST_F(KeyInfoResolution, SkiOfAnEmbeddedCertificateIsListedAgain) {
 }
 
 TEST_F(KeyInfoResolution, TokenReferenceFallsBackToAnyToken) {
-    const std::string token = "<wsse:BinarySecurityToken wsu:Id=\"other\" ValueType=\"urn:x#X509v3\">" +
-                              certBase64[1] + "</wsse:BinarySecurityToken>";
+    const std::string token = "<wsse:BinarySecurityToken wsu:Id=\"other\" ValueType=\"urn:x#X509v3\">" + certBase64[1] +
+                              "</wsse:BinarySecurityToken>";
     load("<wsse:SecurityTokenReference><wsse:Reference URI=\"#missing\" ValueType=\"urn:x#X509v3\"/>"
          "</wsse:SecurityTokenReference>",
          token);
@@ -211,8 +215,8 @@ TEST_F(KeyInfoResolution, UnhandledTokenReferenceFails) {
 }
 
 TEST_F(KeyInfoResolution, ThumbprintIsLoggedNotCompared) {
-    const std::string token = "<wsse:BinarySecurityToken ValueType=\"urn:x#X509v3\">" + certBase64[0] +
-                              "</wsse:BinarySecurityToken>";
+    const std::string token =
+        "<wsse:BinarySecurityToken ValueType=\"urn:x#X509v3\">" + certBase64[0] + "</wsse:BinarySecurityToken>";
     load("<wsse:SecurityTokenReference><wsse:KeyIdentifier ValueType=\"urn:x#ThumbprintSHA1\">AAAA"
          "</wsse:KeyIdentifier></wsse:SecurityTokenReference>",
          token);
@@ -289,8 +293,7 @@ ClsXmlDSig::SignedInfoCheck checkOf(int hashAlg, int keyType, const std::string&
 
 TEST_F(KeyInfoResolution, RsaDispatchTriesEachCandidateInTurn) {
     TempDir tmp;
-    const std::string sig =
-        opensslOverText(tmp, "openssl dgst -sha256 -sign " + shellQuote(keyPath[1]) + " -binary");
+    const std::string sig = opensslOverText(tmp, "openssl dgst -sha256 -sign " + shellQuote(keyPath[1]) + " -binary");
     load(x509Data(certElement(0) + certElement(1)));
     ClsXmlDSig::SignedInfoCheck check = checkOf(7, 1, sig);
     check.method.setString("http://www.w3.org/2001/04/xmldsig-more#rsa-sha256");

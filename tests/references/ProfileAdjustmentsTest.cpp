@@ -72,11 +72,12 @@ TEST(XmlChunkRemoval, RemovesOnlyTheChunkHoldingTheText) {
 TEST(ZatcaInvoiceReduction, KeepsTheInvoiceWithoutExtensionsQrAndSignature) {
     Verifier v;
     LogNull log;
-    StringBuffer xml("<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<Invoice xmlns=\"urn:inv\"\r\n\t  xmlns:cbc=\"urn:cbc\">"
-                     "<ext:UBLExtensions><x/></ext:UBLExtensions>"
-                     "<cac:AdditionalDocumentReference><cbc:ID>ICV</cbc:ID></cac:AdditionalDocumentReference>"
-                     "<cac:AdditionalDocumentReference><cbc:ID>QR</cbc:ID></cac:AdditionalDocumentReference>"
-                     "<cac:Signature><cbc:ID>s</cbc:ID></cac:Signature><cbc:Note>n</cbc:Note></Invoice>\r\n");
+    StringBuffer xml(
+        "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\r\n<Invoice xmlns=\"urn:inv\"\r\n\t  xmlns:cbc=\"urn:cbc\">"
+        "<ext:UBLExtensions><x/></ext:UBLExtensions>"
+        "<cac:AdditionalDocumentReference><cbc:ID>ICV</cbc:ID></cac:AdditionalDocumentReference>"
+        "<cac:AdditionalDocumentReference><cbc:ID>QR</cbc:ID></cac:AdditionalDocumentReference>"
+        "<cac:Signature><cbc:ID>s</cbc:ID></cac:Signature><cbc:Note>n</cbc:Note></Invoice>\r\n");
     EXPECT_TRUE(v.zatcaTransformInvoice(xml, log));
     EXPECT_EQ(xml.view(), "<Invoice xmlns=\"urn:inv\" xmlns:cbc=\"urn:cbc\">"
                           "<cac:AdditionalDocumentReference><cbc:ID>ICV</cbc:ID></cac:AdditionalDocumentReference>"
@@ -86,8 +87,9 @@ TEST(ZatcaInvoiceReduction, KeepsTheInvoiceWithoutExtensionsQrAndSignature) {
 TEST(EbXmlFragmentRemoval, RemovesElementsForTheNextActor) {
     DSigReference ref;
     LogNull log;
-    StringBuffer xml("<Envelope><Header><eb:Via SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\"><x/></eb:Via>"
-                     "<eb:Ack SOAP:actor=\"http://schemas.xmlsoap.org/soap/actor/next\"/></eb:Ack><keep/></Header></Envelope>");
+    StringBuffer xml(
+        "<Envelope><Header><eb:Via SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\"><x/></eb:Via>"
+        "<eb:Ack SOAP:actor=\"http://schemas.xmlsoap.org/soap/actor/next\"/></eb:Ack><keep/></Header></Envelope>");
     ref.removeEbXmlFragments(xml, log);
     EXPECT_EQ(xml.view(), "<Envelope><Header><keep/></Header></Envelope>");
 }

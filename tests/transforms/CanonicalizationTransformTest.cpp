@@ -48,8 +48,9 @@ TEST(CanonicalizationTransform, AlgorithmTextChoosesModeAndComments) {
 TEST(CanonicalizationTransform, InclusivePrefixListOnlyForExclusive) {
     Verifier v;
     const std::string doc = "<r xmlns:a=\"urn:a\" xmlns:b=\"urn:b\" xmlns:c=\"urn:c\"><x Id=\"f\"/></r>";
-    const std::string transform = "<ds:Transform xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ec:InclusiveNamespaces "
-                                  "xmlns:ec=\"http://www.w3.org/2001/10/xml-exc-c14n#\" PrefixList=\"a c\"/></ds:Transform>";
+    const std::string transform =
+        "<ds:Transform xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ec:InclusiveNamespaces "
+        "xmlns:ec=\"http://www.w3.org/2001/10/xml-exc-c14n#\" PrefixList=\"a c\"/></ds:Transform>";
     EXPECT_EQ(canonicalize(v, doc, "http://www.w3.org/2001/10/xml-exc-c14n#", "f", transform).text,
               "<x xmlns:a=\"urn:a\" xmlns:c=\"urn:c\" Id=\"f\"></x>");
     EXPECT_EQ(canonicalize(v, doc, "http://www.w3.org/TR/2001/REC-xml-c14n-20010315", "f", transform).text,
@@ -70,8 +71,8 @@ TEST(CanonicalizationTransform, EbicsJoinsEveryAuthenticatedElement) {
     Verifier v;
     const std::string doc = "<ebicsRequest><header authenticate=\"true\"><a/></header><body>"
                             "<x authenticate=\"false\"/><y authenticate=\"true\">t</y></body></ebicsRequest>";
-    const Result r = canonicalize(v, doc, "http://www.w3.org/TR/2001/REC-xml-c14n-20010315",
-                                  "#xpointer(//*[@authenticate='true'])");
+    const Result r =
+        canonicalize(v, doc, "http://www.w3.org/TR/2001/REC-xml-c14n-20010315", "#xpointer(//*[@authenticate='true'])");
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(r.text, "<header authenticate=\"true\"><a></a></header><y authenticate=\"true\">t</y>");
 

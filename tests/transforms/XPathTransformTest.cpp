@@ -85,7 +85,8 @@ TEST(XPathTransform, ZatcaQrReferenceIsRemovedByItsFixedText) {
                        "</cac:AdditionalDocumentReference></Invoice>");
     EXPECT_NE(qr.log.find("mustContain: <cbc:ID>QR</cbc:ID>"), std::string::npos) << qr.log;
 
-    const Outcome pih = apply(v, doc, kXPath1, "not(//ancestor-or-self::cac:AdditionalDocumentReference[cbc:ID='PIH'])");
+    const Outcome pih =
+        apply(v, doc, kXPath1, "not(//ancestor-or-self::cac:AdditionalDocumentReference[cbc:ID='PIH'])");
     EXPECT_TRUE(pih.ok);
     EXPECT_EQ(pih.text, qr.text);
     EXPECT_NE(pih.log.find("mustContain: <cbc:ID>PIH</cbc:ID>"), std::string::npos) << pih.log;
@@ -99,7 +100,8 @@ TEST(XPathTransform, NamedElementsAreRemovedExceptMyInvoisFirstExtensions) {
     EXPECT_EQ(apply(plain, doc, kXPath1, expr).text, "<Invoice><a/></Invoice>");
     Verifier myInvois;
     myInvois.m_isMyInvois = true;
-    EXPECT_EQ(apply(myInvois, doc, kXPath1, expr).text, "<Invoice><ext:UBLExtensions>1</ext:UBLExtensions><a/></Invoice>");
+    EXPECT_EQ(apply(myInvois, doc, kXPath1, expr).text,
+              "<Invoice><ext:UBLExtensions>1</ext:UBLExtensions><a/></Invoice>");
 }
 
 TEST(XPathTransform, OtherExpressionsAreRefused) {
@@ -112,14 +114,16 @@ TEST(XPathTransform, OtherExpressionsAreRefused) {
 
 TEST(XPathTransform, EbXmlNextActorAndUblDocumentSignatures) {
     Verifier v;
-    const Outcome eb = apply(v, "<E><H><eb:Via SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\">x</eb:Via></H></E>",
-                             kXPath1, "not(ancestor-or-self::node()[@SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\"])");
+    const Outcome eb =
+        apply(v, "<E><H><eb:Via SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\">x</eb:Via></H></E>", kXPath1,
+              "not(ancestor-or-self::node()[@SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\"])");
     EXPECT_TRUE(eb.ok);
     EXPECT_EQ(eb.text, "<E><H></H></E>");
 
-    const Outcome ubl = apply(v, "<I><sig:UBLDocumentSignatures>s</sig:UBLDocumentSignatures><a/></I>", kXPath1,
-                              "count(ancestor-or-self::sig:UBLDocumentSignatures | here()/ancestor::sig:UBLDocumentSignatures[1]) > "
-                              "count(ancestor-or-self::sig:UBLDocumentSignatures)");
+    const Outcome ubl =
+        apply(v, "<I><sig:UBLDocumentSignatures>s</sig:UBLDocumentSignatures><a/></I>", kXPath1,
+              "count(ancestor-or-self::sig:UBLDocumentSignatures | here()/ancestor::sig:UBLDocumentSignatures[1]) > "
+              "count(ancestor-or-self::sig:UBLDocumentSignatures)");
     EXPECT_TRUE(ubl.ok);
     EXPECT_EQ(ubl.text, "<I><a/></I>");
 }

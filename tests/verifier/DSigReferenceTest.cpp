@@ -1,6 +1,6 @@
+#include "verifier/DSigReference.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/ClsXml.h"
-#include "verifier/DSigReference.h"
 
 #include <gtest/gtest.h>
 
@@ -34,14 +34,16 @@ TEST(DSigReference, EmptyUriIsPresentAndMissingUriIsOmitted) {
 
 TEST(DSigReference, DigestValueLosesAllWhitespace) {
     LogNull log;
-    DSigReference ref = parsed("<Reference URI=\"#x\"><DigestValue>\n\t  AbC+\r\n  /dE= \n</DigestValue></Reference>", log);
+    DSigReference ref =
+        parsed("<Reference URI=\"#x\"><DigestValue>\n\t  AbC+\r\n  /dE= \n</DigestValue></Reference>", log);
     EXPECT_EQ(ref.m_digestValue.view(), "AbC+/dE=");
 }
 
 TEST(DSigReference, TransformsAreKeptAsXml) {
     LogNull log;
-    DSigReference ref = parsed(R"(<ds:Reference xmlns:ds="urn:x" URI=""><ds:Transforms><ds:Transform Algorithm="http://www.w3.org/2000/09/xmldsig#enveloped-signature"/></ds:Transforms><ds:Transforms><ds:Transform Algorithm="second"/></ds:Transforms></ds:Reference>)",
-                               log);
+    DSigReference ref = parsed(
+        R"(<ds:Reference xmlns:ds="urn:x" URI=""><ds:Transforms><ds:Transform Algorithm="http://www.w3.org/2000/09/xmldsig#enveloped-signature"/></ds:Transforms><ds:Transforms><ds:Transform Algorithm="second"/></ds:Transforms></ds:Reference>)",
+        log);
     EXPECT_NE(ref.m_transformsXml.view().find("enveloped-signature"), std::string_view::npos);
     EXPECT_EQ(ref.m_transformsXml.view().find("second"), std::string_view::npos);
     // The serialized transforms parse back to the same element.

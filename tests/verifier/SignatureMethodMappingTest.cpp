@@ -1,6 +1,6 @@
+#include "verifier/SignatureMethodMapping.h"
 #include "companion/log/LogBase.h"
 #include "companion/text/StringBuffer.h"
-#include "verifier/SignatureMethodMapping.h"
 
 #include <gtest/gtest.h>
 

@@ -1,4 +1,5 @@
 #include "companion/canon/CanonEscape.h"
+#include "companion/text/Utf8.h"
 
 #include "companion/xml/XmlChars.h"
 #include "companion/xml/XmlDtd.h"
@@ -91,7 +92,7 @@ void appendEscapedCodePoint(std::string& out, uint32_t codePoint) {
     if (codePoint < 0x80 && kTextSpecial[codePoint])
         out.append(textEscape(static_cast<char>(codePoint)));
     else
-        xml_chars::appendUtf8(out, codePoint);
+        appendUtf8(codePoint, out);
 }
 
 // The byte after a line end at p ("\r\n" or a lone "\r").

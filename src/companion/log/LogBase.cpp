@@ -40,14 +40,30 @@ void LogBase::leaveContext() {
     }
 }
 
-void LogBase::LogError(std::string_view message) { add(Kind::Error, {}, message); }
-void LogBase::LogInfo(std::string_view message) { add(Kind::Info, {}, message); }
-void LogBase::LogDataStr(std::string_view tag, std::string_view value) { add(Kind::Data, tag, value); }
-void LogBase::LogBracketed(std::string_view tag, std::string_view text) { add(Kind::Bracketed, tag, text); }
-void LogBase::LogDataSb(std::string_view tag, const StringBuffer& value) { LogDataStr(tag, value.view()); }
-void LogBase::LogDataX(std::string_view tag, const XString& value) { LogDataStr(tag, value.view()); }
-void LogBase::LogDataLong(std::string_view tag, long long value) { LogDataStr(tag, std::to_string(value)); }
-void LogBase::LogDataBool(std::string_view tag, bool value) { LogDataStr(tag, value ? "true" : "false"); }
+void LogBase::LogError(std::string_view message) {
+    add(Kind::Error, {}, message);
+}
+void LogBase::LogInfo(std::string_view message) {
+    add(Kind::Info, {}, message);
+}
+void LogBase::LogDataStr(std::string_view tag, std::string_view value) {
+    add(Kind::Data, tag, value);
+}
+void LogBase::LogBracketed(std::string_view tag, std::string_view text) {
+    add(Kind::Bracketed, tag, text);
+}
+void LogBase::LogDataSb(std::string_view tag, const StringBuffer& value) {
+    LogDataStr(tag, value.view());
+}
+void LogBase::LogDataX(std::string_view tag, const XString& value) {
+    LogDataStr(tag, value.view());
+}
+void LogBase::LogDataLong(std::string_view tag, long long value) {
+    LogDataStr(tag, std::to_string(value));
+}
+void LogBase::LogDataBool(std::string_view tag, bool value) {
+    LogDataStr(tag, value ? "true" : "false");
+}
 
 bool LogBase::hasErrors() const {
     for (const Entry& e : m_entries)

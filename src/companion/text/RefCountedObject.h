@@ -26,8 +26,7 @@ private:
 };
 
 // Owns one reference; releases it on scope exit.
-template <class T>
-class RefPtr {
+template <class T> class RefPtr {
 public:
     RefPtr() = default;
     explicit RefPtr(T* p) : m_p(p) {}

@@ -10,14 +10,18 @@
 
 namespace {
 
-char lowerAscii(char c) { return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c; }
+char lowerAscii(char c) {
+    return (c >= 'A' && c <= 'Z') ? static_cast<char>(c + 32) : c;
+}
 
 bool equalNoCase(std::string_view a, std::string_view b) {
     return a.size() == b.size() &&
            std::equal(a.begin(), a.end(), b.begin(), [](char x, char y) { return lowerAscii(x) == lowerAscii(y); });
 }
 
-bool isXmlSpace(char c) { return c == ' ' || c == '\t' || c == '\r' || c == '\n'; }
+bool isXmlSpace(char c) {
+    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
+}
 
 bool globMatch(std::string_view text, std::string_view pattern, bool caseSensitive) {
     size_t t = 0, p = 0, starP = std::string_view::npos, starT = 0;
@@ -72,7 +76,9 @@ std::shared_ptr<const std::string> StringBuffer::share() {
     return m_shared;
 }
 
-bool StringBuffer::equalsIgnoreCase(std::string_view s) const { return equalNoCase(view(), s); }
+bool StringBuffer::equalsIgnoreCase(std::string_view s) const {
+    return equalNoCase(view(), s);
+}
 
 bool StringBuffer::containsSubstringNoCase(std::string_view s) const {
     std::string_view v = view();
@@ -93,8 +99,7 @@ int StringBuffer::findSubstr(std::string_view s, unsigned start) const {
     return pos == std::string_view::npos ? -1 : static_cast<int>(pos);
 }
 
-bool StringBuffer::getDelimited(std::string_view start, std::string_view end, bool inclusive,
-                                StringBuffer& out) const {
+bool StringBuffer::getDelimited(std::string_view start, std::string_view end, bool inclusive, StringBuffer& out) const {
     out.clear();
     std::string_view v = view();
     size_t a = v.find(start);

@@ -34,8 +34,6 @@ inline const char* skipSpace(const char* p, const char* end) {
     return p;
 }
 
-void appendUtf8(std::string& out, uint32_t cp);
-
 // The outcome of checking a whole text before it is scanned.
 struct TextCheck {
     size_t badOffset = std::string_view::npos; // first byte that is not a legal character

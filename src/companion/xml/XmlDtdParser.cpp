@@ -1,4 +1,5 @@
 #include "companion/xml/XmlDtdParser.h"
+#include "companion/text/Utf8.h"
 
 #include "companion/xml/XmlChars.h"
 #include "companion/xml/XmlLimits.h"
@@ -231,7 +232,7 @@ const char* XmlDtdParser::parseEntityValue(const char* p) {
             // Character references are replaced now; entity references stay
             // for the place where the entity is used.
             if (ref.kind == XmlReference::Kind::Character)
-                xml_chars::appendUtf8(m_text, ref.codePoint);
+                appendUtf8(ref.codePoint, m_text);
             else
                 m_text.append(p, ref.end);
             p = ref.end;

@@ -1,4 +1,5 @@
 #include "companion/xml/XmlTextDecoder.h"
+#include "companion/text/Utf8.h"
 
 #include "companion/xml/XmlChars.h"
 #include "companion/xml/XmlDtd.h"
@@ -38,7 +39,7 @@ void XmlTextDecoder::appendContent(std::string_view raw, const XmlDtd& dtd, std:
         }
         p = ref.end;
         if (ref.kind != XmlReference::Kind::Entity) {
-            xml_chars::appendUtf8(out, ref.codePoint);
+            appendUtf8(ref.codePoint, out);
             continue;
         }
         const XmlDtd::Entity* entity = dtd.findEntity(ref.name);
@@ -92,7 +93,7 @@ void XmlTextDecoder::appendAttributeText(std::string_view raw, const XmlDtd& dtd
         }
         p = ref.end;
         if (ref.kind != XmlReference::Kind::Entity) {
-            xml_chars::appendUtf8(out, ref.codePoint);
+            appendUtf8(ref.codePoint, out);
             continue;
         }
         const XmlDtd::Entity* entity = dtd.findEntity(ref.name);
