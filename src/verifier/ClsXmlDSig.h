@@ -7,8 +7,11 @@
 #include "companion/text/XString.h"
 #include "verifier/_clsXmlDSigBase.h"
 
+class ClsHttp;
+class ClsJsonObject;
 class ClsPublicKey;
 class ClsStringArray;
+class DSigRefExternalData;
 class ClsXmlCertVault;
 class HashedStringSet;
 class TavixX509;
@@ -48,6 +51,24 @@ public:
                               bool withComments, XString& outXml);
     bool CanonicalizeXml(XString& xml, XString& version, bool withComments, XString& outXml);
 
+    // Verification of the selected signature, with or without its reference
+    // digests; and of one reference digest.
+    bool VerifySignature(bool verifyReferenceDigests);
+    bool VerifyReferenceDigest(int index);
+
+    // Data for external references of the selected signature, per reference
+    // index (0..100), and queries about reference URIs.
+    bool SetRefDataFile(int index, XString& path);
+    bool SetRefDataSb(int index, ClsStringBuilder& text, XString& charset);
+    bool SetRefDataBd(int index, ClsBinData& data);
+    bool ReferenceUri(int index, XString& uri);
+    bool IsReferenceExternal(int index);
+
+    // XAdES encapsulated timestamps of the selected signature.
+    bool HasEncapsulatedTimeStamp();
+    bool AddEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, ClsStringBuilder& out);
+    void SetHttpObj(ClsHttp& http);
+
     // Keys the caller supplies: a public key for the selected signature, and
     // the secret of HMAC signature methods.
     bool SetPublicKey(ClsPublicKey& key);
@@ -73,6 +94,24 @@ public:
     // signatures written directly behind it) out of the text.
     bool transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref, LogBase& log);
     bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase& log);
+
+    // Reference digests: one reference with the sorting-bug retry, one
+    // attempt, and the same-document digest.
+    bool verifyReferenceDigest(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
+    DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
+    bool getReferenceUri(int index, StringBuffer& uri, LogBase& log);
+
+    // Encapsulated timestamps: presence, verification over the raw signature
+    // text, raw-text extractors, and addition through a TSA.
+    bool hasEncapsulatedTimeStamp(LogBase& log);
+    bool verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigDom, LogBase& log);
+    bool captureUniqueTagContent(const char* tag, StringBuffer& xml, StringBuffer& out, LogBase& log);
+    bool captureUniqueAttrContent(const char* tag, const char* attr, StringBuffer& xml, StringBuffer& out,
+                                  LogBase& log);
+    bool addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log);
+    static void appendXmlAttrId(StringBuffer& out, LogBase& log);
 
     // Adds a vault's certificates to the store that KeyInfo references are
     // resolved against.
