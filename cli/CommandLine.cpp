@@ -30,6 +30,14 @@ bool CommandLine::takeValue(std::string_view name, std::string& value) {
     return true;
 }
 
+std::vector<std::string> CommandLine::takeValues(std::string_view name) {
+    std::vector<std::string> values;
+    std::string value;
+    while (takeValue(name, value))
+        values.push_back(value);
+    return values;
+}
+
 std::vector<std::string> CommandLine::operands() {
     for (const std::string& arg : m_args) {
         if (arg.size() > 1 && arg[0] == '-' && m_error.empty())

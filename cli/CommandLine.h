@@ -19,6 +19,8 @@ public:
     // The value after an option (and removes both); false when absent or the
     // value is missing (then error() is set).
     bool takeValue(std::string_view name, std::string& value);
+    // Every value of a repeatable option, in order (removing them all).
+    std::vector<std::string> takeValues(std::string_view name);
     // What is left once every option was taken: the operands. An argument
     // that still starts with "--" is an unknown option (error() is set).
     std::vector<std::string> operands();

@@ -8,6 +8,8 @@ namespace {
 
 constexpr const char* kUsage = "usage: xmldsig <command> [options] FILE...\n"
                                "commands:\n"
+                               "  verify [options] FILE...\n"
+                               "                       verify signatures (xmldsig verify --help for options)\n"
                                "  info FILE [--json]   signatures, references and detected profile\n"
                                "  c14n [--exclusive] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE\n"
                                "                       canonical form of the document or of one element\n"
@@ -23,6 +25,8 @@ int main(int argc, char** argv) {
     }
     const std::string_view command = argv[1];
     CommandLine args(argc, argv, 2);
+    if (command == "verify")
+        return runVerify(args);
     if (command == "info")
         return runInfo(args);
     if (command == "c14n")

@@ -12,6 +12,8 @@ class ClsJsonObject;
 class ClsPublicKey;
 class ClsStringArray;
 class DSigRefExternalData;
+class XmlCanon;
+class XmlSigLocate;
 class ClsXmlCertVault;
 class HashedStringSet;
 class TavixX509;
@@ -172,6 +174,27 @@ public:
     ClsXml* selectedSignature() const;
 
 private:
+    // The verification driver and its stages.
+    bool verifySignature(bool verifyReferenceDigests, LogBase& log);
+    bool verifyReferenceStage(LogBase& log);
+    bool verifyTimeStampStage(const XmlSigLocate& locate, LogBase& log);
+    bool signedInfoToCheck(const XmlSigLocate& locate, SignedInfoCheck& check, LogBase& log);
+    bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);
+    bool signatureValueToCheck(SignedInfoCheck& check, LogBase& log);
+    void signedHash(SignedInfoCheck& check);
+
+    // What a reference's Transforms chain did, for the digest step.
+    struct TransformChain {
+        int count = 0;
+        bool envelopedSeen = false;
+        bool canonicalizationSeen = false;
+        bool base64Seen = false;
+    };
+    bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain, LogBase& log);
+    // The ZATCA retry, a hex-written stored digest and AllowXmlDigestError.
+    bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
+                                 StringBuffer& calculated, LogBase& log);
+
     // The SecurityTokenReference forms of key resolution.
     void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
     bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);

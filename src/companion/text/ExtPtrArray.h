@@ -8,22 +8,22 @@
 #include <vector>
 
 // Base for objects held by an owning ExtPtrArray.
-class NonRefCountedObj {
+class TavixObject {
 public:
-    virtual ~NonRefCountedObj() = default;
+    virtual ~TavixObject() = default;
 };
 
 // An array that owns its objects; slots may be null.
 class ExtPtrArray {
 public:
     int getSize() const { return static_cast<int>(m_items.size()); }
-    NonRefCountedObj* elementAt(int i) const {
+    TavixObject* elementAt(int i) const {
         return (i >= 0 && i < getSize()) ? m_items[static_cast<size_t>(i)].get() : nullptr;
     }
-    void appendObject(std::unique_ptr<NonRefCountedObj> obj) { m_items.push_back(std::move(obj)); }
+    void appendObject(std::unique_ptr<TavixObject> obj) { m_items.push_back(std::move(obj)); }
     // Stores obj at i, growing the array with null slots as needed; an object
     // already at i is destroyed.
-    void setAt(int i, std::unique_ptr<NonRefCountedObj> obj) {
+    void setAt(int i, std::unique_ptr<TavixObject> obj) {
         if (i < 0)
             return;
         if (static_cast<size_t>(i) >= m_items.size())
@@ -33,7 +33,7 @@ public:
     void removeAllObjects() { m_items.clear(); }
 
 private:
-    std::vector<std::unique_ptr<NonRefCountedObj>> m_items;
+    std::vector<std::unique_ptr<TavixObject>> m_items;
 };
 
 // An array of reference-counted objects; it owns one reference to each.

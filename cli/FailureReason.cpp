@@ -1,0 +1,75 @@
+#include "FailureReason.h"
+
+#include "companion/log/LogBase.h"
+
+#include <array>
+#include <charconv>
+
+namespace {
+
+int toInt(const std::string& text) {
+    int value = 0;
+    std::from_chars(text.data(), text.data() + text.size(), value);
+    return value;
+}
+
+std::string referenceReasonText(int reason) {
+    switch (reason) {
+    case 1:
+        return "digest mismatch";
+    case 2:
+        return "external data missing or unreadable";
+    case 3:
+        return "no such reference";
+    case 5:
+        return "canonicalization failed";
+    default:
+        return "could not be processed";
+    }
+}
+
+// Error lines by which the key dispatch says the value itself is wrong.
+bool saysValueInvalid(const std::string& message) {
+    constexpr std::array kMarkers = {"found the signature to be invalid", "HMAC validation failed",
+                                     "DSA verify hash failed"};
+    for (const char* marker : kMarkers)
+        if (message.find(marker) != std::string::npos)
+            return true;
+    return false;
+}
+
+} // namespace
+
+std::vector<SignatureResult::FailedReference> failedReferences(const LogBase& log) {
+    std::vector<SignatureResult::FailedReference> refs;
+    int lastReason = 0;
+    for (const LogBase::Entry& e : log.entries()) {
+        if (e.kind != LogBase::Kind::Data)
+            continue;
+        if (e.tag == "invalidDigestReason")
+            lastReason = toInt(e.value);
+        else if (e.tag == "referenceIndex")
+            refs.push_back({toInt(e.value), lastReason});
+    }
+    return refs;
+}
+
+std::string failureReason(const LogBase& log, const std::vector<SignatureResult::FailedReference>& refs) {
+    // Without a failure count the listed references were excused (missing
+    // external data under IgnoreExternalRefs).
+    bool refsCounted = false;
+    std::string lastError;
+    for (const LogBase::Entry& e : log.entries()) {
+        if (e.kind == LogBase::Kind::Data && e.tag == "refFailureCount")
+            refsCounted = true;
+        else if (e.kind == LogBase::Kind::Error)
+            lastError = e.value;
+    }
+    if (refsCounted && !refs.empty()) {
+        const auto& first = refs.front();
+        return "reference " + std::to_string(first.index) + ": " + referenceReasonText(first.reason);
+    }
+    if (lastError.empty() || saysValueInvalid(lastError))
+        return "the signature value does not verify";
+    return lastError;
+}

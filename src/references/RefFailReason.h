@@ -1,0 +1,11 @@
+#pragma once
+
+// Why the last reference-digest check failed (the RefFailReason property).
+namespace ref_fail_reason {
+constexpr int kMatched = 0;
+constexpr int kMismatch = 1;
+constexpr int kExternalDataMissing = 2;
+constexpr int kNoReference = 3;
+constexpr int kCanonicalizationFailed = 5;
+constexpr int kOther = 99;
+} // namespace ref_fail_reason
