@@ -9,6 +9,10 @@ constexpr std::string_view kLauEnd = "</LAU>";
 
 // SWIFT Alliance signs the message without its LAU (local authentication)
 // element, which is added afterwards.
+bool _clsXmlDSigBase::postProcessingMayApply(const StringBuffer& xml) const {
+    return xml.containsSubstring(kSwiftSaaNamespace);
+}
+
 bool _clsXmlDSigBase::postProcessTransformedXml(StringBuffer&, DSigReference&, StringBuffer& xml, LogBase& log) {
     LogContextExitor ctx(log, "postProcessTransformedXml");
     if (!xml.containsSubstring(kSwiftSaaNamespace) || !xml.containsSubstring(kLauStart) ||

@@ -2,6 +2,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/RefFailReason.h"
+#include "references/StreamedDigest.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -19,6 +20,10 @@ constexpr std::string_view kExclusiveC14n = "xml-exc-c14n";
 constexpr std::string_view kXadesNamespace = "http://uri.etsi.org/01903/v1.3.2#";
 constexpr std::string_view kDsigNamespaceDecl = " xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"";
 // ZATCA signers digest SignedProperties with an empty DigestMethod collapsed.
+constexpr std::string_view kSignedPropertiesMarker = "SignedProperties";
+constexpr std::string_view kBase64TransformMarker = "xmldsig#base64";
+// Entities could spell out text that post-processing looks for.
+constexpr std::string_view kEntityDeclaration = "<!ENTITY";
 constexpr std::string_view kZatcaDigestMethodEnd = "></ds:DigestMethod>";
 constexpr std::string_view kZatcaDigestMethodCollapsed = "/>";
 constexpr unsigned kLoggedBase64Limit = 200;
@@ -112,6 +117,12 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     }
     preprocessXmlToTransform(uri, ref, xml, log);
 
+    // The final canonical text is hashed as it is produced unless a later
+    // step needs it whole.
+    const int hashAlg = ref.getHashAlg();
+    StreamedDigest streamed(hashAlg, kSignedPropertiesMarker);
+    CanonSink* sink = canStreamDigest(ref) ? &streamed : nullptr;
+
     TransformChain chain;
     if (ref.m_transformsXml.isEmpty()) {
         if (m_isMyInvois) {
@@ -124,22 +135,25 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
                 transformEnvelopedSignature(xml, unusedA, unusedB, ref, log);
             }
             algorithm.append(m_isZatca ? kExclusiveC14n : kInclusiveC14n);
-            if (!transformCanonicalize(nullptr, xml, algorithm, uri, log)) {
+            if (!transformCanonicalize(nullptr, xml, algorithm, uri, log, sink)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
             }
         }
-    } else if (!applyTransforms(uri, ref, xml, chain, log)) {
+    } else if (!applyTransforms(uri, ref, xml, chain, sink, log)) {
         return false;
     }
     postProcessTransformedXml(uri, ref, xml, log);
 
-    const int hashAlg = ref.getHashAlg();
     DataBuffer digest;
-    if (chain.base64Seen) {
+    if (streamed.used()) {
+        streamed.final(digest);
+        if (m_isMyInvois && chain.count == kMyInvoisDocumentTransforms)
+            m_docDigest = digest;
+    } else if (chain.base64Seen) {
         if (!digestBase64Content(xml, hashAlg, digest, log))
             return false;
-    } else if (m_isZatca && xml.containsSubstring("SignedProperties")) {
+    } else if (m_isZatca && xml.containsSubstring(kSignedPropertiesMarker)) {
         zatcaSignedPropertiesDigest(xml, hashAlg, digest);
     } else {
         _tvHash::doHash(xml.getString(), xml.getSize(), hashAlg, digest);
@@ -151,7 +165,10 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     digest.encodeDB("base64", calculated);
     log.LogDataSb("calculatedDigest", calculated);
     log.LogDataSb("storedRefDigest", ref.m_digestValue);
-    if (calculated.equals(ref.m_digestValue.view()) || digestMatchesOnFallback(uri, ref, xml, calculated, log)) {
+    const bool hasSignedProperties =
+        streamed.used() ? streamed.sawMarker() : xml.containsSubstring(kSignedPropertiesMarker);
+    if (calculated.equals(ref.m_digestValue.view()) ||
+        digestMatchesOnFallback(uri, ref, hasSignedProperties, calculated, log)) {
         m_refFailReason = kMatched;
         return true;
     }
@@ -159,8 +176,13 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     return false;
 }
 
+bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
+    return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64TransformMarker) &&
+           !postProcessingMayApply(m_sigXml) && !m_sigXml.containsSubstring(kEntityDeclaration);
+}
+
 bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
-                                 LogBase& log) {
+                                 CanonSink* sink, LogBase& log) {
     RefPtr<ClsXml> transforms(ClsXml::createNewCls());
     if (!transforms || !transforms->loadXml(ref.m_transformsXml.view(), true, log))
         return false;
@@ -189,11 +211,14 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
             transformEnvelopedSignature(xml, unusedA, unusedB, ref, log);
         } else if (algorithm.containsSubstring("xml-c14n") || algorithm.containsSubstring("xml-exc-c14n")) {
             chain.canonicalizationSeen = true;
-            if (!transformCanonicalize(transform.get(), xml, algorithm, uri, log)) {
+            // Streamed only when nothing follows, not even the implicit
+            // enveloped-signature transform.
+            const bool last = i == chain.count - 1 && (chain.envelopedSeen || !uri.isEmpty());
+            if (!transformCanonicalize(transform.get(), xml, algorithm, uri, log, last ? sink : nullptr)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
             }
-        } else if (algorithm.containsSubstring("xmldsig#base64")) {
+        } else if (algorithm.containsSubstring(kBase64TransformMarker)) {
             chain.base64Seen = true;
         } else {
             log.LogDataSb("unrecognizedTransform", algorithm);
@@ -209,7 +234,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     }
     if (!chain.canonicalizationSeen) {
         StringBuffer inclusive(kInclusiveC14n);
-        if (!transformCanonicalize(nullptr, xml, inclusive, uri, log)) {
+        if (!transformCanonicalize(nullptr, xml, inclusive, uri, log, sink)) {
             m_refFailReason = kCanonicalizationFailed;
             return false;
         }
@@ -217,11 +242,10 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     return true;
 }
 
-bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
+bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
                                          StringBuffer& calculated, LogBase& log) {
     const StringBuffer& stored = ref.m_digestValue;
-    if (!m_isZatca && stored.getSize() > calculated.getSize() + kZatcaRetryLengthMargin &&
-        xml.containsSubstring("SignedProperties")) {
+    if (!m_isZatca && stored.getSize() > calculated.getSize() + kZatcaRetryLengthMargin && hasSignedProperties) {
         log.LogInfo("Retry with ZATCA rules...");
         StringBuffer retry(m_sigXml.view());
         preprocessXmlToTransform(uri, ref, retry, log);

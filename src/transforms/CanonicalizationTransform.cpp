@@ -30,7 +30,7 @@ void keepOnlyStpDocument(StringBuffer& xml) {
 } // namespace
 
 bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm,
-                                            StringBuffer& uri, LogBase& log) {
+                                            StringBuffer& uri, LogBase& log, CanonSink* sink) {
     LogContextExitor ctx(log, "transformCanonicalize");
     StringBuffer prefixList;
     if (transform && algorithm.containsSubstring(kExclusiveMarker)) {
@@ -43,6 +43,7 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     }
 
     XmlCanon canon;
+    canon.setOutputSink(sink);
     canon.setWithComments(algorithm.containsSubstringNoCase("WithComments"));
     if (algorithm.containsSubstring(kExclusiveMarker)) {
         canon.setMode(XmlCanon::Mode::Exclusive);

@@ -7,6 +7,7 @@
 #include "companion/text/XString.h"
 #include "verifier/_clsXmlDSigBase.h"
 
+class CanonSink;
 class ClsHttp;
 class ClsJsonObject;
 class ClsPublicKey;
@@ -190,9 +191,11 @@ private:
         bool canonicalizationSeen = false;
         bool base64Seen = false;
     };
-    bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain, LogBase& log);
+    bool canStreamDigest(const DSigReference& ref) const;
+    bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
+                         CanonSink* sink, LogBase& log);
     // The ZATCA retry, a hex-written stored digest and AllowXmlDigestError.
-    bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
+    bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
                                  StringBuffer& calculated, LogBase& log);
 
     // The SecurityTokenReference forms of key resolution.

@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+class CanonSink;
 class ClsXml;
 class DSigReference;
 class LogBase;
@@ -21,6 +22,8 @@ public:
     void extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy, LogBase& log);
     bool preprocessXmlToTransform(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
     bool postProcessTransformedXml(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
+    // Whether post-processing could change a text derived from this one.
+    bool postProcessingMayApply(const StringBuffer& xml) const;
     bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml, LogBase& log);
     bool removeXmlChunkContaining(const char* start, const char* end, const char* mustContain, StringBuffer& xml,
                                   LogBase& log);
@@ -29,8 +32,9 @@ public:
     // Transforms of a reference, applied to its text in place.
     bool transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& xPath,
                         LogBase& log);
+    // With a sink, the canonical text goes to the sink and `xml` is emptied.
     bool transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& uri,
-                               LogBase& log);
+                               LogBase& log, CanonSink* sink = nullptr);
 
 protected:
     // Profile flags: which signer family's deviations to accommodate.

@@ -14,6 +14,8 @@ constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace
 constexpr std::string_view kAuthenticate = "authenticate";
 constexpr std::string_view kAuthenticated = "true";
 constexpr std::string_view kIdNames[] = {"Id", "ID", "id"};
+// Output handed to a sink in pieces of about this size.
+constexpr size_t kSinkChunkBytes = 256u << 10;
 
 bool isIdName(std::string_view localName) {
     return std::find(std::begin(kIdNames), std::end(kIdNames), localName) != std::end(kIdNames);
@@ -30,16 +32,23 @@ CanonPass::CanonPass(std::string_view document, const CanonOptions& options, con
     : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
       m_out(out), m_dtd(document), m_scanner(m_dtd), m_namespaces(m_dtd),
       m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching) {
-    if (target.isDocument()) {
-        // Canonical text is about as long as its source; a little headroom
-        // spares a reallocation (a doubling) for most documents.
-        m_out.reserve(m_out.size() + document.size() + document.size() / 8);
-    }
 }
 
 bool CanonPass::run(LogBase& log) {
-    while (m_phase != Phase::Done && m_scanner.next())
+    if (m_sink) {
+        m_out.reserve(kSinkChunkBytes + kSinkChunkBytes / 4);
+    } else if (m_target.isDocument()) {
+        // Canonical text is about as long as its source; a little headroom
+        // spares a reallocation (a doubling) for most documents.
+        m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
+    }
+    while (m_phase != Phase::Done && m_scanner.next()) {
         onToken(m_scanner.token());
+        if (m_sink && m_out.size() >= kSinkChunkBytes)
+            flushToSink();
+    }
+    if (m_sink)
+        flushToSink();
     if (m_scanner.failed()) {
         log.LogError(m_scanner.errorMessage());
         return false;
@@ -59,6 +68,11 @@ bool CanonPass::run(LogBase& log) {
         break;
     }
     return false;
+}
+
+void CanonPass::flushToSink() {
+    m_sink->write(m_out);
+    m_out.clear();
 }
 
 void CanonPass::onToken(const XmlToken& t) {

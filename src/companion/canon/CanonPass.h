@@ -2,6 +2,7 @@
 
 #include "companion/canon/CanonAttribute.h"
 #include "companion/canon/CanonNamespaces.h"
+#include "companion/canon/CanonSink.h"
 #include "companion/canon/CanonTarget.h"
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlScanner.h"
@@ -37,6 +38,10 @@ public:
     CanonPass(const CanonPass&) = delete;
     CanonPass& operator=(const CanonPass&) = delete;
 
+    // With a sink, the output is handed on in pieces as it grows instead of
+    // accumulating in out.
+    void setSink(CanonSink* sink) { m_sink = sink; }
+
     // False, with one error line, for a document that is not well-formed or
     // a target that is not in it.
     bool run(LogBase& log);
@@ -53,6 +58,7 @@ private:
         uint32_t depth;
     };
 
+    void flushToSink();
     void onToken(const XmlToken& t);
     void onStartTag(const XmlToken& t);
     void onEndTag(const XmlToken& t);
@@ -96,4 +102,5 @@ private:
     std::vector<CanonNamespaces::Binding> m_candidates;
     std::vector<XmlAttributeInScope> m_xmlAttributes;
     std::string m_scratch;
+    CanonSink* m_sink = nullptr;
 };

@@ -46,17 +46,19 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
     std::vector<std::string_view> prefixes;
     const CanonOptions options = passOptions(prefixes);
 
-    // Writing into the text being read would move it under the scanner.
+    // Writing into the text being read would move it under the scanner; a
+    // sink takes the output through a scratch buffer of its own.
     StringBuffer separate;
-    StringBuffer& destination = &in == &out ? separate : out;
+    StringBuffer& destination = (&in == &out || m_sink) ? separate : out;
     std::string& text = destination.raw();
     const size_t mark = text.size();
     CanonPass pass(in.view(), options, target, m_fragmentCounter, m_authenticatedOrdinal, text);
+    pass.setSink(m_sink);
     if (!pass.run(log)) {
         text.resize(mark);
         return false;
     }
-    if (&destination == &separate)
+    if (&destination == &separate && !m_sink)
         out.append(separate);
     return true;
 }

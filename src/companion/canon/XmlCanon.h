@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/canon/CanonSink.h"
 #include "companion/text/ExtPtrArray.h"
 
 #include <cstdint>
@@ -56,6 +57,11 @@ public:
     unsigned fragmentCounter() const { return m_fragmentCounter; }
     void setFragmentCounter(unsigned count) { m_fragmentCounter = count; }
 
+    // With a sink set, the canonical text goes to the sink, in pieces, and
+    // `out` is left as it was; a failed run may have written part of it.
+    CanonSink* outputSink() const { return m_sink; }
+    void setOutputSink(CanonSink* sink) { m_sink = sink; }
+
     // Canonicalizes `in` and appends the result to `out`. What is emitted:
     // with fragmentUri null or empty, the whole document, or when startOffset
     // is not 0 the element whose start tag begins at that byte offset;
@@ -79,4 +85,5 @@ private:
     unsigned m_authenticatedOrdinal = 0;
     unsigned m_fragmentCounter = 0;
     ExtPtrArraySb m_inclusivePrefixes;
+    CanonSink* m_sink = nullptr;
 };
