@@ -138,7 +138,9 @@ TEST_F(ExternalReference, UriQueriesTakeTheAttributeAsWritten) {
         EXPECT_EQ(dsig.IsReferenceExternal(c.index), c.external) << c.index;
     }
     dsig.VerifyReferenceDigest(2);
-    EXPECT_EQ(loggedData(dsig, "sameDocumentUri").front(), "x");
+    const auto sameDocument = loggedData(dsig, "sameDocumentUri");
+    ASSERT_FALSE(sameDocument.empty());
+    EXPECT_EQ(sameDocument.front(), "x");
     EXPECT_TRUE(loggedData(dsig, "externalUri").empty());
 }
 

@@ -33,6 +33,11 @@ TEST_P(InternalReference, DigestsWhatTheRouteSelects) {
     EXPECT_EQ(dsig.get_RefFailReason(), 0);
 }
 
+// Names the case in test listings instead of dumping its bytes.
+void PrintTo(const Route& c, std::ostream* os) {
+    *os << c.name;
+}
+
 INSTANTIATE_TEST_SUITE_P(Routes, InternalReference,
                          ::testing::Values(Route{"EmptyUriNoTransforms", "", {}, kWhole},
                                            Route{"EmptyUriEnvelopedThenExclusive", "", {kEnv, kExc}, kWhole},
