@@ -58,18 +58,23 @@ std::string failureReason(const LogBase& log, const std::vector<SignatureResult:
     // Without a failure count the listed references were excused (missing
     // external data under IgnoreExternalRefs).
     bool refsCounted = false;
+    // A value that no candidate key verifies reads to the RSA primitive as
+    // made by another key; earlier errors are then only lookup remarks.
+    bool noKeyMatched = false;
     std::string lastError;
     for (const LogBase::Entry& e : log.entries()) {
         if (e.kind == LogBase::Kind::Data && e.tag == "refFailureCount")
             refsCounted = true;
         else if (e.kind == LogBase::Kind::Error)
             lastError = e.value;
+        else if (e.kind == LogBase::Kind::Info && e.value == "Not the correct key.")
+            noKeyMatched = true;
     }
     if (refsCounted && !refs.empty()) {
         const auto& first = refs.front();
         return "reference " + std::to_string(first.index) + ": " + referenceReasonText(first.reason);
     }
-    if (lastError.empty() || saysValueInvalid(lastError))
+    if (lastError.empty() || noKeyMatched || saysValueInvalid(lastError))
         return "the signature value does not verify";
     return lastError;
 }

@@ -1,0 +1,168 @@
+// `xmldsig verify`: exit codes, the verdict line, --json, selection, keys and
+// external data options, on documents signed by xmlsec1.
+#include "verifier/DSigTestSupport.h"
+
+#include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
+
+#include <memory>
+
+namespace {
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+class VerifyCommand : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        dir = std::make_unique<TempDir>();
+        const fs::path d = dir->path();
+        for (const char* sub : {"sig", "alone", "ext"})
+            fs::create_directories(d / sub);
+        ASSERT_EQ(runProcess("(openssl genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out " + q(d / "key.pem") +
+                             " && openssl pkey -in " + q(d / "key.pem") + " -pubout -out " + q(d / "pub.pem") + ")")
+                      .exitCode,
+                  0);
+
+        // Two RSA signatures with Ids, each over its own fragment.
+        auto sig = [](const char* id, const char* uri) {
+            return "<Signature Id=\"" + std::string(id) + "\" xmlns=\"" + std::string(kDsigNs) + "\"><SignedInfo>" +
+                   "<CanonicalizationMethod Algorithm=\"" + std::string(kExcC14n) +
+                   "\"/><SignatureMethod Algorithm=\"" + std::string(kRsaSha256) + "\"/>" + ref(uri) +
+                   "</SignedInfo><SignatureValue/></Signature>";
+        };
+        const std::string args =
+            "--privkey-pem " + q(d / "key.pem") + " --id-attr:Id d --id-attr:Id Signature --node-id ";
+        std::string diagnostics;
+        const std::string once = xmlsecSign(
+            d, "<doc><d Id=\"d1\">first</d><d Id=\"d2\">second</d>" + sig("s1", "#d1") + sig("s2", "#d2") + "</doc>",
+            args + "s1", &diagnostics);
+        ASSERT_FALSE(once.empty()) << diagnostics;
+        const std::string two = xmlsecSign(d, once, args + "s2", &diagnostics);
+        ASSERT_FALSE(two.empty()) << diagnostics;
+        writeFile(d / "two.xml", two);
+        writeFile(d / "tampered.xml", replaced(two, ">second<", ">secont<"));
+        const size_t v = two.find("<SignatureValue>") + 20;
+        writeFile(d / "badvalue.xml", std::string(two).replace(v, 1, two[v] == 'A' ? "B" : "A"));
+
+        // HMAC over a fragment and the file data.txt beside the document.
+        writeFile(d / "sig" / "data.txt", "attached\n");
+        writeFile(d / "ext" / "data.txt", "attached\n");
+        writeFile(d / "sig" / "hmac.key", "secret");
+        const std::string hmac =
+            xmlsecSign(d / "sig",
+                       "<doc><p Id=\"a\">text</p><Signature xmlns=\"" + std::string(kDsigNs) +
+                           "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
+                           "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>" +
+                           ref("#a") + ref("data.txt") + "</SignedInfo><SignatureValue/></Signature></doc>",
+                       "--hmackey hmac.key --id-attr:Id p", &diagnostics);
+        ASSERT_FALSE(hmac.empty()) << diagnostics;
+        writeFile(d / "sig" / "hmac.xml", hmac);
+        writeFile(d / "alone" / "hmac.xml", hmac);
+        writeFile(d / "notxml.xml", "<doc><unclosed></doc>");
+    }
+    static void TearDownTestSuite() { dir.reset(); }
+
+    static std::string q(const fs::path& p) { return shellQuote(p.string()); }
+    static std::string ref(const char* uri) {
+        return "<Reference URI=\"" + std::string(uri) + "\"><DigestMethod Algorithm=\"" + std::string(kSha256) +
+               "\"/><DigestValue/></Reference>";
+    }
+    static std::string path(const std::string& name) { return (dir->path() / name).string(); }
+    static ProcessResult verify(const std::string& args) {
+        return runProcess(shellQuote(toolPath().string()) + " verify " + args);
+    }
+    static std::string rsa(const std::string& args) { return "--key " + q(path("pub.pem")) + " " + args; }
+
+    static std::unique_ptr<TempDir> dir;
+};
+
+std::unique_ptr<TempDir> VerifyCommand::dir;
+
+TEST_F(VerifyCommand, SelectionAndOneVerdictLinePerSignature) {
+    const std::string two = path("two.xml");
+    const struct {
+        std::string args;
+        int exit;
+        std::string out;
+    } cases[] = {
+        {rsa(q(two)), 0, two + ": signature 0 (Id s1): VALID\n"},
+        {rsa("--all " + q(two)), 0, two + ": signature 0 (Id s1): VALID\n" + two + ": signature 1 (Id s2): VALID\n"},
+        {rsa("--signature-id s2 " + q(two)), 0, two + ": signature 1 (Id s2): VALID\n"},
+        {rsa("--selector 1 " + q(path("tampered.xml"))), 1,
+         path("tampered.xml") + ": signature 1 (Id s2): INVALID: reference 0: digest mismatch\n"},
+        {rsa("--selector 1 --no-refs " + q(path("tampered.xml"))), 0,
+         path("tampered.xml") + ": signature 1 (Id s2): VALID\n"},
+        {rsa(q(path("badvalue.xml"))), 1,
+         path("badvalue.xml") + ": signature 0 (Id s1): INVALID: the signature value does not verify\n"},
+        // One invalid signature among several files makes the run invalid.
+        {rsa(q(two) + " " + q(path("badvalue.xml"))), 1,
+         two + ": signature 0 (Id s1): VALID\n" + path("badvalue.xml") +
+             ": signature 0 (Id s1): INVALID: the signature value does not verify\n"},
+    };
+    for (const auto& c : cases) {
+        const ProcessResult r = verify(c.args);
+        EXPECT_EQ(r.exitCode, c.exit) << c.args << r.err;
+        EXPECT_EQ(r.out, c.out) << c.args;
+    }
+}
+
+TEST_F(VerifyCommand, HmacKeyAndExternalDataOptions) {
+    const std::string hex = "--hmac-key 736563726574 --hmac-encoding hex ";
+    const std::string alone = q(path("alone/hmac.xml"));
+    const struct {
+        std::string args;
+        int exit;
+        std::string verdict;
+    } cases[] = {
+        // data.txt is found next to the document.
+        {hex + q(path("sig/hmac.xml")), 0, "VALID"},
+        {"--hmac-key secret " + q(path("sig/hmac.xml")), 0, "VALID"},
+        {"--hmac-key wrong " + q(path("sig/hmac.xml")), 1, "INVALID: the signature value does not verify"},
+        {hex + alone, 1, "INVALID: reference 1: external data missing or unreadable"},
+        {hex + "--ignore-external-refs " + alone, 0, "VALID"},
+        {hex + "--ext-dir " + q(path("nothing") + ";" + path("ext")) + " " + alone, 0, "VALID"},
+        {hex + "--ref-data 1=" + q(path("ext/data.txt")) + " " + alone, 0, "VALID"},
+        {hex + "--ignore-external-refs --ref-data 1=" + q(path("two.xml")) + " " + alone, 1,
+         "INVALID: reference 1: digest mismatch"},
+    };
+    for (const auto& c : cases) {
+        const ProcessResult r = verify(c.args);
+        EXPECT_EQ(r.exitCode, c.exit) << c.args << r.err;
+        EXPECT_NE(r.out.find(": signature 0: " + c.verdict + "\n"), std::string::npos) << c.args << r.out;
+    }
+}
+
+TEST_F(VerifyCommand, JsonCarriesVerdictReasonsAndLog) {
+    const ProcessResult r = verify(rsa("--json --all " + q(path("tampered.xml"))));
+    EXPECT_EQ(r.exitCode, 1);
+    const auto j = nlohmann::json::parse(r.out);
+    const auto& sigs = j.at("files").at(0).at("signatures");
+    ASSERT_EQ(sigs.size(), 2u);
+    EXPECT_EQ(sigs[0].at("verdict"), "VALID");
+    EXPECT_EQ(sigs[0].at("failedReferences").size(), 0u);
+    EXPECT_EQ(sigs[1].at("verdict"), "INVALID");
+    EXPECT_EQ(sigs[1].at("id"), "s2");
+    EXPECT_EQ(sigs[1].at("refFailReason"), 1);
+    EXPECT_EQ(sigs[1].at("failedReferences"), nlohmann::json::parse(R"([{"index": 0, "reason": 1}])"));
+    EXPECT_NE(sigs[1].at("log").dump().find("refFailureCount"), std::string::npos);
+}
+
+// Input and usage errors: exit 2 with one line on stderr.
+TEST_F(VerifyCommand, UsageAndInputErrors) {
+    const std::string two = q(path("two.xml"));
+    for (const std::string& args :
+         {q(path("missing.xml")), q(path("notxml.xml")), rsa(q(path("missing.xml")) + " " + two), "--bogus " + two,
+          "--hmac-key x --hmac-encoding rot13 " + two, "--selector one " + two, "--ref-data x " + two,
+          "--all --selector 1 " + two, std::string("-j 0 ") + two, std::string(""), "--signature-id nope " + two}) {
+        const ProcessResult r = verify(args);
+        EXPECT_EQ(r.exitCode, 2) << args;
+        EXPECT_EQ(r.err.rfind("xmldsig: ", 0), 0u) << args << r.err;
+        const bool usage = r.err.find("usage:") != std::string::npos;
+        if (!usage) {
+            EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << args << r.err;
+        }
+    }
+}
+
+} // namespace

@@ -1,0 +1,332 @@
+// Documents signed at test time by xmlsec1 (RSA-PSS by the openssl command,
+// which xmlsec1 1.2 lacks) verify, and one tampered byte makes each fail
+// the way it should.
+#include "verifier/DSigTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <memory>
+
+namespace {
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+enum class Layout { Enveloped, Enveloping, ById, External, ThreeRefs };
+enum class KeyUse { X509, KeyValue, Explicit, Hmac };
+
+struct InteropCase {
+    const char* name;
+    const char* key; // rsa, rsa-pss, ec256, ec384, dsa1024, dsa2048, hmac
+    const char* method;
+    const char* signedInfoC14n;
+    const char* refC14n;
+    Layout layout;
+    KeyUse keyUse;
+};
+
+const std::string kMore = "http://www.w3.org/2001/04/xmldsig-more#";
+const std::string kExc = std::string(kExcC14n);
+const std::string kExcComments = kExc + "WithComments";
+const std::string kInc = std::string(kC14n);
+const std::string kIncComments = kInc + "#WithComments";
+const std::string kPss = "http://www.w3.org/2007/05/xmldsig-more#sha256-rsa-MGF1";
+
+const InteropCase kCases[] = {
+    {"RsaSha1Enveloped", "rsa", "http://www.w3.org/2000/09/xmldsig#rsa-sha1", kInc.c_str(), kInc.c_str(),
+     Layout::Enveloped, KeyUse::X509},
+    {"RsaSha256EnvelopedKeyValue", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256", kExc.c_str(),
+     kExc.c_str(), Layout::Enveloped, KeyUse::KeyValue},
+    {"RsaSha512EnvelopingComments", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha512", kIncComments.c_str(),
+     kInc.c_str(), Layout::Enveloping, KeyUse::Explicit},
+    {"RsaPssSha256", "rsa-pss", kPss.c_str(), kExc.c_str(), kExc.c_str(), Layout::Enveloped, KeyUse::Explicit},
+    {"EcdsaP256ByIdPrefixList", "ec256", "http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha256", kExc.c_str(),
+     kExc.c_str(), Layout::ById, KeyUse::X509},
+    {"EcdsaP384ExcComments", "ec384", "http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha384", kExcComments.c_str(),
+     kExcComments.c_str(), Layout::Enveloped, KeyUse::X509},
+    {"DsaSha1KeyValue", "dsa1024", "http://www.w3.org/2000/09/xmldsig#dsa-sha1", kInc.c_str(), kInc.c_str(),
+     Layout::Enveloped, KeyUse::KeyValue},
+    {"DsaSha256ById", "dsa2048", "http://www.w3.org/2009/xmldsig11#dsa-sha256", kIncComments.c_str(), kInc.c_str(),
+     Layout::ById, KeyUse::X509},
+    {"HmacSha256Enveloping", "hmac", "http://www.w3.org/2001/04/xmldsig-more#hmac-sha256", kExc.c_str(), kExc.c_str(),
+     Layout::Enveloping, KeyUse::Hmac},
+    {"HmacSha1ById", "hmac", "http://www.w3.org/2000/09/xmldsig#hmac-sha1", kInc.c_str(), kIncComments.c_str(),
+     Layout::ById, KeyUse::Hmac},
+    {"RsaSha256ExternalFile", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256", kExc.c_str(), nullptr,
+     Layout::External, KeyUse::X509},
+    {"RsaSha256ThreeReferences", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256", kInc.c_str(), kExc.c_str(),
+     Layout::ThreeRefs, KeyUse::X509},
+};
+
+constexpr const char* kContent = "<a:item xmlns:a=\"urn:a\" amount=\"100\">Hello</a:item>";
+constexpr const char* kExternalBytes = "external <a:item amount=\"100\">Hello</a:item>\r\n";
+constexpr const char* kRoot = "<doc xmlns:b=\"urn:b\" xmlns:u=\"urn:unused\" b:x=\"1\">";
+
+std::string c14nElement(const char* tag, const std::string& algorithm) {
+    const bool exclusive = algorithm.find("exc-c14n") != std::string::npos;
+    if (!exclusive)
+        return "<" + std::string(tag) + " Algorithm=\"" + algorithm + "\"/>";
+    // The prefix list makes the root's b: declaration part of the output.
+    return "<" + std::string(tag) + " Algorithm=\"" + algorithm + "\"><ec:InclusiveNamespaces xmlns:ec=\"" + kExc +
+           "\" PrefixList=\"b #default\"/></" + tag + ">";
+}
+
+std::string reference(const std::string& uri, const std::vector<std::string>& transforms) {
+    std::string r = "<Reference URI=\"" + uri + "\">";
+    if (!transforms.empty() && !transforms.front().empty()) {
+        r += "<Transforms>";
+        for (const std::string& t : transforms)
+            if (!t.empty())
+                r += t.front() == '<' ? t : "<Transform Algorithm=\"" + t + "\"/>";
+        r += "</Transforms>";
+    }
+    return r + "<DigestMethod Algorithm=\"" + std::string(kSha256) + "\"/><DigestValue/></Reference>";
+}
+
+std::string signatureTemplate(const InteropCase& c, const std::string& references, const std::string& object = "") {
+    const bool comments = std::string(c.signedInfoC14n).find("omments") != std::string::npos;
+    std::string keyInfo;
+    if (c.keyUse == KeyUse::X509)
+        keyInfo = "<KeyInfo><X509Data/></KeyInfo>";
+    else if (c.keyUse == KeyUse::KeyValue)
+        keyInfo = "<KeyInfo><KeyValue/></KeyInfo>";
+    // Signing rewrites the method for RSA-PSS afterwards.
+    const std::string method = c.method == kPss ? std::string(kRsaSha256) : c.method;
+    return "<Signature xmlns=\"" + std::string(kDsigNs) + "\"><SignedInfo>" +
+           c14nElement("CanonicalizationMethod", c.signedInfoC14n) + (comments ? "<!-- signed note -->" : "") +
+           "<SignatureMethod Algorithm=\"" + method + "\"/>" + references + "</SignedInfo><SignatureValue/>" + keyInfo +
+           object + "</Signature>";
+}
+
+std::string documentTemplate(const InteropCase& c) {
+    const std::string refC14n = c.refC14n ? c.refC14n : "";
+    const std::string refTransform = c.refC14n ? c14nElement("Transform", refC14n) : "";
+    switch (c.layout) {
+    case Layout::Enveloped:
+        return kRoot + std::string(kContent) +
+               signatureTemplate(c, reference("", {std::string(kEnveloped), refTransform})) + "</doc>";
+    case Layout::Enveloping:
+        return signatureTemplate(c, reference("#obj", {refTransform}),
+                                 "<Object Id=\"obj\">" + std::string(kContent) + "</Object>");
+    case Layout::ById:
+        return kRoot + std::string("<data Id=\"d1\">") + kContent + "</data>" +
+               signatureTemplate(c, reference("#d1", {refTransform})) + "</doc>";
+    case Layout::External:
+        return kRoot + signatureTemplate(c, reference("external.txt", {})) + "</doc>";
+    case Layout::ThreeRefs:
+        return kRoot + std::string("<data Id=\"d1\">") + kContent + "</data>" +
+               signatureTemplate(c, reference("external.txt", {}) + reference("#d1", {refTransform}) +
+                                        reference("", {std::string(kEnveloped)})) +
+               "</doc>";
+    }
+    return {};
+}
+
+// One signed document per case, made on first use. Key pairs are shared by
+// the cases of one process.
+class XmlsecInterop : public ::testing::TestWithParam<InteropCase> {
+protected:
+    static void SetUpTestSuite() { dir = std::make_unique<TempDir>(); }
+    static void TearDownTestSuite() { dir.reset(); }
+
+    static std::string keyFiles(const std::string& key) {
+        const fs::path base = dir->path() / key;
+        if (!fs::exists(base.string() + ".pem")) {
+            std::string gen;
+            if (key == "ec256" || key == "ec384")
+                gen = "openssl genpkey -algorithm EC -pkeyopt ec_paramgen_curve:" +
+                      std::string(key == "ec256" ? "P-256" : "P-384");
+            else if (key == "dsa1024" || key == "dsa2048")
+                gen = "openssl genpkey -genparam -algorithm DSA -pkeyopt dsa_paramgen_bits:" + key.substr(3) +
+                      (key == "dsa1024" ? " -pkeyopt dsa_paramgen_q_bits:160" : "") +
+                      " | openssl genpkey -paramfile /dev/stdin";
+            else
+                gen = "openssl genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:2048";
+            const std::string b = shellQuote(base.string());
+            const ProcessResult r =
+                runProcess("(" + gen + " -out " + b + ".key && openssl req -x509 -key " + b + ".key -subj /CN=" + key +
+                           " -days 30 -out " + b + ".crt && openssl pkey -in " + b + ".key -pubout -out " + b +
+                           ".pub && mv " + b + ".key " + b + ".pem)");
+            EXPECT_EQ(r.exitCode, 0) << r.err;
+        }
+        return base.string();
+    }
+
+    static fs::path caseDir(const InteropCase& c) { return dir->path() / c.name; }
+
+    // Signs the case's document (once) and returns its text.
+    static std::string signedDocument(const InteropCase& c) {
+        auto found = cache.find(c.name);
+        if (found != cache.end())
+            return found->second;
+        const fs::path d = caseDir(c);
+        fs::create_directories(d);
+        writeFile(d / "external.txt", kExternalBytes);
+        writeFile(d / "hmac.key", "interop secret");
+        std::string args;
+        if (c.keyUse == KeyUse::Hmac) {
+            args = "--hmackey hmac.key";
+        } else {
+            const std::string base = keyFiles(c.key == std::string("rsa-pss") ? "rsa" : c.key);
+            args = "--privkey-pem " + shellQuote(base + ".pem" + (c.keyUse == KeyUse::X509 ? "," + base + ".crt" : ""));
+        }
+        if (c.layout == Layout::ById || c.layout == Layout::ThreeRefs)
+            args += " --id-attr:Id data";
+        std::string diagnostics;
+        std::string doc = xmlsecSign(d, documentTemplate(c), args + " --store-signatures", &diagnostics);
+        EXPECT_FALSE(doc.empty()) << diagnostics;
+        if (c.key == std::string("rsa-pss") && !doc.empty())
+            doc = resignWithPss(c, doc, diagnostics);
+        cache[c.name] = doc;
+        return doc;
+    }
+
+    // Rewrites the method to RSA-PSS and signs the canonical SignedInfo that
+    // xmlsec1 printed with the openssl command.
+    static std::string resignWithPss(const InteropCase& c, std::string doc, const std::string& diagnostics) {
+        const std::string begin = "== PreSigned data - start buffer:\n";
+        const size_t a = diagnostics.find(begin);
+        const size_t b = diagnostics.find("\n== PreSigned data - end buffer");
+        EXPECT_TRUE(a != std::string::npos && b != std::string::npos);
+        std::string signedInfo = diagnostics.substr(a + begin.size(), b - a - begin.size());
+        signedInfo = replaced(signedInfo, kRsaSha256, kPss);
+        doc = replaced(doc, kRsaSha256, kPss);
+        const fs::path d = caseDir(c);
+        writeFile(d / "signedinfo.c14n", signedInfo);
+        const ProcessResult sig = runProcess(
+            "(cd " + shellQuote(d.string()) + " && openssl dgst -sha256 -sign " + shellQuote(keyFiles("rsa") + ".pem") +
+            " -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32 -sigopt rsa_mgf1_md:sha256 signedinfo.c14n "
+            "| base64 -w0)");
+        EXPECT_EQ(sig.exitCode, 0) << sig.err;
+        const size_t v = doc.find("<SignatureValue>") + 16;
+        return doc.replace(v, doc.find("</SignatureValue>") - v, sig.out);
+    }
+
+    // A verifier loaded with `doc` and given the case's key material.
+    static std::unique_ptr<ClsXmlDSig> verifier(const InteropCase& c, const std::string& doc, int selector = 0) {
+        auto dsig = std::make_unique<ClsXmlDSig>();
+        EXPECT_TRUE(loadXml(*dsig, doc)) << dsig->lastErrorText();
+        dsig->put_Selector(selector);
+        XString dirs(caseDir(c).string());
+        dsig->put_ExternalRefDirs(dirs);
+        if (c.keyUse == KeyUse::Hmac) {
+            XString key("interop secret"), encoding("ascii");
+            EXPECT_TRUE(dsig->SetHmacKey(key, encoding));
+        } else if (c.keyUse == KeyUse::Explicit) {
+            EXPECT_TRUE(usePublicKeyFile(*dsig, keyFiles(c.key == std::string("rsa-pss") ? "rsa" : c.key) + ".pub"));
+        }
+        return dsig;
+    }
+
+    static std::unique_ptr<TempDir> dir;
+    static std::map<std::string, std::string> cache;
+};
+
+std::unique_ptr<TempDir> XmlsecInterop::dir;
+std::map<std::string, std::string> XmlsecInterop::cache;
+
+TEST_P(XmlsecInterop, VerifiesAndEveryTamperIsCaught) {
+    const InteropCase& c = GetParam();
+    const std::string doc = signedDocument(c);
+    ASSERT_FALSE(doc.empty());
+    {
+        auto dsig = verifier(c, doc);
+        EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
+        EXPECT_EQ(dsig->get_RefFailReason(), 0);
+    }
+
+    // External data lives in a file of its own; everything else in the
+    // document.
+    const bool contentOutside = c.layout == Layout::External;
+    const std::string lastDigest = "<DigestValue>";
+    const size_t digestAt = doc.rfind(lastDigest) + lastDigest.size();
+    const size_t valueAt = doc.find("<SignatureValue>") + 16;
+    std::string digestTampered = doc, valueTampered = doc;
+    digestTampered[digestAt + 3] = digestTampered[digestAt + 3] == 'A' ? 'B' : 'A';
+    valueTampered[valueAt + 20] = valueTampered[valueAt + 20] == 'A' ? 'B' : 'A';
+    const int numRefs = c.layout == Layout::ThreeRefs ? 3 : 1;
+    // Which references a change of the signed content breaks: for three
+    // references, the #d1 fragment and the whole document.
+    const std::vector<int> contentRefs = numRefs == 3 ? std::vector<int>{1, 2} : std::vector<int>{0};
+
+    struct Tamper {
+        const char* what;
+        std::string doc;
+        std::string external;
+        std::vector<int> failedRefs;
+        int reason;
+        bool valueStillVerifies;
+    };
+    const std::vector<Tamper> tampers = {
+        {"content byte", contentOutside ? doc : replaced(doc, ">Hello<", ">Hellp<"),
+         contentOutside ? replaced(kExternalBytes, "Hello", "Hellp") : kExternalBytes, contentRefs, 1, true},
+        {"attribute", contentOutside ? doc : replaced(doc, "amount=\"100\"", "amount=\"900\""),
+         contentOutside ? replaced(kExternalBytes, "\"100\"", "\"900\"") : kExternalBytes, contentRefs, 1, true},
+        {"last DigestValue", digestTampered, kExternalBytes, {numRefs - 1}, 1, false},
+        {"SignatureValue", valueTampered, kExternalBytes, {}, 0, false},
+    };
+    for (const Tamper& t : tampers) {
+        SCOPED_TRACE(t.what);
+        writeFile(caseDir(c) / "external.txt", t.external);
+        auto dsig = verifier(c, t.doc);
+        EXPECT_FALSE(dsig->VerifySignature(true));
+        EXPECT_EQ(dsig->get_RefFailReason(), t.reason) << dsig->lastErrorText();
+        EXPECT_EQ(failedReferenceIndexes(*dsig), t.failedRefs);
+        if (t.failedRefs.empty()) {
+            // The key dispatch's own verdict line, not an earlier failure. A
+            // garbled RSA value reads as made by another key.
+            EXPECT_TRUE(loggedLine(*dsig, "found the signature to be invalid") ||
+                        loggedLine(*dsig, "Not the correct key.") || loggedLine(*dsig, "DSA verify hash failed.") ||
+                        loggedLine(*dsig, "HMAC validation failed."))
+                << dsig->lastErrorText();
+        }
+        // The SignedInfo alone still verifies when only referenced data changed.
+        EXPECT_EQ(dsig->VerifySignature(false), t.valueStillVerifies) << dsig->lastErrorText();
+    }
+    writeFile(caseDir(c) / "external.txt", kExternalBytes);
+}
+
+// Names the case in test listings instead of dumping its bytes.
+void PrintTo(const InteropCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Signers, XmlsecInterop, ::testing::ValuesIn(kCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+// Two signatures in one document: the first signs a fragment by Id, the
+// second (signed after it) the whole document. Each is verified through its
+// Selector, and a change to what only the second covers fails only it.
+TEST_F(XmlsecInterop, TwoSignaturesInOneDocument) {
+    const InteropCase c = {"TwoSignatures", "rsa",        kRsaSha256.data(), kExc.c_str(),
+                           kExc.c_str(),    Layout::ById, KeyUse::X509};
+    const fs::path d = caseDir(c);
+    fs::create_directories(d);
+    const std::string base = keyFiles("rsa");
+    const std::string sig1 =
+        replaced(signatureTemplate(c, reference("#d1", {kExc})), "<Signature ", "<Signature Id=\"s1\" ");
+    const std::string sig2 = replaced(signatureTemplate(c, reference("", {std::string(kEnveloped)})), "<Signature ",
+                                      "<Signature Id=\"s2\" ");
+    const std::string tmpl = kRoot + std::string("<data Id=\"d1\">") + kContent +
+                             "</data><data Id=\"d2\">Second</data>" + sig1 + sig2 + "</doc>";
+    const std::string args = "--privkey-pem " + shellQuote(base + ".pem," + base + ".crt") +
+                             " --id-attr:Id data --id-attr:Id Signature --node-id ";
+    std::string diagnostics;
+    const std::string once = xmlsecSign(d, tmpl, args + "s1", &diagnostics);
+    ASSERT_FALSE(once.empty()) << diagnostics;
+    const std::string twice = xmlsecSign(d, once, args + "s2", &diagnostics);
+    ASSERT_FALSE(twice.empty()) << diagnostics;
+
+    for (int selector : {0, 1}) {
+        auto dsig = verifier(c, twice, selector);
+        EXPECT_TRUE(dsig->VerifySignature(true)) << selector << dsig->lastErrorText();
+    }
+    const std::string tampered = replaced(twice, ">Second<", ">Secont<");
+    EXPECT_TRUE(verifier(c, tampered, 0)->VerifySignature(true));
+    auto second = verifier(c, tampered, 1);
+    EXPECT_FALSE(second->VerifySignature(true));
+    EXPECT_EQ(second->get_RefFailReason(), 1);
+}
+
+} // namespace

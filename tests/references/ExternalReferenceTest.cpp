@@ -1,0 +1,147 @@
+// External references: where their data comes from (caller bytes, a caller
+// file, the listed directories), per signature and per index.
+#include "companion/base/ClsStringBuilder.h"
+#include "verifier/DSigTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+const std::string kData = "external data\n";
+
+class ExternalReference : public ::testing::Test {
+protected:
+    void SetUp() override {
+        fs::create_directories(tmp.path() / "one");
+        fs::create_directories(tmp.path() / "two");
+        writeFile(tmp.path() / "two" / "data.txt", kData);
+        writeFile(tmp.path() / "wrong.txt", "wrong");
+        const std::string refs =
+            referenceXml("data.txt", sha256Of(kData)) + referenceXml("#x", "AAAA") + referenceXml(" #x", "AAAA");
+        ASSERT_TRUE(loadXml(dsig, documentWithReferences("<a Id=\"x\"/>", refs)));
+    }
+    std::string path(const std::string& name) const { return (tmp.path() / name).string(); }
+    void dirs(const std::string& list) {
+        XString d(list);
+        dsig.put_ExternalRefDirs(d);
+    }
+    bool setFile(int index, const std::string& file) {
+        XString p(file);
+        return dsig.SetRefDataFile(index, p);
+    }
+
+    TempDir tmp;
+    ClsXmlDSig dsig;
+};
+
+TEST_F(ExternalReference, FoundInTheSecondListedDirectory) {
+    dirs(path("one") + " ; ;" + path("two"));
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
+    EXPECT_EQ(loggedData(dsig, "usingFile"), std::vector<std::string>{(tmp.path() / "two" / "data.txt").string()});
+
+    dirs(path("one"));
+    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
+    EXPECT_EQ(dsig.get_RefFailReason(), 2);
+    EXPECT_TRUE(loggedLine(dsig, "No external data defined for this reference."));
+}
+
+// Caller data wins over a file the directories hold, and of the caller's
+// own setters the last one wins.
+TEST_F(ExternalReference, CallerDataWinsAndTheLastSetterWins) {
+    writeFile(tmp.path() / "one" / "data.txt", "stale copy");
+    dirs(path("one"));
+    setBytes(dsig, 0, kData);
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
+    EXPECT_TRUE(loggedData(dsig, "usingFile").empty());
+
+    ASSERT_TRUE(setFile(0, path("wrong.txt")));
+    setBytes(dsig, 0, kData);
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
+
+    setBytes(dsig, 0, "wrong");
+    ASSERT_TRUE(setFile(0, (tmp.path() / "two" / "data.txt").string()));
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
+
+    ClsStringBuilder text;
+    text.m_str.append("external data\n");
+    XString utf16("utf-16le");
+    ASSERT_TRUE(dsig.SetRefDataSb(0, text, utf16));
+    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
+    EXPECT_EQ(dsig.get_RefFailReason(), 1);
+    XString latin1("iso-8859-1");
+    ASSERT_TRUE(dsig.SetRefDataSb(0, text, latin1));
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
+}
+
+// Zero bytes leave a holder with neither bytes nor a path: the data is not
+// missing, so it fails with 99 and IgnoreExternalRefs does not excuse it.
+// Neither is a file that cannot be opened excused.
+TEST_F(ExternalReference, EmptyOrUnreadableDataIsNotMissingData) {
+    dsig.put_IgnoreExternalRefs(true);
+    for (bool emptyBytes : {true, false}) {
+        SCOPED_TRACE(emptyBytes);
+        if (emptyBytes)
+            setBytes(dsig, 0, "");
+        else
+            ASSERT_TRUE(setFile(0, path("absent.txt")));
+        EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
+        EXPECT_EQ(dsig.get_RefFailReason(), 99);
+        dsig.VerifySignature(true);
+        EXPECT_EQ(loggedData(dsig, "refFailureCount"), std::vector<std::string>{"3"});
+    }
+}
+
+TEST_F(ExternalReference, IndexesZeroToHundredOnly) {
+    ClsBinData bytes;
+    ClsStringBuilder text;
+    XString utf8("utf-8"), file(path("wrong.txt"));
+    EXPECT_TRUE(dsig.SetRefDataBd(100, bytes));
+    EXPECT_TRUE(dsig.SetRefDataSb(100, text, utf8));
+    EXPECT_TRUE(dsig.SetRefDataFile(100, file));
+    for (int index : {101, -1}) {
+        EXPECT_FALSE(dsig.SetRefDataBd(index, bytes));
+        EXPECT_FALSE(dsig.SetRefDataSb(index, text, utf8));
+        EXPECT_FALSE(dsig.SetRefDataFile(index, file));
+    }
+}
+
+// Data is kept per Selector: signature 1 does not see what was set for
+// signature 0 and falls back to the directories.
+TEST_F(ExternalReference, DataIsKeptPerSignature) {
+    const std::string sig = documentWithReferences("", referenceXml("data.txt", sha256Of(kData)));
+    const std::string signature = sig.substr(5, sig.size() - 11);
+    ASSERT_TRUE(loadXml(dsig, "<doc>" + signature + signature + "</doc>"));
+    setBytes(dsig, 0, kData);
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0));
+    dsig.put_Selector(1);
+    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
+    EXPECT_EQ(dsig.get_RefFailReason(), 2);
+    dirs(path("two"));
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0));
+    EXPECT_EQ(loggedData(dsig, "usingFile").size(), 1u);
+}
+
+// Only the literal first character decides here; verification trims.
+TEST_F(ExternalReference, UriQueriesTakeTheAttributeAsWritten) {
+    const struct {
+        int index;
+        bool exists, external;
+        const char* uri;
+    } cases[] = {{0, true, true, "data.txt"}, {1, true, false, "#x"}, {2, true, true, " #x"}, {3, false, false, ""}};
+    for (const auto& c : cases) {
+        XString uri("stale");
+        EXPECT_EQ(dsig.ReferenceUri(c.index, uri), c.exists) << c.index;
+        EXPECT_EQ(std::string(uri.view()), c.uri);
+        EXPECT_EQ(dsig.IsReferenceExternal(c.index), c.external) << c.index;
+    }
+    dsig.VerifyReferenceDigest(2);
+    const auto sameDocument = loggedData(dsig, "sameDocumentUri");
+    ASSERT_FALSE(sameDocument.empty());
+    EXPECT_EQ(sameDocument.front(), "x");
+    EXPECT_TRUE(loggedData(dsig, "externalUri").empty());
+}
+
+} // namespace

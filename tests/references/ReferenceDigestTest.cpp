@@ -1,0 +1,158 @@
+// One reference's digest with the attribute-sorting-bug retry policy, and
+// how reference URIs are told apart.
+#include "verifier/DSigTestSupport.h"
+
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace test_support;
+
+// Attributes whose namespace-URI order (z:b first) differs from their
+// qualified-name order (a:c first).
+std::string sortSensitive(const std::string& id) {
+    return "<e xmlns:z=\"urn:a\" xmlns:a=\"urn:z\" Id=\"" + id + "\" z:b=\"1\" a:c=\"2\"></e>";
+}
+std::string canonical(const std::string& id) {
+    return "<e xmlns:a=\"urn:z\" xmlns:z=\"urn:a\" Id=\"" + id + "\" z:b=\"1\" a:c=\"2\"></e>";
+}
+// What a signer with the sorting bug digested.
+std::string sortedByQName(const std::string& id) {
+    return "<e xmlns:a=\"urn:z\" xmlns:z=\"urn:a\" Id=\"" + id + "\" a:c=\"2\" z:b=\"1\"></e>";
+}
+
+const std::string kC14nT(kC14n);
+
+class ReferenceDigest : public ::testing::Test {
+protected:
+    void load(const std::string& content, const std::string& refs) {
+        ASSERT_TRUE(loadXml(dsig, documentWithReferences(content, refs))) << dsig.lastErrorText();
+    }
+    void options(const std::string& text) {
+        XString o(text);
+        dsig.put_UncommonOptions(o);
+    }
+    int count(std::string_view line) const {
+        int n = 0;
+        for (const LogBase::Entry& e : dsig.m_log.entries())
+            n += e.kind == LogBase::Kind::Info && e.value == line;
+        return n;
+    }
+    int attempts() const {
+        int n = 0;
+        for (const LogBase::Entry& e : dsig.m_log.entries())
+            n += e.kind == LogBase::Kind::Context && e.tag == "verifyReferenceDigest_inner";
+        return n;
+    }
+    static constexpr std::string_view kRetryWith =
+        "Retry with duplication of common XML canonicalization attribute sorting bug...";
+    static constexpr std::string_view kRetryWithout =
+        "Retry without duplication of common XML canonicalization attribute sorting bug...";
+    ClsXmlDSig dsig;
+};
+
+// Two references from a signer with the bug and then one without: the first
+// is retried with the duplication, the second starts with it (sticky), the
+// third fails that way, is retried without it and clears it.
+TEST_F(ReferenceDigest, SortingBugRetryIsStickyUntilAReferenceNeedsItOff) {
+    load(sortSensitive("b1") + sortSensitive("b2") + sortSensitive("n1"),
+         referenceXml("#b1", sha256Of(sortedByQName("b1")), {kC14nT}) +
+             referenceXml("#b2", sha256Of(sortedByQName("b2")), {kC14nT}) +
+             referenceXml("#n1", sha256Of(canonical("n1")), {kC14nT}));
+    dsig.VerifySignature(true);
+    EXPECT_TRUE(failedReferenceIndexes(dsig).empty()) << dsig.lastErrorText();
+    EXPECT_EQ(count(kRetryWith), 1);
+    EXPECT_EQ(count("This signature was produced by software having the attribute sorting bug."), 1);
+    EXPECT_EQ(count(kRetryWithout), 1);
+    EXPECT_FALSE(dsig.profileFlags().dupC14nSortBug);
+
+    // A later call on the bug's references now starts without it again.
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(1));
+    EXPECT_EQ(count(kRetryWith), 1);
+}
+
+TEST_F(ReferenceDigest, FailedRetryLeavesTheDuplicationOnForTheNextCall) {
+    load(sortSensitive("n1"),
+         referenceXml("#n1", sha256Of("other"), {kC14nT}) + referenceXml("#n1", sha256Of(canonical("n1")), {kC14nT}));
+    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
+    EXPECT_EQ(dsig.get_RefFailReason(), 1);
+    EXPECT_TRUE(dsig.profileFlags().dupC14nSortBug);
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(1));
+    EXPECT_EQ(count(kRetryWithout), 1);
+    EXPECT_FALSE(dsig.profileFlags().dupC14nSortBug);
+}
+
+// ZATCA and MyInvois turn the retry with the duplication off, but a
+// duplication already on is still retried without.
+TEST_F(ReferenceDigest, ZatcaAndMyInvoisDoNotRetryWithTheDuplication) {
+    for (const char* option : {"ZATCA", "myinvois"}) {
+        SCOPED_TRACE(option);
+        ClsXmlDSig fresh;
+        ASSERT_TRUE(
+            loadXml(fresh, documentWithReferences(sortSensitive("b1") + sortSensitive("n1"),
+                                                  referenceXml("#b1", sha256Of(sortedByQName("b1")), {kC14nT}) +
+                                                      referenceXml("#n1", sha256Of(canonical("n1")), {kC14nT}))));
+        XString o(option);
+        fresh.put_UncommonOptions(o);
+        EXPECT_FALSE(fresh.VerifyReferenceDigest(0));
+        EXPECT_EQ(fresh.get_RefFailReason(), 1);
+        EXPECT_FALSE(loggedLine(fresh, kRetryWith));
+        EXPECT_FALSE(fresh.profileFlags().dupC14nSortBug);
+    }
+    load(sortSensitive("b1") + sortSensitive("n1"), referenceXml("#b1", sha256Of(sortedByQName("b1")), {kC14nT}) +
+                                                        referenceXml("#n1", sha256Of(canonical("n1")), {kC14nT}));
+    ASSERT_TRUE(dsig.VerifyReferenceDigest(0));
+    options("ZATCA");
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(1));
+    EXPECT_TRUE(loggedLine(dsig, kRetryWithout));
+}
+
+// Only a mismatch is retried: no reference, missing external data, a
+// canonicalization failure and an unprocessable transform are not.
+TEST_F(ReferenceDigest, OnlyAMismatchIsRetried) {
+    const std::string ok = sha256Of(canonical("n1"));
+    load(sortSensitive("n1"), referenceXml("data.bin", ok) + referenceXml("#nowhere", ok) +
+                                  referenceXml("#n1", ok, {"http://www.w3.org/TR/1999/REC-xslt-19991116"}) +
+                                  referenceXml("#n1", ok, {"http://www.w3.org/TR/1999/REC-xpath-19991116"}) +
+                                  referenceXml("#n1", sha256Of("x"), {kC14nT}));
+    const struct {
+        int index, reason;
+        const char* logged;
+    } cases[] = {{9, 3, "No Reference at index"},
+                 {0, 2, "No external data defined for this reference."},
+                 {1, 5, "Failed to canonicalize XML fragment."},
+                 {2, 99, "http://www.w3.org/TR/1999/REC-xslt-19991116"},
+                 {3, 99, "No XPath found in transform."}};
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.index);
+        EXPECT_FALSE(dsig.VerifyReferenceDigest(c.index));
+        EXPECT_EQ(dsig.get_RefFailReason(), c.reason);
+        EXPECT_TRUE(loggedLine(dsig, c.logged) || loggedData(dsig, "unrecognizedTransform").size() == 1)
+            << dsig.lastErrorText();
+        EXPECT_FALSE(loggedLine(dsig, "Retry with"));
+        EXPECT_EQ(attempts(), 1);
+    }
+    EXPECT_FALSE(dsig.VerifyReferenceDigest(4));
+    EXPECT_EQ(dsig.get_RefFailReason(), 1);
+    EXPECT_EQ(count(kRetryWith), 1);
+    EXPECT_EQ(attempts(), 2);
+}
+
+// Blank and "#" URIs name the whole document (the signature enveloped out);
+// blanks around "#id" are trimmed.
+TEST_F(ReferenceDigest, UriFormsNameTheWholeDocumentOrAFragment) {
+    const std::string content = "<a Id=\"x\" k=\"v\">text</a>";
+    const std::string whole = sha256Of("<doc>" + content + "</doc>");
+    const std::string part = sha256Of(content);
+    load(content, referenceXml("", whole) + referenceXml("  ", whole) + referenceXml("#", whole) +
+                      referenceXml("#x", part) + referenceXml(" #x ", part));
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_TRUE(dsig.VerifyReferenceDigest(i)) << i << dsig.lastErrorText();
+        EXPECT_EQ(dsig.get_RefFailReason(), 0);
+        EXPECT_TRUE(loggedData(dsig, "externalUri").empty());
+    }
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(1));
+    EXPECT_TRUE(loggedLine(dsig, "URI is the entire XML document."));
+}
+
+} // namespace

@@ -1,0 +1,123 @@
+#pragma once
+
+#include "TestSupport.h"
+#include "companion/base/ClsBinData.h"
+#include "companion/crypto/ClsPublicKey.h"
+#include "companion/crypto/_tvHash.h"
+#include "verifier/ClsXmlDSig.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace test_support {
+
+inline constexpr std::string_view kDsigNs = "http://www.w3.org/2000/09/xmldsig#";
+inline constexpr std::string_view kEnveloped = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
+inline constexpr std::string_view kC14n = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
+inline constexpr std::string_view kExcC14n = "http://www.w3.org/2001/10/xml-exc-c14n#";
+inline constexpr std::string_view kSha256 = "http://www.w3.org/2001/04/xmlenc#sha256";
+inline constexpr std::string_view kRsaSha256 = "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256";
+
+inline bool loadXml(ClsXmlDSig& dsig, const std::string& xml) {
+    XString text(xml);
+    return dsig.LoadSignature(text);
+}
+
+// The values logged under a data tag by the last public call, in order.
+inline std::vector<std::string> loggedData(const ClsXmlDSig& dsig, std::string_view tag) {
+    std::vector<std::string> values;
+    for (const LogBase::Entry& e : dsig.m_log.entries())
+        if (e.kind == LogBase::Kind::Data && e.tag == tag)
+            values.push_back(e.value);
+    return values;
+}
+
+// Whether the last public call logged an error or information line that
+// contains `text`.
+inline bool loggedLine(const ClsXmlDSig& dsig, std::string_view text) {
+    for (const LogBase::Entry& e : dsig.m_log.entries())
+        if ((e.kind == LogBase::Kind::Error || e.kind == LogBase::Kind::Info) &&
+            e.value.find(text) != std::string::npos)
+            return true;
+    return false;
+}
+
+// The reference indexes the last VerifySignature counted as failed.
+inline std::vector<int> failedReferenceIndexes(const ClsXmlDSig& dsig) {
+    std::vector<int> out;
+    for (const std::string& v : loggedData(dsig, "referenceIndex"))
+        out.push_back(std::stoi(v));
+    return out;
+}
+
+inline bool usePublicKeyFile(ClsXmlDSig& dsig, const std::string& path) {
+    RefPtr<ClsPublicKey> key(ClsPublicKey::createNewCls());
+    XString p(path);
+    return key->LoadFromFile(p) && dsig.SetPublicKey(*key);
+}
+
+inline void setBytes(ClsXmlDSig& dsig, int index, const std::string& bytes, bool expectOk = true) {
+    ClsBinData bd;
+    bd.m_data.append(bytes);
+    EXPECT_EQ(dsig.SetRefDataBd(index, bd), expectOk);
+}
+
+// Replaces the first occurrence of `from` (which must occur) after `pos`.
+inline std::string replaced(std::string s, std::string_view from, std::string_view to, size_t pos = 0) {
+    const size_t at = s.find(from, pos);
+    EXPECT_NE(at, std::string::npos) << from;
+    if (at != std::string::npos)
+        s.replace(at, from.size(), to);
+    return s;
+}
+
+// SHA-256 of the bytes, base64 or lower-case hex.
+inline std::string sha256Of(const std::string& bytes, const char* encoding = "base64") {
+    DataBuffer digest;
+    _tvHash::doHash(bytes.data(), bytes.size(), 7, digest);
+    StringBuffer out;
+    digest.encodeDB(encoding, out);
+    return std::string(out.view());
+}
+
+// A Reference with a SHA-256 DigestMethod and the given transform algorithms
+// (an entry starting with '<' is a whole Transform element).
+inline std::string referenceXml(const std::string& uri, const std::string& digest,
+                                const std::vector<std::string>& transforms = {}) {
+    std::string r = "<Reference URI=\"" + uri + "\">";
+    if (!transforms.empty()) {
+        r += "<Transforms>";
+        for (const std::string& t : transforms)
+            r += t.front() == '<' ? t : "<Transform Algorithm=\"" + t + "\"></Transform>";
+        r += "</Transforms>";
+    }
+    return r + "<DigestMethod Algorithm=\"" + std::string(kSha256) + "\"></DigestMethod><DigestValue>" + digest +
+           "</DigestValue></Reference>";
+}
+
+// A document <doc>content Signature</doc> whose Signature (no Id, default
+// XML-DSig namespace, placeholder value) carries the given references.
+inline std::string documentWithReferences(const std::string& content, const std::string& references) {
+    return "<doc>" + content + "<Signature xmlns=\"" + std::string(kDsigNs) +
+           "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
+           "\"></CanonicalizationMethod><SignatureMethod Algorithm=\"" + std::string(kRsaSha256) +
+           "\"></SignatureMethod>" + references +
+           "</SignedInfo><SignatureValue>AAAA</SignatureValue></Signature></doc>";
+}
+
+// Signs template.xml in `dir` with xmlsec1 (run from `dir`, so relative
+// URIs resolve there) and returns the signed text, or "" on failure.
+inline std::string xmlsecSign(const std::filesystem::path& dir, const std::string& tmpl, const std::string& args,
+                              std::string* diagnostics = nullptr) {
+    writeFile(dir / "template.xml", tmpl);
+    const ProcessResult r = runProcess("(cd " + shellQuote(dir.string()) + " && xmlsec1 --sign " + args +
+                                       " --output signed.xml template.xml)");
+    if (diagnostics)
+        *diagnostics = r.out + r.err;
+    return r.exitCode == 0 ? readFile(dir / "signed.xml") : std::string();
+}
+
+} // namespace test_support
