@@ -5,3 +5,4 @@ class CommandLine;
 int runInfo(CommandLine& args);
 int runC14n(CommandLine& args);
 int runCerts(CommandLine& args);
+int runTimestamp(CommandLine& args);

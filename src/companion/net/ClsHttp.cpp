@@ -41,6 +41,9 @@ bool configure(CURL* curl, const std::string& url, const DataBuffer& body, curl_
     ok = ok && curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.getSize())) == CURLE_OK;
     ok = ok && curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers) == CURLE_OK;
     ok = ok && curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L) == CURLE_OK;
+    // A library call goes where its caller says; proxy variables of the
+    // environment are not read.
+    ok = ok && curl_easy_setopt(curl, CURLOPT_PROXY, "") == CURLE_OK;
     ok = ok && curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, settings.connectTimeoutSeconds) == CURLE_OK;
     ok = ok && curl_easy_setopt(curl, CURLOPT_TIMEOUT, settings.totalTimeoutSeconds) == CURLE_OK;
     ok = ok && curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L) == CURLE_OK;

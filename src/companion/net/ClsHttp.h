@@ -10,7 +10,8 @@
 class LogBase;
 
 // How a request is sent: timeouts in seconds (0: none) and optional basic
-// authentication. TLS peers are always verified.
+// authentication. TLS peers are always verified; requests go directly to
+// the host, never through a proxy named in the environment.
 struct HttpSettings {
     long connectTimeoutSeconds = 10;
     long totalTimeoutSeconds = 30;
