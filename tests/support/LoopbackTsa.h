@@ -2,6 +2,7 @@
 
 #include <atomic>
 #include <filesystem>
+#include <mutex>
 #include <string>
 #include <thread>
 #include <vector>
@@ -25,6 +26,7 @@ public:
         Answer,    // a time-stamp response
         HttpError, // HTTP 500, no body
         Silent,    // accepts connections and never answers
+        Replay,    // the first response again for every later request
     };
 
     LoopbackTsa(TsaIdentity identity, std::filesystem::path workDir, Behaviour behaviour = Behaviour::Answer);
@@ -34,6 +36,8 @@ public:
 
     std::string url() const;
     int requestsAnswered() const { return m_answered.load(); }
+    // The header block of the last request read.
+    std::string lastHeaders() const;
 
     // A loopback port that nothing listens on.
     static int closedPort();
@@ -41,7 +45,7 @@ public:
 private:
     void serve();
     void handle(int client);
-    bool readRequest(int client, std::string& body);
+    bool readRequest(int client, std::string& headers, std::string& body);
     std::string reply(const std::string& query);
 
     TsaIdentity m_identity;
@@ -53,6 +57,9 @@ private:
     std::atomic<bool> m_stop{false};
     std::atomic<int> m_answered{0};
     int m_requestCount = 0;
+    std::string m_firstAnswer;
+    mutable std::mutex m_mutex;
+    std::string m_lastHeaders;
     std::thread m_thread;
 };
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "LoopbackTsa.h"
 #include "TestSupport.h"
+#include "support/LoopbackTsa.h"
 
 #include <filesystem>
 #include <string>

@@ -1,4 +1,4 @@
-#include "TimestampTestSupport.h"
+#include "support/TimestampTestSupport.h"
 
 #include "companion/base/ClsJsonObject.h"
 #include "companion/log/LogBase.h"

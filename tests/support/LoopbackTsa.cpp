@@ -1,4 +1,4 @@
-#include "LoopbackTsa.h"
+#include "support/LoopbackTsa.h"
 
 #include "TestSupport.h"
 
@@ -97,7 +97,12 @@ void LoopbackTsa::serve() {
     }
 }
 
-bool LoopbackTsa::readRequest(int client, std::string& body) {
+std::string LoopbackTsa::lastHeaders() const {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    return m_lastHeaders;
+}
+
+bool LoopbackTsa::readRequest(int client, std::string& headers, std::string& body) {
     std::string data;
     size_t headerEnd = std::string::npos;
     char buf[4096];
@@ -113,6 +118,7 @@ bool LoopbackTsa::readRequest(int client, std::string& body) {
         data.append(buf, static_cast<size_t>(n));
         headerEnd = data.find("\r\n\r\n");
     }
+    headers = data.substr(0, headerEnd);
     body = data.substr(headerEnd + 4);
     return true;
 }
@@ -131,14 +137,21 @@ std::string LoopbackTsa::reply(const std::string& query) {
 }
 
 void LoopbackTsa::handle(int client) {
-    std::string query;
-    if (!readRequest(client, query))
+    std::string headers, query;
+    if (!readRequest(client, headers, query))
         return;
+    {
+        std::lock_guard<std::mutex> lock(m_mutex);
+        m_lastHeaders = headers;
+    }
     if (m_behaviour == Behaviour::HttpError) {
         sendAll(client, "HTTP/1.1 500 Internal Server Error\r\nContent-Length: 0\r\nConnection: close\r\n\r\n");
         return;
     }
-    const std::string answer = reply(query);
+    const std::string answer =
+        m_behaviour == Behaviour::Replay && !m_firstAnswer.empty() ? m_firstAnswer : reply(query);
+    if (m_firstAnswer.empty())
+        m_firstAnswer = answer;
     sendAll(client, "HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\nContent-Length: " +
                         std::to_string(answer.size()) + "\r\nConnection: close\r\n\r\n" + answer);
     ++m_answered;
