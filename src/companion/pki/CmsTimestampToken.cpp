@@ -84,8 +84,10 @@ bool readOptions(ClsJsonObject& options, _clsCades& cades, TsaRequest& req, LogB
     }
     if (options.stringOf("TsaUsername", text))
         req.http.login.setFromUtf8(text.view());
-    if (options.stringOf("TsaPassword", text))
+    if (options.stringOf("TsaPassword", text)) {
         req.http.password.setSecureX(XString(text.view()));
+        text.secureClear();
+    }
     return true;
 }
 
