@@ -85,7 +85,9 @@ bool readOptions(ClsJsonObject& options, _clsCades& cades, TsaRequest& req, LogB
     if (options.stringOf("TsaUsername", text))
         req.http.login.setFromUtf8(text.view());
     if (options.stringOf("TsaPassword", text)) {
-        req.http.password.setSecureX(XString(text.view()));
+        req.http.password.secureClear();
+        req.http.password.setSecureX(true);
+        req.http.password.setFromUtf8(text.view());
         text.secureClear();
     }
     return true;
