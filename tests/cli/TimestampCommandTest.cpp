@@ -75,21 +75,4 @@ TEST_F(TimestampCommand, AnUnreachableOrSilentAuthorityIsOneLineAndExitTwo) {
     EXPECT_EQ(r.err, "xmldsig: timestamp authority: The TSA answered with HTTP status 500.\n");
 }
 
-TEST_F(TimestampCommand, UsageErrors) {
-    const auto in = m_tmp.path() / "in.xml";
-    writeFile(in, s_lab->sign(kPlainTemplate));
-    const int answeredBefore = s_tsa->requestsAnswered();
-    for (const std::string& args :
-         {"timestamp " + shellQuote(in.string()),
-          "timestamp --tsa " + s_tsa->url() + " --tsa-options '[1]' " + shellQuote(in.string()),
-          "timestamp --tsa " + s_tsa->url() + " --selector 1 " + shellQuote(in.string()),
-          "timestamp --tsa " + s_tsa->url() + " " + shellQuote((m_tmp.path() / "no").string())}) {
-        const ProcessResult r = run(args);
-        EXPECT_EQ(r.exitCode, 2) << args;
-        EXPECT_TRUE(r.err.starts_with("xmldsig: ")) << r.err;
-        EXPECT_EQ(r.out, "");
-    }
-    EXPECT_EQ(s_tsa->requestsAnswered(), answeredBefore);
-}
-
 } // namespace
