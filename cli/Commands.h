@@ -6,3 +6,4 @@ int runInfo(CommandLine& args);
 int runC14n(CommandLine& args);
 int runCerts(CommandLine& args);
 int runVerify(CommandLine& args);
+int runTimestamp(CommandLine& args);

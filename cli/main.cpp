@@ -14,7 +14,9 @@ constexpr const char* kUsage = "usage: xmldsig <command> [options] FILE...\n"
                                "  c14n [--exclusive] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE\n"
                                "                       canonical form of the document or of one element\n"
                                "  certs FILE [--selector N]\n"
-                               "                       the certificates of a signature's KeyInfo, as PEM\n";
+                               "                       the certificates of a signature's KeyInfo, as PEM\n"
+                               "  timestamp --tsa URL [--tsa-options JSON] [--selector N] FILE [-o OUT]\n"
+                               "                       adds an RFC 3161 timestamp (XAdES-T) to a signature\n";
 
 } // namespace
 
@@ -33,6 +35,8 @@ int main(int argc, char** argv) {
         return runC14n(args);
     if (command == "certs")
         return runCerts(args);
+    if (command == "timestamp")
+        return runTimestamp(args);
     if (command == "--help" || command == "-h") {
         std::cout << kUsage;
         return kExitValid;

@@ -156,6 +156,12 @@ TavixX509Holder* SystemCerts::findBySubjectKeyId(const StringBuffer& ski, LogBas
     return nullptr;
 }
 
+const TavixX509* SystemCerts::certAt(int index) const {
+    if (index < 0 || index >= getNumCerts())
+        return nullptr;
+    return m_holders[static_cast<size_t>(index)]->getX509Ptr();
+}
+
 const TavixX509* SystemCerts::findByDer(const DataBuffer& der) const {
     const TavixX509Holder* found = first(m_byDer, std::string(der.view()));
     return found ? found->getX509Ptr() : nullptr;

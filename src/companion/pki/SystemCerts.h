@@ -31,6 +31,8 @@ public:
     // Adds every certificate of a vault; true when all of them are held.
     bool addCertVault(CertMgr& certMgr, LogBase& log);
     int getNumCerts() const { return static_cast<int>(m_holders.size()); }
+    // The index-th certificate in the order added, or null.
+    const TavixX509* certAt(int index) const;
     void clear();
 
     // The certificate with that serial number (hex as TavixX509 writes it;

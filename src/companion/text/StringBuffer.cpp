@@ -264,6 +264,21 @@ void StringBuffer::toLF() {
     m_str.resize(out);
 }
 
+void StringBuffer::toCRLF() {
+    toLF();
+    if (!containsChar('\n'))
+        return;
+    own();
+    std::string out;
+    out.reserve(m_str.size() + countCharOccurances('\n'));
+    for (char c : m_str) {
+        if (c == '\n')
+            out += '\r';
+        out += c;
+    }
+    m_str.swap(out);
+}
+
 void StringBuffer::takeFromDb(DataBuffer& db) {
     m_shared.reset();
     m_str = db.takeString();

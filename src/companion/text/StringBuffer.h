@@ -70,6 +70,8 @@ public:
     void toUpperCase();
     // CRLF and lone CR become LF.
     void toLF();
+    // Every line end (LF, CRLF or lone CR) becomes CRLF.
+    void toCRLF();
     // Moves the bytes of db into this buffer (db is emptied).
     void takeFromDb(DataBuffer& db);
     // Takes the content of other, leaving it empty.

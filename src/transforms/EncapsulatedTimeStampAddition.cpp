@@ -1,0 +1,146 @@
+#include "companion/base/ClsJsonObject.h"
+#include "companion/canon/XmlCanon.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/net/ClsHttp.h"
+#include "companion/pki/CmsSignedData.h"
+#include "companion/xml/ClsXml.h"
+#include "companion/xml/XmlSigLocate.h"
+#include "transforms/SignatureTimeStampFragment.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
+
+namespace {
+
+namespace tsf = timestamp_fragment;
+
+void logPositions(const XmlSigLocate& at, LogBase& log) {
+    log.LogDataLong("m_signatureValueLoc", at.m_signatureValueLoc);
+    log.LogDataLong("m_qualifyingPropertiesLoc", at.m_qualifyingPropertiesLoc);
+    log.LogDataLong("m_unsignedPropertiesLoc", at.m_unsignedPropertiesLoc);
+    log.LogDataLong("m_unsignedSignaturePropertiesLoc", at.m_unsignedSignaturePropertiesLoc);
+    log.LogDataLong("m_signedPropertiesLoc", at.m_signedPropertiesLoc);
+    log.LogDataLong("m_signedPropertiesLen", at.m_signedPropertiesLen);
+}
+
+// The selected signature's SignatureValue Id, which names the element the
+// timestamp covers; empty after a logged failure.
+bool signatureValueId(ClsXml& sig, const XmlSigLocate& at, StringBuffer& id, LogBase& log) {
+    RefPtr<ClsXml> value(sig.findChild("*:SignatureValue"));
+    if (!value) {
+        log.LogError("No SignatureValue found.");
+        return false;
+    }
+    if (!at.m_signatureValueLoc) {
+        log.LogError("No SignatureValue location found.");
+        return false;
+    }
+    if (!value->getAttrValue("Id", id)) {
+        log.LogError("No SignatureValue Id attribute found.");
+        return false;
+    }
+    return true;
+}
+
+// Finds the selected signature in the raw text: by its Id, or without one
+// by the digest of its first reference.
+bool locateSignature(ClsXmlDSig& dsig, ClsXml& sig, std::string_view xml, XmlSigLocate& at, LogBase& log) {
+    StringBuffer sigId;
+    sig.getAttrValue("Id", sigId);
+    log.LogDataSb("SignatureId", sigId);
+    _tvXmlDtd dtd;
+    if (!sigId.isEmpty()) {
+        if (at.FindXmlSigById(sigId.view(), xml, dtd, log))
+            return true;
+        log.LogInfo("Unable to find the Signature by Id.");
+        log.LogDataSb("signatureId", sigId);
+        return false;
+    }
+    RefPtr<ClsXml> reference(dsig.getReference(0, log));
+    if (!reference) {
+        log.LogError("No Reference at index 0");
+        return false;
+    }
+    DSigReference ref;
+    ref.parseReference(*reference, log);
+    if (at.FindXmlSigByRefDigest(ref.m_digestValue.view(), xml, dtd, log))
+        return true;
+    log.LogError("Unable to find the Signature.");
+    return false;
+}
+
+} // namespace
+
+void ClsXmlDSig::SetHttpObj(ClsHttp& http) {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "SetHttpObj");
+    m_log.clearLastJsonData();
+    setTsaHttpObj(http, m_log);
+}
+
+bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, ClsStringBuilder& out) {
+    CritSecExitor lock(m_critSec);
+    LogContextExitor ctx(*this, "AddEncapsulatedTimeStamp");
+    m_log.clearLastJsonData();
+    out.m_str.clear();
+    m_log.LogDataLong("numSignatures", m_signatures.getSize());
+    m_log.LogDataLong("selector", m_selector);
+    if (hasEncapsulatedTimeStamp(m_log)) {
+        m_log.LogError("Already has an EncapsulatedTimeStamp.");
+        return false;
+    }
+    XString result;
+    const bool ok = addEncapsulatedTimeStamp(tsaOptions, result, m_log);
+    out.m_str.setString(result.view());
+    return ok;
+}
+
+bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log) {
+    LogContextExitor ctx(log, "addEncapsulatedTimeStamp");
+    out.clear();
+    ClsXml* sig = selectedSignature();
+    if (!sig) {
+        log.LogError("No signature at the selector.");
+        return false;
+    }
+    XmlSigLocate at;
+    if (!locateSignature(*this, *sig, m_sigXml.view(), at, log))
+        return false;
+    logPositions(at, log);
+    StringBuffer valueId;
+    if (!signatureValueId(*sig, at, valueId, log))
+        return false;
+
+    StringBuffer prefix, sigId, objectId, stampId;
+    sig->getTagNamespace(prefix);
+    sig->getAttrValue("Id", sigId);
+    const tsf::Placement placement = tsf::place(at, m_sigXml.view());
+    if (placement.wrapping == tsf::Wrapping::Object)
+        appendXmlAttrId(objectId, log);
+    appendXmlAttrId(stampId, log);
+    std::string fragment = tsf::build(placement.wrapping, {prefix.view(), sig->hasAttribute("xmlns:xades"),
+                                                           sigId.view(), objectId.view(), stampId.view()});
+
+    // The token covers the SignatureValue element as the block's
+    // CanonicalizationMethod (exclusive) renders it.
+    XmlCanon canon;
+    canon.setMode(XmlCanon::Mode::Exclusive);
+    StringBuffer canonical;
+    canon.xmlCanonicalize(m_sigXml, valueId.getString(), 0, canonical, log);
+    canonical.toLF();
+    DataBuffer data, token;
+    data.append(canonical.view());
+    // A failed request leaves the token empty; the fragment is written all
+    // the same, and the request's own lines say what went wrong.
+    CmsSignedData::getTimestampToken(tsaOptions, data, *this, token, log);
+    StringBuffer tokenBase64;
+    token.encodeDB("base64", tokenBase64);
+    if (const size_t p = fragment.find(tsf::kTokenPlaceholder); p != std::string::npos)
+        fragment.replace(p, tsf::kTokenPlaceholder.size(), tokenBase64.view());
+
+    StringBuffer& text = out.getUtf8Sb_rw();
+    text.setString(m_sigXml.view());
+    if (placement.offset)
+        text.insertAt(placement.offset, fragment);
+    logSuccessFailure(true);
+    return true;
+}

@@ -1,0 +1,78 @@
+#include "support/TimestampTestSupport.h"
+
+#include "companion/log/LogBase.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using namespace test_support;
+using namespace timestamp_test;
+
+class TimestampCommand : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_lab = std::make_unique<TimestampLab>();
+        s_tsa = std::make_unique<LoopbackTsa>(s_lab->identity("tsa"), s_lab->dir());
+    }
+    static void TearDownTestSuite() {
+        s_tsa.reset();
+        s_lab.reset();
+    }
+    ProcessResult run(const std::string& args) { return runProcess(shellQuote(toolPath().string()) + " " + args); }
+
+    static std::unique_ptr<TimestampLab> s_lab;
+    static std::unique_ptr<LoopbackTsa> s_tsa;
+    TempDir m_tmp;
+};
+
+std::unique_ptr<TimestampLab> TimestampCommand::s_lab;
+std::unique_ptr<LoopbackTsa> TimestampCommand::s_tsa;
+
+TEST_F(TimestampCommand, WritesTheTimestampedDocument) {
+    const auto in = m_tmp.path() / "in.xml";
+    const auto out = m_tmp.path() / "out.xml";
+    writeFile(in, s_lab->sign(kXadesBesTemplate));
+    ProcessResult r =
+        run("timestamp --tsa " + s_tsa->url() + " " + shellQuote(in.string()) + " -o " + shellQuote(out.string()));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_EQ(r.out, "");
+    const std::string stamped = readFile(out);
+    EXPECT_NE(tokenOf(stamped), "");
+    LogBase log;
+    EXPECT_TRUE(verifyTimeStamp(stamped, log, R"({"ValidateTsaChain": true})", s_lab->cert("ca"))) << log.renderText();
+
+    // Without -o the document goes to stdout; a second stamp is refused.
+    r = run("timestamp --tsa " + s_tsa->url() + " --tsa-options '{\"HashAlgorithm\":\"sha512\"}' --selector 0 " +
+            shellQuote(in.string()));
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+    EXPECT_NE(r.out.find("<xades:EncapsulatedTimeStamp"), std::string::npos);
+    r = run("timestamp --tsa " + s_tsa->url() + " " + shellQuote(out.string()));
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_EQ(r.err, "xmldsig: " + out.string() + ": Already has an EncapsulatedTimeStamp.\n");
+}
+
+TEST_F(TimestampCommand, AnUnreachableOrSilentAuthorityIsOneLineAndExitTwo) {
+    const auto in = m_tmp.path() / "in.xml";
+    writeFile(in, s_lab->sign(kPlainTemplate));
+    const std::string closed = "http://127.0.0.1:" + std::to_string(LoopbackTsa::closedPort()) + "/";
+    ProcessResult r = run("timestamp --tsa " + closed + " " + shellQuote(in.string()));
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_EQ(r.out, "");
+    EXPECT_TRUE(r.err.starts_with("xmldsig: timestamp authority: HTTP POST to " + closed + " failed: ")) << r.err;
+    EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1);
+
+    LoopbackTsa silent(s_lab->identity("tsa"), s_lab->dir(), LoopbackTsa::Behaviour::Silent);
+    r = run("timestamp --tsa " + silent.url() + " --tsa-options '{\"TimeoutSeconds\":2}' " + shellQuote(in.string()));
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_NE(r.err.find("timed out"), std::string::npos) << r.err;
+
+    LoopbackTsa failing(s_lab->identity("tsa"), s_lab->dir(), LoopbackTsa::Behaviour::HttpError);
+    r = run("timestamp --tsa " + failing.url() + " " + shellQuote(in.string()));
+    EXPECT_EQ(r.exitCode, 2);
+    EXPECT_EQ(r.err, "xmldsig: timestamp authority: The TSA answered with HTTP status 500.\n");
+}
+
+} // namespace

@@ -1,0 +1,201 @@
+#include "support/TimestampTestSupport.h"
+
+#include "companion/base/ClsJsonObject.h"
+#include "companion/log/LogBase.h"
+#include "verifier/ClsXmlDSig.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <regex>
+#include <set>
+
+namespace {
+
+using namespace timestamp_test;
+
+const std::string kId = R"(\d{4}-\d{4}-\d{4}-\d{4})";
+const std::string kStamp = "<xades:SignatureTimeStamp Id=\"signature-timestamp-" + kId +
+                           "\"><ds:CanonicalizationMethod Algorithm=\"http://www\\.w3\\.org/2001/10/xml-exc-c14n#\"/>"
+                           "<xades:EncapsulatedTimeStamp Encoding=\"http://uri\\.etsi\\.org/01903/v1\\.2\\.2#DER\">"
+                           "[A-Za-z0-9+/=]*</xades:EncapsulatedTimeStamp></xades:SignatureTimeStamp>";
+const std::string kUsp = "<xades:UnsignedSignatureProperties>" + kStamp + "</xades:UnsignedSignatureProperties>";
+const std::string kUp = "<xades:UnsignedProperties>" + kUsp + "</xades:UnsignedProperties>";
+const std::string kXadesNs = " xmlns:xades=\"http://uri\\.etsi\\.org/01903/v1\\.3\\.2#\"";
+
+bool hasError(const LogBase& log, const std::string& message, bool prefixOnly = false) {
+    for (const LogBase::Entry& e : log.entries())
+        if (e.kind == LogBase::Kind::Error && (prefixOnly ? e.value.starts_with(message) : e.value == message))
+            return true;
+    return false;
+}
+
+// The output is the input with one block inserted right after `marker`;
+// the block matches the pattern.
+void expectInsertedAfter(const std::string& before, const std::string& after, const std::string& marker,
+                         const std::string& blockPattern) {
+    const size_t markerAt = before.find(marker);
+    ASSERT_NE(markerAt, std::string::npos) << marker;
+    const size_t at = markerAt + marker.size();
+    ASSERT_GT(after.size(), before.size());
+    const size_t blockLen = after.size() - before.size();
+    EXPECT_EQ(after.substr(0, at), before.substr(0, at));
+    EXPECT_EQ(after.substr(at + blockLen), before.substr(at));
+    const std::string block = after.substr(at, blockLen);
+    EXPECT_TRUE(std::regex_match(block, std::regex(blockPattern))) << block;
+}
+
+class TimeStampAddition : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        s_lab = std::make_unique<TimestampLab>();
+        s_tsa = std::make_unique<LoopbackTsa>(s_lab->identity("tsa"), s_lab->dir());
+    }
+    static void TearDownTestSuite() {
+        s_tsa.reset();
+        s_lab.reset();
+    }
+    static std::string unreachableUrl() { return "http://127.0.0.1:" + std::to_string(LoopbackTsa::closedPort()); }
+
+    // Signs the template, timestamps it through the loopback TSA and checks
+    // what must hold whatever the case: the signature still verifies with
+    // xmlsec1 and the timestamp with the verifier.
+    std::string signAndStamp(const char* xmlTemplate, std::string& signedXml) {
+        signedXml = s_lab->sign(xmlTemplate);
+        LogBase log;
+        const std::string out = addTimeStamp(signedXml, s_tsa->url(), log);
+        EXPECT_FALSE(out.empty());
+        EXPECT_TRUE(s_lab->xmlsecVerifies(out));
+        LogBase verifyLog;
+        EXPECT_TRUE(verifyTimeStamp(out, verifyLog, R"({"ValidateTsaChain": true})", s_lab->cert("ca")))
+            << verifyLog.renderText();
+        return out;
+    }
+
+    static std::unique_ptr<TimestampLab> s_lab;
+    static std::unique_ptr<LoopbackTsa> s_tsa;
+};
+
+std::unique_ptr<TimestampLab> TimeStampAddition::s_lab;
+std::unique_ptr<LoopbackTsa> TimeStampAddition::s_tsa;
+
+TEST_F(TimeStampAddition, SignedPropertiesOnlyGetUnsignedPropertiesRightBehindThem) {
+    std::string before;
+    const std::string after = signAndStamp(kXadesBesTemplate, before);
+    expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
+    EXPECT_NE(tokenOf(after), "");
+}
+
+TEST_F(TimeStampAddition, ExistingUnsignedSignaturePropertiesTakeTheStampAsFirstChild) {
+    std::string before;
+    const std::string after = signAndStamp(kXadesUnsignedTemplate, before);
+    expectInsertedAfter(before, after, "<xades:UnsignedSignatureProperties>", kStamp);
+}
+
+TEST_F(TimeStampAddition, PlainSignatureGetsAWholeObjectWithTheSignaturePrefix) {
+    std::string before;
+    const std::string after = signAndStamp(kPlainTemplate, before);
+    // No Signature Id: no Target; the signature's last child is KeyInfo.
+    expectInsertedAfter(before, after, "</ds:KeyInfo>",
+                        "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties" + kXadesNs + ">" +
+                            kUp + "</xades:QualifyingProperties></ds:Object>");
+}
+
+TEST_F(TimeStampAddition, SignatureDeclaringXadesIsNotDeclaredAgain) {
+    std::string before;
+    const std::string after = signAndStamp(kXadesNsOnSignatureTemplate, before);
+    expectInsertedAfter(before, after, "</ds:SignatureValue>",
+                        "<ds:Object Id=\"signature-object-" + kId +
+                            "\"><xades:QualifyingProperties Target=\"#sig-4\">" + kUp +
+                            "</xades:QualifyingProperties></ds:Object>");
+}
+
+// The cases that signed templates do not reach; no signature check is
+// needed to see where the block goes, and the TSA is not reachable.
+TEST_F(TimeStampAddition, InsertsIntoTheInnermostExistingXadesElement) {
+    const std::string head = "<r><ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><ds:SignedInfo>"
+                             "<ds:Reference URI=\"#o1\"><ds:DigestValue>QUJD</ds:DigestValue></ds:Reference>"
+                             "</ds:SignedInfo><ds:SignatureValue Id=\"v\">AA==</ds:SignatureValue>";
+    const std::string qp = "<xades:QualifyingProperties xmlns:xades=\"http://uri.etsi.org/01903/v1.3.2#\">";
+    struct Case {
+        std::string body, marker, pattern;
+    } cases[] = {
+        {"<ds:Object>" + qp +
+             "<xades:UnsignedProperties></xades:UnsignedProperties></xades:QualifyingProperties>"
+             "</ds:Object>",
+         "<xades:UnsignedProperties>", kUsp},
+        {"<ds:Object>" + qp + "</xades:QualifyingProperties></ds:Object>", qp, kUp},
+        // The Object that a Reference names is signed and left alone.
+        {"<ds:Object Id=\"o1\">x</ds:Object><ds:Object Id=\"o2\"></ds:Object>", "<ds:Object Id=\"o2\">",
+         "<xades:QualifyingProperties" + kXadesNs + " Target=\"#s\">" + kUp + "</xades:QualifyingProperties>"},
+        {"<ds:Object Id=\"o1\">x</ds:Object>", "<ds:Object Id=\"o1\">x</ds:Object>",
+         "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties" + kXadesNs + " Target=\"#s\">" +
+             kUp + "</xades:QualifyingProperties></ds:Object>"},
+    };
+    for (const Case& c : cases) {
+        const std::string before = head + c.body + "</ds:Signature></r>";
+        LogBase log;
+        expectInsertedAfter(before, addTimeStamp(before, unreachableUrl(), log), c.marker, c.pattern);
+    }
+}
+
+TEST_F(TimeStampAddition, AFailedRequestStillYieldsTheDocumentWithAnEmptyToken) {
+    const std::string before = s_lab->sign(kXadesBesTemplate);
+    LogBase log;
+    const std::string after = addTimeStamp(before, unreachableUrl(), log);
+    expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
+    EXPECT_EQ(tokenOf(after), "");
+    EXPECT_TRUE(hasError(log, "HTTP POST to http://127.0.0.1:", true)) << log.renderText();
+
+    LogBase verifyLog;
+    EXPECT_FALSE(verifyTimeStamp(after, verifyLog));
+    EXPECT_TRUE(hasError(verifyLog, "Failed to parse ASN.1 of encapsulated timestamp."));
+}
+
+TEST_F(TimeStampAddition, ASignatureIsTimestampedOnlyOnce) {
+    LogBase log;
+    const std::string once = addTimeStamp(s_lab->sign(kXadesBesTemplate), s_tsa->url(), log);
+    ASSERT_FALSE(once.empty());
+    EXPECT_EQ(addTimeStamp(once, s_tsa->url(), log), "");
+    EXPECT_TRUE(hasError(log, "Already has an EncapsulatedTimeStamp."));
+}
+
+TEST_F(TimeStampAddition, RefusesWhatItCannotPlace) {
+    const std::string sig = "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><ds:SignedInfo/>";
+    struct Case {
+        std::string xml, error;
+    } cases[] = {
+        {"<r/>", "No signature at the selector."},
+        {sig + "<ds:SignatureValue>AA==</ds:SignatureValue></ds:Signature>", "No SignatureValue Id attribute found."},
+        {sig + "</ds:Signature>", "No SignatureValue found."},
+        {"<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ds:SignedInfo/>"
+         "<ds:SignatureValue Id=\"v\">AA==</ds:SignatureValue></ds:Signature>",
+         "No Reference at index 0"},
+    };
+    for (const Case& c : cases) {
+        LogBase log;
+        EXPECT_EQ(addTimeStamp(c.xml, unreachableUrl(), log), "") << c.xml;
+        EXPECT_TRUE(hasError(log, c.error)) << c.xml << "\n" << log.renderText();
+    }
+}
+
+TEST(XmlAttrId, FourGroupsInRangeThatDoNotRepeat) {
+    const std::regex shape(kId);
+    std::set<std::string> seen;
+    LogBase log;
+    for (int i = 0; i < 2000; ++i) {
+        StringBuffer id("x");
+        ClsXmlDSig::appendXmlAttrId(id, log);
+        const std::string text(id.view().substr(1));
+        ASSERT_TRUE(std::regex_match(text, shape)) << text;
+        for (size_t g = 0; g < 4; ++g) {
+            const int group = std::stoi(text.substr(g * 5, 4));
+            EXPECT_GE(group, 1000);
+            EXPECT_LE(group, 9998);
+        }
+        seen.insert(text);
+    }
+    EXPECT_EQ(seen.size(), 2000u);
+}
+
+} // namespace
