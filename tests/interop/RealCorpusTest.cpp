@@ -31,12 +31,6 @@ const std::map<std::string, std::string> kKnownDifferent = {
                  "\"MGF1\" select PSS"},
     {"xades-12", "XPath transforms of an external reference are not applied to its data by design"},
 };
-// Timestamp verification arrives from another branch: expected to pass once
-// merged, either outcome is accepted until then.
-const std::map<std::string, std::string> kPendingMerge = {
-    {"xades-02-ts", "encapsulated timestamp verification is not merged yet"},
-};
-
 struct Row {
     std::string id, family, file, expected, keyMaterial, options;
 };
@@ -105,8 +99,6 @@ TEST(RealCorpus, EveryRowGivesTheManifestVerdict) {
         const bool ok = row.expected == "unknown" || (row.expected == "valid" && r.exitCode == 0) ||
                         (row.expected == "invalid" && r.exitCode == 1);
         matched += ok;
-        if (kPendingMerge.count(row.id))
-            continue;
         const bool listed = kKnownDifferent.count(row.id) > 0;
         EXPECT_NE(ok, listed) << (listed ? "listed as different, now matches" : "verdict differs from the manifest");
         if (!ok)
