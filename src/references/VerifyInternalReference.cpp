@@ -113,7 +113,8 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
         log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
         m_sigXml.getDelimited("<doda>", "</doda>", true, xml);
     } else {
-        xml.setString(m_sigXml.view());
+        // Shared, not copied: only a transform that edits the text copies it.
+        xml.shareFrom(m_sigXml);
     }
     preprocessXmlToTransform(uri, ref, xml, log);
 

@@ -181,8 +181,27 @@ void StringBuffer::shorten(unsigned n) {
     m_str.resize(n >= m_str.size() ? 0 : m_str.size() - n);
 }
 
+void StringBuffer::shareFrom(StringBuffer& other) {
+    if (&other == this)
+        return;
+    m_shared = other.share();
+    m_str.clear();
+}
+
 void StringBuffer::removeChunk(unsigned start, unsigned len) {
-    own();
+    if (m_shared) {
+        // One copy of what stays, rather than a copy of everything and a move.
+        const std::string_view v = *m_shared;
+        if (start < v.size()) {
+            const std::string_view tail = v.substr(start).substr(std::min<size_t>(len, v.size() - start));
+            std::string kept;
+            kept.reserve(start + tail.size());
+            kept.append(v.substr(0, start)).append(tail);
+            m_str = std::move(kept);
+            m_shared.reset();
+        }
+        return;
+    }
     if (start < m_str.size())
         m_str.erase(start, len);
 }

@@ -88,6 +88,9 @@ public:
 
     // Direct access for code that builds large texts; invalidates sharing.
     std::string& raw();
+    // Takes other's bytes without copying them; a later write to either
+    // buffer copies first.
+    void shareFrom(StringBuffer& other);
     // Hands out the current bytes for read-only sharing. Later writes to
     // this buffer copy first, so the shared text never changes.
     std::shared_ptr<const std::string> share();
