@@ -130,13 +130,14 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
             takeMyInvoisSignedProperties(m_sigXml, xml);
         } else {
             StringBuffer algorithm;
+            CanonShortcut shortcut;
             if (uri.isEmpty()) {
                 algorithm.append(kEnvelopedAlgorithm);
-                StringBuffer unusedA, unusedB;
-                transformEnvelopedSignature(xml, unusedA, unusedB, ref, log);
+                envelope(xml, ref, true, shortcut, log);
             }
             algorithm.append(m_isZatca ? kExclusiveC14n : kInclusiveC14n);
-            if (!transformCanonicalize(nullptr, xml, algorithm, uri, log, sink)) {
+            shortcut.sink = sink;
+            if (!transformCanonicalize(nullptr, xml, algorithm, uri, log, shortcut)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
             }
@@ -191,6 +192,18 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     if (log.verbose())
         log.LogDataLong("numTransforms", chain.count);
 
+    auto isCanonicalization = [](const StringBuffer& algorithm) {
+        return algorithm.containsSubstring("xml-c14n") || algorithm.containsSubstring("xml-exc-c14n");
+    };
+    auto nextIsCanonicalization = [&](int i) {
+        RefPtr<ClsXml> next(transforms->getChild(i + 1));
+        StringBuffer algorithm;
+        return next && next->getAttrValue("Algorithm", algorithm) && isCanonicalization(algorithm) &&
+               !algorithm.containsSubstring("REC-xpath") && !algorithm.containsSubstring("2002/06/xmldsig-filter2") &&
+               !algorithm.containsSubstring("enveloped-signature");
+    };
+
+    CanonShortcut pending;
     StringBuffer algorithm;
     for (int i = 0; i < chain.count; ++i) {
         RefPtr<ClsXml> transform(transforms->getChild(i));
@@ -208,14 +221,16 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
                 return false;
         } else if (algorithm.containsSubstring("enveloped-signature")) {
             chain.envelopedSeen = true;
-            StringBuffer unusedA, unusedB;
-            transformEnvelopedSignature(xml, unusedA, unusedB, ref, log);
-        } else if (algorithm.containsSubstring("xml-c14n") || algorithm.containsSubstring("xml-exc-c14n")) {
+            envelope(xml, ref, nextIsCanonicalization(i), pending, log);
+        } else if (isCanonicalization(algorithm)) {
             chain.canonicalizationSeen = true;
             // Streamed only when nothing follows, not even the implicit
             // enveloped-signature transform.
             const bool last = i == chain.count - 1 && (chain.envelopedSeen || !uri.isEmpty());
-            if (!transformCanonicalize(transform.get(), xml, algorithm, uri, log, last ? sink : nullptr)) {
+            CanonShortcut shortcut = pending;
+            pending = CanonShortcut{};
+            shortcut.sink = last ? sink : nullptr;
+            if (!transformCanonicalize(transform.get(), xml, algorithm, uri, log, shortcut)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
             }
@@ -229,18 +244,34 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
 
     // A whole-document reference is always enveloped, even after the chain
     // already canonicalized.
-    if (!chain.envelopedSeen && uri.isEmpty()) {
-        StringBuffer unusedA, unusedB;
-        transformEnvelopedSignature(xml, unusedA, unusedB, ref, log);
-    }
+    if (!chain.envelopedSeen && uri.isEmpty())
+        envelope(xml, ref, !chain.canonicalizationSeen, pending, log);
     if (!chain.canonicalizationSeen) {
         StringBuffer inclusive(kInclusiveC14n);
-        if (!transformCanonicalize(nullptr, xml, inclusive, uri, log, sink)) {
+        pending.sink = sink;
+        if (!transformCanonicalize(nullptr, xml, inclusive, uri, log, pending)) {
             m_refFailReason = kCanonicalizationFailed;
             return false;
         }
     }
     return true;
+}
+
+void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
+                          LogBase& log) {
+    LogContextExitor ctx(log, "transformEnvelopedSignature");
+    EnvelopedRange range;
+    if (!envelopedSignatureRange(xml, ref, range, log))
+        return;
+    // Left to the canonicalizer only when its offsets are the document's and
+    // the cut is exactly one element.
+    const bool untouched = xml.view().data() == m_sigXml.view().data() && xml.getSize() == m_sigXml.getSize();
+    if (canonicalizationFollows && untouched && !m_isCmaStp && range.length == range.signatureLength) {
+        pending.excludedStart = range.start;
+        pending.excludedLength = range.length;
+        return;
+    }
+    xml.removeChunk(range.start, range.length);
 }
 
 bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,

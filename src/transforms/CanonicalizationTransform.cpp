@@ -30,7 +30,7 @@ void keepOnlyStpDocument(StringBuffer& xml) {
 } // namespace
 
 bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm,
-                                            StringBuffer& uri, LogBase& log, CanonSink* sink) {
+                                            StringBuffer& uri, LogBase& log, const CanonShortcut& shortcut) {
     LogContextExitor ctx(log, "transformCanonicalize");
     StringBuffer prefixList;
     if (transform && algorithm.containsSubstring(kExclusiveMarker)) {
@@ -43,7 +43,8 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     }
 
     XmlCanon canon;
-    canon.setOutputSink(sink);
+    canon.setOutputSink(shortcut.sink);
+    canon.setExcludedRange(shortcut.excludedStart, shortcut.excludedLength);
     canon.setWithComments(algorithm.containsSubstringNoCase("WithComments"));
     if (algorithm.containsSubstring(kExclusiveMarker)) {
         canon.setMode(XmlCanon::Mode::Exclusive);

@@ -12,11 +12,19 @@ constexpr std::string_view kZatcaSignatureId = "signature";
 bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
                                              LogBase& log) {
     LogContextExitor ctx(log, "transformEnvelopedSignature");
+    EnvelopedRange range;
+    if (envelopedSignatureRange(xml, ref, range, log))
+        xml.removeChunk(range.start, range.length);
+    return true;
+}
+
+bool ClsXmlDSig::envelopedSignatureRange(const StringBuffer& xml, DSigReference& ref, EnvelopedRange& range,
+                                         LogBase& log) {
     StringBuffer sigId;
     if (ClsXml* sig = selectedSignature())
         sig->getAttrValue("Id", sigId);
     if (m_isZatca && sigId.equals(kZatcaSignatureId))
-        return true;
+        return false;
 
     XmlSigLocate locate;
     _tvXmlDtd dtd;
@@ -26,15 +34,18 @@ bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, S
         if (!locate.FindXmlSigById(sigId.view(), xml.view(), dtd, log)) {
             log.LogInfo("Unable to find the Signature by Id. (This is not an error)");
             log.LogDataSb("signatureId", sigId);
-            return true;
+            return false;
         }
     } else {
         if (log.verbose())
             log.LogDataSb("removeSignatureHavingDigest", ref.m_digestValue);
         if (!locate.FindXmlSigByRefDigest(ref.m_digestValue.view(), xml.view(), dtd, log)) {
             log.LogError("Unable to find Signature by digest value for enveloped-signature..");
-            return true;
+            return false;
         }
     }
-    return removeSignatureAndFollowingSigs(xml, locate.m_signatureLoc, locate.m_signatureLen, log);
+    range.start = locate.m_signatureLoc;
+    range.signatureLength = locate.m_signatureLen;
+    range.length = signatureAndFollowingLength(xml.view(), locate.m_signatureLoc, locate.m_signatureLen);
+    return true;
 }

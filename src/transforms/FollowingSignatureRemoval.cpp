@@ -39,8 +39,7 @@ size_t endOfFollowingSignature(std::string_view text, size_t p) {
 
 } // namespace
 
-bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase&) {
-    const std::string_view text = xml.view();
+unsigned ClsXmlDSig::signatureAndFollowingLength(std::string_view text, unsigned start, unsigned length) {
     size_t p = static_cast<size_t>(start) + length;
     size_t total = length;
     for (int i = 0; i < kMaxFollowingSignatures && p < text.size() && text[p] == '<'; ++i) {
@@ -50,6 +49,10 @@ bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned sta
         total += next - p;
         p = next;
     }
-    xml.removeChunk(start, static_cast<unsigned>(total));
+    return static_cast<unsigned>(total);
+}
+
+bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase&) {
+    xml.removeChunk(start, signatureAndFollowingLength(xml.view(), start, length));
     return true;
 }

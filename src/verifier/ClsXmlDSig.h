@@ -97,6 +97,15 @@ public:
     // signatures written directly behind it) out of the text.
     bool transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref, LogBase& log);
     bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase& log);
+    // Where the enveloped-signature transform cuts: the signature and those
+    // written directly behind it. False when nothing is to be cut.
+    struct EnvelopedRange {
+        unsigned start = 0;
+        unsigned length = 0;
+        unsigned signatureLength = 0;
+    };
+    bool envelopedSignatureRange(const StringBuffer& xml, DSigReference& ref, EnvelopedRange& range, LogBase& log);
+    static unsigned signatureAndFollowingLength(std::string_view text, unsigned start, unsigned length);
 
     // Reference digests: one reference with the sorting-bug retry, one
     // attempt, and the same-document digest.
@@ -194,6 +203,10 @@ private:
     bool canStreamDigest(const DSigReference& ref) const;
     bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
                          CanonSink* sink, LogBase& log);
+    // The enveloped-signature transform, or when a canonicalization of the
+    // untouched document follows, the cut left to it through `pending`.
+    void envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
+                  LogBase& log);
     // The ZATCA retry, a hex-written stored digest and AllowXmlDigestError.
     bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
                                  StringBuffer& calculated, LogBase& log);

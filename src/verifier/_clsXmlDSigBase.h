@@ -12,6 +12,15 @@ class ClsXml;
 class DSigReference;
 class LogBase;
 
+// Shortcuts for a canonicalization that ends a reference's processing: the
+// output goes to a sink (and the text is emptied) instead of replacing the
+// text, and an element still to be cut is left out instead.
+struct CanonShortcut {
+    CanonSink* sink = nullptr;
+    unsigned excludedStart = 0;
+    unsigned excludedLength = 0;
+};
+
 // The document-profile flags and the transform state shared by the
 // verifier's operations.
 class _clsXmlDSigBase : public ClsBase, public _clsCades {
@@ -32,9 +41,8 @@ public:
     // Transforms of a reference, applied to its text in place.
     bool transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& xPath,
                         LogBase& log);
-    // With a sink, the canonical text goes to the sink and `xml` is emptied.
     bool transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& uri,
-                               LogBase& log, CanonSink* sink = nullptr);
+                               LogBase& log, const CanonShortcut& shortcut = CanonShortcut{});
 
 protected:
     // Profile flags: which signer family's deviations to accommodate.

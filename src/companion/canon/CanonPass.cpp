@@ -43,6 +43,8 @@ bool CanonPass::run(LogBase& log) {
         m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
     }
     while (m_phase != Phase::Done && m_scanner.next()) {
+        if (isExcluded(m_scanner.token()))
+            continue;
         onToken(m_scanner.token());
         if (m_sink && m_out.size() >= kSinkChunkBytes)
             flushToSink();
@@ -68,6 +70,23 @@ bool CanonPass::run(LogBase& log) {
         break;
     }
     return false;
+}
+
+// Skipping an element's tokens renders what cutting its text out would:
+// the text around it joins, and nothing inside it is in scope outside.
+bool CanonPass::isExcluded(const XmlToken& t) const {
+    if (m_options.excludedEnd == 0)
+        return false;
+    if (m_scanner.inEntity()) {
+        const uint32_t at = m_scanner.entityReference().offset;
+        return at >= m_options.excludedBegin && at < m_options.excludedEnd;
+    }
+    // The end of an empty-element tag is a token of no width where the tag
+    // ends: the one just before the excluded element stays, the excluded
+    // element's own (when it is empty) goes.
+    if (t.end == t.begin)
+        return t.begin > m_options.excludedBegin && t.begin <= m_options.excludedEnd;
+    return t.begin >= m_options.excludedBegin && t.begin < m_options.excludedEnd;
 }
 
 void CanonPass::flushToSink() {

@@ -22,6 +22,9 @@ struct CanonOptions {
     bool sortBugEmulation = false;
     bool inheritAncestorContext = true;
     std::span<const std::string_view> inclusivePrefixes; // exclusive mode; "" is the default namespace
+    // Bytes of the document read as if they were not there (one element).
+    uint32_t excludedBegin = 0;
+    uint32_t excludedEnd = 0;
 };
 
 // One canonicalization: reads the document's tokens once, keeps the
@@ -59,6 +62,7 @@ private:
     };
 
     void flushToSink();
+    bool isExcluded(const XmlToken& t) const;
     void onToken(const XmlToken& t);
     void onStartTag(const XmlToken& t);
     void onEndTag(const XmlToken& t);

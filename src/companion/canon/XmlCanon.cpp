@@ -28,6 +28,10 @@ CanonOptions XmlCanon::passOptions(std::vector<std::string_view>& prefixes) cons
     options.sortBugEmulation = m_sortBugEmulation;
     options.inheritAncestorContext = m_inheritAncestorContext;
     options.inclusivePrefixes = prefixes;
+    if (m_excludedLength > 0) {
+        options.excludedBegin = m_excludedStart;
+        options.excludedEnd = m_excludedStart + m_excludedLength;
+    }
     return options;
 }
 

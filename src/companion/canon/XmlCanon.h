@@ -62,6 +62,13 @@ public:
     CanonSink* outputSink() const { return m_sink; }
     void setOutputSink(CanonSink* sink) { m_sink = sink; }
 
+    // The element whose text runs from `start` for `length` bytes is left
+    // out, as if it had been cut from the text (length 0: nothing is).
+    void setExcludedRange(unsigned start, unsigned length) {
+        m_excludedStart = start;
+        m_excludedLength = length;
+    }
+
     // Canonicalizes `in` and appends the result to `out`. What is emitted:
     // with fragmentUri null or empty, the whole document, or when startOffset
     // is not 0 the element whose start tag begins at that byte offset;
@@ -86,4 +93,6 @@ private:
     unsigned m_fragmentCounter = 0;
     ExtPtrArraySb m_inclusivePrefixes;
     CanonSink* m_sink = nullptr;
+    unsigned m_excludedStart = 0;
+    unsigned m_excludedLength = 0;
 };
