@@ -1,4 +1,5 @@
 #include "TestSupport.h"
+#include "companion/xml/XmlTestSupport.h"
 
 #include "companion/canon/XmlCanon.h"
 #include "companion/log/LogBase.h"
@@ -38,11 +39,6 @@ std::string canonical(std::string_view xml, const char* uri = nullptr, unsigned 
     return r.out;
 }
 
-size_t errorLines(const LogBase& log) {
-    return static_cast<size_t>(std::count_if(log.entries().begin(), log.entries().end(),
-                                             [](const LogBase::Entry& e) { return e.kind == LogBase::Kind::Error; }));
-}
-
 // --- Which element a URI or an offset names ---------------------------------
 
 constexpr std::string_view kIdDocument = R"(<r xmlns="urn:r" xmlns:wsu="urn:wsu">
@@ -73,7 +69,7 @@ TEST(XmlCanonSelection, MissingTargetsFailWithOneErrorAndLeaveOutputAlone) {
         LogBase log;
         EXPECT_FALSE(canon.xmlCanonicalize(in, uri, 0, out, log)) << uri;
         EXPECT_EQ(out.view(), "kept") << uri;
-        EXPECT_EQ(errorLines(log), 1u) << uri;
+        EXPECT_EQ(xml_test::errorCount(log), 1) << uri;
     }
 }
 
@@ -278,7 +274,7 @@ TEST(XmlCanonMalformed, FailsWithTheScannersMessageAsItsOnlyErrorLine) {
             LogBase log;
             EXPECT_FALSE(canon.xmlCanonicalize(in, uri, 0, out, log)) << xml;
             EXPECT_EQ(out.view(), "kept") << xml;
-            EXPECT_EQ(errorLines(log), 1u) << xml;
+            EXPECT_EQ(xml_test::errorCount(log), 1) << xml;
             EXPECT_EQ(log.firstError(), scannerMessage(xml)) << xml;
         }
     }

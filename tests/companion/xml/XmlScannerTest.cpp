@@ -9,6 +9,8 @@
 
 namespace {
 
+using xml_test::firstError;
+
 struct Scanned {
     XmlTokenKind kind;
     std::string raw; // the token's bytes
@@ -25,14 +27,6 @@ std::vector<Scanned> scanAll(const std::string& text, std::string* error = nullp
     if (error)
         *error = scanner.failed() ? scanner.errorMessage() : std::string();
     return tokens;
-}
-
-std::string firstError(const std::string& text) {
-    LogBase log;
-    RefPtr<ClsXml> xml = xml_test::load(text, log);
-    EXPECT_FALSE(xml) << text;
-    EXPECT_EQ(xml_test::errorCount(log), 1) << text;
-    return log.firstError();
 }
 
 TEST(XmlScanner, ReportsEachConstructWithItsExactBytes) {
