@@ -241,17 +241,6 @@ TEST(XmlCanonEbics, EachOrdinalEmitsOneAuthenticatedElementUntilNoneIsLeft) {
     EXPECT_EQ(canon.fragmentCounter(), 3u);
 }
 
-TEST(XmlCanonEbics, ACounterThatWasNotResetShiftsTheSelection) {
-    XmlCanon canon;
-    canon.setEbicsMode(true);
-    canon.setFragmentCounter(1);
-    canon.setAuthenticatedOrdinal(1);
-    Result r;
-    canonicalize(canon, kEbicsRequest, "EBICS", 0, r);
-    ASSERT_TRUE(r.ok);
-    EXPECT_EQ(r.out.substr(0, 8), "<header ");
-}
-
 // --- Documents that are not well-formed --------------------------------------
 
 std::string scannerMessage(std::string_view xml) {
