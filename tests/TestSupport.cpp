@@ -40,6 +40,20 @@ std::vector<fs::path> corpusXmlFiles() {
     return files;
 }
 
+std::vector<std::vector<std::string>> manifestRows(const fs::path& path) {
+    std::vector<std::vector<std::string>> rows;
+    std::istringstream lines(readFile(path));
+    std::string line;
+    std::getline(lines, line); // header
+    while (std::getline(lines, line)) {
+        std::vector<std::string>& cells = rows.emplace_back();
+        std::istringstream fields(line);
+        for (std::string cell; std::getline(fields, cell, '\t');)
+            cells.push_back(cell);
+    }
+    return rows;
+}
+
 std::string shellQuote(const std::string& s) {
     std::string out = "'";
     for (char c : s) {

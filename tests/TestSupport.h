@@ -19,6 +19,9 @@ void writeFile(const std::filesystem::path& path, const std::string& bytes);
 // Every corpus file named as an XML document (.xml, .ddoc, .xsl).
 std::vector<std::filesystem::path> corpusXmlFiles();
 
+// The rows of a tab-separated manifest, without its header line.
+std::vector<std::vector<std::string>> manifestRows(const std::filesystem::path& path);
+
 struct ProcessResult {
     int exitCode = -1;
     std::string out;

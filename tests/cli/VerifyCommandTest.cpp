@@ -64,10 +64,7 @@ protected:
     static void TearDownTestSuite() { dir.reset(); }
 
     static std::string q(const fs::path& p) { return shellQuote(p.string()); }
-    static std::string ref(const char* uri) {
-        return "<Reference URI=\"" + std::string(uri) + "\"><DigestMethod Algorithm=\"" + std::string(kSha256) +
-               "\"/><DigestValue/></Reference>";
-    }
+    static std::string ref(const char* uri) { return referenceXml(uri, ""); }
     static std::string path(const std::string& name) { return (dir->path() / name).string(); }
     static ProcessResult verify(const std::string& args) {
         return runProcess(shellQuote(toolPath().string()) + " verify " + args);

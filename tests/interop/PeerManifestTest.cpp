@@ -15,146 +15,126 @@ namespace {
 using namespace test_support;
 namespace fs = std::filesystem;
 
-// Rows we knowingly decide otherwise, with the reason. Each must still end
-// cleanly, and must still differ from the manifest (so the list stays true).
-const std::vector<std::pair<std::string, std::vector<std::string>>> kKnownDifferent = {
+// Rows we knowingly decide otherwise, with the reason, by peer directory
+// (row id "xmlsec:<directory>/<name>"). Each must still end cleanly, and must
+// still differ from the manifest (so the list stays true).
+struct KnownDifferent {
+    const char* reason;
+    std::vector<std::pair<std::string, std::vector<std::string>>> rowsByDirectory;
+};
+const std::vector<KnownDifferent> kKnownDifferent = {
     {"SHA-224 is in neither the method mapping nor the digest numbering",
-     {"xmlsec:xmldsig11-interop-2012/signature-enveloping-hmac-sha224",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-hmac-sha224@variant",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-p256_sha224",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-p384_sha224",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-p521_sha224",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-rsa-sha224",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-sha224-rsa_sha256",
-      "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha224",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha224-hmac-sha224",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha224-hmac-sha224-64",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha224-rsa-sha224",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha224-rsa-pss-sha224",
-      "xmlsec:aleksey-xmldsig-01/enveloping-rsa-pss-sha224",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha224-ecdsa-sha224"}},
-    {"KeyInfoReference is not followed", {"xmlsec:xmldsig11-interop-2012/signature-enveloping-keyinforeference-rsa"}},
+     {{"xmldsig11-interop-2012",
+       {"signature-enveloping-hmac-sha224", "signature-enveloping-hmac-sha224@variant",
+        "signature-enveloping-p256_sha224", "signature-enveloping-p384_sha224", "signature-enveloping-p521_sha224",
+        "signature-enveloping-rsa-sha224", "signature-enveloping-sha224-rsa_sha256"}},
+      {"aleksey-xmldsig-01",
+       {"enveloped-x509-digest-sha224", "enveloping-sha224-hmac-sha224", "enveloping-sha224-hmac-sha224-64",
+        "enveloping-sha224-rsa-sha224", "enveloped-sha224-rsa-pss-sha224", "enveloping-rsa-pss-sha224",
+        "enveloped-sha224-ecdsa-sha224"}}}},
+    {"KeyInfoReference is not followed", {{"xmldsig11-interop-2012", {"signature-enveloping-keyinforeference-rsa"}}}},
     {"DEREncodedKeyValue is not a KeyInfo form that is read",
-     {"xmlsec:xmldsig11-interop-2012/signature-enveloping-derencoded-rsa",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-derencoded-ec",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha1-dsa1024-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-dsa2048-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa2048-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa4096-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-ec-prime256v1-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha512-ec-prime521v1-der-encoded-key-value"}},
+     {{"xmldsig11-interop-2012", {"signature-enveloping-derencoded-rsa", "signature-enveloping-derencoded-ec"}},
+      {"aleksey-xmldsig-01",
+       {"enveloping-sha1-dsa1024-der-encoded-key-value", "enveloping-sha256-dsa2048-der-encoded-key-value",
+        "enveloping-sha256-rsa2048-der-encoded-key-value", "enveloping-sha256-rsa4096-der-encoded-key-value",
+        "enveloping-sha256-ec-prime256v1-der-encoded-key-value",
+        "enveloping-sha512-ec-prime521v1-der-encoded-key-value"}}}},
     {"RetrievalMethod is not followed",
-     {"xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa2048-retrieval-method-rsa-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa2048-retrieval-method-rsa-key-value@rsa-is-disabled-should-fail",
-      "xmlsec:aleksey-xmldsig-01/"
-      "enveloping-sha256-rsa2048-retrieval-method-rsa-key-value@keyvalue-including-rsa-is-disabled-by-default-should-"
-      "fail",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa2048-retrieval-method-x509-data",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa2048-retrieval-method-x509-data@cert-is-not-trusted-should-fail",
-      "xmlsec:merlin-xmldsig-twenty-three/signature-retrievalmethod-rawx509crt",
-      "xmlsec:phaos-xmldsig-three/signature-rsa-detached-xslt-transform-retrieval-method"}},
+     {{"aleksey-xmldsig-01",
+       {"enveloping-sha256-rsa2048-retrieval-method-rsa-key-value",
+        "enveloping-sha256-rsa2048-retrieval-method-rsa-key-value@rsa-is-disabled-should-fail",
+        "enveloping-sha256-rsa2048-retrieval-method-rsa-key-value@keyvalue-including-rsa-is-disabled-by-default-should-"
+        "fail",
+        "enveloping-sha256-rsa2048-retrieval-method-x509-data",
+        "enveloping-sha256-rsa2048-retrieval-method-x509-data@cert-is-not-trusted-should-fail"}},
+      {"merlin-xmldsig-twenty-three", {"signature-retrievalmethod-rawx509crt"}},
+      {"phaos-xmldsig-three", {"signature-rsa-detached-xslt-transform-retrieval-method"}}}},
     {"SHA-3 methods are refused by the method mapping and SHA-3 digests are not numbered",
-     {"xmlsec:aleksey-xmldsig-01/enveloping-sha384-ec-prime384v1-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha384",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha384-hmac-sha384-64",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_224-rsa-pss-sha3_224",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_256-rsa-pss-sha3_256",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_384-rsa-pss-sha3_384",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_512-rsa-pss-sha3_512",
-      "xmlsec:aleksey-xmldsig-01/enveloping-rsa-pss-sha3_224", "xmlsec:aleksey-xmldsig-01/enveloping-rsa-pss-sha3_256",
-      "xmlsec:aleksey-xmldsig-01/enveloping-rsa-pss-sha3_384", "xmlsec:aleksey-xmldsig-01/enveloping-rsa-pss-sha3_512",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_224-ecdsa-sha3_224",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_256-ecdsa-sha3_256",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_384-ecdsa-sha3_384",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha3_512-ecdsa-sha3_512"}},
+     {{"aleksey-xmldsig-01",
+       {"enveloping-sha384-ec-prime384v1-der-encoded-key-value", "enveloped-x509-digest-sha384",
+        "enveloping-sha384-hmac-sha384-64", "enveloped-sha3_224-rsa-pss-sha3_224",
+        "enveloped-sha3_256-rsa-pss-sha3_256", "enveloped-sha3_384-rsa-pss-sha3_384",
+        "enveloped-sha3_512-rsa-pss-sha3_512", "enveloping-rsa-pss-sha3_224", "enveloping-rsa-pss-sha3_256",
+        "enveloping-rsa-pss-sha3_384", "enveloping-rsa-pss-sha3_512", "enveloped-sha3_224-ecdsa-sha3_224",
+        "enveloped-sha3_256-ecdsa-sha3_256", "enveloped-sha3_384-ecdsa-sha3_384",
+        "enveloped-sha3_512-ecdsa-sha3_512"}}}},
     {"EdDSA, ML-DSA and SLH-DSA are not key types of the method mapping",
-     {"xmlsec:aleksey-xmldsig-01/enveloping-sha256-eddsa-ed25519-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-eddsa-ed448-der-encoded-key-value",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-mldsa44",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-mldsa44-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-mldsa65",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-mldsa65-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-mldsa87",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-mldsa87-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-128f",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-128f-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-128s",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-128s-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-192f",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-192f-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-192s",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-192s-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-256f",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-256f-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-256s",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha512-slhdsa-sha2-256s-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha256-eddsa-ed25519",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha256-eddsa-ed25519ph",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha256-eddsa-ed25519ctx-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha256-eddsa-ed25519ph-with-context-string",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha256-eddsa-ed448",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha256-eddsa-ed448ph",
-      "xmlsec:aleksey-xmldsig-01/enveloped-sha256-eddsa-ed448ph-with-context-string"}},
+     {{"aleksey-xmldsig-01",
+       {"enveloping-sha256-eddsa-ed25519-der-encoded-key-value",
+        "enveloping-sha256-eddsa-ed448-der-encoded-key-value",
+        "enveloped-sha512-mldsa44",
+        "enveloped-sha512-mldsa44-with-context-string",
+        "enveloped-sha512-mldsa65",
+        "enveloped-sha512-mldsa65-with-context-string",
+        "enveloped-sha512-mldsa87",
+        "enveloped-sha512-mldsa87-with-context-string",
+        "enveloped-sha512-slhdsa-sha2-128f",
+        "enveloped-sha512-slhdsa-sha2-128f-with-context-string",
+        "enveloped-sha512-slhdsa-sha2-128s",
+        "enveloped-sha512-slhdsa-sha2-128s-with-context-string",
+        "enveloped-sha512-slhdsa-sha2-192f",
+        "enveloped-sha512-slhdsa-sha2-192f-with-context-string",
+        "enveloped-sha512-slhdsa-sha2-192s",
+        "enveloped-sha512-slhdsa-sha2-192s-with-context-string",
+        "enveloped-sha512-slhdsa-sha2-256f",
+        "enveloped-sha512-slhdsa-sha2-256f-with-context-string",
+        "enveloped-sha512-slhdsa-sha2-256s",
+        "enveloped-sha512-slhdsa-sha2-256s-with-context-string",
+        "enveloped-sha256-eddsa-ed25519",
+        "enveloped-sha256-eddsa-ed25519ph",
+        "enveloped-sha256-eddsa-ed25519ctx-with-context-string",
+        "enveloped-sha256-eddsa-ed25519ph-with-context-string",
+        "enveloped-sha256-eddsa-ed448",
+        "enveloped-sha256-eddsa-ed448ph",
+        "enveloped-sha256-eddsa-ed448ph-with-context-string"}}}},
     {"general XPath, XPath-Filter 2.0, here(), XPointer or XSLT transforms",
-     {"xmlsec:aleksey-xmldsig-01/xpointer-hmac", "xmlsec:aleksey-xmldsig-01/x509data-test",
-      "xmlsec:aleksey-xmldsig-01/x509data-sn-test", "xmlsec:merlin-c14n-three/signature",
-      "xmlsec:merlin-xpath-filter2-three/sign-xfdl", "xmlsec:merlin-xpath-filter2-three/sign-spec",
-      "xmlsec:phaos-xmldsig-three/signature-big", "xmlsec:phaos-xmldsig-three/signature-rsa-xpath-transform-enveloped",
-      "xmlsec:merlin-xmldsig-twenty-three/signature"}},
-    {"a WithComments canonicalization of a same-document reference keeps comments (XML-DSig drops them for "
-     " and #id URIs)",
-     {"xmlsec:xmldsig2ed-tests/xpointer-3-SUN", "xmlsec:xmldsig2ed-tests/xpointer-4-SUN",
-      "xmlsec:xmldsig2ed-tests/xpointer-6-SUN"}},
+     {{"aleksey-xmldsig-01", {"xpointer-hmac", "x509data-test", "x509data-sn-test"}},
+      {"merlin-c14n-three", {"signature"}},
+      {"merlin-xpath-filter2-three", {"sign-xfdl", "sign-spec"}},
+      {"phaos-xmldsig-three", {"signature-big", "signature-rsa-xpath-transform-enveloped"}},
+      {"merlin-xmldsig-twenty-three", {"signature"}}}},
+    {"a WithComments canonicalization of a same-document reference keeps comments (XML-DSig drops them for  and #id "
+     "URIs)",
+     {{"xmldsig2ed-tests", {"xpointer-3-SUN", "xpointer-4-SUN", "xpointer-6-SUN"}}}},
     {"X509Digest is not a certificate lookup of KeyInfo resolution",
-     {"xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha1", "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha256",
-      "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha512",
-      "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha3_224",
-      "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha3_256",
-      "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha3_384",
-      "xmlsec:aleksey-xmldsig-01/enveloped-x509-digest-sha3_512"}},
+     {{"aleksey-xmldsig-01",
+       {"enveloped-x509-digest-sha1", "enveloped-x509-digest-sha256", "enveloped-x509-digest-sha512",
+        "enveloped-x509-digest-sha3_224", "enveloped-x509-digest-sha3_256", "enveloped-x509-digest-sha3_384",
+        "enveloped-x509-digest-sha3_512"}}}},
     {"HMACOutputLength truncation is not supported: the full MAC is compared",
-     {"xmlsec:aleksey-xmldsig-01/enveloping-md5-hmac-md5-64",
-      "xmlsec:aleksey-xmldsig-01/enveloping-ripemd160-hmac-ripemd160-64",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha1-hmac-sha1-64",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-hmac-sha256-64",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha512-hmac-sha512-64",
-      "xmlsec:merlin-xmldsig-twenty-three/signature-enveloping-hmac-sha1-40",
-      "xmlsec:phaos-xmldsig-three/signature-hmac-sha1-40-c14n-comments-detached",
-      "xmlsec:phaos-xmldsig-three/signature-hmac-sha1-40-exclusive-c14n-comments-detached",
-      "xmlsec:xmldsig11-interop-2012/signature-enveloping-hmac-sha1-truncated40"}},
+     {{"aleksey-xmldsig-01",
+       {"enveloping-md5-hmac-md5-64", "enveloping-ripemd160-hmac-ripemd160-64", "enveloping-sha1-hmac-sha1-64",
+        "enveloping-sha256-hmac-sha256-64", "enveloping-sha512-hmac-sha512-64"}},
+      {"merlin-xmldsig-twenty-three", {"signature-enveloping-hmac-sha1-40"}},
+      {"phaos-xmldsig-three",
+       {"signature-hmac-sha1-40-c14n-comments-detached", "signature-hmac-sha1-40-exclusive-c14n-comments-detached"}},
+      {"xmldsig11-interop-2012", {"signature-enveloping-hmac-sha1-truncated40"}}}},
     {"GOST methods and digests are not in the mappings",
-     {"xmlsec:aleksey-xmldsig-01/enveloped-gost2001", "xmlsec:aleksey-xmldsig-01/enveloped-gost2012-256",
-      "xmlsec:aleksey-xmldsig-01/enveloped-gost2012-512"}},
+     {{"aleksey-xmldsig-01", {"enveloped-gost2001", "enveloped-gost2012-256", "enveloped-gost2012-512"}}}},
     {"transforms of an external reference (XPath, base64, OPC Relationship) are not applied to its data by design",
-     {"xmlsec:xmldsig2ed-tests/defCan-1", "xmlsec:xmldsig2ed-tests/defCan-2",
-      "xmlsec:merlin-xmldsig-twenty-three/signature-external-b64-dsa",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa-sha256-relationship",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa-sha256-relationship-whitespace",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa-sha256-relationship-attr-escape",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa-sha256-relationship-ns",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa-sha256-relationship-foreign",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa-sha256-relationship-whitespace-legacy",
-      "xmlsec:aleksey-xmldsig-01/enveloping-sha256-rsa-sha256-relationship-ns-legacy"}},
+     {{"xmldsig2ed-tests", {"defCan-1", "defCan-2"}},
+      {"merlin-xmldsig-twenty-three", {"signature-external-b64-dsa"}},
+      {"aleksey-xmldsig-01",
+       {"enveloping-sha256-rsa-sha256-relationship", "enveloping-sha256-rsa-sha256-relationship-whitespace",
+        "enveloping-sha256-rsa-sha256-relationship-attr-escape", "enveloping-sha256-rsa-sha256-relationship-ns",
+        "enveloping-sha256-rsa-sha256-relationship-foreign",
+        "enveloping-sha256-rsa-sha256-relationship-whitespace-legacy",
+        "enveloping-sha256-rsa-sha256-relationship-ns-legacy"}}}},
     {"the HMAC SignatureValue is wrapped over two lines; it is compared as text with only its ends trimmed",
-     {"xmlsec:aleksey-xmldsig-01/enveloping-sha512-hmac-sha512"}},
+     {{"aleksey-xmldsig-01", {"enveloping-sha512-hmac-sha512"}}}},
     {"the row maps the URL to the 2018 stylesheet copy, whose SHA-1 is not the stored digest (the 2005 copy matches); "
      "xmlsec1 stops at the revoked certificate first",
-     {"xmlsec:merlin-xmldsig-twenty-three/signature-x509-crt-crl"}},
+     {{"merlin-xmldsig-twenty-three", {"signature-x509-crt-crl"}}}},
 };
 
 std::string knownReason(const std::string& id) {
-    for (const auto& [reason, ids] : kKnownDifferent)
-        if (std::find(ids.begin(), ids.end(), id) != ids.end())
-            return reason;
+    for (const KnownDifferent& known : kKnownDifferent)
+        for (const auto& [directory, names] : known.rowsByDirectory)
+            for (const std::string& name : names)
+                if (id == "xmlsec:" + directory + "/" + name)
+                    return known.reason;
     return {};
-}
-
-std::vector<std::string> splitTabs(const std::string& line) {
-    std::vector<std::string> cells;
-    std::stringstream ss(line);
-    for (std::string cell; std::getline(ss, cell, '\t');)
-        cells.push_back(cell);
-    return cells;
 }
 
 std::vector<std::string> words(const std::string& text) {
@@ -216,16 +196,11 @@ bool expectedVerdict(const std::vector<std::string>& row) {
 
 TEST(PeerManifest, EveryDsigRowGivesItsExpectedOutcome) {
     const fs::path peers = corpusDir() / "peers";
-    const std::string manifest = readFile(peers / "MANIFEST.tsv");
-    if (manifest.empty())
+    if (!fs::exists(peers / "MANIFEST.tsv"))
         GTEST_SKIP() << "no peers corpus";
-    std::stringstream lines(manifest);
-    std::string line;
-    std::getline(lines, line); // header
     int rows = 0, asExpected = 0;
     std::vector<std::string> unexpected;
-    while (std::getline(lines, line)) {
-        const auto row = splitTabs(line);
+    for (const auto& row : manifestRows(peers / "MANIFEST.tsv")) {
         if (row.size() < 6 || row[1] != "dsig")
             continue;
         ++rows;

@@ -37,17 +37,9 @@ struct Row {
 
 std::vector<Row> realRows(const fs::path& dir) {
     std::vector<Row> rows;
-    std::stringstream lines(readFile(dir / "MANIFEST.tsv"));
-    std::string line;
-    std::getline(lines, line);
-    while (std::getline(lines, line)) {
-        std::vector<std::string> c;
-        std::stringstream ss(line);
-        for (std::string cell; std::getline(ss, cell, '\t');)
-            c.push_back(cell);
+    for (const auto& c : manifestRows(dir / "MANIFEST.tsv"))
         if (c.size() >= 8)
             rows.push_back({c[0], c[1], c[2], c[3], c[6], c[7]});
-    }
     return rows;
 }
 

@@ -185,12 +185,7 @@ protected:
     // Rewrites the method to RSA-PSS and signs the canonical SignedInfo that
     // xmlsec1 printed with the openssl command.
     static std::string resignWithPss(const InteropCase& c, std::string doc, const std::string& diagnostics) {
-        const std::string begin = "== PreSigned data - start buffer:\n";
-        const size_t a = diagnostics.find(begin);
-        const size_t b = diagnostics.find("\n== PreSigned data - end buffer");
-        EXPECT_TRUE(a != std::string::npos && b != std::string::npos);
-        std::string signedInfo = diagnostics.substr(a + begin.size(), b - a - begin.size());
-        signedInfo = replaced(signedInfo, kRsaSha256, kPss);
+        const std::string signedInfo = replaced(preSignedData(diagnostics), kRsaSha256, kPss);
         doc = replaced(doc, kRsaSha256, kPss);
         const fs::path d = caseDir(c);
         writeFile(d / "signedinfo.c14n", signedInfo);
@@ -199,8 +194,7 @@ protected:
             " -sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:32 -sigopt rsa_mgf1_md:sha256 signedinfo.c14n "
             "| base64 -w0)");
         EXPECT_EQ(sig.exitCode, 0) << sig.err;
-        const size_t v = doc.find("<SignatureValue>") + 16;
-        return doc.replace(v, doc.find("</SignatureValue>") - v, sig.out);
+        return withSignatureValue(doc, sig.out);
     }
 
     // A verifier loaded with `doc` and given the case's key material.

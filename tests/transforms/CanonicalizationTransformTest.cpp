@@ -75,6 +75,7 @@ TEST(CanonicalizationTransform, EbicsJoinsEveryAuthenticatedElement) {
         canonicalize(v, doc, "http://www.w3.org/TR/2001/REC-xml-c14n-20010315", "#xpointer(//*[@authenticate='true'])");
     ASSERT_TRUE(r.ok);
     EXPECT_EQ(r.text, "<header authenticate=\"true\"><a></a></header><y authenticate=\"true\">t</y>");
+    EXPECT_EQ(canonicalize(v, doc, "c14n", "EBICS").text, r.text);
 
     const std::string none = "<ebicsRequest><header/></ebicsRequest>";
     const Result failed = canonicalize(v, none, "c14n", "#xpointer(//*[@authenticate='true'])");

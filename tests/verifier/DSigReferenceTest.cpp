@@ -67,30 +67,4 @@ TEST(DSigReference, HashAlgorithmFromDigestMethod) {
     EXPECT_EQ(withDigestMethod("").getHashAlg(), 1);
 }
 
-TEST(DSigReference, LogShowsUriOmittedOnlyWithoutUri) {
-    LogBase log;
-    DSigReference omitted = parsed("<Reference/>", log);
-    log.enterContext("test");
-    omitted.logReference(log);
-    log.leaveContext();
-    EXPECT_NE(log.renderText().find("uriOmitted: 1"), std::string::npos);
-
-    DSigReference present = parsed("<Reference URI=\"#a\"/>", log);
-    log.enterContext("test");
-    present.logReference(log);
-    log.leaveContext();
-    EXPECT_EQ(log.renderText().find("uriOmitted"), std::string::npos);
-}
-
-TEST(DSigReference, VerboseLogGivesTheParsedFields) {
-    LogBase log;
-    log.setVerbose(true);
-    log.enterContext("test");
-    parsed(R"(<Reference Id="r" URI="#a"><DigestMethod Algorithm="m"/><DigestValue>dv</DigestValue></Reference>)", log);
-    log.leaveContext();
-    const std::string text = log.renderText();
-    for (const char* line : {"Id: r", "URI: #a", "DigestMethod: m", "DigestValue: dv"})
-        EXPECT_NE(text.find(line), std::string::npos) << line << "\n" << text;
-}
-
 } // namespace

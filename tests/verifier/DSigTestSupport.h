@@ -120,4 +120,21 @@ inline std::string xmlsecSign(const std::filesystem::path& dir, const std::strin
     return r.exitCode == 0 ? readFile(dir / "signed.xml") : std::string();
 }
 
+// The canonical SignedInfo that xmlsec1 --store-signatures printed.
+inline std::string preSignedData(const std::string& diagnostics) {
+    const std::string begin = "== PreSigned data - start buffer:\n";
+    const size_t a = diagnostics.find(begin);
+    const size_t b = diagnostics.find("\n== PreSigned data - end buffer");
+    EXPECT_TRUE(a != std::string::npos && b != std::string::npos) << diagnostics;
+    return a == std::string::npos || b == std::string::npos
+               ? std::string()
+               : diagnostics.substr(a + begin.size(), b - a - begin.size());
+}
+
+// The document with the first SignatureValue's content replaced.
+inline std::string withSignatureValue(std::string doc, const std::string& value) {
+    const size_t v = doc.find("<SignatureValue>") + 16;
+    return doc.replace(v, doc.find("</SignatureValue>") - v, value);
+}
+
 } // namespace test_support

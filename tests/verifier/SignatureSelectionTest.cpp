@@ -63,19 +63,15 @@ TEST_F(SignatureSelection, UnknownIdKeepsTheSelectionAndLogs) {
     EXPECT_EQ(log.firstError(), "Signature with Id not found.");
 }
 
-TEST_F(SignatureSelection, SelectedSignatureId) {
-    StringBuffer id;
-    dsig->put_Selector(2);
-    EXPECT_TRUE(dsig->selectedSignatureId(id, log));
-    EXPECT_EQ(id.view(), "third");
-}
-
-TEST_F(SignatureSelection, NumReferencesFollowsTheSelection) {
+TEST_F(SignatureSelection, IdAndReferencesFollowTheSelection) {
     EXPECT_EQ(dsig->get_NumReferences(), 2);
     dsig->put_Selector(1);
     EXPECT_EQ(dsig->get_NumReferences(), 0);
     dsig->put_Selector(2);
     EXPECT_EQ(dsig->get_NumReferences(), 0);
+    StringBuffer id;
+    EXPECT_TRUE(dsig->selectedSignatureId(id, log));
+    EXPECT_EQ(id.view(), "third");
 }
 
 TEST_F(SignatureSelection, GetReferenceByIndex) {

@@ -26,20 +26,14 @@ protected:
             "<doc><p Id=\"a\">one</p><p Id=\"b\">two</p><Signature xmlns=\"" + std::string(kDsigNs) +
             "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
             "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>" +
-            xmlsecRef("#a") + xmlsecRef("#b") + xmlsecRef("data.txt") +
+            referenceXml("#a", "") + referenceXml("#b", "") + referenceXml("data.txt", "") +
             "</SignedInfo><SignatureValue/></Signature></doc>";
         std::string diagnostics;
         signedDoc = xmlsecSign(dir->path(), tmpl, "--hmackey hmac.key --id-attr:Id p --store-signatures", &diagnostics);
         ASSERT_FALSE(signedDoc.empty()) << diagnostics;
-        const std::string begin = "== PreSigned data - start buffer:\n";
-        const size_t a = diagnostics.find(begin) + begin.size();
-        canonicalSignedInfo = diagnostics.substr(a, diagnostics.find("\n== PreSigned data - end buffer") - a);
+        canonicalSignedInfo = preSignedData(diagnostics);
     }
     static void TearDownTestSuite() { dir.reset(); }
-    static std::string xmlsecRef(const std::string& uri) {
-        return "<Reference URI=\"" + uri + "\"><DigestMethod Algorithm=\"" + std::string(kSha256) +
-               "\"/><DigestValue/></Reference>";
-    }
 
     static std::unique_ptr<ClsXmlDSig> verifier(const std::string& doc, bool withDirs = true) {
         auto dsig = std::make_unique<ClsXmlDSig>();
@@ -107,10 +101,7 @@ TEST_F(VerifySignature, UnknownCanonicalizationMethodVerifiesInclusively) {
     const ProcessResult mac =
         runProcess("openssl dgst -sha256 -hmac secret -binary " + shellQuote(si.string()) + " | base64 -w0");
     ASSERT_EQ(mac.exitCode, 0);
-    std::string doc = replaced(signedDoc, kC14n, unknown);
-    const size_t v = doc.find("<SignatureValue>") + 16;
-    doc.replace(v, doc.find("</SignatureValue>") - v, mac.out);
-    auto dsig = verifier(doc);
+    auto dsig = verifier(withSignatureValue(replaced(signedDoc, kC14n, unknown), mac.out));
     EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
     EXPECT_TRUE(loggedLine(*dsig, "Unrecognized canonicalization method."));
 }

@@ -1,11 +1,8 @@
 #include "companion/base/ClsBase.h"
+#include "TestSupport.h"
 #include "companion/log/LogContextExitor.h"
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -45,19 +42,13 @@ TEST(ClsBase, OutcomeIsTheLastLineOfTheCallAndIsRemembered) {
 }
 
 TEST(ClsBase, DebugLogFileReceivesEachFinishedCall) {
-    const std::filesystem::path path = std::filesystem::temp_directory_path() / "clsbase_debug_log_test.txt";
-    std::filesystem::remove(path);
+    test_support::TempDir tmp;
+    const std::filesystem::path path = tmp.path() / "debug.log";
     Sample obj;
     obj.put_DebugLogFilePath(XString(path.string()));
-    XString stored;
-    obj.get_DebugLogFilePath(stored);
-    EXPECT_EQ(stored.view(), path.string());
-
     obj.Run(true);
     obj.Run(false);
-    std::ifstream in(path);
-    const std::string written((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    const std::string written = test_support::readFile(path);
     EXPECT_NE(written.find("Success."), std::string::npos);
     EXPECT_NE(written.find("Failed."), std::string::npos);
-    std::filesystem::remove(path);
 }

@@ -1,22 +1,14 @@
 #include "companion/base/ClsBinData.h"
+#include "TestSupport.h"
 
 #include <gtest/gtest.h>
-
-#include <filesystem>
 
 namespace {
 
 class ClsBinDataFiles : public ::testing::Test {
 protected:
-    void SetUp() override {
-        m_dir = std::filesystem::temp_directory_path() / "clsbindata_test";
-        std::filesystem::create_directories(m_dir);
-    }
-    void TearDown() override { std::filesystem::remove_all(m_dir); }
-
-    XString pathOf(const char* name) const { return XString((m_dir / name).string()); }
-
-    std::filesystem::path m_dir;
+    XString pathOf(const char* name) const { return XString((m_dir.path() / name).string()); }
+    test_support::TempDir m_dir;
 };
 
 const std::string kBytes("\x00\xFF\r\n\x1A"
@@ -41,7 +33,7 @@ TEST_F(ClsBinDataFiles, BadPathsFailAndKeepTheData) {
     ClsBinData bd;
     bd.m_data.append("keep");
     EXPECT_FALSE(bd.LoadFile(pathOf("missing.bin")));
-    EXPECT_FALSE(bd.LoadFile(XString(m_dir.string()))); // a directory
+    EXPECT_FALSE(bd.LoadFile(XString(m_dir.path().string()))); // a directory
     EXPECT_EQ(bd.m_data.view(), "keep");
     EXPECT_TRUE(bd.m_log.hasErrors());
     EXPECT_FALSE(bd.get_LastMethodSuccess());

@@ -4,6 +4,7 @@
 #include "Libxml2Canon.h"
 #include "RandomXmlDocument.h"
 #include "TestSupport.h"
+#include "companion/xml/XmlTestSupport.h"
 
 #include "companion/canon/XmlCanon.h"
 #include "companion/log/LogBase.h"
@@ -139,14 +140,6 @@ void compareDocument(const std::string& label, const libxml2_canon::Document& or
     }
 }
 
-std::string toUtf8(const std::string& bytes) {
-    DataBuffer data;
-    data.append(bytes);
-    LogNull log;
-    data.convertXmlToUtf8(log);
-    return data.takeString();
-}
-
 // The prefixes declared on the root element, as libxml2 read them.
 std::vector<std::string> rootPrefixes(const std::string& utf8) {
     std::vector<std::string> prefixes;
@@ -171,7 +164,7 @@ TEST(XmlCanonDifferential, CorpusDocumentsMatchLibxml2) {
             tally.skipped.push_back(label + ": libxml2 does not parse it");
             continue;
         }
-        const std::string utf8 = toUtf8(bytes);
+        const std::string utf8 = xml_test::utf8Of(bytes);
         const size_t refusedBefore = tally.libxml2Refused.size();
         compareDocument(label, *oracle, utf8, oracle->idValues(kFragmentsPerDocument), rootPrefixes(utf8), tally);
         if (tally.libxml2Refused.size() == refusedBefore)

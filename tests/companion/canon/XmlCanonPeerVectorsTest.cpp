@@ -3,6 +3,7 @@
 // subtree: XmlCanon must reproduce the expected octets.
 #include "Libxml2Canon.h"
 #include "TestSupport.h"
+#include "companion/xml/XmlTestSupport.h"
 
 #include "companion/canon/XmlCanon.h"
 #include "companion/log/LogBase.h"
@@ -33,17 +34,9 @@ struct Row {
 
 std::vector<Row> canonicalizationRows() {
     std::vector<Row> rows;
-    std::istringstream in(test_support::readFile(peersDir() / "MANIFEST.tsv"));
-    std::string line;
-    std::getline(in, line); // header
-    while (std::getline(in, line)) {
-        std::vector<std::string> cols;
-        std::istringstream fields(line);
-        for (std::string col; std::getline(fields, col, '\t');)
-            cols.push_back(col);
+    for (const auto& cols : test_support::manifestRows(peersDir() / "MANIFEST.tsv"))
         if (cols.size() > 7 && cols[1] == "c14n")
             rows.push_back(Row{cols[0], cols[2], cols[3], cols[4], cols[5], cols[7]});
-    }
     return rows;
 }
 
@@ -127,14 +120,6 @@ std::optional<uint32_t> startOffsetOf(const std::string& doc, const std::string&
     return found;
 }
 
-std::string toUtf8(const std::string& bytes) {
-    DataBuffer data;
-    data.append(bytes);
-    LogNull log;
-    data.convertXmlToUtf8(log);
-    return data.takeString();
-}
-
 TEST(XmlCanonPeerVectors, ElementAndDocumentRowsReproduceExpectedOctets) {
     const std::vector<Row> rows = canonicalizationRows();
     ASSERT_FALSE(rows.empty());
@@ -161,7 +146,7 @@ TEST(XmlCanonPeerVectors, ElementAndDocumentRowsReproduceExpectedOctets) {
                 continue;
             }
         }
-        const std::string utf8 = toUtf8(bytes);
+        const std::string utf8 = xml_test::utf8Of(bytes);
         uint32_t offset = 0;
         if (!job.apexLocalName.empty()) {
             const std::optional<uint32_t> found = startOffsetOf(utf8, job.apexLocalName);

@@ -1,4 +1,5 @@
 #include "CryptoTestSupport.h"
+#include "verifier/DSigTestSupport.h"
 
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogBase.h"
@@ -18,7 +19,7 @@ using crypto_test::OpensslWorkspace;
 
 namespace {
 
-const char* kDsigNs = "http://www.w3.org/2000/09/xmldsig#";
+const std::string kDsigNs(test_support::kDsigNs);
 
 // The components of openssl-made keys, read back with OpenSSL's own
 // accessors to write the XML forms independently of the loader.
@@ -96,12 +97,6 @@ std::string ecdsaKeyValue(const KeyComponents& k) {
            "\"/><Y Value=\"" + k.decimal(OSSL_PKEY_PARAM_EC_PUB_Y) + "\"/></PublicKey></ECDSAKeyValue>";
 }
 
-std::string replacedOnce(const std::string& text, const std::string& from, const std::string& to) {
-    const size_t at = text.find(from);
-    EXPECT_NE(at, std::string::npos) << from;
-    return at == std::string::npos ? text : text.substr(0, at) + to + text.substr(at + from.size());
-}
-
 class ClsPublicKeyTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -116,12 +111,8 @@ protected:
             {"k256", "-algorithm EC -pkeyopt ec_paramgen_curve:secp256k1"},
             {"bp384", "-algorithm EC -pkeyopt ec_paramgen_curve:brainpoolP384r1"},
         };
-        for (const auto& [name, args] : keys) {
-            const std::string n = name;
-            ASSERT_TRUE(ws->run("genpkey " + std::string(args) + " -out " + n + ".pem"));
-            ASSERT_TRUE(ws->run("pkey -in " + n + ".pem -pubout -out " + n + ".pub.pem"));
-            ASSERT_TRUE(ws->run("pkey -in " + n + ".pem -pubout -outform DER -out " + n + ".pub.der"));
-        }
+        for (const auto& [name, args] : keys)
+            ASSERT_TRUE(ws->makeKey(name, args));
     }
     static void TearDownTestSuite() { ws.reset(); }
 
@@ -200,9 +191,9 @@ TEST_F(ClsPublicKeyTest, MalformedXmlKeyValuesAreRejected) {
     const std::string point = p256.pointBase64();
     std::string alteredPoint = point;
     alteredPoint[point.size() - 6] = alteredPoint[point.size() - 6] == 'A' ? 'B' : 'A';
-    const std::string offCurve = replacedOnce(ecKeyValue(p256), point, alteredPoint);
-    const std::string unknownCurve = replacedOnce(ecKeyValue(p256), "1.2.840.10045.3.1.7", "1.2.3.4");
-    const std::string notDecimal = replacedOnce(ecdsaKeyValue(p256), "X Value=\"", "X Value=\"x");
+    const std::string offCurve = test_support::replaced(ecKeyValue(p256), point, alteredPoint);
+    const std::string unknownCurve = test_support::replaced(ecKeyValue(p256), "1.2.840.10045.3.1.7", "1.2.3.4");
+    const std::string notDecimal = test_support::replaced(ecdsaKeyValue(p256), "X Value=\"", "X Value=\"x");
 
     const std::string rejected[] = {
         "<RSAKeyValue><Modulus>AQAB</Modulus></RSAKeyValue>",

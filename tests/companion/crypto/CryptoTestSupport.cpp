@@ -24,6 +24,17 @@ DataBuffer fromHex(std::string_view hex) {
     return out;
 }
 
+DataBuffer flipBit(DataBuffer bytes, size_t byte) {
+    bytes.getDataRw()[byte] ^= 0x01;
+    return bytes;
+}
+
+bool OpensslWorkspace::makeKey(const std::string& name, const std::string& genArgs) const {
+    return run("genpkey " + genArgs + " -out " + name + ".pem") &&
+           run("pkey -in " + name + ".pem -pubout -out " + name + ".pub.pem") &&
+           run("pkey -in " + name + ".pem -pubout -outform DER -out " + name + ".pub.der");
+}
+
 bool OpensslWorkspace::run(const std::string& args) const {
     const std::string command = "cd " + test_support::shellQuote(m_dir.path().string()) + " && openssl " + args;
     const test_support::ProcessResult result = test_support::runProcess(command);

@@ -12,6 +12,8 @@ namespace crypto_test {
 std::string hexOf(const DataBuffer& bytes);
 DataBuffer bufferOf(std::string_view bytes);
 DataBuffer fromHex(std::string_view hex);
+// The bytes with the lowest bit of one byte inverted.
+DataBuffer flipBit(DataBuffer bytes, size_t byte);
 
 // A scratch directory in which the openssl command makes keys and
 // signatures.
@@ -22,6 +24,9 @@ public:
     // Runs "openssl <args>" in the directory; false (with a test failure
     // that shows stderr) when it exits non-zero.
     bool run(const std::string& args) const;
+    // Makes name.pem with "openssl genpkey <genArgs>" and its public key as
+    // name.pub.pem and name.pub.der.
+    bool makeKey(const std::string& name, const std::string& genArgs) const;
     void write(const std::string& name, std::string_view bytes) const;
     DataBuffer read(const std::string& name) const;
 

@@ -16,6 +16,7 @@
 #include <string>
 
 using crypto_test::bufferOf;
+using crypto_test::flipBit;
 using crypto_test::OpensslWorkspace;
 
 namespace {
@@ -64,11 +65,6 @@ DataBuffer joined(std::string_view r, std::string_view s) {
     return out;
 }
 
-DataBuffer flipBit(DataBuffer b, size_t byte) {
-    b.getDataRw()[byte] ^= 0x01;
-    return b;
-}
-
 class DsaEccVerifierTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
@@ -87,10 +83,8 @@ protected:
 
     // The key and a second key of the same kind (same curve or parameters).
     static void makeKeyPair(const KeySpec& spec) {
-        for (const std::string& name : {spec.name, spec.name + "-other"}) {
-            ASSERT_TRUE(ws->run("genpkey " + spec.genArgs + " -out " + name + ".pem"));
-            ASSERT_TRUE(ws->run("pkey -in " + name + ".pem -pubout -out " + name + ".pub.pem"));
-        }
+        for (const std::string& name : {spec.name, spec.name + "-other"})
+            ASSERT_TRUE(ws->makeKey(name, spec.genArgs));
     }
 
     static RefPtr<ClsPublicKey> loadKey(const std::string& name) {

@@ -34,33 +34,18 @@ const std::string kEightyDigits = [] {
     return s;
 }();
 
+// One published value per identifier for the digests OpenSSL computes (they
+// check the identifier's mapping); the full lists for the two we implement.
 const std::vector<Vector> kVectors = {
-    // FIPS 180 examples.
-    {hash_alg::kSha1, "", "da39a3ee5e6b4b0d3255bfef95601890afd80709"},
     {hash_alg::kSha1, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
-    {hash_alg::kSha1, kMillionA, "34aa973cd4c4daa4f61eeb2bdbad27316534016f"},
-    {hash_alg::kSha256, "", "e3b0c44298fc1c149afbf4c8996fb92427ae41e4649b934ca495991b7852b855"},
     {hash_alg::kSha256, "abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
-    {hash_alg::kSha256, kMillionA, "cdc76e5c9914fb9281a1c7e284d73e67f1809a48a497200e046d39ccc7112cd0"},
-    {hash_alg::kSha384, "",
-     "38b060a751ac96384cd9327eb1b1e36a21fdb71114be07434c0cc7bf63f6e1da274edebfe76f65fbd51ad2f14898b95b"},
     {hash_alg::kSha384, "abc",
      "cb00753f45a35e8bb5a03d699ac65007272c32ab0eded1631a8b605a43ff5bed8086072ba1e7cc2358baeca134c825a7"},
-    {hash_alg::kSha384, kMillionA,
-     "9d0e1809716474cb086e834e310a4a1ced149e9c00f248527972cec5704c2a5b07b8b3dc38ecc4ebae97ddd87f3d8985"},
-    {hash_alg::kSha512, "",
-     "cf83e1357eefb8bdf1542850d66d8007d620e4050b5715dc83f4a921d36ce9ce47d0d13c5d85f2b0ff8318d2877eec2f63b931bd47417a81a"
-     "538327af927da3e"},
     {hash_alg::kSha512, "abc",
      "ddaf35a193617abacc417349ae20413112e6fa4e89a97ea20a9eeee64b55d39a2192992a274fc1a836ba3c23a3feebbd454d4423643ce80e2"
      "a9ac94fa54ca49f"},
-    {hash_alg::kSha512, kMillionA,
-     "e718483d0ce769644e2e42c7bc15b4638e1f98b13b2044285632a803afa973ebde0ff244877ea60a4cb0432ce577c31beb009c5c2c49aa2e4"
-     "eadb217ad8cc09b"},
-    // RFC 1321.
-    {hash_alg::kMd5, "", "d41d8cd98f00b204e9800998ecf8427e"},
     {hash_alg::kMd5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
-    {hash_alg::kMd5, kMillionA, "7707d6ae4e027c70eea2a935c2296f21"},
+    {hash_alg::kRipemd160, "abc", "8eb208f7e05d987a9b044a8e98c6b087f15a0bfc"},
     // RFC 1319, the full list, and the million-a value.
     {hash_alg::kMd2, "", "8350e5a3e24c153df2275c9f80692773"},
     {hash_alg::kMd2, "a", "32ec01ec4a6dac72c0ab96fb34c0b5d1"},
@@ -81,9 +66,6 @@ const std::vector<Vector> kVectors = {
     {hash_alg::kRipemd128, kAlphanumeric, "d1e959eb179c911faea4624c60c5c702"},
     {hash_alg::kRipemd128, kEightyDigits, "3f45ef194732c2dbb2c4a2c769795fa3"},
     {hash_alg::kRipemd128, kMillionA, "4a7f5723f954eba1216c9d8f6320431f"},
-    {hash_alg::kRipemd160, "", "9c1185a5c5e9fc54612808977ee8f548b2258d31"},
-    {hash_alg::kRipemd160, "abc", "8eb208f7e05d987a9b044a8e98c6b087f15a0bfc"},
-    {hash_alg::kRipemd160, kMillionA, "52783243c1697bdbe16d37f97f68f08325dc1528"},
 };
 
 const int kAllAlgs[] = {hash_alg::kSha1, hash_alg::kSha384, hash_alg::kSha512,    hash_alg::kMd2,

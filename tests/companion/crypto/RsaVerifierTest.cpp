@@ -13,6 +13,7 @@
 #include <memory>
 
 using crypto_test::bufferOf;
+using crypto_test::flipBit;
 using crypto_test::OpensslWorkspace;
 
 namespace {
@@ -36,11 +37,8 @@ protected:
     static void SetUpTestSuite() {
         ws = std::make_unique<OpensslWorkspace>();
         ws->write("data.txt", kData);
-        for (const char* name : {"rsa1", "rsa2"}) {
-            ASSERT_TRUE(
-                ws->run(std::string("genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out ") + name + ".pem"));
-            ASSERT_TRUE(ws->run(std::string("pkey -in ") + name + ".pem -pubout -out " + name + ".pub.pem"));
-        }
+        for (const char* name : {"rsa1", "rsa2"})
+            ASSERT_TRUE(ws->makeKey(name, "-algorithm RSA -pkeyopt rsa_keygen_bits:2048"));
     }
     static void TearDownTestSuite() { ws.reset(); }
 
@@ -86,11 +84,6 @@ protected:
                                                withDigestInfo, o.keyMismatch, log);
         o.loggedError = log.hasErrors();
         return o;
-    }
-
-    static DataBuffer flipBit(DataBuffer b, size_t byte) {
-        b.getDataRw()[byte] ^= 0x01;
-        return b;
     }
 
     static std::unique_ptr<OpensslWorkspace> ws;

@@ -1,4 +1,3 @@
-#include "TestSupport.h"
 #include "companion/log/LogContextExitor.h"
 
 #include <gtest/gtest.h>
@@ -55,18 +54,6 @@ TEST(LogBase, NullLogRecordsNothing) {
     logOneCall(log, "Call");
     EXPECT_TRUE(log.entries().empty());
     EXPECT_FALSE(log.hasErrors());
-}
-
-TEST(LogBase, DebugFileReceivesEveryFinishedCall) {
-    test_support::TempDir tmp;
-    const auto file = tmp.path() / "debug.log";
-    LogBase log;
-    log.setDebugLogFilePath(file.string());
-    logOneCall(log, "FirstCall");
-    logOneCall(log, "SecondCall");
-    const std::string written = test_support::readFile(file);
-    EXPECT_NE(written.find("FirstCall:"), std::string::npos);
-    EXPECT_NE(written.find("SecondCall:"), std::string::npos);
 }
 
 } // namespace

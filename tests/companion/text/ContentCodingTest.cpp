@@ -24,24 +24,7 @@ std::pair<bool, std::string> decode(std::string_view text) {
     return {ok, out};
 }
 
-const std::vector<std::pair<std::string, std::string>> kRfc4648Vectors = {
-    {"", ""},
-    {"f", "Zg=="},
-    {"fo", "Zm8="},
-    {"foo", "Zm9v"},
-    {"foob", "Zm9vYg=="},
-    {"fooba", "Zm9vYmE="},
-    {"foobar", "Zm9vYmFy"},
-};
-
 } // namespace
-
-TEST(Base64, Rfc4648VectorsEncodeAndDecode) {
-    for (const auto& [plain, encoded] : kRfc4648Vectors) {
-        EXPECT_EQ(encode(plain), encoded) << plain;
-        EXPECT_EQ(decode(encoded), std::make_pair(true, plain)) << encoded;
-    }
-}
 
 TEST(Base64, WhiteSpaceAnywhereIsSkipped) {
     EXPECT_EQ(decode("Zm9v\r\nYmFy\n"), std::make_pair(true, std::string("foobar")));
@@ -85,7 +68,7 @@ TEST(Base64, DecodeToDbAppends) {
 // OpenSSL's block encoder is the oracle for every tail length and all byte values.
 TEST(Base64, MatchesOpenSslOnRandomDataAndRoundTrips) {
     std::mt19937 rng(4648);
-    for (size_t len : {1u, 2u, 3u, 4u, 5u, 57u, 58u, 59u, 1000u, 1u << 20}) {
+    for (size_t len : {0u, 1u, 2u, 3u, 4u, 5u, 57u, 58u, 59u, 1000u, 1u << 20}) {
         std::string bytes(len, '\0');
         for (char& c : bytes)
             c = static_cast<char>(rng());

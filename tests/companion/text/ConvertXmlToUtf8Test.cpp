@@ -1,10 +1,9 @@
+#include "TestSupport.h"
 #include "companion/log/LogBase.h"
 #include "companion/text/DataBuffer.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
-#include <iterator>
 #include <string>
 
 namespace {
@@ -44,11 +43,6 @@ Converted convert(const std::string& bytes, LogBase& log) {
 Converted convert(const std::string& bytes) {
     LogBase log;
     return convert(bytes, log);
-}
-
-std::string readFile(const std::string& path) {
-    std::ifstream in(path, std::ios::binary);
-    return std::string(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
 }
 
 } // namespace
@@ -93,7 +87,8 @@ TEST(ConvertXmlToUtf8, RepeatedByteOrderMarksAreAllDropped) {
 }
 
 TEST(ConvertXmlToUtf8, RealSignerWithManyByteOrderMarks) {
-    const std::string original = readFile(std::string(XMLDSIG_CORPUS_DIR) + "/real/skxml/digidoc4j-BOM_algusega.ddoc");
+    const std::string original =
+        test_support::readFile(test_support::corpusDir() / "real/skxml/digidoc4j-BOM_algusega.ddoc");
     ASSERT_TRUE(original.starts_with("\xEF\xBB\xBF\xEF\xBB\xBF"));
     const Converted c = convert(original);
     EXPECT_TRUE(c.ok);
@@ -113,7 +108,7 @@ TEST(ConvertXmlToUtf8, DeclaredSingleByteCharsets) {
 
 TEST(ConvertXmlToUtf8, RealIso88591Document) {
     const std::string original =
-        readFile(std::string(XMLDSIG_CORPUS_DIR) + "/real/sii/sii-07-DTE--96670340-7--61--110616.xml");
+        test_support::readFile(test_support::corpusDir() / "real/sii/sii-07-DTE--96670340-7--61--110616.xml");
     ASSERT_FALSE(original.empty());
     const Converted c = convert(original);
     EXPECT_TRUE(c.ok);

@@ -6,16 +6,11 @@
 
 namespace {
 
+using xml_test::firstError;
+
 using xml_test::attr;
 using xml_test::content;
 using xml_test::load;
-
-std::string firstError(const std::string& text) {
-    LogBase log;
-    EXPECT_FALSE(load(text, log)) << text;
-    EXPECT_EQ(xml_test::errorCount(log), 1) << text;
-    return log.firstError();
-}
 
 bool contains(const std::string& s, const char* part) {
     return s.find(part) != std::string::npos;

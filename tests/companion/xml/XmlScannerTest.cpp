@@ -1,78 +1,13 @@
-#include "companion/xml/XmlScanner.h"
+// The scanner through the tree that reads with it.
 #include "XmlTestSupport.h"
-#include "companion/xml/XmlDtd.h"
 
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 namespace {
 
-struct Scanned {
-    XmlTokenKind kind;
-    std::string raw; // the token's bytes
-};
-
-std::vector<Scanned> scanAll(const std::string& text, std::string* error = nullptr) {
-    XmlDtd dtd(text);
-    XmlScanner scanner(dtd);
-    std::vector<Scanned> tokens;
-    while (scanner.next()) {
-        const XmlToken& t = scanner.token();
-        tokens.push_back({t.kind, std::string(scanner.slice(XmlSpan{t.begin, t.end - t.begin}))});
-    }
-    if (error)
-        *error = scanner.failed() ? scanner.errorMessage() : std::string();
-    return tokens;
-}
-
-std::string firstError(const std::string& text) {
-    LogBase log;
-    RefPtr<ClsXml> xml = xml_test::load(text, log);
-    EXPECT_FALSE(xml) << text;
-    EXPECT_EQ(xml_test::errorCount(log), 1) << text;
-    return log.firstError();
-}
-
-TEST(XmlScanner, ReportsEachConstructWithItsExactBytes) {
-    const std::string doc = "<?xml version=\"1.0\"?>\n<!DOCTYPE r>\n<!--c--><r a='1' b = \"2\">t&amp;u"
-                            "<![CDATA[<x>]]><?pi data?><e/></r >\n";
-    std::string error;
-    const std::vector<Scanned> tokens = scanAll(doc, &error);
-    EXPECT_EQ(error, "");
-    const std::vector<Scanned> expected = {
-        {XmlTokenKind::Doctype, "<!DOCTYPE r>"},
-        {XmlTokenKind::Comment, "<!--c-->"},
-        {XmlTokenKind::StartTag, "<r a='1' b = \"2\">"},
-        {XmlTokenKind::Text, "t&amp;u"},
-        {XmlTokenKind::CData, "<![CDATA[<x>]]>"},
-        {XmlTokenKind::ProcessingInstruction, "<?pi data?>"},
-        {XmlTokenKind::StartTag, "<e/>"},
-        {XmlTokenKind::EndTag, ""}, // an empty-element tag's end is empty, at its end
-        {XmlTokenKind::EndTag, "</r >"},
-    };
-    ASSERT_EQ(tokens.size(), expected.size());
-    for (size_t i = 0; i < tokens.size(); ++i) {
-        EXPECT_EQ(tokens[i].kind, expected[i].kind) << i;
-        EXPECT_EQ(tokens[i].raw, expected[i].raw) << i;
-    }
-}
-
-TEST(XmlScanner, AttributesKeepRawValuesAndFlagWhatNeedsDecoding) {
-    const std::string doc = "<r plain='abc' ref='a&lt;b' ws='a\tb'/>";
-    XmlDtd dtd(doc);
-    XmlScanner scanner(dtd);
-    ASSERT_TRUE(scanner.next());
-    const XmlToken& t = scanner.token();
-    ASSERT_EQ(t.attributes.size(), 3u);
-    EXPECT_EQ(scanner.slice(t.attributes[0].name), "plain");
-    EXPECT_EQ(scanner.slice(t.attributes[0].value), "abc");
-    EXPECT_EQ(t.attributes[0].flags, 0);
-    EXPECT_EQ(scanner.slice(t.attributes[1].value), "a&lt;b");
-    EXPECT_TRUE(t.attributes[1].flags & kAttrNeedsDecoding);
-    EXPECT_TRUE(t.attributes[2].flags & kAttrNeedsDecoding);
-}
+using xml_test::firstError;
 
 TEST(XmlScanner, RejectsMalformedDocumentsWithOneReason) {
     struct Case {

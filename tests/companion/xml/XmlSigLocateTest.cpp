@@ -1,4 +1,5 @@
 #include "companion/xml/XmlSigLocate.h"
+#include "XmlTestSupport.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/_tvXmlDtd.h"
 
@@ -117,10 +118,7 @@ TEST(XmlSigLocateSelection, MalformedTextFailsWithOneErrorAndClearsPositions) {
         R"(<d xmlns:ds="http://www.w3.org/2000/09/xmldsig#"><ds:Signature Id="s"><ds:SignedInfo></ds:Signature></d>)";
     EXPECT_FALSE(f.byId("s"));
     EXPECT_EQ(f.at.m_signatureLen, 0u);
-    int errors = 0;
-    for (const LogBase::Entry& e : f.log.entries())
-        errors += e.kind == LogBase::Kind::Error;
-    EXPECT_EQ(errors, 1);
+    EXPECT_EQ(xml_test::errorCount(f.log), 1);
     EXPECT_NE(f.log.firstError().find("mismatched end tag"), std::string::npos) << f.log.firstError();
 }
 

@@ -1,9 +1,12 @@
 #pragma once
 
 #include "companion/log/LogBase.h"
+#include "companion/text/DataBuffer.h"
 #include "companion/text/RefCountedObject.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/xml/ClsXml.h"
+
+#include <gtest/gtest.h>
 
 #include <string>
 #include <string_view>
@@ -28,6 +31,24 @@ inline int errorCount(const LogBase& log) {
     for (const LogBase::Entry& e : log.entries())
         n += e.kind == LogBase::Kind::Error;
     return n;
+}
+
+// The one error with which loading `text` fails (a test failure when it
+// loads or logs more).
+inline std::string firstError(std::string_view text) {
+    LogBase log;
+    EXPECT_FALSE(load(text, log)) << text;
+    EXPECT_EQ(errorCount(log), 1) << text;
+    return log.firstError();
+}
+
+// The document's bytes as the library reads them: in UTF-8, without BOMs.
+inline std::string utf8Of(const std::string& bytes) {
+    DataBuffer data;
+    data.append(bytes);
+    LogNull log;
+    data.convertXmlToUtf8(log);
+    return data.takeString();
 }
 
 inline std::string content(const ClsXml& e) {
