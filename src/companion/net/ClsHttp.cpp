@@ -1,60 +1,49 @@
 #include "companion/net/ClsHttp.h"
 
 #include "companion/log/LogContextExitor.h"
-
-#include <curl/curl.h>
+#include "companion/net/CurlLibrary.h"
 
 #include <memory>
-#include <mutex>
 #include <new>
 
 namespace {
 
 struct CurlEasyFree {
-    void operator()(CURL* p) const { curl_easy_cleanup(p); }
+    void operator()(CURL* p) const { CurlLibrary::get()->easy_cleanup(p); }
 };
 struct CurlSlistFree {
-    void operator()(curl_slist* p) const { curl_slist_free_all(p); }
+    void operator()(curl_slist* p) const { CurlLibrary::get()->slist_free_all(p); }
 };
 using CurlPtr = std::unique_ptr<CURL, CurlEasyFree>;
 using CurlSlistPtr = std::unique_ptr<curl_slist, CurlSlistFree>;
-
-// libcurl's global state is set up once per process and never torn down:
-// other threads may still be using it at exit.
-bool curlReady() {
-    static std::once_flag once;
-    static bool ready = false;
-    std::call_once(once, [] { ready = curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK; });
-    return ready;
-}
 
 size_t appendBody(char* data, size_t size, size_t count, void* userData) {
     static_cast<DataBuffer*>(userData)->append(data, size * count);
     return size * count;
 }
 
-bool configure(CURL* curl, const std::string& url, const DataBuffer& body, curl_slist* headers,
+bool configure(const CurlLibrary& lib, CURL* curl, const std::string& url, const DataBuffer& body, curl_slist* headers,
                const HttpSettings& settings, HttpResult& result) {
-    bool ok = curl_easy_setopt(curl, CURLOPT_URL, url.c_str()) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_POST, 1L) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_POSTFIELDS, body.getData()) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.getSize())) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_HTTPHEADER, headers) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_NOSIGNAL, 1L) == CURLE_OK;
+    bool ok = lib.easy_setopt(curl, CURLOPT_URL, url.c_str()) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_POST, 1L) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_POSTFIELDS, body.getData()) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(body.getSize())) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_HTTPHEADER, headers) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_NOSIGNAL, 1L) == CURLE_OK;
     // A library call goes where its caller says; proxy variables of the
     // environment are not read.
-    ok = ok && curl_easy_setopt(curl, CURLOPT_PROXY, "") == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, settings.connectTimeoutSeconds) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_TIMEOUT, settings.totalTimeoutSeconds) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_WRITEFUNCTION, appendBody) == CURLE_OK;
-    ok = ok && curl_easy_setopt(curl, CURLOPT_WRITEDATA, &result.body) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_PROXY, "") == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_CONNECTTIMEOUT, settings.connectTimeoutSeconds) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_TIMEOUT, settings.totalTimeoutSeconds) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_SSL_VERIFYPEER, 1L) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_SSL_VERIFYHOST, 2L) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_PROTOCOLS_STR, "http,https") == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_WRITEFUNCTION, appendBody) == CURLE_OK;
+    ok = ok && lib.easy_setopt(curl, CURLOPT_WRITEDATA, &result.body) == CURLE_OK;
     if (ok && !settings.login.isEmpty()) {
-        ok = curl_easy_setopt(curl, CURLOPT_HTTPAUTH, CURLAUTH_BASIC) == CURLE_OK &&
-             curl_easy_setopt(curl, CURLOPT_USERNAME, settings.login.getUtf8()) == CURLE_OK &&
-             curl_easy_setopt(curl, CURLOPT_PASSWORD, settings.password.getUtf8()) == CURLE_OK;
+        ok = lib.easy_setopt(curl, CURLOPT_HTTPAUTH, CURLAUTH_BASIC) == CURLE_OK &&
+             lib.easy_setopt(curl, CURLOPT_USERNAME, settings.login.getUtf8()) == CURLE_OK &&
+             lib.easy_setopt(curl, CURLOPT_PASSWORD, settings.password.getUtf8()) == CURLE_OK;
     }
     return ok;
 }
@@ -70,21 +59,26 @@ bool ClsHttp::postBinary(const std::string& url, const DataBuffer& body, const c
     LogContextExitor ctx(log, "postBinary");
     result.status = 0;
     result.body.clear();
-    CurlPtr curl(curlReady() ? curl_easy_init() : nullptr);
+    const CurlLibrary* lib = CurlLibrary::get();
+    if (!lib) {
+        log.LogError("libcurl (libcurl.so.4) is not installed; HTTP requests are unavailable.");
+        return false;
+    }
+    CurlPtr curl(lib->easy_init());
     const std::string contentTypeHeader = std::string("Content-Type: ") + contentType;
-    CurlSlistPtr headers(curl_slist_append(nullptr, contentTypeHeader.c_str()));
-    if (!curl || !headers || !configure(curl.get(), url, body, headers.get(), settings, result)) {
+    CurlSlistPtr headers(lib->slist_append(nullptr, contentTypeHeader.c_str()));
+    if (!curl || !headers || !configure(*lib, curl.get(), url, body, headers.get(), settings, result)) {
         log.LogError("Failed to set up the HTTP request.");
         return false;
     }
     char errorText[CURL_ERROR_SIZE] = {};
-    curl_easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, errorText);
-    const CURLcode rc = curl_easy_perform(curl.get());
+    lib->easy_setopt(curl.get(), CURLOPT_ERRORBUFFER, errorText);
+    const CURLcode rc = lib->easy_perform(curl.get());
     if (rc != CURLE_OK) {
-        log.LogError("HTTP POST to " + url + " failed: " + (errorText[0] ? errorText : curl_easy_strerror(rc)));
+        log.LogError("HTTP POST to " + url + " failed: " + (errorText[0] ? errorText : lib->easy_strerror(rc)));
         return false;
     }
-    curl_easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &result.status);
+    lib->easy_getinfo(curl.get(), CURLINFO_RESPONSE_CODE, &result.status);
     log.LogDataLong("httpStatus", result.status);
     return true;
 }
