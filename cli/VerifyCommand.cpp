@@ -57,6 +57,10 @@ int exitCode(const std::vector<FileResult>& results) {
 } // namespace
 
 int runVerify(CommandLine& args) {
+    if (args.takeFlag("--help")) {
+        std::cout << kUsage << '\n';
+        return kExitValid;
+    }
     VerifySettings settings;
     std::string error;
     if (!parseVerifySettings(args, settings, error)) {
