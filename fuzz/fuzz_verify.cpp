@@ -1,0 +1,47 @@
+// Feeds arbitrary bytes through the whole verification of every signature, as
+// a caller accepting documents from strangers would: with and without the
+// reference digests, with timestamp checking on, and with an HMAC key. Must
+// never crash, hang or leak, and must leave a known RefFailReason.
+#include "companion/base/ClsBinData.h"
+#include "verifier/ClsXmlDSig.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <memory>
+
+namespace {
+
+void require(bool condition) {
+    if (!condition)
+        __builtin_trap();
+}
+
+bool knownReason(int reason) {
+    return reason == 0 || reason == 1 || reason == 2 || reason == 3 || reason == 5 || reason == 99;
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
+    ClsBinData bd;
+    bd.m_data.append(data, size);
+    if (!dsig->LoadSignatureBd(bd))
+        return 0;
+    XString options, key, encoding;
+    options.setFromUtf8("VerifyEncapsulatedTimeStamp");
+    dsig->put_UncommonOptions(options);
+    key.setFromUtf8("secret");
+    encoding.setFromUtf8("ascii");
+    dsig->SetHmacKey(key, encoding);
+    // No directory is searched: external references stay unresolved.
+    dsig->put_IgnoreExternalRefs(true);
+    for (int i = 0; i < dsig->get_NumSignatures(); ++i) {
+        dsig->put_Selector(i);
+        dsig->VerifySignature(true);
+        require(knownReason(dsig->get_RefFailReason()));
+        dsig->VerifySignature(false);
+        dsig->HasEncapsulatedTimeStamp();
+    }
+    return 0;
+}
