@@ -26,23 +26,19 @@ bool ClsXmlDSig::envelopedSignatureRange(const StringBuffer& xml, DSigReference&
     if (m_isZatca && sigId.equals(kZatcaSignatureId))
         return false;
 
-    XmlSigLocate locate;
-    _tvXmlDtd dtd;
-    if (!sigId.isEmpty()) {
-        if (log.verbose())
-            log.LogDataSb("removeSignatureWithId", sigId);
-        if (!locate.FindXmlSigById(sigId.view(), xml.view(), dtd, log)) {
+    if (!sigId.isEmpty() && log.verbose())
+        log.LogDataSb("removeSignatureWithId", sigId);
+    if (sigId.isEmpty() && log.verbose())
+        log.LogDataSb("removeSignatureHavingDigest", ref.m_digestValue);
+    XmlSigPositions locate;
+    if (!locateSelectedSignature(xml.view(), sigId, ref.m_digestValue, locate, log)) {
+        if (!sigId.isEmpty()) {
             log.LogInfo("Unable to find the Signature by Id. (This is not an error)");
             log.LogDataSb("signatureId", sigId);
-            return false;
-        }
-    } else {
-        if (log.verbose())
-            log.LogDataSb("removeSignatureHavingDigest", ref.m_digestValue);
-        if (!locate.FindXmlSigByRefDigest(ref.m_digestValue.view(), xml.view(), dtd, log)) {
+        } else {
             log.LogError("Unable to find Signature by digest value for enveloped-signature..");
-            return false;
         }
+        return false;
     }
     range.start = locate.m_signatureLoc;
     range.signatureLength = locate.m_signatureLen;

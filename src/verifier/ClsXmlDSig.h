@@ -5,6 +5,7 @@
 #include "companion/pki/SystemCerts.h"
 #include "companion/text/ExtPtrArray.h"
 #include "companion/text/XString.h"
+#include "companion/xml/XmlSigPositions.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 class CanonSink;
@@ -14,7 +15,7 @@ class ClsPublicKey;
 class ClsStringArray;
 class DSigRefExternalData;
 class XmlCanon;
-class XmlSigLocate;
+struct XmlSigPositions;
 class ClsXmlCertVault;
 class HashedStringSet;
 class TavixX509;
@@ -187,8 +188,12 @@ private:
     // The verification driver and its stages.
     bool verifySignature(bool verifyReferenceDigests, LogBase& log);
     bool verifyReferenceStage(LogBase& log);
-    bool verifyTimeStampStage(const XmlSigLocate& locate, LogBase& log);
-    bool signedInfoToCheck(const XmlSigLocate& locate, SignedInfoCheck& check, LogBase& log);
+    bool verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log);
+    bool signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log);
+    // The selected signature in `text`, by its Id or else by the first
+    // reference's digest value; remembered for the loaded text.
+    bool locateSelectedSignature(std::string_view text, const StringBuffer& sigId, const StringBuffer& digestValue,
+                                 XmlSigPositions& out, LogBase& log);
     bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);
     bool signatureValueToCheck(SignedInfoCheck& check, LogBase& log);
     void signedHash(SignedInfoCheck& check);
@@ -231,6 +236,15 @@ private:
     ExtPtrArrayRc m_publicKeys;
     ExtPtrArray m_refExternalData;
     bool m_reservedFlag = true;
+    // The last signature location found in m_sigXml; cleared by a load.
+    struct LocateMemo {
+        bool valid = false;
+        bool byId = false;
+        bool found = false;
+        std::string key;
+        XmlSigPositions positions;
+    };
+    LocateMemo m_locateMemo;
     DataBuffer m_hmacKey;
     int m_selector = 0;
 };

@@ -35,6 +35,7 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
 
 void ClsXmlDSig::resetLoadedDocument() {
     m_selector = 0;
+    m_locateMemo = LocateMemo{};
     releaseDocument();
     m_signatures.removeAllObjects();
 }

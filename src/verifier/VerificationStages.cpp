@@ -1,6 +1,5 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
-#include "companion/xml/XmlSigLocate.h"
 #include "references/ExternalRefDirs.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -31,7 +30,7 @@ bool ClsXmlDSig::verifyReferenceStage(LogBase& log) {
     return false;
 }
 
-bool ClsXmlDSig::verifyTimeStampStage(const XmlSigLocate& locate, LogBase& log) {
+bool ClsXmlDSig::verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log) {
     LogContextExitor ctx(log, "checkEncapsulatedTimeStamp");
     if (locate.m_signatureLoc >= m_sigXml.getSize())
         return true;

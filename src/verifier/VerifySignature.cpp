@@ -3,7 +3,6 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/xml/ClsXml.h"
-#include "companion/xml/XmlSigLocate.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 #include "verifier/ProfileMarkers.h"
@@ -76,16 +75,14 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     DSigReference ref;
     ref.parseReference(*firstReference, log);
 
-    XmlSigLocate locate;
-    _tvXmlDtd dtd;
-    if (!sigId.isEmpty()) {
-        if (!locate.FindXmlSigById(sigId.view(), m_sigXml.view(), dtd, log)) {
+    XmlSigPositions locate;
+    if (!locateSelectedSignature(m_sigXml.view(), sigId, ref.m_digestValue, locate, log)) {
+        if (!sigId.isEmpty()) {
             log.LogInfo("Unable to find the Signature by Id.");
             log.LogDataSb("signatureId", sigId);
-            return false;
+        } else {
+            log.LogError("Unable to find the Signature.");
         }
-    } else if (!locate.FindXmlSigByRefDigest(ref.m_digestValue.view(), m_sigXml.view(), dtd, log)) {
-        log.LogError("Unable to find the Signature.");
         return false;
     }
     if (m_uncommonOptions.containsSubstringNoCase("VerifyEncapsulatedTimeStamp") && !verifyTimeStampStage(locate, log))
@@ -104,7 +101,7 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     return valid;
 }
 
-bool ClsXmlDSig::signedInfoToCheck(const XmlSigLocate& locate, SignedInfoCheck& check, LogBase& log) {
+bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log) {
     const std::string_view signedInfo = m_sigXml.view().substr(locate.m_signedInfoLoc, locate.m_signedInfoLen);
     if (!m_isZatca)
         log.LogBracketed("signedInfo", signedInfo);
