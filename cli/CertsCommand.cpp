@@ -7,18 +7,12 @@
 #include "companion/text/ContentCoding.h"
 #include "verifier/ClsXmlDSig.h"
 
-#include <charconv>
 #include <iostream>
 #include <memory>
 
 namespace {
 
 constexpr const char* kUsage = "usage: xmldsig certs FILE [--selector N]";
-
-bool parseIndex(const std::string& text, int& value) {
-    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return ec == std::errc() && end == text.data() + text.size() && value >= 0;
-}
 
 } // namespace
 

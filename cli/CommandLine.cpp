@@ -1,6 +1,7 @@
 #include "CommandLine.h"
 
 #include <algorithm>
+#include <charconv>
 #include <iostream>
 
 CommandLine::CommandLine(int argc, char** argv, int first) {
@@ -44,6 +45,11 @@ std::vector<std::string> CommandLine::operands() {
             m_error = "unknown option " + arg;
     }
     return m_args;
+}
+
+bool parseIndex(const std::string& text, int& value) {
+    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return ec == std::errc() && end == text.data() + text.size() && value >= 0;
 }
 
 void printError(std::string_view message) {

@@ -31,5 +31,8 @@ private:
     std::string m_error;
 };
 
+// Reads a whole argument as a non-negative decimal index.
+bool parseIndex(const std::string& text, int& value);
+
 // Prints "xmldsig: <message>" on stderr.
 void printError(std::string_view message);

@@ -1,6 +1,7 @@
 #include "FailureReason.h"
 
 #include "companion/log/LogBase.h"
+#include "references/RefFailReason.h"
 
 #include <array>
 #include <charconv>
@@ -15,13 +16,13 @@ int toInt(const std::string& text) {
 
 std::string referenceReasonText(int reason) {
     switch (reason) {
-    case 1:
+    case ref_fail_reason::kMismatch:
         return "digest mismatch";
-    case 2:
+    case ref_fail_reason::kExternalDataMissing:
         return "external data missing or unreadable";
-    case 3:
+    case ref_fail_reason::kNoReference:
         return "no such reference";
-    case 5:
+    case ref_fail_reason::kCanonicalizationFailed:
         return "canonicalization failed";
     default:
         return "could not be processed";

@@ -4,6 +4,7 @@
 #include "FailureReason.h"
 
 #include "companion/crypto/ClsPublicKey.h"
+#include "companion/fs/FileSys.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/ClsXmlCertVault.h"
 #include "companion/xml/ClsXml.h"
@@ -17,8 +18,9 @@ bool loadCertificates(const std::vector<std::string>& paths, ClsXmlCertVault& va
     for (const std::string& path : paths) {
         XString p;
         p.setFromUtf8(path);
-        std::error_code ec;
-        const bool isDir = std::filesystem::is_directory(path, ec);
+        bool isDir = false;
+        LogNull quiet;
+        FileSys::fileExistsX(p, isDir, quiet);
         if (!(isDir ? vault.AddCertDir(p) : vault.AddCertFile(p))) {
             error = path + ": no certificate could be read";
             return false;

@@ -5,7 +5,6 @@
 #include "companion/base/ClsJsonObject.h"
 #include "verifier/ClsXmlDSig.h"
 
-#include <charconv>
 #include <fstream>
 #include <iostream>
 #include <memory>
@@ -14,11 +13,6 @@ namespace {
 
 constexpr const char* kUsage = "usage: xmldsig timestamp --tsa URL [--tsa-options JSON] [--selector N] FILE [-o OUT]";
 constexpr std::string_view kRequestContext = "getTimestampToken";
-
-bool parseIndex(const std::string& text, int& value) {
-    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return ec == std::errc() && end == text.data() + text.size() && value >= 0;
-}
 
 struct TimestampArgs {
     std::string tsaUrl;

@@ -2,16 +2,9 @@
 
 #include "CommandLine.h"
 
-#include <charconv>
-
 namespace {
 
 constexpr unsigned kMaxJobs = 256;
-
-bool parseNumber(const std::string& text, int& value) {
-    const auto [end, ec] = std::from_chars(text.data(), text.data() + text.size(), value);
-    return ec == std::errc() && end == text.data() + text.size() && value >= 0;
-}
 
 // "INDEX=FILE"
 bool parseRefData(const std::string& text, std::pair<int, std::string>& out) {
@@ -19,7 +12,7 @@ bool parseRefData(const std::string& text, std::pair<int, std::string>& out) {
     if (eq == std::string::npos || eq + 1 == text.size())
         return false;
     out.second = text.substr(eq + 1);
-    return parseNumber(text.substr(0, eq), out.first);
+    return parseIndex(text.substr(0, eq), out.first);
 }
 
 bool parseSelection(CommandLine& args, VerifySettings& s, std::string& error) {
@@ -31,7 +24,7 @@ bool parseSelection(CommandLine& args, VerifySettings& s, std::string& error) {
         error = "--selector, --signature-id and --all exclude each other";
         return false;
     }
-    if (hasSelector && !parseNumber(selector, s.selector)) {
+    if (hasSelector && !parseIndex(selector, s.selector)) {
         error = "--selector needs a signature index (0, 1, ...)";
         return false;
     }
@@ -74,7 +67,7 @@ bool parseOutput(CommandLine& args, VerifySettings& s, std::string& error) {
     s.json = args.takeFlag("--json");
     std::string jobs;
     int n = 0;
-    if (args.takeValue("-j", jobs) && (!parseNumber(jobs, n) || n < 1 || static_cast<unsigned>(n) > kMaxJobs)) {
+    if (args.takeValue("-j", jobs) && (!parseIndex(jobs, n) || n < 1 || static_cast<unsigned>(n) > kMaxJobs)) {
         error = "-j needs a thread count from 1 to " + std::to_string(kMaxJobs);
         return false;
     }

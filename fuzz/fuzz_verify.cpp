@@ -3,6 +3,7 @@
 // reference digests, with timestamp checking on, and with an HMAC key. Must
 // never crash, hang or leak, and must leave a known RefFailReason.
 #include "companion/base/ClsBinData.h"
+#include "references/RefFailReason.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <cstddef>
@@ -17,7 +18,9 @@ void require(bool condition) {
 }
 
 bool knownReason(int reason) {
-    return reason == 0 || reason == 1 || reason == 2 || reason == 3 || reason == 5 || reason == 99;
+    using namespace ref_fail_reason;
+    return reason == kMatched || reason == kMismatch || reason == kExternalDataMissing || reason == kNoReference ||
+           reason == kCanonicalizationFailed || reason == kOther;
 }
 
 } // namespace

@@ -88,20 +88,10 @@ bool ClsXmlDSig::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& s
     RefPtr<ClsXml> reference(str.getChildWithTagUtf8("*:Reference"));
     if (!reference)
         return true;
-    key_info::TokenReference token;
-    if (!key_info::readTokenReference(*reference, token, log))
-        return false;
-    log.LogInfo("Need to locate BinarySecurityToken within XML....");
-    log.LogDataSb("URI", token.uri);
-    if (!m_xml)
-        return false;
-    RefPtr<ClsXml> bst(key_info::findTokenById(*m_xml, token.uri));
-    if (!bst) {
-        log.LogError("Failed to find the wsse:BinarySecurityToken element");
-        return false;
-    }
+    // Unlike key resolution, listing certificates takes no stand-in token.
+    const key_info::TokenSearch search{"Need to locate BinarySecurityToken within XML....", false};
     StringBuffer certText;
-    if (!key_info::tokenCertificate(*bst, token.valueType, certText, *this, log))
+    if (!key_info::referencedTokenCertificate(*reference, m_xml, search, certText, *this, log))
         return false;
     // A token that holds no valid certificate is left out, not an error.
     if (processCertBase64(certText, seen, log))

@@ -76,4 +76,26 @@ bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer
     return true;
 }
 
+bool referencedTokenCertificate(ClsXml& reference, ClsXml* document, const TokenSearch& search,
+                                StringBuffer& certBase64, ClsXmlDSig& dsig, LogBase& log) {
+    TokenReference token;
+    if (!readTokenReference(reference, token, log))
+        return false;
+    log.LogInfo(search.lookingMessage);
+    log.LogDataSb("URI", token.uri);
+    if (!document)
+        return false;
+    RefPtr<ClsXml> bst(findTokenById(*document, token.uri));
+    if (!bst && search.anyTokenIfMissing) {
+        log.LogInfo("Did not find a BinarySecurityToken with the specified URI.  Looking for any "
+                    "BinarySecurityToken...");
+        bst.reset(document->searchForTag(nullptr, "*:BinarySecurityToken"));
+    }
+    if (!bst) {
+        log.LogError("Failed to find the wsse:BinarySecurityToken element");
+        return false;
+    }
+    return tokenCertificate(*bst, token.valueType, certBase64, dsig, log);
+}
+
 } // namespace key_info

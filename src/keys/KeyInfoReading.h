@@ -43,4 +43,17 @@ ClsXml* findTokenById(ClsXml& root, const StringBuffer& uri);
 bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer& certBase64, ClsXmlDSig& dsig,
                       LogBase& log);
 
+// How a caller looks for the token a Reference names: the line it logs, and
+// whether any token of the document stands in for one not found by Id.
+struct TokenSearch {
+    std::string_view lookingMessage;
+    bool anyTokenIfMissing;
+};
+
+// The base64 certificate of the BinarySecurityToken that a
+// SecurityTokenReference/Reference names in `document`; false (logged) when
+// the reference, the token or its certificate cannot be read.
+bool referencedTokenCertificate(ClsXml& reference, ClsXml* document, const TokenSearch& search,
+                                StringBuffer& certBase64, ClsXmlDSig& dsig, LogBase& log);
+
 } // namespace key_info

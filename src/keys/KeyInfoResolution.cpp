@@ -163,26 +163,9 @@ bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtP
         return true;
     if (log.verbose())
         log.LogInfo("We have a *:Reference...");
-    key_info::TokenReference token;
-    if (!key_info::readTokenReference(*reference, token, log))
-        return false;
-    log.LogInfo("Need to locate BinarySecurityToken within XML...");
-    log.LogDataSb("URI", token.uri);
-    if (!m_xml)
-        return false;
-
-    RefPtr<ClsXml> bst(key_info::findTokenById(*m_xml, token.uri));
-    if (!bst) {
-        log.LogInfo("Did not find a BinarySecurityToken with the specified URI.  Looking for any "
-                    "BinarySecurityToken...");
-        bst.reset(m_xml->searchForTag(nullptr, "*:BinarySecurityToken"));
-        if (!bst) {
-            log.LogError("Failed to find the wsse:BinarySecurityToken element");
-            return false;
-        }
-    }
+    const key_info::TokenSearch search{"Need to locate BinarySecurityToken within XML...", true};
     StringBuffer certText;
-    if (!key_info::tokenCertificate(*bst, token.valueType, certText, *this, log))
+    if (!key_info::referencedTokenCertificate(*reference, m_xml, search, certText, *this, log))
         return false;
     ClsPublicKey* key = publicKeyFromCertBase64(certText, seen, log);
     if (!key) {

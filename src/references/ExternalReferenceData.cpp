@@ -34,15 +34,24 @@ DSigRefExternalData* ClsXmlDSig::getExtRef(int index, bool create, LogBase& log)
     return refData;
 }
 
+// A setter's holder: made if missing, emptied of the data set before.
+DSigRefExternalData* ClsXmlDSig::clearedExtRef(int index, LogBase& log) {
+    DSigRefExternalData* holder = getExtRef(index, true, log);
+    if (holder) {
+        holder->m_path.clear();
+        holder->m_data.clear();
+    }
+    return holder;
+}
+
 bool ClsXmlDSig::SetRefDataFile(int index, XString& path) {
     CritSecExitor lock(m_critSec);
     LogContextExitor ctx(*this, "SetRefDataFile");
     m_log.clearLastJsonData();
-    DSigRefExternalData* holder = getExtRef(index, true, m_log);
+    DSigRefExternalData* holder = clearedExtRef(index, m_log);
     if (!holder)
         return false;
     holder->m_path.copyFromX(path);
-    holder->m_data.clear();
     logSuccessFailure(true);
     return true;
 }
@@ -51,11 +60,9 @@ bool ClsXmlDSig::SetRefDataSb(int index, ClsStringBuilder& text, XString& charse
     CritSecExitor lock(m_critSec);
     LogContextExitor ctx(*this, "SetRefDataSb");
     m_log.clearLastJsonData();
-    DSigRefExternalData* holder = getExtRef(index, true, m_log);
+    DSigRefExternalData* holder = clearedExtRef(index, m_log);
     if (!holder)
         return false;
-    holder->m_path.clear();
-    holder->m_data.clear();
     _tvCharset cs;
     bool ok = cs.setByName(charset.view());
     if (!ok)
@@ -71,11 +78,9 @@ bool ClsXmlDSig::SetRefDataBd(int index, ClsBinData& data) {
     CritSecExitor lock(m_critSec);
     LogContextExitor ctx(*this, "SetRefDataBd");
     m_log.clearLastJsonData();
-    DSigRefExternalData* holder = getExtRef(index, true, m_log);
+    DSigRefExternalData* holder = clearedExtRef(index, m_log);
     if (!holder)
         return false;
-    holder->m_path.clear();
-    holder->m_data.clear();
     const bool ok = holder->m_data.append(data.m_data);
     logSuccessFailure(ok);
     return ok;

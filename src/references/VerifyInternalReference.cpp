@@ -179,8 +179,10 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
 }
 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
+    // Entities are declared before the root element; only that prolog is searched.
+    const std::string_view prolog = m_sigXml.view().substr(0, m_xml ? m_xml->startTagBegin() : m_sigXml.getSize());
     return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64TransformMarker) &&
-           !postProcessingMayApply(m_sigXml) && !m_sigXml.containsSubstring(kEntityDeclaration);
+           !postProcessingMayApply(m_sigXml) && prolog.find(kEntityDeclaration) == std::string_view::npos;
 }
 
 bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
@@ -255,23 +257,6 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
         }
     }
     return true;
-}
-
-void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
-                          LogBase& log) {
-    LogContextExitor ctx(log, "transformEnvelopedSignature");
-    EnvelopedRange range;
-    if (!envelopedSignatureRange(xml, ref, range, log))
-        return;
-    // Left to the canonicalizer only when its offsets are the document's and
-    // the cut is exactly one element.
-    const bool untouched = xml.view().data() == m_sigXml.view().data() && xml.getSize() == m_sigXml.getSize();
-    if (canonicalizationFollows && untouched && !m_isCmaStp && range.length == range.signatureLength) {
-        pending.excludedStart = range.start;
-        pending.excludedLength = range.length;
-        return;
-    }
-    xml.removeChunk(range.start, range.length);
 }
 
 bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,

@@ -11,11 +11,25 @@ constexpr std::string_view kZatcaSignatureId = "signature";
 
 bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
                                              LogBase& log) {
+    CanonShortcut noCanonicalizationFollows;
+    envelope(xml, ref, false, noCanonicalizationFollows, log);
+    return true;
+}
+
+void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
+                          LogBase& log) {
     LogContextExitor ctx(log, "transformEnvelopedSignature");
     EnvelopedRange range;
-    if (envelopedSignatureRange(xml, ref, range, log))
-        xml.removeChunk(range.start, range.length);
-    return true;
+    if (!envelopedSignatureRange(xml, ref, range, log))
+        return;
+    // Left to the canonicalizer only when its offsets are the document's and
+    // the cut is exactly one element.
+    if (canonicalizationFollows && isLoadedText(xml.view()) && !m_isCmaStp && range.length == range.signatureLength) {
+        pending.excludedStart = range.start;
+        pending.excludedLength = range.length;
+        return;
+    }
+    xml.removeChunk(range.start, range.length);
 }
 
 bool ClsXmlDSig::envelopedSignatureRange(const StringBuffer& xml, DSigReference& ref, EnvelopedRange& range,

@@ -114,6 +114,7 @@ public:
     bool verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
+    DSigRefExternalData* clearedExtRef(int index, LogBase& log);
     bool getReferenceUri(int index, StringBuffer& uri, LogBase& log);
 
     // Encapsulated timestamps: presence, verification over the raw signature
@@ -192,6 +193,8 @@ private:
     bool signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log);
     // The selected signature in `text`, by its Id or else by the first
     // reference's digest value; remembered for the loaded text.
+    // Whether `text` is the loaded document's own bytes (shared, unedited).
+    bool isLoadedText(std::string_view text) const;
     bool locateSelectedSignature(std::string_view text, const StringBuffer& sigId, const StringBuffer& digestValue,
                                  XmlSigPositions& out, LogBase& log);
     bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);

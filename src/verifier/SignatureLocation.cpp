@@ -1,13 +1,17 @@
 #include "companion/xml/XmlSigLocate.h"
 #include "verifier/ClsXmlDSig.h"
 
+bool ClsXmlDSig::isLoadedText(std::string_view text) const {
+    return text.data() == m_sigXml.view().data() && text.size() == m_sigXml.getSize();
+}
+
 bool ClsXmlDSig::locateSelectedSignature(std::string_view text, const StringBuffer& sigId,
                                          const StringBuffer& digestValue, XmlSigPositions& out, LogBase& log) {
     const bool byId = !sigId.isEmpty();
     const std::string_view key = byId ? sigId.view() : digestValue.view();
     // Only the loaded text is remembered: it stays put until the next load,
     // while other texts may come and go at the same address.
-    const bool loadedText = text.data() == m_sigXml.view().data() && text.size() == m_sigXml.getSize();
+    const bool loadedText = isLoadedText(text);
     if (loadedText && m_locateMemo.valid && m_locateMemo.byId == byId && m_locateMemo.key == key) {
         out = m_locateMemo.positions;
         return m_locateMemo.found;

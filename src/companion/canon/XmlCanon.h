@@ -59,7 +59,6 @@ public:
 
     // With a sink set, the canonical text goes to the sink, in pieces, and
     // `out` is left as it was; a failed run may have written part of it.
-    CanonSink* outputSink() const { return m_sink; }
     void setOutputSink(CanonSink* sink) { m_sink = sink; }
 
     // The element whose text runs from `start` for `length` bytes is left
