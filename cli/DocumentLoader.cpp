@@ -1,6 +1,7 @@
 #include "DocumentLoader.h"
 
 #include "companion/log/LogContextExitor.h"
+#include "companion/platform/HugePages.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <cerrno>
@@ -17,7 +18,9 @@ bool readFile(const std::string& path, DataBuffer& out, std::string& error) {
     }
     const std::streamsize size = in.tellg();
     in.seekg(0);
-    std::string bytes(static_cast<size_t>(size), '\0');
+    std::string bytes;
+    reserveWithHugePages(bytes, static_cast<size_t>(size));
+    bytes.resize(static_cast<size_t>(size));
     if (size > 0 && !in.read(bytes.data(), size)) {
         error = path + ": cannot read";
         return false;

@@ -137,6 +137,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
             }
             algorithm.append(m_isZatca ? kExclusiveC14n : kInclusiveC14n);
             shortcut.sink = sink;
+            shortcut.parsed = loadedTree();
             if (!transformCanonicalize(nullptr, xml, algorithm, uri, log, shortcut)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
@@ -232,6 +233,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
             CanonShortcut shortcut = pending;
             pending = CanonShortcut{};
             shortcut.sink = last ? sink : nullptr;
+            shortcut.parsed = loadedTree();
             if (!transformCanonicalize(transform.get(), xml, algorithm, uri, log, shortcut)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;

@@ -44,6 +44,7 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
 
     XmlCanon canon;
     canon.setOutputSink(shortcut.sink);
+    canon.setParsedDocument(shortcut.parsed);
     canon.setExcludedRange(shortcut.excludedStart, shortcut.excludedLength);
     canon.setWithComments(algorithm.containsSubstringNoCase("WithComments"));
     if (algorithm.containsSubstring(kExclusiveMarker)) {

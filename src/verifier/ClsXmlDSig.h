@@ -20,6 +20,7 @@ class ClsXmlCertVault;
 class HashedStringSet;
 class TavixX509;
 class ClsXml;
+class XmlDocument;
 class DSigReference;
 
 // Verifies the XML digital signatures of one loaded document.
@@ -195,6 +196,9 @@ private:
     // reference's digest value; remembered for the loaded text.
     // Whether `text` is the loaded document's own bytes (shared, unedited).
     bool isLoadedText(std::string_view text) const;
+    // The tree of the loaded text, which canonicalization and signature
+    // location read instead of scanning the text again (null when none).
+    const XmlDocument* loadedTree() const;
     bool locateSelectedSignature(std::string_view text, const StringBuffer& sigId, const StringBuffer& digestValue,
                                  XmlSigPositions& out, LogBase& log);
     bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);

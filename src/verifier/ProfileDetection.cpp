@@ -1,3 +1,4 @@
+#include "companion/text/SubstringSet.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/ProfileMarkers.h"
 
@@ -8,6 +9,18 @@ namespace {
 constexpr uint32_t kSunatProfile = 3;
 constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization attribute sorting bug...";
 
+// Every marker, so that the text is searched once for all of them.
+const std::vector<std::string_view>& allMarkers() {
+    using namespace profile_markers;
+    static const std::vector<std::string_view> markers = [] {
+        std::vector<std::string_view> all{kSiiChile, kSunatUbl, kCsioz,        kCmaStp,
+                                          kSatSiat,  kDodaTag,  kSignedDocTag, kSkXmlFormat};
+        all.insert(all.end(), kSortBugSigners.begin(), kSortBugSigners.end());
+        return all;
+    }();
+    return markers;
+}
+
 } // namespace
 
 void ClsXmlDSig::detectSpecial(const StringBuffer& xml, LogBase& log) {
@@ -15,7 +28,13 @@ void ClsXmlDSig::detectSpecial(const StringBuffer& xml, LogBase& log) {
     m_isDoda = m_isCsioz = m_isSunat = m_isSiiCl = false;
     m_dupC14nSortBug = m_noSortBugRetry = m_isSignedDocSkXml = m_isCmaStp = false;
 
-    auto contains = [&xml](std::string_view marker) { return xml.containsSubstring(marker); };
+    static const SubstringSet markerSet(allMarkers());
+    const uint64_t found = markerSet.findIn(xml.view());
+    auto contains = [found](std::string_view marker) {
+        const auto& all = allMarkers();
+        const auto at = static_cast<size_t>(std::find(all.begin(), all.end(), marker) - all.begin());
+        return (found >> at) & 1;
+    };
     if (contains(kSiiChile)) {
         m_isSiiCl = true;
         m_noSortBugRetry = true;

@@ -1,8 +1,13 @@
+#include "companion/xml/ClsXml.h"
 #include "companion/xml/XmlSigLocate.h"
 #include "verifier/ClsXmlDSig.h"
 
 bool ClsXmlDSig::isLoadedText(std::string_view text) const {
     return text.data() == m_sigXml.view().data() && text.size() == m_sigXml.getSize();
+}
+
+const XmlDocument* ClsXmlDSig::loadedTree() const {
+    return m_xml ? m_xml->parsedDocument() : nullptr;
 }
 
 bool ClsXmlDSig::locateSelectedSignature(std::string_view text, const StringBuffer& sigId,
@@ -17,6 +22,7 @@ bool ClsXmlDSig::locateSelectedSignature(std::string_view text, const StringBuff
         return m_locateMemo.found;
     }
     XmlSigLocate locate;
+    locate.setParsedDocument(loadedTree());
     _tvXmlDtd dtd;
     const bool found =
         byId ? locate.FindXmlSigById(key, text, dtd, log) : locate.FindXmlSigByRefDigest(key, text, dtd, log);

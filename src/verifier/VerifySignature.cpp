@@ -112,6 +112,7 @@ bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoChec
         return false;
     }
     XmlCanon canon;
+    canon.setParsedDocument(loadedTree());
     configureCanonicalizer(check.canonicalizationMethod, prefixList, canon, log);
     if (m_isCsioz || m_dupC14nSortBug) {
         log.LogInfo("Will duplicate the XML canonicalization attribute sorting bug...");

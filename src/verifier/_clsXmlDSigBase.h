@@ -11,14 +11,18 @@ class CanonSink;
 class ClsXml;
 class DSigReference;
 class LogBase;
+class XmlDocument;
 
 // Shortcuts for a canonicalization that ends a reference's processing: the
 // output goes to a sink (and the text is emptied) instead of replacing the
-// text, and an element still to be cut is left out instead.
+// text, an element still to be cut is left out instead, and the loaded
+// document's tree is read instead of the text when the text is still the
+// loaded one.
 struct CanonShortcut {
     CanonSink* sink = nullptr;
     unsigned excludedStart = 0;
     unsigned excludedLength = 0;
+    const XmlDocument* parsed = nullptr;
 };
 
 // The document-profile flags and the transform state shared by the

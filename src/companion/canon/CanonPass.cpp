@@ -4,6 +4,7 @@
 #include "companion/canon/CanonQName.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/XmlTextDecoder.h"
+#include "companion/xml/XmlTreeReplay.h"
 
 #include <algorithm>
 
@@ -27,11 +28,26 @@ bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding&
 
 } // namespace
 
-CanonPass::CanonPass(std::string_view document, const CanonOptions& options, const CanonTarget& target,
-                     unsigned& authenticatedCounter, unsigned ordinal, std::string& out)
+CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const CanonOptions& options,
+                     const CanonTarget& target, unsigned& authenticatedCounter, unsigned ordinal, std::string& out)
     : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
-      m_out(out), m_dtd(document), m_scanner(m_dtd), m_namespaces(m_dtd),
+      m_out(out), m_dtd(document), m_tokens(tokenSource(parsed)), m_namespaces(m_dtd),
       m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching) {
+}
+
+// The tree of the same text, when there is one that holds everything, spares
+// scanning the text again; a fragment at an offset then starts at its apex.
+std::unique_ptr<XmlTokenSource> CanonPass::tokenSource(const XmlDocument* parsed) {
+    const bool sameText = parsed && parsed->source().data() == m_dtd.document().data() &&
+                          parsed->source().size() == m_dtd.document().size();
+    if (!sameText || !parsed->isReplayable() || parsed->nodeCount() == 0)
+        return std::make_unique<XmlScanner>(m_dtd);
+    if (m_target.kind != CanonTarget::Kind::Offset)
+        return std::make_unique<XmlTreeReplay>(*parsed);
+    const uint32_t apex = parsed->elementAt(m_target.offset);
+    if (apex == kNoNode)
+        return std::make_unique<XmlScanner>(m_dtd);
+    return std::make_unique<XmlTreeReplay>(*parsed, apex);
 }
 
 bool CanonPass::run(LogBase& log) {
@@ -42,17 +58,17 @@ bool CanonPass::run(LogBase& log) {
         // spares a reallocation (a doubling) for most documents.
         m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
     }
-    while (m_phase != Phase::Done && m_scanner.next()) {
-        if (isExcluded(m_scanner.token()))
+    while (m_phase != Phase::Done && m_tokens->next()) {
+        if (isExcluded(m_tokens->token()))
             continue;
-        onToken(m_scanner.token());
+        onToken(m_tokens->token());
         if (m_sink && m_out.size() >= kSinkChunkBytes)
             flushToSink();
     }
     if (m_sink)
         flushToSink();
-    if (m_scanner.failed()) {
-        log.LogError(m_scanner.errorMessage());
+    if (m_tokens->failed()) {
+        log.LogError(m_tokens->errorMessage());
         return false;
     }
     if (m_phase == Phase::Done || m_phase == Phase::Epilog)
@@ -77,8 +93,8 @@ bool CanonPass::run(LogBase& log) {
 bool CanonPass::isExcluded(const XmlToken& t) const {
     if (m_options.excludedEnd == 0)
         return false;
-    if (m_scanner.inEntity()) {
-        const uint32_t at = m_scanner.entityReference().offset;
+    if (m_tokens->inEntity()) {
+        const uint32_t at = m_tokens->entityReference().offset;
         return at >= m_options.excludedBegin && at < m_options.excludedEnd;
     }
     // The end of an empty-element tag is a token of no width where the tag
@@ -104,11 +120,11 @@ void CanonPass::onToken(const XmlToken& t) {
         break;
     case XmlTokenKind::Text:
         if (m_phase == Phase::Inside)
-            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_scanner.inEntity(), m_dtd);
+            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_tokens->inEntity(), m_dtd);
         break;
     case XmlTokenKind::CData:
         if (m_phase == Phase::Inside)
-            canon_escape::appendCData(m_out, slice(t.content), m_scanner.inEntity());
+            canon_escape::appendCData(m_out, slice(t.content), m_tokens->inEntity());
         break;
     case XmlTokenKind::Comment:
         onComment(t);
@@ -132,7 +148,7 @@ void CanonPass::onStartTag(const XmlToken& t) {
     }
     if (m_phase == Phase::Prolog || isApex(t)) {
         m_phase = Phase::Inside;
-        m_apexDepth = m_scanner.depth();
+        m_apexDepth = m_tokens->depth();
         writeStartTag(t, true);
         return;
     }
@@ -142,13 +158,13 @@ void CanonPass::onStartTag(const XmlToken& t) {
 void CanonPass::onEndTag(const XmlToken& t) {
     m_namespaces.closeElement();
     if (m_phase != Phase::Inside) {
-        forgetXmlAttributesBelow(m_scanner.depth());
+        forgetXmlAttributesBelow(m_tokens->depth());
         return;
     }
     m_out.append("</");
     m_out.append(slice(t.name));
     m_out.push_back('>');
-    if (m_scanner.depth() < m_apexDepth)
+    if (m_tokens->depth() < m_apexDepth)
         m_phase = m_target.isDocument() ? Phase::Epilog : Phase::Done;
 }
 
@@ -191,7 +207,7 @@ bool CanonPass::isApex(const XmlToken& t) {
             return isIdName(CanonQName::split(slice(a.name)).localName) && attributeValueIs(a, m_target.id);
         });
     case CanonTarget::Kind::Offset:
-        return t.begin == m_target.offset && !m_scanner.inEntity();
+        return t.begin == m_target.offset && !m_tokens->inEntity();
     case CanonTarget::Kind::Authenticated: {
         const bool authenticated = std::any_of(t.attributes.begin(), t.attributes.end(), [&](const XmlAttribute& a) {
             return slice(a.name) == kAuthenticate && attributeValueIs(a, kAuthenticated);
@@ -227,7 +243,7 @@ void CanonPass::rememberXmlAttributes(const XmlToken& t) {
         const std::string_view qname = slice(a.name);
         const CanonQName name = CanonQName::split(qname);
         if (name.prefix == kXmlPrefix)
-            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_scanner.depth()});
+            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_tokens->depth()});
     }
 }
 

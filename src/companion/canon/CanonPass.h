@@ -4,10 +4,12 @@
 #include "companion/canon/CanonNamespaces.h"
 #include "companion/canon/CanonSink.h"
 #include "companion/canon/CanonTarget.h"
+#include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlScanner.h"
 
 #include <cstdint>
+#include <memory>
 #include <span>
 #include <string>
 #include <string_view>
@@ -34,10 +36,11 @@ struct CanonOptions {
 // elements cost no allocation of their own.
 class CanonPass {
 public:
-    // `authenticatedCounter` numbers the authenticate="true" elements met
-    // (the EBICS selection); `ordinal` is the one to emit.
-    CanonPass(std::string_view document, const CanonOptions& options, const CanonTarget& target,
-              unsigned& authenticatedCounter, unsigned ordinal, std::string& out);
+    // `parsed`, when not null, may be the tree of the document (it is used
+    // only if it is). `authenticatedCounter` numbers the authenticate="true"
+    // elements met (the EBICS selection); `ordinal` is the one to emit.
+    CanonPass(std::string_view document, const XmlDocument* parsed, const CanonOptions& options,
+              const CanonTarget& target, unsigned& authenticatedCounter, unsigned ordinal, std::string& out);
     CanonPass(const CanonPass&) = delete;
     CanonPass& operator=(const CanonPass&) = delete;
 
@@ -61,6 +64,7 @@ private:
         uint32_t depth;
     };
 
+    std::unique_ptr<XmlTokenSource> tokenSource(const XmlDocument* parsed);
     void flushToSink();
     bool isExcluded(const XmlToken& t) const;
     void onToken(const XmlToken& t);
@@ -98,7 +102,7 @@ private:
     const unsigned m_ordinal;
     std::string& m_out;
     XmlDtd m_dtd;
-    XmlScanner m_scanner;
+    std::unique_ptr<XmlTokenSource> m_tokens;
     CanonNamespaces m_namespaces;
     Phase m_phase;
     uint32_t m_apexDepth = 0;

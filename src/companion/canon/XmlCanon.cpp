@@ -56,7 +56,7 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
     StringBuffer& destination = (&in == &out || m_sink) ? separate : out;
     std::string& text = destination.raw();
     const size_t mark = text.size();
-    CanonPass pass(in.view(), options, target, m_fragmentCounter, m_authenticatedOrdinal, text);
+    CanonPass pass(in.view(), m_parsed, options, target, m_fragmentCounter, m_authenticatedOrdinal, text);
     pass.setSink(m_sink);
     if (!pass.run(log)) {
         text.resize(mark);

@@ -9,6 +9,7 @@
 
 class LogBase;
 class StringBuffer;
+class XmlDocument;
 struct CanonOptions;
 
 // Canonical XML 1.0 and Exclusive XML Canonicalization 1.0 of a UTF-8
@@ -61,6 +62,11 @@ public:
     // `out` is left as it was; a failed run may have written part of it.
     void setOutputSink(CanonSink* sink) { m_sink = sink; }
 
+    // A tree parsed from the text that will be canonicalized: the pass then
+    // reads the tree instead of scanning the text again. A tree of some
+    // other text is ignored. It must outlive the calls.
+    void setParsedDocument(const XmlDocument* doc) { m_parsed = doc; }
+
     // The element whose text runs from `start` for `length` bytes is left
     // out, as if it had been cut from the text (length 0: nothing is).
     void setExcludedRange(unsigned start, unsigned length) {
@@ -92,6 +98,7 @@ private:
     unsigned m_fragmentCounter = 0;
     ExtPtrArraySb m_inclusivePrefixes;
     CanonSink* m_sink = nullptr;
+    const XmlDocument* m_parsed = nullptr;
     unsigned m_excludedStart = 0;
     unsigned m_excludedLength = 0;
 };

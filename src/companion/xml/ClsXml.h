@@ -35,6 +35,8 @@ public:
 
     // Element identity and content.
     bool isLoaded() const { return m_doc != nullptr; }
+    // The parsed document this element belongs to (null when none is loaded).
+    const XmlDocument* parsedDocument() const { return m_doc.get(); }
     std::string_view tag() const;
     void getTag(StringBuffer& out) const { out.setString(tag()); }
     // The prefix of the tag ("ds" for "ds:Signature"), empty without one.

@@ -1,5 +1,6 @@
 #include "companion/xml/XmlDocument.h"
 
+#include "companion/platform/HugePages.h"
 #include "companion/xml/XmlLimits.h"
 #include "companion/xml/XmlMarkup.h"
 #include "companion/xml/XmlMatch.h"
@@ -44,7 +45,7 @@ std::shared_ptr<XmlDocument> XmlDocument::parse(std::shared_ptr<const std::strin
 
 bool XmlDocument::build(XmlScanner& scanner) {
     // Every node but a Text node starts with '<'.
-    m_nodes.reserve(scanner.lessThanCount());
+    reserveWithHugePages(m_nodes, scanner.lessThanCount());
     std::vector<OpenElement> open;
     open.reserve(xml_limits::kMaxElementDepth);
     while (scanner.next()) {
@@ -73,14 +74,20 @@ bool XmlDocument::build(XmlScanner& scanner) {
         case XmlTokenKind::Comment:
             if (!open.empty())
                 addNode(scanner, open, XmlNodeKind::Comment, t.begin, t.end, 0);
+            else
+                m_replayable = false;
             break;
         case XmlTokenKind::ProcessingInstruction:
             if (!open.empty()) {
                 const uint32_t n = addNode(scanner, open, XmlNodeKind::ProcessingInstruction, t.begin, t.end, 0);
                 m_nodes[n].nameLength = static_cast<uint16_t>(t.name.length);
+            } else {
+                m_replayable = false;
             }
             break;
         case XmlTokenKind::Doctype:
+            m_replayable = false;
+            break;
         case XmlTokenKind::EntityStart:
         case XmlTokenKind::EntityEnd:
             break;
@@ -109,6 +116,11 @@ uint32_t XmlDocument::addNode(const XmlScanner& scanner, std::vector<OpenElement
 }
 
 void XmlDocument::addAttributes(std::span<const XmlAttribute> attributes) {
+    // Grown here rather than by push_back so that a large array keeps its
+    // huge-page advice across reallocations.
+    const size_t needed = m_attributes.size() + attributes.size();
+    if (needed > m_attributes.capacity())
+        reserveWithHugePages(m_attributes, std::max(needed, 2 * m_attributes.capacity()));
     for (const XmlAttribute& a : attributes)
         m_attributes.push_back(
             Attribute{a.name.offset, a.value.offset, a.value.length, static_cast<uint16_t>(a.name.length), a.flags});
@@ -212,6 +224,24 @@ bool XmlDocument::namespaceUri(uint32_t element, std::string_view prefix, std::s
         }
     }
     return false;
+}
+
+uint32_t XmlDocument::elementAt(uint32_t offset) const {
+    // Nodes are in document order, so their start offsets ascend (entity
+    // nodes aside, which a replayable document has none of).
+    const auto it = std::lower_bound(m_nodes.begin(), m_nodes.end(), offset,
+                                     [](const Node& node, uint32_t at) { return node.begin < at; });
+    if (it == m_nodes.end() || it->begin != offset || it->kind != XmlNodeKind::Element || (it->flags & kFromEntity))
+        return kNoNode;
+    return static_cast<uint32_t>(it - m_nodes.begin());
+}
+
+uint32_t XmlDocument::subtreeEnd(uint32_t n) const {
+    for (uint32_t e = n; e != kNoNode; e = m_nodes[e].parent) {
+        if (m_nodes[e].nextSibling != kNoNode)
+            return m_nodes[e].nextSibling;
+    }
+    return nodeCount();
 }
 
 XmlSpan XmlDocument::origin(uint32_t n) const {

@@ -98,6 +98,15 @@ public:
     uint32_t endTagBegin(uint32_t element) const;
     uint32_t endTagEnd(uint32_t element) const;
 
+    // True when the tree holds everything a token stream of the text would:
+    // no DOCTYPE (so no entity expansions and no defaulted attributes), no
+    // comment or processing instruction outside the root element.
+    bool isReplayable() const { return m_replayable; }
+    // The element whose start tag begins at the offset, or kNoNode.
+    uint32_t elementAt(uint32_t offset) const;
+    // The first node after n's subtree in document order (nodeCount() at the end).
+    uint32_t subtreeEnd(uint32_t n) const;
+
     // Calls visit(child, text) for each part of an element's content in order:
     // a child node (text empty), or a run of raw character data (child kNoNode).
     template <class Visitor> void forEachContent(uint32_t element, Visitor&& visit) const;
@@ -129,6 +138,7 @@ private:
     std::vector<Attribute> m_attributes;
     std::vector<EntityOrigin> m_origins;
     bool m_autoTrim;
+    bool m_replayable = true;
 };
 
 template <class Visitor> void XmlDocument::forEachContent(uint32_t element, Visitor&& visit) const {

@@ -3,6 +3,7 @@
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlError.h"
 #include "companion/xml/XmlToken.h"
+#include "companion/xml/XmlTokenSource.h"
 
 #include <cstdint>
 #include <string>
@@ -19,7 +20,7 @@
 // references stay in the raw text, flagged for decoding (XmlTextDecoder).
 //
 // Namespaces are not checked: names are taken as written.
-class XmlScanner {
+class XmlScanner final : public XmlTokenSource {
 public:
     // The DTD's document is the text scanned; both must outlive the scanner.
     explicit XmlScanner(XmlDtd& dtd);
@@ -29,19 +30,19 @@ public:
     // The next construct, or false at the end of the document or on the
     // first well-formedness error (then failed()). The token, with its
     // attributes, stays valid until the next call.
-    bool next();
-    const XmlToken& token() const { return m_token; }
+    bool next() override;
+    const XmlToken& token() const override { return m_token; }
 
-    bool failed() const { return m_error.isSet(); }
+    bool failed() const override { return m_error.isSet(); }
     const XmlError& error() const { return m_error; }
     // "XML parse error at line L, column C: reason".
-    std::string errorMessage() const { return m_error.describe(m_dtd.document()); }
+    std::string errorMessage() const override { return m_error.describe(m_dtd.document()); }
 
     // Open elements, counting the one a StartTag token just opened.
-    uint32_t depth() const { return static_cast<uint32_t>(m_elements.size()); }
-    bool inEntity() const { return m_inputs.size() > 1; }
+    uint32_t depth() const override { return static_cast<uint32_t>(m_elements.size()); }
+    bool inEntity() const override { return m_inputs.size() > 1; }
     // The outermost entity reference being expanded, in document offsets.
-    XmlSpan entityReference() const { return inEntity() ? m_inputs[1].reference : XmlSpan{}; }
+    XmlSpan entityReference() const override { return inEntity() ? m_inputs[1].reference : XmlSpan{}; }
     // The number of '<' in the document: a bound for the nodes of a tree.
     size_t lessThanCount() const { return m_lessThanCount; }
     std::string_view slice(XmlSpan span) const { return m_dtd.slice(span); }

@@ -340,7 +340,7 @@ bool XmlSigLocate::find(Mode mode, std::string_view key, std::string_view xml, _
     static_cast<XmlSigPositions&>(*this) = XmlSigPositions{};
     if (key.empty())
         return false;
-    XmlSigWalker walker(dtd.bind(xml));
+    XmlSigWalker walker(dtd.bind(xml), m_parsed);
     Search search(mode, key);
     while (walker.next()) {
         if (search.take(walker)) {

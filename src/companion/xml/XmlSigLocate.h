@@ -7,6 +7,7 @@
 #include <string_view>
 
 class LogBase;
+class XmlDocument;
 
 // Finds one signature element in the raw text of a document and reports
 // where it and the parts that callers edit or canonicalize lie, as byte
@@ -55,8 +56,15 @@ public:
     bool FindXmlSigByRefDigest(const char* digestValue, const char* xml, _tvXmlDtd& dtd, LogBase& log);
     bool FindXmlSigByRefDigest(std::string_view digestValue, std::string_view xml, _tvXmlDtd& dtd, LogBase& log);
 
+    // A tree parsed from the text that will be searched: it is read instead
+    // of the text (a tree of another text is ignored). It must outlive the
+    // finds.
+    void setParsedDocument(const XmlDocument* doc) { m_parsed = doc; }
+
 private:
     enum class Mode : uint8_t { ById, ByRefDigest };
     class Search;
     bool find(Mode mode, std::string_view key, std::string_view xml, _tvXmlDtd& dtd, LogBase& log);
+
+    const XmlDocument* m_parsed = nullptr;
 };

@@ -1,5 +1,7 @@
 #include "companion/xml/XmlSigWalker.h"
 
+#include "companion/xml/XmlTreeReplay.h"
+
 #include "companion/xml/XmlTextDecoder.h"
 
 namespace {
@@ -27,7 +29,16 @@ bool XmlSigWalker::Element::isSignature() const {
     return (inSignatureNamespace && localName == kSignature) || (hasSignedInfo && hasSignatureValue);
 }
 
-XmlSigWalker::XmlSigWalker(XmlDtd& dtd) : m_scanner(dtd), m_dtd(dtd) {
+XmlSigWalker::XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed) : m_tokens(tokenSource(dtd, parsed)), m_dtd(dtd) {
+}
+
+// A tree of the same text that holds everything is replayed rather than the
+// text scanned again.
+std::unique_ptr<XmlTokenSource> XmlSigWalker::tokenSource(XmlDtd& dtd, const XmlDocument* parsed) {
+    if (parsed && parsed->isReplayable() && parsed->nodeCount() > 0 &&
+        parsed->source().data() == dtd.document().data() && parsed->source().size() == dtd.document().size())
+        return std::make_unique<XmlTreeReplay>(*parsed);
+    return std::make_unique<XmlScanner>(dtd);
 }
 
 const XmlSigWalker::Element* XmlSigWalker::parent() const {
@@ -36,8 +47,8 @@ const XmlSigWalker::Element* XmlSigWalker::parent() const {
 
 bool XmlSigWalker::next() {
     closePending();
-    while (m_scanner.next()) {
-        switch (m_scanner.token().kind) {
+    while (m_tokens->next()) {
+        switch (m_tokens->token().kind) {
         case XmlTokenKind::StartTag:
             return startElement();
         case XmlTokenKind::EndTag:
@@ -66,12 +77,12 @@ void XmlSigWalker::closePending() {
 }
 
 bool XmlSigWalker::startElement() {
-    const XmlToken& token = m_scanner.token();
-    const std::string_view name = m_scanner.slice(token.name);
+    const XmlToken& token = m_tokens->token();
+    const std::string_view name = m_dtd.slice(token.name);
     Element e;
     e.localName = localNameOf(name);
-    e.inDocument = !m_scanner.inEntity();
-    e.begin = e.inDocument ? token.begin : m_scanner.entityReference().offset;
+    e.inDocument = !m_tokens->inEntity();
+    e.begin = e.inDocument ? token.begin : m_tokens->entityReference().offset;
     m_elements.push_back(e);
     declareNamespaces(m_elements.size());
     m_elements.back().inSignatureNamespace = prefixInSignatureNamespace(prefixOf(name));
@@ -82,21 +93,21 @@ bool XmlSigWalker::startElement() {
 
 void XmlSigWalker::endElement() {
     Element& e = m_elements.back();
-    e.end = e.inDocument ? m_scanner.token().end : m_scanner.entityReference().end();
+    e.end = e.inDocument ? m_tokens->token().end : m_tokens->entityReference().end();
     m_closePending = true;
     m_event = Event::End;
 }
 
 void XmlSigWalker::declareNamespaces(size_t depth) {
     std::string uri;
-    for (const XmlAttribute& a : m_scanner.token().attributes) {
-        const std::string_view name = m_scanner.slice(a.name);
+    for (const XmlAttribute& a : m_tokens->token().attributes) {
+        const std::string_view name = m_dtd.slice(a.name);
         std::string_view prefix;
         if (name.starts_with(kXmlnsPrefix))
             prefix = name.substr(kXmlnsPrefix.size());
         else if (name != kXmlns)
             continue;
-        const std::string_view raw = m_scanner.slice(a.value);
+        const std::string_view raw = m_dtd.slice(a.value);
         bool inSignatureNamespace = raw == kSignatureNamespace;
         if (a.flags & kAttrNeedsDecoding) {
             uri.clear();
@@ -126,11 +137,11 @@ void XmlSigWalker::noteChildOfParent() {
 }
 
 bool XmlSigWalker::attribute(std::string_view name, std::string& value) const {
-    for (const XmlAttribute& a : m_scanner.token().attributes) {
-        if (m_scanner.slice(a.name) != name)
+    for (const XmlAttribute& a : m_tokens->token().attributes) {
+        if (m_dtd.slice(a.name) != name)
             continue;
         value.clear();
-        const std::string_view raw = m_scanner.slice(a.value);
+        const std::string_view raw = m_dtd.slice(a.value);
         if (a.flags & kAttrNeedsDecoding)
             XmlTextDecoder::appendAttribute(raw, m_dtd, (a.flags & kAttrTokenized) != 0, value);
         else
@@ -141,8 +152,8 @@ bool XmlSigWalker::attribute(std::string_view name, std::string& value) const {
 }
 
 void XmlSigWalker::appendText(std::string& out) const {
-    const XmlToken& token = m_scanner.token();
-    const std::string_view raw = m_scanner.slice(token.content);
+    const XmlToken& token = m_tokens->token();
+    const std::string_view raw = m_dtd.slice(token.content);
     if (token.kind == XmlTokenKind::CData)
         XmlTextDecoder::appendCData(raw, out);
     else if (token.textFlags)

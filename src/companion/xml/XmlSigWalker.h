@@ -1,8 +1,10 @@
 #pragma once
 
+#include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlScanner.h"
 
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -36,15 +38,17 @@ public:
     };
 
     // The DTD's document is the text walked; it must outlive the walker.
-    explicit XmlSigWalker(XmlDtd& dtd);
+    // `parsed`, when not null, may be the tree of that text (it is used only
+    // if it is).
+    explicit XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed = nullptr);
 
     // The next event, or false at the end of the document or on the first
     // well-formedness error (then failed()).
     bool next();
     Event event() const { return m_event; }
-    bool failed() const { return m_scanner.failed(); }
+    bool failed() const { return m_tokens->failed(); }
     // "XML parse error at line L, column C: reason".
-    std::string errorMessage() const { return m_scanner.errorMessage(); }
+    std::string errorMessage() const { return m_tokens->errorMessage(); }
 
     // Start, End: the element; Text: the element the text is in.
     const Element& element() const { return m_elements.back(); }
@@ -62,6 +66,7 @@ private:
         size_t depth;
     };
 
+    static std::unique_ptr<XmlTokenSource> tokenSource(XmlDtd& dtd, const XmlDocument* parsed);
     bool startElement();
     void endElement();
     void closePending();
@@ -69,7 +74,7 @@ private:
     bool prefixInSignatureNamespace(std::string_view prefix) const;
     void noteChildOfParent();
 
-    XmlScanner m_scanner;
+    std::unique_ptr<XmlTokenSource> m_tokens;
     const XmlDtd& m_dtd;
     std::vector<Element> m_elements;
     std::vector<Binding> m_bindings;
