@@ -1,0 +1,211 @@
+#include "TestSupport.h"
+
+#include "companion/canon/XmlCanon.h"
+#include "companion/log/LogBase.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/xml/XmlDocument.h"
+#include "companion/xml/XmlScanner.h"
+#include "companion/xml/XmlSigLocate.h"
+#include "companion/xml/XmlTreeReplay.h"
+#include "companion/xml/_tvXmlDtd.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+// Replaying a parsed tree must be indistinguishable from scanning its text:
+// checked on every corpus document (and a few hand-made ones) for the token
+// stream itself, for canonical forms of the whole document and of elements,
+// and for located signatures.
+namespace {
+
+struct Parsed {
+    StringBuffer text;
+    std::shared_ptr<XmlDocument> doc;
+};
+
+Parsed parse(const std::string& bytes) {
+    Parsed p;
+    p.text.setString(bytes);
+    std::string error;
+    p.doc = XmlDocument::parse(p.text.share(), false, error);
+    return p;
+}
+
+// Markup tokens and the character data inside the root, as one string each.
+struct Stream {
+    std::string markup;
+    std::string text;
+};
+
+void record(const XmlTokenSource& source, std::string_view document, Stream& s) {
+    const XmlToken& t = source.token();
+    auto slice = [&](XmlSpan span) { return std::string(document.substr(span.offset, span.length)); };
+    if (t.kind == XmlTokenKind::Text) {
+        if (source.depth() > 0)
+            s.text += slice(t.content);
+        return;
+    }
+    s.markup += std::to_string(static_cast<int>(t.kind)) + "@" + std::to_string(t.begin) + "-" + std::to_string(t.end) +
+                " d" + std::to_string(source.depth()) + " " + slice(t.name) + "|" + slice(t.content) + "|";
+    for (const XmlAttribute& a : t.attributes)
+        s.markup += slice(a.name) + "=" + slice(a.value) + "/" + std::to_string(a.flags) + " ";
+    s.markup += "\n";
+}
+
+Stream scanned(std::string_view document) {
+    XmlDtd dtd(document);
+    XmlScanner scanner(dtd);
+    Stream s;
+    while (scanner.next())
+        record(scanner, document, s);
+    return s;
+}
+
+Stream replayed(const XmlDocument& doc) {
+    XmlTreeReplay replay(doc);
+    Stream s;
+    while (replay.next())
+        record(replay, doc.source(), s);
+    return s;
+}
+
+std::string canonical(const Parsed& p, const XmlDocument* tree, bool exclusive, unsigned offset,
+                      unsigned excludedStart = 0, unsigned excludedLength = 0) {
+    XmlCanon canon;
+    canon.setParsedDocument(tree);
+    canon.setMode(exclusive ? XmlCanon::Mode::Exclusive : XmlCanon::Mode::Inclusive);
+    canon.setWithComments(true);
+    canon.setExcludedRange(excludedStart, excludedLength);
+    StringBuffer out;
+    LogNull log;
+    if (!canon.xmlCanonicalize(p.text, nullptr, offset, out, log))
+        return "failed";
+    return std::string(out.view());
+}
+
+// Up to `most` element start offsets spread over the document, the root first.
+std::vector<uint32_t> sampleElements(const XmlDocument& doc, size_t most) {
+    std::vector<uint32_t> all;
+    for (uint32_t n = 0; n < doc.nodeCount(); ++n)
+        if (doc.isElement(n))
+            all.push_back(n);
+    std::vector<uint32_t> picked;
+    const size_t step = all.size() / most + 1;
+    for (size_t i = 0; i < all.size(); i += step)
+        picked.push_back(all[i]);
+    return picked;
+}
+
+void expectSameAsScanning(const std::string& bytes, const std::string& name) {
+    SCOPED_TRACE(name);
+    const Parsed p = parse(bytes);
+    ASSERT_TRUE(p.doc);
+    const XmlDocument& doc = *p.doc;
+
+    // A document that is not replayable (its tree lacks what lies outside
+    // the root or came from its DTD) is always scanned.
+    if (doc.isReplayable()) {
+        const Stream fromText = scanned(p.text.view());
+        const Stream fromTree = replayed(doc);
+        EXPECT_EQ(fromTree.markup, fromText.markup);
+        EXPECT_EQ(fromTree.text, fromText.text);
+    }
+
+    for (bool exclusive : {false, true}) {
+        EXPECT_EQ(canonical(p, &doc, exclusive, 0), canonical(p, nullptr, exclusive, 0));
+        for (uint32_t n : sampleElements(doc, 40)) {
+            const uint32_t at = doc.startTagBegin(n);
+            EXPECT_EQ(canonical(p, &doc, exclusive, at), canonical(p, nullptr, exclusive, at)) << "element at " << at;
+            // The element cut out of the whole document, as the enveloped transform does.
+            const uint32_t length = doc.endTagEnd(n) - at;
+            EXPECT_EQ(canonical(p, &doc, exclusive, 0, at, length), canonical(p, nullptr, exclusive, 0, at, length))
+                << "without the element at " << at;
+        }
+    }
+
+    for (uint32_t n = 0; n < doc.nodeCount(); ++n) {
+        const XmlDocument::Attribute* id = doc.isElement(n) ? doc.findAttribute(n, "Id") : nullptr;
+        if (!id)
+            continue;
+        std::string value;
+        doc.appendAttributeValue(*id, value);
+        XmlSigLocate withTree, withText;
+        withTree.setParsedDocument(&doc);
+        _tvXmlDtd dtd1, dtd2;
+        LogNull log;
+        const bool found = withTree.FindXmlSigById(value, p.text.view(), dtd1, log);
+        EXPECT_EQ(found, withText.FindXmlSigById(value, p.text.view(), dtd2, log)) << value;
+        EXPECT_EQ(withTree.m_signatureLoc, withText.m_signatureLoc) << value;
+        EXPECT_EQ(withTree.m_signatureLen, withText.m_signatureLen) << value;
+        EXPECT_EQ(withTree.m_signedInfoLoc, withText.m_signedInfoLoc) << value;
+        EXPECT_EQ(withTree.m_signedInfoLen, withText.m_signedInfoLen) << value;
+        EXPECT_EQ(withTree.m_signatureValueLoc, withText.m_signatureValueLoc) << value;
+        EXPECT_EQ(withTree.m_signedPropertiesLoc, withText.m_signedPropertiesLoc) << value;
+        EXPECT_EQ(withTree.m_newObjectLoc, withText.m_newObjectLoc) << value;
+    }
+}
+
+TEST(XmlTreeReplay, HandMadeDocumentsCanonicalizeAsScanned) {
+    const std::vector<std::string> documents = {
+        // Every node kind inside the root, CR line ends, references, an empty element.
+        "<?xml version=\"1.0\"?>\r\n<a xmlns=\"urn:a\" xmlns:p=\"urn:p\" p:x=\"1&amp;2\" b='\t'>\r\n"
+        "<!-- c\r\n --><?pi  data ?><![CDATA[x\r\ny]]>t&#x3E;&lt;u<p:e/><e2 xml:lang=\"en\"><f/></e2>\r\n</a>\r\n",
+        // Text before and after nested elements, an excluded element with a namespace.
+        "<r><s:Signature xmlns:s=\"urn:s\"><s:SignedInfo Id=\"i\"/></s:Signature>tail<x Id=\"y\">z</x></r>",
+        // Not replayable (a prolog comment, a DOCTYPE): the scanner is used and the results agree.
+        "<!-- prolog --><r a=\"1\"><b/></r><?epilog?>",
+        "<!DOCTYPE r [<!ENTITY e \"<b>in</b>\"><!ATTLIST r d CDATA \"v\">]><r>&e;</r>",
+    };
+    for (size_t i = 0; i < documents.size(); ++i)
+        expectSameAsScanning(documents[i], "document " + std::to_string(i));
+    EXPECT_TRUE(parse(documents[0]).doc->isReplayable());
+    EXPECT_FALSE(parse(documents[2]).doc->isReplayable());
+    EXPECT_FALSE(parse(documents[3]).doc->isReplayable());
+}
+
+TEST(XmlTreeReplay, FromAnApexGivesTheAncestorsStartTagsThenTheSubtreeOnly) {
+    const Parsed p = parse("<r xmlns:a=\"urn:a\"><s>before<t k=\"v\">in<u/></t>after</s><z/></r>");
+    const XmlDocument& doc = *p.doc;
+    const uint32_t apex = doc.elementAt(static_cast<uint32_t>(p.text.view().find("<t ")));
+    ASSERT_NE(apex, kNoNode);
+    XmlTreeReplay replay(doc, apex);
+    std::vector<std::string> seen;
+    while (replay.next()) {
+        const XmlToken& t = replay.token();
+        seen.push_back(std::to_string(static_cast<int>(t.kind)) + ":" +
+                       std::string(p.text.view().substr(t.begin, t.end - t.begin)) + "@" +
+                       std::to_string(replay.depth()));
+    }
+    const auto start = std::to_string(static_cast<int>(XmlTokenKind::StartTag));
+    const auto end = std::to_string(static_cast<int>(XmlTokenKind::EndTag));
+    const auto text = std::to_string(static_cast<int>(XmlTokenKind::Text));
+    const std::vector<std::string> expected = {start + ":<r xmlns:a=\"urn:a\">@1",
+                                               start + ":<s>@2",
+                                               start + ":<t k=\"v\">@3",
+                                               text + ":in@3",
+                                               start + ":<u/>@4",
+                                               end + ":@3",
+                                               end + ":</t>@2"};
+    EXPECT_EQ(seen, expected);
+    EXPECT_EQ(doc.elementAt(1), kNoNode);
+}
+
+TEST(XmlTreeReplay, CorpusDocumentsCanonicalizeAndLocateAsScanned) {
+    size_t replayable = 0;
+    size_t checked = 0;
+    for (const auto& path : test_support::corpusXmlFiles()) {
+        const std::string bytes = test_support::readFile(path);
+        const Parsed p = parse(bytes);
+        if (!p.doc)
+            continue; // not well-formed: nothing to replay
+        replayable += p.doc->isReplayable();
+        expectSameAsScanning(bytes, path.string());
+        ++checked;
+    }
+    EXPECT_GT(checked, 100u);
+    EXPECT_GT(replayable, checked / 2);
+}
+
+} // namespace
