@@ -46,6 +46,9 @@ std::shared_ptr<XmlDocument> XmlDocument::parse(std::shared_ptr<const std::strin
 bool XmlDocument::build(XmlScanner& scanner) {
     // Every node but a Text node starts with '<'.
     reserveWithHugePages(m_nodes, scanner.lessThanCount());
+    // Most documents have fewer attributes than tags; the reservation is
+    // address space only until it is written.
+    reserveWithHugePages(m_attributes, scanner.lessThanCount());
     std::vector<OpenElement> open;
     open.reserve(xml_limits::kMaxElementDepth);
     while (scanner.next()) {
