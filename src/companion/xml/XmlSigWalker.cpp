@@ -33,12 +33,30 @@ XmlSigWalker::XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed) : m_tokens(to
 }
 
 // A tree of the same text that holds everything is replayed rather than the
-// text scanned again.
+// text scanned again, from the first element that may be a signature: what
+// comes before it cannot be part of one.
 std::unique_ptr<XmlTokenSource> XmlSigWalker::tokenSource(XmlDtd& dtd, const XmlDocument* parsed) {
-    if (parsed && parsed->isReplayable() && parsed->nodeCount() > 0 &&
-        parsed->source().data() == dtd.document().data() && parsed->source().size() == dtd.document().size())
-        return std::make_unique<XmlTreeReplay>(*parsed);
-    return std::make_unique<XmlScanner>(dtd);
+    if (!parsed || !parsed->isReplayable() || parsed->nodeCount() == 0 ||
+        parsed->source().data() != dtd.document().data() || parsed->source().size() != dtd.document().size())
+        return std::make_unique<XmlScanner>(dtd);
+    const uint32_t first = firstPossibleSignature(*parsed);
+    if (first == kNoNode)
+        return nullptr;
+    return std::make_unique<XmlTreeReplay>(*parsed, first, XmlTreeReplay::Extent::ToDocumentEnd);
+}
+
+// Names only: whether the namespace is XML-DSig's is decided by the walk.
+uint32_t XmlSigWalker::firstPossibleSignature(const XmlDocument& doc) {
+    for (uint32_t n = 0; n < doc.nodeCount(); ++n) {
+        if (!doc.isElement(n))
+            continue;
+        const std::string_view local = XmlDocument::localName(doc.name(n));
+        if (local == kSignature)
+            return n;
+        if (local == kSignedInfo && doc.parent(n) != kNoNode)
+            return doc.parent(n);
+    }
+    return kNoNode;
 }
 
 const XmlSigWalker::Element* XmlSigWalker::parent() const {
@@ -47,7 +65,7 @@ const XmlSigWalker::Element* XmlSigWalker::parent() const {
 
 bool XmlSigWalker::next() {
     closePending();
-    while (m_tokens->next()) {
+    while (m_tokens && m_tokens->next()) {
         switch (m_tokens->token().kind) {
         case XmlTokenKind::StartTag:
             return startElement();

@@ -39,16 +39,17 @@ public:
 
     // The DTD's document is the text walked; it must outlive the walker.
     // `parsed`, when not null, may be the tree of that text (it is used only
-    // if it is).
+    // if it is); the walk then starts at the first element that may be a
+    // signature, after the start tags of its ancestors.
     explicit XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed = nullptr);
 
     // The next event, or false at the end of the document or on the first
     // well-formedness error (then failed()).
     bool next();
     Event event() const { return m_event; }
-    bool failed() const { return m_tokens->failed(); }
+    bool failed() const { return m_tokens && m_tokens->failed(); }
     // "XML parse error at line L, column C: reason".
-    std::string errorMessage() const { return m_tokens->errorMessage(); }
+    std::string errorMessage() const { return m_tokens ? m_tokens->errorMessage() : std::string(); }
 
     // Start, End: the element; Text: the element the text is in.
     const Element& element() const { return m_elements.back(); }
@@ -67,6 +68,7 @@ private:
     };
 
     static std::unique_ptr<XmlTokenSource> tokenSource(XmlDtd& dtd, const XmlDocument* parsed);
+    static uint32_t firstPossibleSignature(const XmlDocument& doc);
     bool startElement();
     void endElement();
     void closePending();
@@ -74,7 +76,7 @@ private:
     bool prefixInSignatureNamespace(std::string_view prefix) const;
     void noteChildOfParent();
 
-    std::unique_ptr<XmlTokenSource> m_tokens;
+    std::unique_ptr<XmlTokenSource> m_tokens; // null: nothing to walk
     const XmlDtd& m_dtd;
     std::vector<Element> m_elements;
     std::vector<Binding> m_bindings;

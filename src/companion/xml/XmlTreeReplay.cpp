@@ -10,13 +10,16 @@ constexpr uint32_t kPiCloseLength = 2; // "?>"
 
 } // namespace
 
-XmlTreeReplay::XmlTreeReplay(const XmlDocument& doc, uint32_t apex)
-    : m_doc(doc), m_next(apex), m_limit(doc.nodeCount() == 0 ? 0 : doc.subtreeEnd(apex)) {
+XmlTreeReplay::XmlTreeReplay(const XmlDocument& doc, uint32_t apex, Extent extent)
+    : m_doc(doc), m_next(apex), m_limit(doc.nodeCount()) {
     if (doc.nodeCount() == 0)
         return;
     for (uint32_t a = doc.parent(apex); a != kNoNode; a = doc.parent(a))
         m_ancestors.push_back(a);
-    m_stopDepth = static_cast<uint32_t>(m_ancestors.size());
+    if (extent == Extent::Subtree) {
+        m_limit = doc.subtreeEnd(apex);
+        m_stopDepth = static_cast<uint32_t>(m_ancestors.size());
+    }
     m_textFrom = doc.node(apex).begin;
 }
 

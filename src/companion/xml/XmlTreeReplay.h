@@ -15,11 +15,14 @@
 //
 // From the root it replays the root element. From an apex it replays the
 // start tags of the apex's ancestors, outermost first (so that a reader
-// learns the namespaces in scope), then the apex's subtree, and stops.
+// learns the namespaces in scope), then the apex's subtree, and stops there
+// or goes on to the end of the document.
 class XmlTreeReplay final : public XmlTokenSource {
 public:
+    enum class Extent : uint8_t { Subtree, ToDocumentEnd };
+
     explicit XmlTreeReplay(const XmlDocument& doc) : XmlTreeReplay(doc, doc.root()) {}
-    XmlTreeReplay(const XmlDocument& doc, uint32_t apex);
+    XmlTreeReplay(const XmlDocument& doc, uint32_t apex, Extent extent = Extent::Subtree);
 
     bool next() override;
     const XmlToken& token() const override { return m_token; }
