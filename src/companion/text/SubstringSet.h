@@ -7,8 +7,9 @@
 
 // Which of a few short strings occur in a long text, found in one pass.
 // Searching a 200 MB document for a dozen markers one by one reads it a dozen
-// times; this reads it once, sixteen bytes at a step, testing each needle's
-// first and last byte at every position before comparing the whole needle.
+// times; this reads it once, sixteen bytes at a step, testing every needle's
+// first and last byte at each position at once, and compares whole needles
+// only where those match.
 class SubstringSet {
 public:
     static constexpr size_t kMaxNeedles = 64;
@@ -28,5 +29,4 @@ private:
     uint64_t findTail(std::string_view text, size_t from, uint64_t found) const;
 
     std::vector<Needle> m_needles;
-    uint64_t m_all = 0;
 };
