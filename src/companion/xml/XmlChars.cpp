@@ -37,27 +37,37 @@ inline uint32_t decodeValid(const char*& p) {
     return cp;
 }
 
+// One name character at q (a start character when `start`): the byte after
+// it, or null when there is none.
+inline const char* nameChar(const char* q, const char* end, bool start) {
+    const auto c = static_cast<unsigned char>(*q);
+    if (c < 0x80)
+        return (kAsciiName[c] & (start ? kNameStart : kName)) ? q + 1 : nullptr;
+    if (q + (c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2) > end)
+        return nullptr;
+    const uint32_t cp = decodeValid(q);
+    return (start ? isNameStartCodePoint(cp) : isNameCodePoint(cp)) ? q : nullptr;
+}
+
 template <bool FirstIsStart> const char* scanNameChars(const char* p, const char* end) {
     const char* q = p;
-    bool first = FirstIsStart;
-    while (q < end) {
-        const auto c = static_cast<unsigned char>(*q);
-        if (c < 0x80) {
-            if (!(kAsciiName[c] & (first ? kNameStart : kName)))
-                break;
-            ++q;
-        } else {
-            const char* next = q;
-            if (next + (c >= 0xF0 ? 4 : c >= 0xE0 ? 3 : 2) > end)
-                break;
-            const uint32_t cp = decodeValid(next);
-            if (!(first ? isNameStartCodePoint(cp) : isNameCodePoint(cp)))
-                break;
-            q = next;
-        }
-        first = false;
+    if (FirstIsStart) {
+        const char* next = q < end ? nameChar(q, end, true) : nullptr;
+        if (!next)
+            return q;
+        q = next;
     }
-    return q;
+    for (;;) {
+        // Names are mostly ASCII: a tight loop for those bytes.
+        while (q < end && static_cast<unsigned char>(*q) < 0x80 && (kAsciiName[static_cast<unsigned char>(*q)] & kName))
+            ++q;
+        if (q == end || static_cast<unsigned char>(*q) < 0x80)
+            return q;
+        const char* next = nameChar(q, end, false);
+        if (!next)
+            return q;
+        q = next;
+    }
 }
 
 // Length of the valid UTF-8 sequence at p holding a legal character, or 0.
