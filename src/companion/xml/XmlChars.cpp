@@ -1,7 +1,12 @@
 #include "companion/xml/XmlChars.h"
 
 #include <array>
+#include <bit>
 #include <cstring>
+
+#if defined(__SSE2__)
+#include <emmintrin.h>
+#endif
 
 namespace xml_chars {
 namespace {
@@ -103,25 +108,31 @@ size_t legalSequenceLength(const unsigned char* p, const unsigned char* end, uin
     return 0;
 }
 
-constexpr uint64_t kOnes = 0x0101010101010101ull;
-constexpr uint64_t kHighBits = 0x8080808080808080ull;
-
-// Marks (0x80 in a lane) each byte of w equal to b, exactly.
-inline uint64_t bytesEqual(uint64_t w, unsigned char b) {
-    const uint64_t x = w ^ (kOnes * b);
-    return ~(((x & ~kHighBits) + ~kHighBits) | x | ~kHighBits);
-}
-
-// The number of lanes marked by bytesEqual (a multiply sums the lanes without
-// relying on a popcount instruction).
-inline size_t countMarkedBytes(uint64_t marks) {
-    return static_cast<size_t>(((marks >> 7) * kOnes) >> 56);
-}
-
-// True when every byte of w is printable ASCII (0x20..0x7F).
-inline bool allPrintableAscii(uint64_t w) {
-    const uint64_t belowSpace = (w - kOnes * 0x20) & ~w;
-    return ((w | belowSpace) & kHighBits) == 0;
+// Skips the printable ASCII (0x20..0x7E, and DEL) at p, where most markup
+// and text is, sixteen bytes at a step, counting the '<' it passes.
+inline const unsigned char* skipPrintableAscii(const unsigned char* p, const unsigned char* end,
+                                               size_t& lessThanCount) {
+#if defined(__SSE2__)
+    const __m128i space = _mm_set1_epi8(0x20);
+    const __m128i lessThan = _mm_set1_epi8('<');
+    for (; end - p >= 16; p += 16) {
+        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+        // Signed: bytes from 0x80 up are negative, so one compare finds
+        // them and the control characters.
+        const auto others = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmplt_epi8(block, space)));
+        auto lessThans = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, lessThan)));
+        if (others != 0) {
+            const int ascii = std::countr_zero(others);
+            lessThanCount += std::popcount(lessThans & ((1u << ascii) - 1));
+            return p + ascii;
+        }
+        lessThanCount += std::popcount(lessThans);
+    }
+#else
+    (void)end;
+    (void)lessThanCount;
+#endif
+    return p;
 }
 
 } // namespace
@@ -154,16 +165,9 @@ TextCheck checkText(std::string_view text) {
     const auto* const end = begin + text.size();
     const auto* p = begin;
     while (p < end) {
-        // Most markup and text is printable ASCII: take it eight bytes at a time.
-        if (end - p >= 8) {
-            uint64_t w;
-            std::memcpy(&w, p, sizeof w);
-            if (allPrintableAscii(w)) {
-                result.lessThanCount += countMarkedBytes(bytesEqual(w, '<'));
-                p += 8;
-                continue;
-            }
-        }
+        p = skipPrintableAscii(p, end, result.lessThanCount);
+        if (p == end)
+            break;
         const unsigned char c = *p;
         if (c < 0x80) {
             if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') {
