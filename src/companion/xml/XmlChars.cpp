@@ -108,6 +108,19 @@ size_t legalSequenceLength(const unsigned char* p, const unsigned char* end, uin
     return 0;
 }
 
+// Bits set in each byte value: std::popcount is a library call on x86-64
+// without the POPCNT instruction.
+constexpr auto kBitCounts = [] {
+    std::array<uint8_t, 256> t{};
+    for (unsigned i = 0; i < t.size(); ++i)
+        t[i] = static_cast<uint8_t>(std::popcount(i));
+    return t;
+}();
+
+inline size_t countBits16(unsigned mask) {
+    return kBitCounts[mask & 0xFF] + kBitCounts[(mask >> 8) & 0xFF];
+}
+
 // Skips the printable ASCII (0x20..0x7E, and DEL) at p, where most markup
 // and text is, sixteen bytes at a step, counting the '<' it passes.
 inline const unsigned char* skipPrintableAscii(const unsigned char* p, const unsigned char* end,
@@ -120,13 +133,13 @@ inline const unsigned char* skipPrintableAscii(const unsigned char* p, const uns
         // Signed: bytes from 0x80 up are negative, so one compare finds
         // them and the control characters.
         const auto others = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmplt_epi8(block, space)));
-        auto lessThans = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, lessThan)));
+        const auto lessThans = static_cast<unsigned>(_mm_movemask_epi8(_mm_cmpeq_epi8(block, lessThan)));
         if (others != 0) {
             const int ascii = std::countr_zero(others);
-            lessThanCount += std::popcount(lessThans & ((1u << ascii) - 1));
+            lessThanCount += countBits16(lessThans & ((1u << ascii) - 1));
             return p + ascii;
         }
-        lessThanCount += std::popcount(lessThans);
+        lessThanCount += countBits16(lessThans);
     }
 #else
     (void)end;
