@@ -59,9 +59,10 @@ bool CanonPass::run(LogBase& log) {
         m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
     }
     while (m_phase != Phase::Done && m_tokens->next()) {
-        if (isExcluded(m_tokens->token()))
+        const XmlToken& token = m_tokens->token();
+        if (isExcluded(token))
             continue;
-        onToken(m_tokens->token());
+        onToken(token);
         if (m_sink && m_out.size() >= kSinkChunkBytes)
             flushToSink();
     }
