@@ -72,8 +72,8 @@ TEST(XmlScanner, AcceptsWhatXmlAllowsButLooksOdd) {
         "<a b='>' c=\"'\"/>",        // '>' and the other quote inside a value
         "<?xml version='1.1'?><a/>", // later 1.x versions are read as 1.0
         "<?xml version = '1.0' encoding = 'x-y_z.1' standalone = 'no' ?><a/>",
-        "<été ñ='1'><a\xC2\xB7"
-        "b/></été>",                            // non-ASCII name characters
+        ("<été ñ='1'><a\xC2\xB7"
+         "b/></été>"),                          // non-ASCII name characters
         "<a>\x7F\xC2\x80 \xF4\x8F\xBF\xBF</a>", // DEL, C1 controls and U+10FFFF are characters
         "<a>]] ]> ]]</a>",
         "<a><!----></a>",
