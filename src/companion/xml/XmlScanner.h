@@ -72,6 +72,7 @@ private:
     bool checkUniqueAttributes(const Input& in);
     void addAttributeDefaults(std::string_view element);
     bool scanEndTag(Input& in, const char* p);
+    const char* endTagNameEnd(const Input& in, const char* nameBegin) const;
     bool scanComment(Input& in, const char* p);
     bool scanProcessingInstruction(Input& in, const char* p);
     bool scanCData(Input& in, const char* p);
