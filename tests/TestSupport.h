@@ -1,5 +1,7 @@
 #pragma once
 
+#include "companion/text/DataBuffer.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -30,6 +32,15 @@ struct ProcessResult {
 // Runs a command line through the shell, capturing stdout and stderr.
 ProcessResult runProcess(const std::string& commandLine);
 std::string shellQuote(const std::string& s);
+// Runs "openssl <args>" in `dir`, with a test failure that shows stderr
+// when it exits non-zero.
+ProcessResult runOpenssl(const std::filesystem::path& dir, const std::string& args);
+
+std::string hexOf(const DataBuffer& bytes); // lower case
+DataBuffer bufferOf(std::string_view bytes);
+DataBuffer fromHex(std::string_view hex);
+// The bytes with the lowest bit of one byte inverted.
+DataBuffer flipBit(DataBuffer bytes, size_t byte);
 
 // A scratch directory removed when the object goes out of scope.
 class TempDir {

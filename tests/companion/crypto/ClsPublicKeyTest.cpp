@@ -14,8 +14,8 @@
 #include <memory>
 #include <string>
 
-using crypto_test::hexOf;
 using crypto_test::OpensslWorkspace;
+using test_support::hexOf;
 
 namespace {
 
@@ -244,7 +244,7 @@ TEST_F(ClsPublicKeyTest, KeyFilesAndDer) {
             EXPECT_EQ(spkiHex(*key), expectedSpkiHex(name)) << file;
         }
         DataBuffer truncated = ws->read("rsa.pub.der");
-        truncated = crypto_test::bufferOf(truncated.view().substr(0, truncated.getSize() - 1));
+        truncated = test_support::bufferOf(truncated.view().substr(0, truncated.getSize() - 1));
         DataBuffer trailing = ws->read("rsa.pub.der");
         trailing.append("\0", 1);
         for (DataBuffer* der : {&truncated, &trailing}) {

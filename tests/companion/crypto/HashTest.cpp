@@ -14,7 +14,7 @@
 #include <string>
 #include <vector>
 
-using crypto_test::hexOf;
+using test_support::hexOf;
 
 namespace {
 
@@ -129,7 +129,7 @@ TEST(HashTest, HasherIsReusableAfterInit) {
 
 TEST(HashTest, UnknownIdentifiersFailAndLeaveNoDigest) {
     for (int alg : {0, -1, 6, 8, 11}) {
-        DataBuffer out = crypto_test::bufferOf("stale");
+        DataBuffer out = test_support::bufferOf("stale");
         EXPECT_FALSE(_tvHash::doHash("abc", 3, alg, out)) << alg;
         EXPECT_TRUE(out.isEmpty());
         EXPECT_EQ(_tvHash::hashLen(alg), 0u);

@@ -12,9 +12,9 @@
 #include <algorithm>
 #include <memory>
 
-using crypto_test::bufferOf;
-using crypto_test::flipBit;
 using crypto_test::OpensslWorkspace;
+using test_support::bufferOf;
+using test_support::flipBit;
 
 namespace {
 
@@ -110,7 +110,7 @@ TEST_F(RsaVerifierTest, Pkcs1WithHashesOpensslLacks) {
     const std::pair<int, const char*> hashes[] = {{hash_alg::kMd2, kMd2DigestInfoPrefix},
                                                   {hash_alg::kRipemd128, kRipemd128DigestInfoPrefix}};
     for (const auto& [alg, prefix] : hashes) {
-        DataBuffer digestInfo = crypto_test::fromHex(prefix);
+        DataBuffer digestInfo = test_support::fromHex(prefix);
         digestInfo.append(hashOf(alg));
         const Outcome o = verify(rawSign(digestInfo), hashOf(alg), alg, kPkcs1, alg);
         EXPECT_TRUE(o.ran && o.valid) << _tvHash::hashName(alg);
