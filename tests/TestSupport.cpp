@@ -112,6 +112,15 @@ DataBuffer flipBit(DataBuffer bytes, size_t byte) {
     return bytes;
 }
 
+bool logHas(const LogBase& log, LogBase::Kind kind, std::string_view text, bool exact) {
+    for (const LogBase::Entry& e : log.entries()) {
+        const std::string& s = kind == LogBase::Kind::Data ? e.tag : e.value;
+        if (e.kind == kind && (exact ? s == text : s.find(text) != std::string::npos))
+            return true;
+    }
+    return false;
+}
+
 TempDir::TempDir() {
     std::random_device rd;
     m_path = fs::temp_directory_path() / ("xmldsig-test-" + std::to_string(::getpid()) + "-" + std::to_string(rd()));

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/log/LogBase.h"
 #include "companion/text/DataBuffer.h"
 
 #include <filesystem>
@@ -41,6 +42,10 @@ DataBuffer bufferOf(std::string_view bytes);
 DataBuffer fromHex(std::string_view hex);
 // The bytes with the lowest bit of one byte inverted.
 DataBuffer flipBit(DataBuffer bytes, size_t byte);
+
+// Whether the log holds an entry of that kind whose text (a data entry's
+// tag) equals `text`, or contains it unless `exact`.
+bool logHas(const LogBase& log, LogBase::Kind kind, std::string_view text, bool exact = true);
 
 // A scratch directory removed when the object goes out of scope.
 class TempDir {

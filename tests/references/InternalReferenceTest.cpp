@@ -10,16 +10,21 @@ using namespace test_support;
 
 const std::string kContent = "<a Id=\"x\" k=\"v\">text</a>";
 
-TEST(InternalReferenceFallbacks, HexStoredDigestMatchesItsBytes) {
+TEST(InternalReferenceFallbacks, StoredDigestMatchesAsTextOrAsHexBytes) {
     ClsXmlDSig dsig;
     const std::string hex = sha256Of(kContent, "hex_lower");
     ASSERT_EQ(hex.size(), 64u);
-    ASSERT_TRUE(loadXml(
-        dsig, documentWithReferences(kContent, referenceXml("#x", hex) + referenceXml("#x", std::string(64, '0')))));
+    std::string lastAltered = sha256Of(kContent);
+    lastAltered.back() = 'A'; // every character counts, the last one too
+    ASSERT_TRUE(loadXml(dsig, documentWithReferences(kContent, referenceXml("#x", hex) +
+                                                                   referenceXml("#x", std::string(64, '0')) +
+                                                                   referenceXml("#x", lastAltered))));
     EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
     EXPECT_EQ(loggedData(dsig, "storedRefDigest_base64"), std::vector<std::string>{sha256Of(kContent)});
-    EXPECT_FALSE(dsig.VerifyReferenceDigest(1));
-    EXPECT_EQ(dsig.get_RefFailReason(), 1);
+    for (int index : {1, 2}) {
+        EXPECT_FALSE(dsig.VerifyReferenceDigest(index)) << index;
+        EXPECT_EQ(dsig.get_RefFailReason(), 1);
+    }
 }
 
 TEST(InternalReferenceFallbacks, AllowXmlDigestErrorIsCaseSensitive) {

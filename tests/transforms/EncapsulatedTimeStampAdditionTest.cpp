@@ -13,6 +13,7 @@
 namespace {
 
 using namespace timestamp_test;
+using test_support::logHas;
 
 const std::string kId = R"(\d{4}-\d{4}-\d{4}-\d{4})";
 const std::string kStamp = "<xades:SignatureTimeStamp Id=\"signature-timestamp-" + kId +
@@ -22,13 +23,6 @@ const std::string kStamp = "<xades:SignatureTimeStamp Id=\"signature-timestamp-"
 const std::string kUsp = "<xades:UnsignedSignatureProperties>" + kStamp + "</xades:UnsignedSignatureProperties>";
 const std::string kUp = "<xades:UnsignedProperties>" + kUsp + "</xades:UnsignedProperties>";
 const std::string kXadesNs = " xmlns:xades=\"http://uri\\.etsi\\.org/01903/v1\\.3\\.2#\"";
-
-bool hasError(const LogBase& log, const std::string& message, bool prefixOnly = false) {
-    for (const LogBase::Entry& e : log.entries())
-        if (e.kind == LogBase::Kind::Error && (prefixOnly ? e.value.starts_with(message) : e.value == message))
-            return true;
-    return false;
-}
 
 // The output is the input with one block inserted right after `marker`;
 // the block matches the pattern.
@@ -145,18 +139,18 @@ TEST_F(TimeStampAddition, FailuresAndRefusals) {
         const std::string after = addTimeStamp(before, unreachableUrl(), log);
         expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
         EXPECT_EQ(tokenOf(after), "");
-        EXPECT_TRUE(hasError(log, "HTTP POST to http://127.0.0.1:", true)) << log.renderText();
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "HTTP POST to http://127.0.0.1:", false)) << log.renderText();
 
         LogBase verifyLog;
         EXPECT_FALSE(verifyTimeStamp(after, verifyLog));
-        EXPECT_TRUE(hasError(verifyLog, "Failed to parse ASN.1 of encapsulated timestamp."));
+        EXPECT_TRUE(logHas(verifyLog, LogBase::Kind::Error, "Failed to parse ASN.1 of encapsulated timestamp."));
     }
     {
         LogBase log;
         const std::string once = addTimeStamp(s_lab->sign(kXadesBesTemplate), s_tsa->url(), log);
         ASSERT_FALSE(once.empty());
         EXPECT_EQ(addTimeStamp(once, s_tsa->url(), log), "");
-        EXPECT_TRUE(hasError(log, "Already has an EncapsulatedTimeStamp."));
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Already has an EncapsulatedTimeStamp."));
     }
     {
         const std::string sig =
@@ -175,7 +169,7 @@ TEST_F(TimeStampAddition, FailuresAndRefusals) {
         for (const Case& c : cases) {
             LogBase log;
             EXPECT_EQ(addTimeStamp(c.xml, unreachableUrl(), log), "") << c.xml;
-            EXPECT_TRUE(hasError(log, c.error)) << c.xml << "\n" << log.renderText();
+            EXPECT_TRUE(logHas(log, LogBase::Kind::Error, c.error)) << c.xml << "\n" << log.renderText();
         }
     }
 }

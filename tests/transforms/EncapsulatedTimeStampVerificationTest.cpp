@@ -15,6 +15,7 @@
 namespace {
 
 using namespace timestamp_test;
+using test_support::logHas;
 
 constexpr const char* kExclusive = "http://www.w3.org/2001/10/xml-exc-c14n#";
 constexpr const char* kInclusive = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
@@ -44,20 +45,6 @@ std::string exclusiveForm(const std::string& value) {
 std::string inclusiveForm(const std::string& value) {
     return "<ds:SignatureValue xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" xmlns:x=\"urn:x\" Id=\"v\">" + value +
            "</ds:SignatureValue>";
-}
-
-bool hasError(const LogBase& log, const std::string& message) {
-    for (const LogBase::Entry& e : log.entries())
-        if (e.kind == LogBase::Kind::Error && e.value == message)
-            return true;
-    return false;
-}
-
-bool hasData(const LogBase& log, const std::string& tag) {
-    for (const LogBase::Entry& e : log.entries())
-        if (e.kind == LogBase::Kind::Data && e.tag == tag)
-            return true;
-    return false;
 }
 
 // The token with one bit changed at a byte offset (negative: from the end).
@@ -109,7 +96,7 @@ TEST_F(TimeStampVerification, TokenOverTheCanonicalSignatureValue) {
         const std::string doc = stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD")));
         LogBase log;
         EXPECT_TRUE(verifyTimeStamp(doc, log)) << log.renderText();
-        EXPECT_FALSE(hasData(log, "computed_hash_with_CRLF"));
+        EXPECT_FALSE(logHas(log, LogBase::Kind::Data, "computed_hash_with_CRLF"));
         LogBase trusted;
         EXPECT_TRUE(verifyTimeStamp(doc, trusted, kValidateChain, s_lab->cert("ca"))) << trusted.renderText();
     }
@@ -119,7 +106,7 @@ TEST_F(TimeStampVerification, TokenOverTheCanonicalSignatureValue) {
         EXPECT_TRUE(verifyTimeStamp(stampedDocument("QUJD", inclusiveToken, kInclusive), log)) << log.renderText();
         LogBase wrongMethod;
         EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", inclusiveToken, kExclusive), wrongMethod));
-        EXPECT_TRUE(hasError(wrongMethod, "Computed hash not equal to the expected hash."));
+        EXPECT_TRUE(logHas(wrongMethod, LogBase::Kind::Error, "Computed hash not equal to the expected hash."));
     }
     {
         const std::string lines = "QUJD\nREVG\nR0hJ";
@@ -128,12 +115,12 @@ TEST_F(TimeStampVerification, TokenOverTheCanonicalSignatureValue) {
             crlf.insert(p, "\r");
         LogBase log;
         EXPECT_TRUE(verifyTimeStamp(stampedDocument("QUJD\r\nREVG\r\nR0hJ", tokenOver(crlf)), log)) << log.renderText();
-        EXPECT_TRUE(hasData(log, "computed_hash_with_CRLF"));
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Data, "computed_hash_with_CRLF"));
     }
     {
         LogBase log;
         EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("WFla"))), log));
-        EXPECT_TRUE(hasError(log, "Computed hash not equal to the expected hash."));
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Computed hash not equal to the expected hash."));
     }
 }
 
@@ -149,8 +136,9 @@ TEST_F(TimeStampVerification, TokenAndAuthorityChecks) {
         for (long offset : {-5L, static_cast<long>(tsaName)}) {
             LogBase log;
             EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", flipByte(token, offset)), log)) << offset;
-            EXPECT_TRUE(hasError(log, "Verification of encapsulated timestamp failed.")) << log.renderText();
-            EXPECT_FALSE(hasData(log, "computed_hash"));
+            EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Verification of encapsulated timestamp failed."))
+                << log.renderText();
+            EXPECT_FALSE(logHas(log, LogBase::Kind::Data, "computed_hash"));
         }
     }
     {
@@ -159,7 +147,7 @@ TEST_F(TimeStampVerification, TokenAndAuthorityChecks) {
         EXPECT_TRUE(verifyTimeStamp(doc, signatureOnly)) << signatureOnly.renderText();
         LogBase chained;
         EXPECT_FALSE(verifyTimeStamp(doc, chained, kValidateChain, s_lab->cert("ca")));
-        EXPECT_TRUE(hasError(chained, "Verification of encapsulated timestamp failed."));
+        EXPECT_TRUE(logHas(chained, LogBase::Kind::Error, "Verification of encapsulated timestamp failed."));
         LogBase noAnchors;
         EXPECT_FALSE(
             verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"))), noAnchors, kValidateChain));
@@ -170,13 +158,14 @@ TEST_F(TimeStampVerification, TokenAndAuthorityChecks) {
         LogBase log;
         EXPECT_FALSE(
             verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"), 2)), log, "", s_lab->cert("tsa")));
-        EXPECT_TRUE(hasError(log, "Verification of encapsulated timestamp failed.")) << log.renderText();
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Verification of encapsulated timestamp failed."))
+            << log.renderText();
     }
     {
         LogBase log;
         EXPECT_FALSE(
             verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"))), log, "ValidateTsaChain"));
-        EXPECT_TRUE(hasError(log, "The CMS options are not a JSON object."));
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "The CMS options are not a JSON object."));
     }
 }
 
@@ -203,7 +192,7 @@ TEST_F(TimeStampVerification, WhatTheTextLacksDecidesTheOutcome) {
         LogBase log;
         EXPECT_EQ(verifyTimeStamp(c.doc, log), c.result) << c.doc;
         if (!c.error.empty()) {
-            EXPECT_TRUE(hasError(log, c.error)) << log.renderText();
+            EXPECT_TRUE(logHas(log, LogBase::Kind::Error, c.error)) << log.renderText();
         }
     }
 }

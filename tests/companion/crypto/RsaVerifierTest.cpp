@@ -20,7 +20,7 @@ namespace {
 
 const std::string kData = "<SignedInfo>the signed bytes</SignedInfo>";
 
-// DigestInfo prefixes (RFC 8017 9.2 notes; RIPEMD-128 with OID 1.3.36.3.2.2),
+// DigestInfo prefixes of MD2 and RIPEMD-128 (OID 1.3.36.3.2.2),
 // built by hand so that they check the verifier's own encoding.
 const char* kMd2DigestInfoPrefix = "3020300c06082a864886f70d020205000410";
 const char* kRipemd128DigestInfoPrefix = "301d300906052b2403020205000410";
