@@ -1,5 +1,9 @@
 #include "TestSupport.h"
 
+#include "companion/text/StringBuffer.h"
+
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
@@ -76,6 +80,45 @@ ProcessResult runProcess(const std::string& commandLine) {
     result.out = readFile(outFile);
     result.err = readFile(errFile);
     return result;
+}
+
+ProcessResult runOpenssl(const fs::path& dir, const std::string& args) {
+    const std::string command = "cd " + shellQuote(dir.string()) + " && openssl " + args;
+    ProcessResult result = runProcess(command);
+    EXPECT_EQ(result.exitCode, 0) << command << "\n" << result.err;
+    return result;
+}
+
+std::string hexOf(const DataBuffer& bytes) {
+    StringBuffer out;
+    bytes.encodeDB("hex_lower", out);
+    return std::string(out.view());
+}
+
+DataBuffer bufferOf(std::string_view bytes) {
+    DataBuffer out;
+    out.append(bytes);
+    return out;
+}
+
+DataBuffer fromHex(std::string_view hex) {
+    DataBuffer out;
+    EXPECT_TRUE(out.appendEncoded(hex, "hex")) << hex;
+    return out;
+}
+
+DataBuffer flipBit(DataBuffer bytes, size_t byte) {
+    bytes.getDataRw()[byte] ^= 0x01;
+    return bytes;
+}
+
+bool logHas(const LogBase& log, LogBase::Kind kind, std::string_view text, bool exact) {
+    for (const LogBase::Entry& e : log.entries()) {
+        const std::string& s = kind == LogBase::Kind::Data ? e.tag : e.value;
+        if (e.kind == kind && (exact ? s == text : s.find(text) != std::string::npos))
+            return true;
+    }
+    return false;
 }
 
 TempDir::TempDir() {

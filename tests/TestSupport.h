@@ -1,5 +1,8 @@
 #pragma once
 
+#include "companion/log/LogBase.h"
+#include "companion/text/DataBuffer.h"
+
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -30,6 +33,19 @@ struct ProcessResult {
 // Runs a command line through the shell, capturing stdout and stderr.
 ProcessResult runProcess(const std::string& commandLine);
 std::string shellQuote(const std::string& s);
+// Runs "openssl <args>" in `dir`, with a test failure that shows stderr
+// when it exits non-zero.
+ProcessResult runOpenssl(const std::filesystem::path& dir, const std::string& args);
+
+std::string hexOf(const DataBuffer& bytes); // lower case
+DataBuffer bufferOf(std::string_view bytes);
+DataBuffer fromHex(std::string_view hex);
+// The bytes with the lowest bit of one byte inverted.
+DataBuffer flipBit(DataBuffer bytes, size_t byte);
+
+// Whether the log holds an entry of that kind whose text (a data entry's
+// tag) equals `text`, or contains it unless `exact`.
+bool logHas(const LogBase& log, LogBase::Kind kind, std::string_view text, bool exact = true);
 
 // A scratch directory removed when the object goes out of scope.
 class TempDir {

@@ -289,38 +289,4 @@ void PrintTo(const InteropCase& c, std::ostream* os) {
 INSTANTIATE_TEST_SUITE_P(Signers, XmlsecInterop, ::testing::ValuesIn(kCases),
                          [](const auto& info) { return std::string(info.param.name); });
 
-// Two signatures in one document: the first signs a fragment by Id, the
-// second (signed after it) the whole document. Each is verified through its
-// Selector, and a change to what only the second covers fails only it.
-TEST_F(XmlsecInterop, TwoSignaturesInOneDocument) {
-    const InteropCase c = {"TwoSignatures", "rsa",        kRsaSha256.data(), kExc.c_str(),
-                           kExc.c_str(),    Layout::ById, KeyUse::X509};
-    const fs::path d = caseDir(c);
-    fs::create_directories(d);
-    const std::string base = keyFiles("rsa");
-    const std::string sig1 =
-        replaced(signatureTemplate(c, reference("#d1", {kExc})), "<Signature ", "<Signature Id=\"s1\" ");
-    const std::string sig2 = replaced(signatureTemplate(c, reference("", {std::string(kEnveloped)})), "<Signature ",
-                                      "<Signature Id=\"s2\" ");
-    const std::string tmpl = kRoot + std::string("<data Id=\"d1\">") + kContent +
-                             "</data><data Id=\"d2\">Second</data>" + sig1 + sig2 + "</doc>";
-    const std::string args = "--privkey-pem " + shellQuote(base + ".pem," + base + ".crt") +
-                             " --id-attr:Id data --id-attr:Id Signature --node-id ";
-    std::string diagnostics;
-    const std::string once = xmlsecSign(d, tmpl, args + "s1", &diagnostics);
-    ASSERT_FALSE(once.empty()) << diagnostics;
-    const std::string twice = xmlsecSign(d, once, args + "s2", &diagnostics);
-    ASSERT_FALSE(twice.empty()) << diagnostics;
-
-    for (int selector : {0, 1}) {
-        auto dsig = verifier(c, twice, selector);
-        EXPECT_TRUE(dsig->VerifySignature(true)) << selector << dsig->lastErrorText();
-    }
-    const std::string tampered = replaced(twice, ">Second<", ">Secont<");
-    EXPECT_TRUE(verifier(c, tampered, 0)->VerifySignature(true));
-    auto second = verifier(c, tampered, 1);
-    EXPECT_FALSE(second->VerifySignature(true));
-    EXPECT_EQ(second->get_RefFailReason(), 1);
-}
-
 } // namespace

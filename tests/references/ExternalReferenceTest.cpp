@@ -46,6 +46,14 @@ TEST_F(ExternalReference, FoundInTheSecondListedDirectory) {
     EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
     EXPECT_EQ(dsig.get_RefFailReason(), 2);
     EXPECT_TRUE(loggedLine(dsig, "No external data defined for this reference."));
+
+    // Every character of the stored digest counts, the last one too.
+    std::string lastAltered = sha256Of(kData);
+    lastAltered.back() = 'A';
+    ASSERT_TRUE(loadXml(dsig, documentWithReferences("", referenceXml("data.txt", lastAltered))));
+    dirs(path("two"));
+    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
+    EXPECT_EQ(dsig.get_RefFailReason(), 1);
 }
 
 // Caller data wins over a file the directories hold, and of the caller's

@@ -71,17 +71,6 @@ TEST_F(ReferenceDigest, SortingBugRetryIsStickyUntilAReferenceNeedsItOff) {
     EXPECT_EQ(count(kRetryWith), 1);
 }
 
-TEST_F(ReferenceDigest, FailedRetryLeavesTheDuplicationOnForTheNextCall) {
-    load(sortSensitive("n1"),
-         referenceXml("#n1", sha256Of("other"), {kC14nT}) + referenceXml("#n1", sha256Of(canonical("n1")), {kC14nT}));
-    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
-    EXPECT_EQ(dsig.get_RefFailReason(), 1);
-    EXPECT_TRUE(dsig.profileFlags().dupC14nSortBug);
-    EXPECT_TRUE(dsig.VerifyReferenceDigest(1));
-    EXPECT_EQ(count(kRetryWithout), 1);
-    EXPECT_FALSE(dsig.profileFlags().dupC14nSortBug);
-}
-
 // ZATCA and MyInvois turn the retry with the duplication off, but a
 // duplication already on is still retried without.
 TEST_F(ReferenceDigest, ZatcaAndMyInvoisDoNotRetryWithTheDuplication) {
@@ -136,23 +125,6 @@ TEST_F(ReferenceDigest, OnlyAMismatchIsRetried) {
     EXPECT_EQ(dsig.get_RefFailReason(), 1);
     EXPECT_EQ(count(kRetryWith), 1);
     EXPECT_EQ(attempts(), 2);
-}
-
-// Blank and "#" URIs name the whole document (the signature enveloped out);
-// blanks around "#id" are trimmed.
-TEST_F(ReferenceDigest, UriFormsNameTheWholeDocumentOrAFragment) {
-    const std::string content = "<a Id=\"x\" k=\"v\">text</a>";
-    const std::string whole = sha256Of("<doc>" + content + "</doc>");
-    const std::string part = sha256Of(content);
-    load(content, referenceXml("", whole) + referenceXml("  ", whole) + referenceXml("#", whole) +
-                      referenceXml("#x", part) + referenceXml(" #x ", part));
-    for (int i = 0; i < 5; ++i) {
-        EXPECT_TRUE(dsig.VerifyReferenceDigest(i)) << i << dsig.lastErrorText();
-        EXPECT_EQ(dsig.get_RefFailReason(), 0);
-        EXPECT_TRUE(loggedData(dsig, "externalUri").empty());
-    }
-    EXPECT_TRUE(dsig.VerifyReferenceDigest(1));
-    EXPECT_TRUE(loggedLine(dsig, "URI is the entire XML document."));
 }
 
 } // namespace

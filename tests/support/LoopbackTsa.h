@@ -17,7 +17,7 @@ struct TsaIdentity {
     std::filesystem::path cert;
 };
 
-// An RFC 3161 responder on 127.0.0.1 (a port the system picks): a minimal
+// A timestamp responder on 127.0.0.1 (a port the system picks): a minimal
 // HTTP server that answers each POST with `openssl ts -reply` over the
 // request body. It runs on its own thread from construction to destruction.
 class LoopbackTsa {

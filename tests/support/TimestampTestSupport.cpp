@@ -61,8 +61,7 @@ TimestampLab::TimestampLab() {
 }
 
 void TimestampLab::openssl(const std::string& args) const {
-    const auto r = runProcess("cd " + shellQuote(dir().string()) + " && openssl " + args);
-    ASSERT_EQ(r.exitCode, 0) << "openssl " << args << "\n" << r.err;
+    test_support::runOpenssl(dir(), args);
 }
 
 void TimestampLab::makeRoot(const std::string& name) const {
@@ -177,14 +176,6 @@ std::string tokenOf(const std::string& xml) {
     const size_t tag = xml.find("EncapsulatedTimeStamp");
     const size_t begin = xml.find('>', tag) + 1;
     return xml.substr(begin, xml.find('<', begin) - begin);
-}
-
-std::string withToken(const std::string& xml, const std::string& tokenBase64) {
-    const size_t tag = xml.find("EncapsulatedTimeStamp");
-    const size_t begin = xml.find('>', tag) + 1;
-    std::string out = xml;
-    out.replace(begin, xml.find('<', begin) - begin, tokenBase64);
-    return out;
 }
 
 } // namespace timestamp_test

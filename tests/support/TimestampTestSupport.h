@@ -58,9 +58,7 @@ std::string addTimeStamp(const std::string& xml, const std::string& url, LogBase
 bool verifyTimeStamp(const std::string& xml, LogBase& log, const std::string& cmsOptions = "",
                      const std::filesystem::path& trustedCert = {});
 
-// The base64 content of the first EncapsulatedTimeStamp, and the document
-// with that content replaced.
+// The base64 content of the first EncapsulatedTimeStamp.
 std::string tokenOf(const std::string& xml);
-std::string withToken(const std::string& xml, const std::string& tokenBase64);
 
 } // namespace timestamp_test

@@ -13,6 +13,7 @@
 namespace {
 
 using namespace timestamp_test;
+using test_support::logHas;
 
 const std::string kId = R"(\d{4}-\d{4}-\d{4}-\d{4})";
 const std::string kStamp = "<xades:SignatureTimeStamp Id=\"signature-timestamp-" + kId +
@@ -22,13 +23,6 @@ const std::string kStamp = "<xades:SignatureTimeStamp Id=\"signature-timestamp-"
 const std::string kUsp = "<xades:UnsignedSignatureProperties>" + kStamp + "</xades:UnsignedSignatureProperties>";
 const std::string kUp = "<xades:UnsignedProperties>" + kUsp + "</xades:UnsignedProperties>";
 const std::string kXadesNs = " xmlns:xades=\"http://uri\\.etsi\\.org/01903/v1\\.3\\.2#\"";
-
-bool hasError(const LogBase& log, const std::string& message, bool prefixOnly = false) {
-    for (const LogBase::Entry& e : log.entries())
-        if (e.kind == LogBase::Kind::Error && (prefixOnly ? e.value.starts_with(message) : e.value == message))
-            return true;
-    return false;
-}
 
 // The output is the input with one block inserted right after `marker`;
 // the block matches the pattern.
@@ -79,103 +73,104 @@ protected:
 std::unique_ptr<TimestampLab> TimeStampAddition::s_lab;
 std::unique_ptr<LoopbackTsa> TimeStampAddition::s_tsa;
 
-TEST_F(TimeStampAddition, SignedPropertiesOnlyGetUnsignedPropertiesRightBehindThem) {
-    std::string before;
-    const std::string after = signAndStamp(kXadesBesTemplate, before);
-    expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
-    EXPECT_NE(tokenOf(after), "");
-}
-
-TEST_F(TimeStampAddition, ExistingUnsignedSignaturePropertiesTakeTheStampAsFirstChild) {
-    std::string before;
-    const std::string after = signAndStamp(kXadesUnsignedTemplate, before);
-    expectInsertedAfter(before, after, "<xades:UnsignedSignatureProperties>", kStamp);
-}
-
-TEST_F(TimeStampAddition, PlainSignatureGetsAWholeObjectWithTheSignaturePrefix) {
-    std::string before;
-    const std::string after = signAndStamp(kPlainTemplate, before);
-    // No Signature Id: no Target; the signature's last child is KeyInfo.
-    expectInsertedAfter(before, after, "</ds:KeyInfo>",
-                        "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties" + kXadesNs + ">" +
-                            kUp + "</xades:QualifyingProperties></ds:Object>");
-}
-
-TEST_F(TimeStampAddition, SignatureDeclaringXadesIsNotDeclaredAgain) {
-    std::string before;
-    const std::string after = signAndStamp(kXadesNsOnSignatureTemplate, before);
-    expectInsertedAfter(before, after, "</ds:SignatureValue>",
-                        "<ds:Object Id=\"signature-object-" + kId +
-                            "\"><xades:QualifyingProperties Target=\"#sig-4\">" + kUp +
-                            "</xades:QualifyingProperties></ds:Object>");
-}
-
-// The cases that signed templates do not reach; no signature check is
-// needed to see where the block goes, and the TSA is not reachable.
-TEST_F(TimeStampAddition, InsertsIntoTheInnermostExistingXadesElement) {
-    const std::string head = "<r><ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><ds:SignedInfo>"
-                             "<ds:Reference URI=\"#o1\"><ds:DigestValue>QUJD</ds:DigestValue></ds:Reference>"
-                             "</ds:SignedInfo><ds:SignatureValue Id=\"v\">AA==</ds:SignatureValue>";
-    const std::string qp = "<xades:QualifyingProperties xmlns:xades=\"http://uri.etsi.org/01903/v1.3.2#\">";
-    struct Case {
-        std::string body, marker, pattern;
-    } cases[] = {
-        {"<ds:Object>" + qp +
-             "<xades:UnsignedProperties></xades:UnsignedProperties></xades:QualifyingProperties>"
-             "</ds:Object>",
-         "<xades:UnsignedProperties>", kUsp},
-        {"<ds:Object>" + qp + "</xades:QualifyingProperties></ds:Object>", qp, kUp},
-        // The Object that a Reference names is signed and left alone.
-        {"<ds:Object Id=\"o1\">x</ds:Object><ds:Object Id=\"o2\"></ds:Object>", "<ds:Object Id=\"o2\">",
-         "<xades:QualifyingProperties" + kXadesNs + " Target=\"#s\">" + kUp + "</xades:QualifyingProperties>"},
-        {"<ds:Object Id=\"o1\">x</ds:Object>", "<ds:Object Id=\"o1\">x</ds:Object>",
-         "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties" + kXadesNs + " Target=\"#s\">" +
-             kUp + "</xades:QualifyingProperties></ds:Object>"},
-    };
-    for (const Case& c : cases) {
-        const std::string before = head + c.body + "</ds:Signature></r>";
-        LogBase log;
-        expectInsertedAfter(before, addTimeStamp(before, unreachableUrl(), log), c.marker, c.pattern);
+TEST_F(TimeStampAddition, WhereTheStampGoes) {
+    {
+        std::string before;
+        const std::string after = signAndStamp(kXadesBesTemplate, before);
+        expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
+        EXPECT_NE(tokenOf(after), "");
+    }
+    {
+        std::string before;
+        const std::string after = signAndStamp(kXadesUnsignedTemplate, before);
+        expectInsertedAfter(before, after, "<xades:UnsignedSignatureProperties>", kStamp);
+    }
+    {
+        std::string before;
+        const std::string after = signAndStamp(kPlainTemplate, before);
+        // No Signature Id: no Target; the signature's last child is KeyInfo.
+        expectInsertedAfter(before, after, "</ds:KeyInfo>",
+                            "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties" + kXadesNs +
+                                ">" + kUp + "</xades:QualifyingProperties></ds:Object>");
+    }
+    {
+        std::string before;
+        const std::string after = signAndStamp(kXadesNsOnSignatureTemplate, before);
+        expectInsertedAfter(before, after, "</ds:SignatureValue>",
+                            "<ds:Object Id=\"signature-object-" + kId +
+                                "\"><xades:QualifyingProperties Target=\"#sig-4\">" + kUp +
+                                "</xades:QualifyingProperties></ds:Object>");
+    }
+    {
+        // The cases that signed templates do not reach; no signature check is
+        // needed to see where the block goes, and the TSA is not reachable.
+        const std::string head =
+            "<r><ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><ds:SignedInfo>"
+            "<ds:Reference URI=\"#o1\"><ds:DigestValue>QUJD</ds:DigestValue></ds:Reference>"
+            "</ds:SignedInfo><ds:SignatureValue Id=\"v\">AA==</ds:SignatureValue>";
+        const std::string qp = "<xades:QualifyingProperties xmlns:xades=\"http://uri.etsi.org/01903/v1.3.2#\">";
+        struct Case {
+            std::string body, marker, pattern;
+        } cases[] = {
+            {"<ds:Object>" + qp +
+                 "<xades:UnsignedProperties></xades:UnsignedProperties></xades:QualifyingProperties>"
+                 "</ds:Object>",
+             "<xades:UnsignedProperties>", kUsp},
+            {"<ds:Object>" + qp + "</xades:QualifyingProperties></ds:Object>", qp, kUp},
+            // The Object that a Reference names is signed and left alone.
+            {"<ds:Object Id=\"o1\">x</ds:Object><ds:Object Id=\"o2\"></ds:Object>", "<ds:Object Id=\"o2\">",
+             "<xades:QualifyingProperties" + kXadesNs + " Target=\"#s\">" + kUp + "</xades:QualifyingProperties>"},
+            {"<ds:Object Id=\"o1\">x</ds:Object>", "<ds:Object Id=\"o1\">x</ds:Object>",
+             "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties" + kXadesNs +
+                 " Target=\"#s\">" + kUp + "</xades:QualifyingProperties></ds:Object>"},
+        };
+        for (const Case& c : cases) {
+            const std::string before = head + c.body + "</ds:Signature></r>";
+            LogBase log;
+            expectInsertedAfter(before, addTimeStamp(before, unreachableUrl(), log), c.marker, c.pattern);
+        }
     }
 }
 
-TEST_F(TimeStampAddition, AFailedRequestStillYieldsTheDocumentWithAnEmptyToken) {
-    const std::string before = s_lab->sign(kXadesBesTemplate);
-    LogBase log;
-    const std::string after = addTimeStamp(before, unreachableUrl(), log);
-    expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
-    EXPECT_EQ(tokenOf(after), "");
-    EXPECT_TRUE(hasError(log, "HTTP POST to http://127.0.0.1:", true)) << log.renderText();
-
-    LogBase verifyLog;
-    EXPECT_FALSE(verifyTimeStamp(after, verifyLog));
-    EXPECT_TRUE(hasError(verifyLog, "Failed to parse ASN.1 of encapsulated timestamp."));
-}
-
-TEST_F(TimeStampAddition, ASignatureIsTimestampedOnlyOnce) {
-    LogBase log;
-    const std::string once = addTimeStamp(s_lab->sign(kXadesBesTemplate), s_tsa->url(), log);
-    ASSERT_FALSE(once.empty());
-    EXPECT_EQ(addTimeStamp(once, s_tsa->url(), log), "");
-    EXPECT_TRUE(hasError(log, "Already has an EncapsulatedTimeStamp."));
-}
-
-TEST_F(TimeStampAddition, RefusesWhatItCannotPlace) {
-    const std::string sig = "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><ds:SignedInfo/>";
-    struct Case {
-        std::string xml, error;
-    } cases[] = {
-        {"<r/>", "No signature at the selector."},
-        {sig + "<ds:SignatureValue>AA==</ds:SignatureValue></ds:Signature>", "No SignatureValue Id attribute found."},
-        {sig + "</ds:Signature>", "No SignatureValue found."},
-        {"<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ds:SignedInfo/>"
-         "<ds:SignatureValue Id=\"v\">AA==</ds:SignatureValue></ds:Signature>",
-         "No Reference at index 0"},
-    };
-    for (const Case& c : cases) {
+TEST_F(TimeStampAddition, FailuresAndRefusals) {
+    {
+        const std::string before = s_lab->sign(kXadesBesTemplate);
         LogBase log;
-        EXPECT_EQ(addTimeStamp(c.xml, unreachableUrl(), log), "") << c.xml;
-        EXPECT_TRUE(hasError(log, c.error)) << c.xml << "\n" << log.renderText();
+        const std::string after = addTimeStamp(before, unreachableUrl(), log);
+        expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
+        EXPECT_EQ(tokenOf(after), "");
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "HTTP POST to http://127.0.0.1:", false)) << log.renderText();
+
+        LogBase verifyLog;
+        EXPECT_FALSE(verifyTimeStamp(after, verifyLog));
+        EXPECT_TRUE(logHas(verifyLog, LogBase::Kind::Error, "Failed to parse ASN.1 of encapsulated timestamp."));
+    }
+    {
+        LogBase log;
+        const std::string once = addTimeStamp(s_lab->sign(kXadesBesTemplate), s_tsa->url(), log);
+        ASSERT_FALSE(once.empty());
+        EXPECT_EQ(addTimeStamp(once, s_tsa->url(), log), "");
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Already has an EncapsulatedTimeStamp."));
+    }
+    {
+        const std::string sig =
+            "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><ds:SignedInfo/>";
+        struct Case {
+            std::string xml, error;
+        } cases[] = {
+            {"<r/>", "No signature at the selector."},
+            {sig + "<ds:SignatureValue>AA==</ds:SignatureValue></ds:Signature>",
+             "No SignatureValue Id attribute found."},
+            {sig + "</ds:Signature>", "No SignatureValue found."},
+            {"<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ds:SignedInfo/>"
+             "<ds:SignatureValue Id=\"v\">AA==</ds:SignatureValue></ds:Signature>",
+             "No Reference at index 0"},
+        };
+        for (const Case& c : cases) {
+            LogBase log;
+            EXPECT_EQ(addTimeStamp(c.xml, unreachableUrl(), log), "") << c.xml;
+            EXPECT_TRUE(logHas(log, LogBase::Kind::Error, c.error)) << c.xml << "\n" << log.renderText();
+        }
     }
 }
 

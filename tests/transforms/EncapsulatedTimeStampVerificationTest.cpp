@@ -15,6 +15,7 @@
 namespace {
 
 using namespace timestamp_test;
+using test_support::logHas;
 
 constexpr const char* kExclusive = "http://www.w3.org/2001/10/xml-exc-c14n#";
 constexpr const char* kInclusive = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
@@ -44,20 +45,6 @@ std::string exclusiveForm(const std::string& value) {
 std::string inclusiveForm(const std::string& value) {
     return "<ds:SignatureValue xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" xmlns:x=\"urn:x\" Id=\"v\">" + value +
            "</ds:SignatureValue>";
-}
-
-bool hasError(const LogBase& log, const std::string& message) {
-    for (const LogBase::Entry& e : log.entries())
-        if (e.kind == LogBase::Kind::Error && e.value == message)
-            return true;
-    return false;
-}
-
-bool hasData(const LogBase& log, const std::string& tag) {
-    for (const LogBase::Entry& e : log.entries())
-        if (e.kind == LogBase::Kind::Data && e.tag == tag)
-            return true;
-    return false;
 }
 
 // The token with one bit changed at a byte offset (negative: from the end).
@@ -104,80 +91,82 @@ protected:
 std::unique_ptr<TimestampLab> TimeStampVerification::s_lab;
 std::vector<std::unique_ptr<LoopbackTsa>> TimeStampVerification::s_tsas;
 
-TEST_F(TimeStampVerification, ATokenOverTheCanonicalSignatureValueVerifies) {
-    const std::string doc = stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD")));
-    LogBase log;
-    EXPECT_TRUE(verifyTimeStamp(doc, log)) << log.renderText();
-    EXPECT_FALSE(hasData(log, "computed_hash_with_CRLF"));
-    LogBase trusted;
-    EXPECT_TRUE(verifyTimeStamp(doc, trusted, kValidateChain, s_lab->cert("ca"))) << trusted.renderText();
-}
-
-TEST_F(TimeStampVerification, TheMethodOfTheSignatureTimeStampDecidesTheCanonicalForm) {
-    const std::string inclusiveToken = tokenOver(inclusiveForm("QUJD"));
-    LogBase log;
-    EXPECT_TRUE(verifyTimeStamp(stampedDocument("QUJD", inclusiveToken, kInclusive), log)) << log.renderText();
-    LogBase wrongMethod;
-    EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", inclusiveToken, kExclusive), wrongMethod));
-    EXPECT_TRUE(hasError(wrongMethod, "Computed hash not equal to the expected hash."));
-}
-
-TEST_F(TimeStampVerification, ASignatureValueWrappedWithCrLfMatchesOnTheRetry) {
-    const std::string lines = "QUJD\nREVG\nR0hJ";
-    std::string crlf = exclusiveForm(lines);
-    for (size_t p = 0; (p = crlf.find('\n', p)) != std::string::npos; p += 2)
-        crlf.insert(p, "\r");
-    LogBase log;
-    EXPECT_TRUE(verifyTimeStamp(stampedDocument("QUJD\r\nREVG\r\nR0hJ", tokenOver(crlf)), log)) << log.renderText();
-    EXPECT_TRUE(hasData(log, "computed_hash_with_CRLF"));
-}
-
-TEST_F(TimeStampVerification, ATimestampOverAnotherSignatureValueFails) {
-    LogBase log;
-    EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("WFla"))), log));
-    EXPECT_TRUE(hasError(log, "Computed hash not equal to the expected hash."));
-}
-
-TEST_F(TimeStampVerification, AnAlteredTokenFailsBeforeAnyHashing) {
-    const std::string token = tokenOver(exclusiveForm("QUJD"));
-    std::string der;
-    ASSERT_TRUE(ContentCoding::decodeBase64(token, der));
-    // Near the end: the signature value. The TSA's name first occurs in the
-    // TSTInfo, which comes before the certificates.
-    const size_t tsaName = der.find("Loopback TSA");
-    ASSERT_NE(tsaName, std::string::npos);
-    for (long offset : {-5L, static_cast<long>(tsaName)}) {
+TEST_F(TimeStampVerification, TokenOverTheCanonicalSignatureValue) {
+    {
+        const std::string doc = stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD")));
         LogBase log;
-        EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", flipByte(token, offset)), log)) << offset;
-        EXPECT_TRUE(hasError(log, "Verification of encapsulated timestamp failed.")) << log.renderText();
-        EXPECT_FALSE(hasData(log, "computed_hash"));
+        EXPECT_TRUE(verifyTimeStamp(doc, log)) << log.renderText();
+        EXPECT_FALSE(logHas(log, LogBase::Kind::Data, "computed_hash_with_CRLF"));
+        LogBase trusted;
+        EXPECT_TRUE(verifyTimeStamp(doc, trusted, kValidateChain, s_lab->cert("ca"))) << trusted.renderText();
+    }
+    {
+        const std::string inclusiveToken = tokenOver(inclusiveForm("QUJD"));
+        LogBase log;
+        EXPECT_TRUE(verifyTimeStamp(stampedDocument("QUJD", inclusiveToken, kInclusive), log)) << log.renderText();
+        LogBase wrongMethod;
+        EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", inclusiveToken, kExclusive), wrongMethod));
+        EXPECT_TRUE(logHas(wrongMethod, LogBase::Kind::Error, "Computed hash not equal to the expected hash."));
+    }
+    {
+        const std::string lines = "QUJD\nREVG\nR0hJ";
+        std::string crlf = exclusiveForm(lines);
+        for (size_t p = 0; (p = crlf.find('\n', p)) != std::string::npos; p += 2)
+            crlf.insert(p, "\r");
+        LogBase log;
+        EXPECT_TRUE(verifyTimeStamp(stampedDocument("QUJD\r\nREVG\r\nR0hJ", tokenOver(crlf)), log)) << log.renderText();
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Data, "computed_hash_with_CRLF"));
+    }
+    {
+        LogBase log;
+        EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("WFla"))), log));
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Computed hash not equal to the expected hash."));
     }
 }
 
-TEST_F(TimeStampVerification, AnotherAuthorityIsTrustedOnlyWithoutChainValidation) {
-    const std::string doc = stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"), 1));
-    LogBase signatureOnly;
-    EXPECT_TRUE(verifyTimeStamp(doc, signatureOnly)) << signatureOnly.renderText();
-    LogBase chained;
-    EXPECT_FALSE(verifyTimeStamp(doc, chained, kValidateChain, s_lab->cert("ca")));
-    EXPECT_TRUE(hasError(chained, "Verification of encapsulated timestamp failed."));
-    LogBase noAnchors;
-    EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"))), noAnchors, kValidateChain));
-}
-
-// The twin shares the TSA's issuer and serial number: with the TSA's
-// certificate in the store, the twin's signature is checked against it.
-TEST_F(TimeStampVerification, AKeyThatDoesNotMatchTheKnownCertificateFails) {
-    LogBase log;
-    EXPECT_FALSE(
-        verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"), 2)), log, "", s_lab->cert("tsa")));
-    EXPECT_TRUE(hasError(log, "Verification of encapsulated timestamp failed.")) << log.renderText();
-}
-
-TEST_F(TimeStampVerification, MalformedCmsOptionsFail) {
-    LogBase log;
-    EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"))), log, "ValidateTsaChain"));
-    EXPECT_TRUE(hasError(log, "The CMS options are not a JSON object."));
+TEST_F(TimeStampVerification, TokenAndAuthorityChecks) {
+    {
+        const std::string token = tokenOver(exclusiveForm("QUJD"));
+        std::string der;
+        ASSERT_TRUE(ContentCoding::decodeBase64(token, der));
+        // Near the end: the signature value. The TSA's name first occurs in the
+        // TSTInfo, which comes before the certificates.
+        const size_t tsaName = der.find("Loopback TSA");
+        ASSERT_NE(tsaName, std::string::npos);
+        for (long offset : {-5L, static_cast<long>(tsaName)}) {
+            LogBase log;
+            EXPECT_FALSE(verifyTimeStamp(stampedDocument("QUJD", flipByte(token, offset)), log)) << offset;
+            EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Verification of encapsulated timestamp failed."))
+                << log.renderText();
+            EXPECT_FALSE(logHas(log, LogBase::Kind::Data, "computed_hash"));
+        }
+    }
+    {
+        const std::string doc = stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"), 1));
+        LogBase signatureOnly;
+        EXPECT_TRUE(verifyTimeStamp(doc, signatureOnly)) << signatureOnly.renderText();
+        LogBase chained;
+        EXPECT_FALSE(verifyTimeStamp(doc, chained, kValidateChain, s_lab->cert("ca")));
+        EXPECT_TRUE(logHas(chained, LogBase::Kind::Error, "Verification of encapsulated timestamp failed."));
+        LogBase noAnchors;
+        EXPECT_FALSE(
+            verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"))), noAnchors, kValidateChain));
+    }
+    {
+        // The twin shares the TSA's issuer and serial number: with the TSA's
+        // certificate in the store, the twin's signature is checked against it.
+        LogBase log;
+        EXPECT_FALSE(
+            verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"), 2)), log, "", s_lab->cert("tsa")));
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Verification of encapsulated timestamp failed."))
+            << log.renderText();
+    }
+    {
+        LogBase log;
+        EXPECT_FALSE(
+            verifyTimeStamp(stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"))), log, "ValidateTsaChain"));
+        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "The CMS options are not a JSON object."));
+    }
 }
 
 TEST_F(TimeStampVerification, WhatTheTextLacksDecidesTheOutcome) {
@@ -203,7 +192,7 @@ TEST_F(TimeStampVerification, WhatTheTextLacksDecidesTheOutcome) {
         LogBase log;
         EXPECT_EQ(verifyTimeStamp(c.doc, log), c.result) << c.doc;
         if (!c.error.empty()) {
-            EXPECT_TRUE(hasError(log, c.error)) << log.renderText();
+            EXPECT_TRUE(logHas(log, LogBase::Kind::Error, c.error)) << log.renderText();
         }
     }
 }

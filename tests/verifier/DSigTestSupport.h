@@ -38,11 +38,8 @@ inline std::vector<std::string> loggedData(const ClsXmlDSig& dsig, std::string_v
 // Whether the last public call logged an error or information line that
 // contains `text`.
 inline bool loggedLine(const ClsXmlDSig& dsig, std::string_view text) {
-    for (const LogBase::Entry& e : dsig.m_log.entries())
-        if ((e.kind == LogBase::Kind::Error || e.kind == LogBase::Kind::Info) &&
-            e.value.find(text) != std::string::npos)
-            return true;
-    return false;
+    return logHas(dsig.m_log, LogBase::Kind::Error, text, false) ||
+           logHas(dsig.m_log, LogBase::Kind::Info, text, false);
 }
 
 // The reference indexes the last VerifySignature counted as failed.

@@ -1,6 +1,7 @@
 #include "TestSupport.h"
 #include "companion/base/ClsBinData.h"
 #include "verifier/ClsXmlDSig.h"
+#include "verifier/SignatureMethodMapping.h"
 
 #include <gtest/gtest.h>
 
@@ -14,140 +15,146 @@ std::string signedDocument(const std::string& body) {
            "<ds:Signature><ds:SignedInfo/><ds:SignatureValue>AA==</ds:SignatureValue></ds:Signature></doc>";
 }
 
-ClsXmlDSig::ProfileFlags profileOf(const std::string& xml) {
+std::unique_ptr<ClsXmlDSig> loaded(const std::string& xml, const char* options = "") {
     std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
+    dsig->put_UncommonOptions(XString(options));
     XString text(xml);
     EXPECT_TRUE(dsig->LoadSignature(text)) << dsig->lastErrorText();
-    return dsig->profileFlags();
+    return dsig;
 }
 
-TEST(ProfileDetection, FirstMatchingFamilyWins) {
-    auto f = profileOf(signedDocument("<a>http://www.sii.cl/SiiDte</a><b>urn:sunat:names:specification:ubl:peru</b>"));
-    EXPECT_TRUE(f.isSiiCl);
-    EXPECT_TRUE(f.noSortBugRetry);
-    EXPECT_FALSE(f.isSunat);
-    EXPECT_EQ(f.specialProfile, 0u);
-
-    auto hl7 = profileOf(signedDocument("<a>urn:hl7-org:v3</a><b>http://csioz.gov.pl/p1</b>"));
-    EXPECT_TRUE(hl7.dupC14nSortBug);
-    EXPECT_FALSE(hl7.isCsioz);
-}
-
-TEST(ProfileDetection, EachFamilyMarkerSetsItsFlags) {
-    auto sunat = profileOf(signedDocument("<a>urn:sunat:names:specification:ubl:peru:schema</a>"));
-    EXPECT_TRUE(sunat.isSunat);
-    EXPECT_EQ(sunat.specialProfile, 3u);
-
-    for (const char* marker : {"https://e-deklaracje.mf.gov.pl/", "http://www.mf.gov.pl", "http://www.zus.pl/2013",
-                               "urn:hl7-org:v3", "fascicolosanitario.gov.it", "http://crd.gov.pl/wzor"}) {
-        auto f = profileOf(signedDocument(std::string("<a>") + marker + "</a>"));
-        EXPECT_TRUE(f.dupC14nSortBug) << marker;
-        EXPECT_FALSE(f.isCsioz) << marker;
-    }
-
-    auto csioz = profileOf(signedDocument("<a>http://csioz.gov.pl/p1/wspolne</a>"));
-    EXPECT_TRUE(csioz.dupC14nSortBug);
-    EXPECT_TRUE(csioz.isCsioz);
-
-    EXPECT_TRUE(profileOf(signedDocument("<a>urn:cma:stp:xsd:stp.1.0</a>")).isCmaStp);
-    EXPECT_TRUE(profileOf(signedDocument("<doda>siat.sat.gob.mx</doda>")).isDoda);
-}
-
-TEST(ProfileDetection, IncompleteMarkersSetNothing) {
-    auto mexicanHostOnly = profileOf(signedDocument("<a>https://siat.sat.gob.mx/</a>"));
-    EXPECT_FALSE(mexicanHostOnly.isDoda);
-    EXPECT_FALSE(mexicanHostOnly.dupC14nSortBug);
-
-    auto noBlank = profileOf("<SignedDoc>SK-XML</SignedDoc>");
-    EXPECT_FALSE(noBlank.isSignedDocSkXml);
-    auto skXml = profileOf("<SignedDoc format=\"SK-XML\"/>");
-    EXPECT_TRUE(skXml.isSignedDocSkXml);
-}
-
-TEST(ProfileDetection, RealSignerFamiliesAreRecognised) {
-    namespace fs = std::filesystem;
-    const fs::path real = test_support::corpusDir() / "real";
-    if (!fs::exists(real))
-        GTEST_SKIP() << "no real-signer corpus";
-    int checked = 0;
-    for (const auto& entry : fs::directory_iterator(real / "sii")) {
-        if (entry.path().extension() != ".xml")
-            continue;
-        std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-        ClsBinData bd;
-        ASSERT_TRUE(bd.LoadFile(XString(entry.path().string())));
-        ASSERT_TRUE(dsig->LoadSignatureBd(bd)) << entry.path();
-        const bool mentionsSii = test_support::readFile(entry.path()).find("www.sii.cl") != std::string::npos;
-        EXPECT_EQ(dsig->profileFlags().isSiiCl, mentionsSii) << entry.path();
-        checked += mentionsSii;
-    }
-    EXPECT_GT(checked, 0);
-
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    ClsBinData skxml;
-    ASSERT_TRUE(skxml.LoadFile(XString((real / "skxml" / "digidoc4j-SK-XML1.0.ddoc").string())));
-    ASSERT_TRUE(dsig->LoadSignatureBd(skxml));
-    EXPECT_TRUE(dsig->profileFlags().isSignedDocSkXml);
-    EXPECT_GE(dsig->get_NumSignatures(), 1);
+TEST(ProfileDetection, MarkersInTheTextAndOptionsSetTheFlags) {
+    using Flags = ClsXmlDSig::ProfileFlags;
+    const struct {
+        std::string body;
+        const char* options;
+        bool (*check)(const Flags&);
+    } cases[] = {
+        // The first matching family wins.
+        {"<a>http://www.sii.cl/SiiDte</a><b>urn:sunat:names:specification:ubl:peru</b>", "",
+         [](const Flags& f) { return f.isSiiCl && f.noSortBugRetry && !f.isSunat && f.specialProfile == 0; }},
+        {"<a>urn:hl7-org:v3</a><b>http://csioz.gov.pl/p1</b>", "",
+         [](const Flags& f) { return f.dupC14nSortBug && !f.isCsioz; }},
+        {"<a>urn:sunat:names:specification:ubl:peru:schema</a>", "",
+         [](const Flags& f) { return f.isSunat && f.specialProfile == 3; }},
+        {"<a>http://www.zus.pl/2013</a>", "", [](const Flags& f) { return f.dupC14nSortBug && !f.isCsioz; }},
+        {"<a>http://csioz.gov.pl/p1/wspolne</a>", "", [](const Flags& f) { return f.dupC14nSortBug && f.isCsioz; }},
+        {"<a>urn:cma:stp:xsd:stp.1.0</a>", "", [](const Flags& f) { return f.isCmaStp; }},
+        {"<doda>siat.sat.gob.mx</doda>", "", [](const Flags& f) { return f.isDoda; }},
+        {"<a>https://siat.sat.gob.mx/</a>", "", [](const Flags& f) { return !f.isDoda && !f.dupC14nSortBug; }},
+        // Option tokens are case-insensitive substrings.
+        {"", "zatca", [](const Flags& f) { return f.isZatca && !f.isMyInvois && !f.noSortBugRetry; }},
+        {"", "VerifyEncapsulatedTimeStamp,MyInvois", [](const Flags& f) { return f.isMyInvois && !f.isZatca; }},
+    };
+    for (const auto& c : cases)
+        EXPECT_TRUE(c.check(loaded(signedDocument(c.body), c.options)->profileFlags())) << c.body << c.options;
+    EXPECT_FALSE(loaded("<SignedDoc>SK-XML</SignedDoc>")->profileFlags().isSignedDocSkXml);
+    EXPECT_TRUE(loaded("<SignedDoc format=\"SK-XML\"/>")->profileFlags().isSignedDocSkXml);
 }
 
 TEST(SignatureLoading, ByteLoadKeepsTheProfileOptionsOfTheLastStringLoad) {
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    dsig->put_UncommonOptions(XString("ZATCA"));
-    XString text(signedDocument(""));
-    ASSERT_TRUE(dsig->LoadSignature(text));
+    auto dsig = loaded(signedDocument(""), "ZATCA");
     EXPECT_TRUE(dsig->profileFlags().isZatca);
-    EXPECT_FALSE(dsig->profileFlags().noSortBugRetry);
-
     dsig->put_UncommonOptions(XString(""));
     ClsBinData bd;
     bd.m_data.append(signedDocument(""));
     ASSERT_TRUE(dsig->LoadSignatureBd(bd));
     EXPECT_TRUE(dsig->profileFlags().isZatca);
-    // The string load re-reads the options.
+    XString text(signedDocument(""));
     ASSERT_TRUE(dsig->LoadSignature(text));
     EXPECT_FALSE(dsig->profileFlags().isZatca);
 }
 
-TEST(SignatureLoading, MalformedDocumentLeavesNoSignatures) {
+TEST(SignatureLoading, EveryInputFormLoadsAndAFailedLoadLeavesNothing) {
+    ClsStringBuilder sb;
+    sb.m_str.append(signedDocument("<p>caf\xC3\xA9</p>"));
     std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    XString good(signedDocument(""));
-    ASSERT_TRUE(dsig->LoadSignature(good));
-    ASSERT_EQ(dsig->get_NumSignatures(), 1);
+    ASSERT_TRUE(dsig->LoadSignatureSb(sb));
+    EXPECT_EQ(dsig->get_NumSignatures(), 1);
+
+    ClsBinData utf16;
+    utf16.m_data.append("\xFF\xFE", 2);
+    for (unsigned char c : signedDocument("")) {
+        utf16.m_data.appendChar(c);
+        utf16.m_data.appendChar(0);
+    }
+    ASSERT_TRUE(dsig->LoadSignatureBd(utf16)) << dsig->lastErrorText();
+    EXPECT_EQ(dsig->get_NumSignatures(), 1);
 
     XString truncated(signedDocument("").substr(0, 40));
     EXPECT_FALSE(dsig->LoadSignature(truncated));
     EXPECT_EQ(dsig->get_NumSignatures(), 0);
     EXPECT_EQ(dsig->get_NumReferences(), 0);
     EXPECT_NE(dsig->lastErrorText().find("line"), std::string::npos) << dsig->lastErrorText();
-}
 
-TEST(SignatureLoading, DocumentWithoutSignatureLoads) {
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    XString text("<invoice><cac:Signature xmlns:cac=\"urn:cac\"><id>1</id></cac:Signature></invoice>");
-    EXPECT_TRUE(dsig->LoadSignature(text));
+    XString ubl("<invoice><cac:Signature xmlns:cac=\"urn:cac\"><id>1</id></cac:Signature></invoice>");
+    EXPECT_TRUE(dsig->LoadSignature(ubl));
     EXPECT_EQ(dsig->get_NumSignatures(), 0);
 }
 
-TEST(SignatureLoading, StringBuilderAndBytesLoadTheSameDocument) {
-    const std::string xml = signedDocument("<p>caf\xC3\xA9</p>");
-    std::unique_ptr<ClsXmlDSig> fromSb(ClsXmlDSig::createNewCls());
-    ClsStringBuilder sb;
-    sb.m_str.append(xml);
-    ASSERT_TRUE(fromSb->LoadSignatureSb(sb));
+TEST(SignatureSelection, SelectorIdsAndSignedInfoReaders) {
+    auto dsig = loaded(R"(<doc xmlns:ds="http://www.w3.org/2000/09/xmldsig#">
+<ds:Signature Id="dup"><ds:SignedInfo><ds:SignatureMethod Algorithm="urn:m"/><ds:Reference URI="#a"/></ds:SignedInfo>
+<ds:SignatureValue>
+QUJD&amp;#13;
+REVG&amp;#xD;
+</ds:SignatureValue></ds:Signature>
+<Signature xmlns="http://www.w3.org/2000/09/xmldsig#" Id="dup"><SignedInfo><SignatureMethod/></SignedInfo></Signature>
+<ds:Signature Id="third"/></doc>)");
+    ASSERT_EQ(dsig->get_NumSignatures(), 3);
+    LogBase log;
+    dsig->put_Selector(5);
+    EXPECT_EQ(dsig->get_Selector(), 2);
+    dsig->put_Selector(-1);
+    EXPECT_EQ(dsig->get_Selector(), 0);
+    EXPECT_EQ(dsig->get_NumReferences(), 1);
 
-    std::unique_ptr<ClsXmlDSig> fromUtf16(ClsXmlDSig::createNewCls());
-    ClsBinData bd;
-    bd.m_data.append("\xFF\xFE", 2);
-    for (unsigned char c : std::string("<doc xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ds:Signature>"
-                                       "<ds:SignedInfo/><ds:SignatureValue>AA==</ds:SignatureValue>"
-                                       "</ds:Signature></doc>")) {
-        bd.m_data.appendChar(c);
-        bd.m_data.appendChar(0);
+    dsig->put_Selector(2);
+    StringBuffer id("dup");
+    EXPECT_TRUE(dsig->selectBySignatureId(id, log)); // the first with the Id wins
+    EXPECT_EQ(dsig->get_Selector(), 0);
+    StringBuffer partial("du");
+    EXPECT_FALSE(dsig->selectBySignatureId(partial, log));
+    EXPECT_EQ(dsig->get_Selector(), 0);
+    EXPECT_EQ(log.firstError(), "Signature with Id not found.");
+
+    // Literal carriage-return references are dropped from the value.
+    StringBuffer value, method, alg, prefixes;
+    EXPECT_TRUE(dsig->getSignatureValue(value, log));
+    EXPECT_EQ(value.view(), "\nQUJD\nREVG\n");
+    dsig->put_Selector(1);
+    EXPECT_TRUE(dsig->getSignatureMethod(method, log));
+    EXPECT_TRUE(method.isEmpty());
+    LogBase missing;
+    missing.enterContext("test");
+    EXPECT_FALSE(dsig->getCanonicalizationMethod(alg, prefixes, missing));
+    EXPECT_FALSE(dsig->getSignatureValue(value, missing));
+    missing.leaveContext();
+    EXPECT_NE(missing.renderText().find("childNotFound: *:CanonicalizationMethod"), std::string::npos);
+    EXPECT_NE(missing.renderText().find("No SignatureValue child."), std::string::npos);
+    dsig->put_Selector(2);
+    EXPECT_EQ(dsig->getReference(0, missing), nullptr);
+    EXPECT_EQ(missing.firstError(), "No SignedInfo child.");
+}
+
+TEST(SignatureMethodMapping, UrisOfRealSigners) {
+    const struct {
+        const char* uri;
+        int hashAlg, keyType;
+    } cases[] = {
+        {"http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha384", 2, 3},
+        {"http://www.w3.org/2001/04/xmldsig-more#hmac-ripemd160", 10, 4},
+        {"http://www.w3.org/2007/05/xmldsig-more#ripemd128-rsa-MGF1", 9, 1},
+        {"http://www.w3.org/2007/05/xmldsig-more#sha3-256-rsa-MGF1", -1, 1},
+        // ADFS writes the SHA-256 method under another host and path.
+        {"http://www.w3.org/2001/04/xmldsig-more/rsa-sha256", 7, 1},
+        {"http://www.w3.org/2001/04/xmldsig-more#RSA-SHA256", 0, -1},
+    };
+    LogNull log;
+    for (const auto& c : cases) {
+        EXPECT_EQ(signatureMethodToHashAlg(StringBuffer(c.uri), log), c.hashAlg) << c.uri;
+        EXPECT_EQ(signatureMethodToKeyType(StringBuffer(c.uri), log), c.keyType) << c.uri;
     }
-    ASSERT_TRUE(fromUtf16->LoadSignatureBd(bd)) << fromUtf16->lastErrorText();
-    EXPECT_EQ(fromSb->get_NumSignatures(), 1);
-    EXPECT_EQ(fromUtf16->get_NumSignatures(), 1);
 }
 
 } // namespace

@@ -14,8 +14,8 @@
 #include <memory>
 #include <string>
 
-using crypto_test::hexOf;
 using crypto_test::OpensslWorkspace;
+using test_support::hexOf;
 
 namespace {
 
@@ -148,131 +148,131 @@ std::unique_ptr<OpensslWorkspace> ClsPublicKeyTest::ws;
 
 } // namespace
 
-TEST_F(ClsPublicKeyTest, XmlKeyValuesGiveTheOpensslKey) {
-    struct Case {
-        std::string keyName;
-        std::string (*form)(const KeyComponents&);
-        const char* formName;
-    };
-    const Case cases[] = {
-        {"rsa", rsaKeyValue, "RSAKeyValue"},      {"dsa", dsaKeyValue, "DSAKeyValue in KeyValue"},
-        {"p256", ecKeyValue, "ECKeyValue"},       {"p521", ecKeyValue, "ECKeyValue"},
-        {"k256", ecKeyValue, "ECKeyValue"},       {"bp384", ecKeyValue, "ECKeyValue"},
-        {"p256", ecdsaKeyValue, "ECDSAKeyValue"}, {"p521", ecdsaKeyValue, "ECDSAKeyValue"},
-        {"k256", ecdsaKeyValue, "ECDSAKeyValue"},
-    };
-    for (const Case& c : cases) {
-        const KeyComponents components(ws->read(c.keyName + ".pub.der"));
+TEST_F(ClsPublicKeyTest, XmlKeyValues) {
+    {
+        struct Case {
+            std::string keyName;
+            std::string (*form)(const KeyComponents&);
+            const char* formName;
+        };
+        const Case cases[] = {
+            {"rsa", rsaKeyValue, "RSAKeyValue"},      {"dsa", dsaKeyValue, "DSAKeyValue in KeyValue"},
+            {"p256", ecKeyValue, "ECKeyValue"},       {"p521", ecKeyValue, "ECKeyValue"},
+            {"k256", ecKeyValue, "ECKeyValue"},       {"bp384", ecKeyValue, "ECKeyValue"},
+            {"p256", ecdsaKeyValue, "ECDSAKeyValue"}, {"p521", ecdsaKeyValue, "ECDSAKeyValue"},
+            {"k256", ecdsaKeyValue, "ECDSAKeyValue"},
+        };
+        for (const Case& c : cases) {
+            const KeyComponents components(ws->read(c.keyName + ".pub.der"));
+            const RefPtr<ClsPublicKey> key = newKey();
+            ASSERT_TRUE(loadXml(*key, c.form(components))) << c.keyName << " as " << c.formName;
+            EXPECT_EQ(spkiHex(*key), expectedSpkiHex(c.keyName)) << c.keyName << " as " << c.formName;
+        }
+    }
+    {
         const RefPtr<ClsPublicKey> key = newKey();
-        ASSERT_TRUE(loadXml(*key, c.form(components))) << c.keyName << " as " << c.formName;
-        EXPECT_EQ(spkiHex(*key), expectedSpkiHex(c.keyName)) << c.keyName << " as " << c.formName;
+        XString xml(rsaKeyValue(KeyComponents(ws->read("rsa.pub.der"))));
+        EXPECT_TRUE(key->LoadXml(xml));
+        EXPECT_TRUE(key->get_LastMethodSuccess());
+        XString type;
+        key->get_KeyType(type);
+        EXPECT_EQ(type.view(), "rsa");
+        EXPECT_EQ(key->get_KeySize(), 2048);
+
+        XString bad("<RSAKeyValue><Modulus>AQAB</Modulus></RSAKeyValue>");
+        EXPECT_FALSE(key->LoadXml(bad));
+        EXPECT_NE(key->lastErrorText().find("Exponent"), std::string::npos) << key->lastErrorText();
+        key->get_KeyType(type);
+        EXPECT_EQ(type.view(), "empty") << "a failed load must not leave the earlier key";
+    }
+    {
+        const KeyComponents p256(ws->read("p256.pub.der"));
+        const std::string point = p256.pointBase64();
+        std::string alteredPoint = point;
+        alteredPoint[point.size() - 6] = alteredPoint[point.size() - 6] == 'A' ? 'B' : 'A';
+        const std::string offCurve = test_support::replaced(ecKeyValue(p256), point, alteredPoint);
+        const std::string unknownCurve = test_support::replaced(ecKeyValue(p256), "1.2.840.10045.3.1.7", "1.2.3.4");
+        const std::string notDecimal = test_support::replaced(ecdsaKeyValue(p256), "X Value=\"", "X Value=\"x");
+
+        const std::string rejected[] = {
+            "<RSAKeyValue><Modulus>AQAB</Modulus></RSAKeyValue>",
+            "<RSAKeyValue><Modulus>!!notbase64</Modulus><Exponent>AQAB</Exponent></RSAKeyValue>",
+            "<DSAKeyValue><P>AQAB</P><Q>AQAB</Q><Y>AQAB</Y></DSAKeyValue>",
+            "<KeyValue><X509Data/></KeyValue>",
+            "<RSAKeyValue><Modulus>",
+            offCurve,
+            unknownCurve,
+            notDecimal,
+        };
+        for (const std::string& xml : rejected) {
+            const RefPtr<ClsPublicKey> key = newKey();
+            XString text(xml);
+            LogBase log;
+            EXPECT_FALSE(key->loadXml(text, log)) << xml;
+            EXPECT_TRUE(log.hasErrors()) << xml;
+            EXPECT_EQ(key->keyType(), key_type::kNone) << xml;
+        }
     }
 }
 
-TEST_F(ClsPublicKeyTest, PublicLoadXmlLogsInTheObject) {
-    const RefPtr<ClsPublicKey> key = newKey();
-    XString xml(rsaKeyValue(KeyComponents(ws->read("rsa.pub.der"))));
-    EXPECT_TRUE(key->LoadXml(xml));
-    EXPECT_TRUE(key->get_LastMethodSuccess());
-    XString type;
-    key->get_KeyType(type);
-    EXPECT_EQ(type.view(), "rsa");
-    EXPECT_EQ(key->get_KeySize(), 2048);
-
-    XString bad("<RSAKeyValue><Modulus>AQAB</Modulus></RSAKeyValue>");
-    EXPECT_FALSE(key->LoadXml(bad));
-    EXPECT_NE(key->lastErrorText().find("Exponent"), std::string::npos) << key->lastErrorText();
-    key->get_KeyType(type);
-    EXPECT_EQ(type.view(), "empty") << "a failed load must not leave the earlier key";
-}
-
-TEST_F(ClsPublicKeyTest, MalformedXmlKeyValuesAreRejected) {
-    const KeyComponents p256(ws->read("p256.pub.der"));
-    const std::string point = p256.pointBase64();
-    std::string alteredPoint = point;
-    alteredPoint[point.size() - 6] = alteredPoint[point.size() - 6] == 'A' ? 'B' : 'A';
-    const std::string offCurve = test_support::replaced(ecKeyValue(p256), point, alteredPoint);
-    const std::string unknownCurve = test_support::replaced(ecKeyValue(p256), "1.2.840.10045.3.1.7", "1.2.3.4");
-    const std::string notDecimal = test_support::replaced(ecdsaKeyValue(p256), "X Value=\"", "X Value=\"x");
-
-    const std::string rejected[] = {
-        "<RSAKeyValue><Modulus>AQAB</Modulus></RSAKeyValue>",
-        "<RSAKeyValue><Modulus>!!notbase64</Modulus><Exponent>AQAB</Exponent></RSAKeyValue>",
-        "<DSAKeyValue><P>AQAB</P><Q>AQAB</Q><Y>AQAB</Y></DSAKeyValue>",
-        "<KeyValue><X509Data/></KeyValue>",
-        "<RSAKeyValue><Modulus>",
-        offCurve,
-        unknownCurve,
-        notDecimal,
-    };
-    for (const std::string& xml : rejected) {
-        const RefPtr<ClsPublicKey> key = newKey();
-        XString text(xml);
-        LogBase log;
-        EXPECT_FALSE(key->loadXml(text, log)) << xml;
-        EXPECT_TRUE(log.hasErrors()) << xml;
-        EXPECT_EQ(key->keyType(), key_type::kNone) << xml;
+TEST_F(ClsPublicKeyTest, KeyFilesAndDer) {
+    {
+        struct Expect {
+            const char* name;
+            int type;
+            int bits;
+        };
+        for (const Expect& e : {Expect{"rsa", key_type::kRsa, 2048}, Expect{"dsa", key_type::kDsa, 2048},
+                                Expect{"p256", key_type::kEcc, 256}, Expect{"p521", key_type::kEcc, 521}}) {
+            const RefPtr<ClsPublicKey> key = newKey();
+            ASSERT_TRUE(loadFile(*key, std::string(e.name) + ".pub.pem")) << e.name;
+            EXPECT_EQ(key->keyType(), e.type) << e.name;
+            EXPECT_EQ(key->bitLength(), e.bits) << e.name;
+            EXPECT_EQ(key->getRsaKey() != nullptr, e.type == key_type::kRsa) << e.name;
+            EXPECT_EQ(key->getDsaKey() != nullptr, e.type == key_type::kDsa) << e.name;
+            EXPECT_EQ(key->getEccKey() != nullptr, e.type == key_type::kEcc) << e.name;
+        }
     }
-}
-
-TEST_F(ClsPublicKeyTest, AccessorsMatchTheKeyKind) {
-    struct Expect {
-        const char* name;
-        int type;
-        int bits;
-    };
-    for (const Expect& e : {Expect{"rsa", key_type::kRsa, 2048}, Expect{"dsa", key_type::kDsa, 2048},
-                            Expect{"p256", key_type::kEcc, 256}, Expect{"p521", key_type::kEcc, 521}}) {
-        const RefPtr<ClsPublicKey> key = newKey();
-        ASSERT_TRUE(loadFile(*key, std::string(e.name) + ".pub.pem")) << e.name;
-        EXPECT_EQ(key->keyType(), e.type) << e.name;
-        EXPECT_EQ(key->bitLength(), e.bits) << e.name;
-        EXPECT_EQ(key->getRsaKey() != nullptr, e.type == key_type::kRsa) << e.name;
-        EXPECT_EQ(key->getDsaKey() != nullptr, e.type == key_type::kDsa) << e.name;
-        EXPECT_EQ(key->getEccKey() != nullptr, e.type == key_type::kEcc) << e.name;
+    {
+        ASSERT_TRUE(ws->run("rsa -pubin -in rsa.pub.pem -RSAPublicKey_out -outform DER -out rsa.pkcs1.der"));
+        for (const char* file : {"rsa.pub.der", "rsa.pkcs1.der", "p256.pub.der", "dsa.pub.der"}) {
+            const RefPtr<ClsPublicKey> key = newKey();
+            DataBuffer der = ws->read(file);
+            LogBase log;
+            ASSERT_TRUE(key->loadAnyDer(der, log)) << file << "\n" << log.renderText();
+            const std::string name = std::string(file).substr(0, std::string(file).find('.'));
+            EXPECT_EQ(spkiHex(*key), expectedSpkiHex(name)) << file;
+        }
+        DataBuffer truncated = ws->read("rsa.pub.der");
+        truncated = test_support::bufferOf(truncated.view().substr(0, truncated.getSize() - 1));
+        DataBuffer trailing = ws->read("rsa.pub.der");
+        trailing.append("\0", 1);
+        for (DataBuffer* der : {&truncated, &trailing}) {
+            const RefPtr<ClsPublicKey> key = newKey();
+            LogBase log;
+            EXPECT_FALSE(key->loadAnyDer(*der, log));
+            EXPECT_EQ(key->keyType(), key_type::kNone);
+        }
     }
-}
-
-TEST_F(ClsPublicKeyTest, DerKeysOfEveryForm) {
-    ASSERT_TRUE(ws->run("rsa -pubin -in rsa.pub.pem -RSAPublicKey_out -outform DER -out rsa.pkcs1.der"));
-    for (const char* file : {"rsa.pub.der", "rsa.pkcs1.der", "p256.pub.der", "dsa.pub.der"}) {
-        const RefPtr<ClsPublicKey> key = newKey();
-        DataBuffer der = ws->read(file);
-        LogBase log;
-        ASSERT_TRUE(key->loadAnyDer(der, log)) << file << "\n" << log.renderText();
-        const std::string name = std::string(file).substr(0, std::string(file).find('.'));
-        EXPECT_EQ(spkiHex(*key), expectedSpkiHex(name)) << file;
-    }
-    DataBuffer truncated = ws->read("rsa.pub.der");
-    truncated = crypto_test::bufferOf(truncated.view().substr(0, truncated.getSize() - 1));
-    DataBuffer trailing = ws->read("rsa.pub.der");
-    trailing.append("\0", 1);
-    for (DataBuffer* der : {&truncated, &trailing}) {
-        const RefPtr<ClsPublicKey> key = newKey();
-        LogBase log;
-        EXPECT_FALSE(key->loadAnyDer(*der, log));
-        EXPECT_EQ(key->keyType(), key_type::kNone);
-    }
-}
-
-TEST_F(ClsPublicKeyTest, KeyAndCertificateFilesForTheCommandLine) {
-    ASSERT_TRUE(ws->run("req -new -x509 -key p256.pem -subj /CN=crypto-test -days 2 -out cert.pem"));
-    ASSERT_TRUE(ws->run("x509 -in cert.pem -outform DER -out cert.der"));
-    ASSERT_TRUE(ws->run("rsa -pubin -in rsa.pub.pem -RSAPublicKey_out -out rsa.pkcs1.pem"));
-    ws->write("key-then-cert.pem",
-              test_support::readFile(ws->path("rsa.pem")) + test_support::readFile(ws->path("cert.pem")));
-    const std::pair<const char*, const char*> files[] = {
-        {"rsa.pub.pem", "rsa"}, {"rsa.pkcs1.pem", "rsa"}, {"dsa.pub.der", "dsa"},
-        {"cert.pem", "p256"},   {"cert.der", "p256"},     {"key-then-cert.pem", "p256"},
-    };
-    for (const auto& [file, keyName] : files) {
-        const RefPtr<ClsPublicKey> key = newKey();
-        ASSERT_TRUE(loadFile(*key, file)) << file;
-        EXPECT_EQ(spkiHex(*key), expectedSpkiHex(keyName)) << file;
-    }
-    ws->write("garbage.pem", "-----BEGIN PUBLIC KEY-----\nAAAA\n-----END PUBLIC KEY-----\n");
-    for (const char* file : {"garbage.pem", "missing.pem", "dsa.params"}) {
-        const RefPtr<ClsPublicKey> key = newKey();
-        EXPECT_FALSE(loadFile(*key, file)) << file;
+    {
+        ASSERT_TRUE(ws->run("req -new -x509 -key p256.pem -subj /CN=crypto-test -days 2 -out cert.pem"));
+        ASSERT_TRUE(ws->run("x509 -in cert.pem -outform DER -out cert.der"));
+        ASSERT_TRUE(ws->run("rsa -pubin -in rsa.pub.pem -RSAPublicKey_out -out rsa.pkcs1.pem"));
+        ws->write("key-then-cert.pem",
+                  test_support::readFile(ws->path("rsa.pem")) + test_support::readFile(ws->path("cert.pem")));
+        const std::pair<const char*, const char*> files[] = {
+            {"rsa.pub.pem", "rsa"}, {"rsa.pkcs1.pem", "rsa"}, {"dsa.pub.der", "dsa"},
+            {"cert.pem", "p256"},   {"cert.der", "p256"},     {"key-then-cert.pem", "p256"},
+        };
+        for (const auto& [file, keyName] : files) {
+            const RefPtr<ClsPublicKey> key = newKey();
+            ASSERT_TRUE(loadFile(*key, file)) << file;
+            EXPECT_EQ(spkiHex(*key), expectedSpkiHex(keyName)) << file;
+        }
+        ws->write("garbage.pem", "-----BEGIN PUBLIC KEY-----\nAAAA\n-----END PUBLIC KEY-----\n");
+        for (const char* file : {"garbage.pem", "missing.pem", "dsa.params"}) {
+            const RefPtr<ClsPublicKey> key = newKey();
+            EXPECT_FALSE(loadFile(*key, file)) << file;
+        }
     }
 }

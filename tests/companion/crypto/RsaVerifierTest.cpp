@@ -12,15 +12,15 @@
 #include <algorithm>
 #include <memory>
 
-using crypto_test::bufferOf;
-using crypto_test::flipBit;
 using crypto_test::OpensslWorkspace;
+using test_support::bufferOf;
+using test_support::flipBit;
 
 namespace {
 
 const std::string kData = "<SignedInfo>the signed bytes</SignedInfo>";
 
-// DigestInfo prefixes (RFC 8017 9.2 notes; RIPEMD-128 with OID 1.3.36.3.2.2),
+// DigestInfo prefixes of MD2 and RIPEMD-128 (OID 1.3.36.3.2.2),
 // built by hand so that they check the verifier's own encoding.
 const char* kMd2DigestInfoPrefix = "3020300c06082a864886f70d020205000410";
 const char* kRipemd128DigestInfoPrefix = "301d300906052b2403020205000410";
@@ -110,32 +110,28 @@ TEST_F(RsaVerifierTest, Pkcs1WithHashesOpensslLacks) {
     const std::pair<int, const char*> hashes[] = {{hash_alg::kMd2, kMd2DigestInfoPrefix},
                                                   {hash_alg::kRipemd128, kRipemd128DigestInfoPrefix}};
     for (const auto& [alg, prefix] : hashes) {
-        DataBuffer digestInfo = crypto_test::fromHex(prefix);
+        DataBuffer digestInfo = test_support::fromHex(prefix);
         digestInfo.append(hashOf(alg));
         const Outcome o = verify(rawSign(digestInfo), hashOf(alg), alg, kPkcs1, alg);
         EXPECT_TRUE(o.ran && o.valid) << _tvHash::hashName(alg);
     }
 }
 
-TEST_F(RsaVerifierTest, PssWithAnySaltLengthVerifies) {
+TEST_F(RsaVerifierTest, PssWithAnySaltLengthAndItsOwnMgf1Hash) {
     for (const char* salt : {"0", "20", "32", "max"}) {
         const DataBuffer sig =
             dgstSign("sha256", std::string("-sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:") + salt);
         const Outcome o = verify(sig, hashOf(hash_alg::kSha256), hash_alg::kSha256, kPss, hash_alg::kSha256);
         EXPECT_TRUE(o.ran && o.valid) << "salt length " << salt;
     }
-    const DataBuffer sig512 = dgstSign("sha512", "-sigopt rsa_padding_mode:pss -sigopt rsa_pss_saltlen:64");
-    EXPECT_TRUE(verify(sig512, hashOf(hash_alg::kSha512), hash_alg::kSha512, kPss, hash_alg::kSha512).valid);
-}
-
-TEST_F(RsaVerifierTest, PssMgf1HashIsTakenSeparately) {
+    // The MGF1 hash is taken separately.
     const DataBuffer sig = dgstSign("sha256", "-sigopt rsa_padding_mode:pss -sigopt rsa_mgf1_md:sha1");
     const DataBuffer hash = hashOf(hash_alg::kSha256);
     EXPECT_TRUE(verify(sig, hash, hash_alg::kSha256, kPss, hash_alg::kSha1).valid);
     EXPECT_FALSE(verify(sig, hash, hash_alg::kSha256, kPss, hash_alg::kSha256).valid);
 }
 
-TEST_F(RsaVerifierTest, AlteredHashIsInvalidWithTheRightKey) {
+TEST_F(RsaVerifierTest, AlteredHashWrongKeyAndDamagedSignature) {
     const DataBuffer hash = hashOf(hash_alg::kSha256);
     const DataBuffer pkcs1 = dgstSign("sha256", "");
     const DataBuffer pss = dgstSign("sha256", "-sigopt rsa_padding_mode:pss");
@@ -144,14 +140,7 @@ TEST_F(RsaVerifierTest, AlteredHashIsInvalidWithTheRightKey) {
         EXPECT_TRUE(o.ran) << "padding " << padding;
         EXPECT_FALSE(o.valid);
         EXPECT_FALSE(o.keyMismatch);
-    }
-}
-
-TEST_F(RsaVerifierTest, WrongKeyOrDamagedSignatureIsKeyMismatch) {
-    const DataBuffer hash = hashOf(hash_alg::kSha256);
-    const DataBuffer pkcs1 = dgstSign("sha256", "");
-    const DataBuffer pss = dgstSign("sha256", "-sigopt rsa_padding_mode:pss");
-    for (const auto& [sig, padding] : {std::pair{pkcs1, kPkcs1}, std::pair{pss, kPss}}) {
+        // Another key or a damaged signature reads as a key mismatch.
         for (const Outcome& o : {verify(sig, hash, hash_alg::kSha256, padding, hash_alg::kSha256, "rsa2"),
                                  verify(flipBit(sig, 100), hash, hash_alg::kSha256, padding, hash_alg::kSha256)}) {
             EXPECT_FALSE(o.ran) << "padding " << padding;
@@ -162,7 +151,7 @@ TEST_F(RsaVerifierTest, WrongKeyOrDamagedSignatureIsKeyMismatch) {
     }
 }
 
-TEST_F(RsaVerifierTest, WrongPaddingSelectorDoesNotVerify) {
+TEST_F(RsaVerifierTest, PaddingSelectorAndByteLayout) {
     const DataBuffer hash = hashOf(hash_alg::kSha256);
     const DataBuffer pss = dgstSign("sha256", "-sigopt rsa_padding_mode:pss");
     const Outcome pssAsPkcs1 = verify(pss, hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256);
@@ -173,10 +162,7 @@ TEST_F(RsaVerifierTest, WrongPaddingSelectorDoesNotVerify) {
     const Outcome unknownPadding = verify(pss, hash, hash_alg::kSha256, 2, hash_alg::kSha256);
     EXPECT_FALSE(unknownPadding.ran || unknownPadding.keyMismatch);
     EXPECT_TRUE(unknownPadding.loggedError);
-}
 
-TEST_F(RsaVerifierTest, SignatureByteLayoutVariants) {
-    const DataBuffer hash = hashOf(hash_alg::kSha256);
     const DataBuffer sig = dgstSign("sha256", "");
 
     DataBuffer extraZero = bufferOf(std::string(1, '\0'));
@@ -195,26 +181,23 @@ TEST_F(RsaVerifierTest, SignatureByteLayoutVariants) {
     EXPECT_FALSE(verify(bufferOf(reversed), hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256).valid);
 }
 
-TEST_F(RsaVerifierTest, BareHashWithoutDigestInfo) {
+TEST_F(RsaVerifierTest, WhatTheSignedBlockMustHold) {
     const DataBuffer hash = hashOf(hash_alg::kSha256);
-    const DataBuffer sig = rawSign(hash);
-    EXPECT_TRUE(verify(sig, hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256, "rsa1", false, false).valid);
-    const Outcome asDigestInfo = verify(sig, hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256);
+    const DataBuffer bare = rawSign(hash);
+    EXPECT_TRUE(verify(bare, hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256, "rsa1", false, false).valid);
+    const Outcome asDigestInfo = verify(bare, hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256);
     EXPECT_TRUE(asDigestInfo.ran);
     EXPECT_FALSE(asDigestInfo.valid);
-}
 
-// SHA-1 and RIPEMD-160 digests have the same length; only the OID in the
-// DigestInfo tells them apart.
-TEST_F(RsaVerifierTest, DigestInfoMustNameTheClaimedHash) {
+    // SHA-1 and RIPEMD-160 digests have the same length; only the OID in the
+    // DigestInfo tells them apart.
     const DataBuffer sha1Sig = dgstSign("sha1", "");
     const Outcome o = verify(sha1Sig, hashOf(hash_alg::kSha1), hash_alg::kRipemd160, kPkcs1, hash_alg::kRipemd160);
     EXPECT_TRUE(o.ran);
     EXPECT_FALSE(o.valid);
     EXPECT_FALSE(o.keyMismatch);
-}
 
-TEST_F(RsaVerifierTest, UnusableInputsFailWithoutKeyMismatch) {
+    // Unusable inputs fail without a key mismatch.
     const DataBuffer sig = dgstSign("sha256", "");
     const Outcome shortHash = verify(sig, bufferOf("short"), hash_alg::kSha256, kPkcs1, hash_alg::kSha256);
     const Outcome noHashAlg = verify(sig, DataBuffer(), 0, kPkcs1, 0);

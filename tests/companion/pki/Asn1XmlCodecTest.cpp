@@ -1,5 +1,4 @@
 #include "PkiTestSupport.h"
-#include "companion/crypto/CryptoTestSupport.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/Asn1XmlCodec.h"
@@ -15,9 +14,9 @@
 
 #include <string>
 
-using crypto_test::bufferOf;
-using crypto_test::fromHex;
 using pki_test::CertWorkshop;
+using test_support::bufferOf;
+using test_support::fromHex;
 
 namespace {
 

@@ -40,10 +40,7 @@ CertWorkshop::CertWorkshop() {
 }
 
 std::string CertWorkshop::openssl(const std::string& args) const {
-    const std::string command = "cd " + q(dir()) + " && openssl " + args;
-    const test_support::ProcessResult result = test_support::runProcess(command);
-    EXPECT_EQ(result.exitCode, 0) << command << "\n" << result.err;
-    return result.out;
+    return test_support::runOpenssl(dir(), args).out;
 }
 
 bool CertWorkshop::make(const std::string& name, const Request& r) {

@@ -57,7 +57,7 @@ public:
 
     // openssl x509's view of a certificate file (PEM or DER).
     std::string serial(const std::filesystem::path& cert) const;
-    // RFC 2253 text, UTF-8 unescaped.
+    // Text as openssl -nameopt RFC2253 writes it, UTF-8 unescaped.
     std::string subject(const std::filesystem::path& cert) const;
     std::string issuer(const std::filesystem::path& cert) const;
     // Upper-case hex without colons; empty when there is no extension.

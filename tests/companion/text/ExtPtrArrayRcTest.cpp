@@ -21,10 +21,17 @@ private:
     std::map<int, int>& m_deaths;
 };
 
+int idAt(const ExtPtrArrayRc& arr, int i) {
+    return static_cast<Counted*>(arr.elementAt(i))->id();
+}
+
 } // namespace
 
-TEST(ExtPtrArrayRc, DestructionReleasesEachObjectOnce) {
+// Each object the array holds is released exactly once: on replace, on
+// remove and at destruction; an extra reference outlives the array.
+TEST(ExtPtrArrayRc, ReleasesEachObjectOnce) {
     std::map<int, int> deaths;
+    auto* kept = new Counted(7, deaths);
     {
         ExtPtrArrayRc arr;
         for (int i = 0; i < 3; ++i)
@@ -32,48 +39,21 @@ TEST(ExtPtrArrayRc, DestructionReleasesEachObjectOnce) {
         arr.replaceRefCountedAt(5, new Counted(5, deaths)); // leaves null slots 3 and 4
         EXPECT_EQ(arr.getSize(), 6);
         EXPECT_EQ(arr.elementAt(4), nullptr);
-        EXPECT_TRUE(deaths.empty());
+        arr.replaceRefCountedAt(0, new Counted(10, deaths));
+        EXPECT_EQ(deaths, (std::map<int, int>{{0, 1}}));
+        EXPECT_EQ(idAt(arr, 0), 10);
+        arr.replaceRefCountedAt(-1, nullptr); // ignored
+        arr.removeRefCountedAt(1);
+        arr.removeRefCountedAt(9); // out of range: nothing happens
+        ASSERT_EQ(arr.getSize(), 5);
+        EXPECT_EQ(idAt(arr, 1), 2);
+        EXPECT_EQ(arr.elementAt(5), nullptr);
+        EXPECT_EQ(arr.elementAt(-1), nullptr);
+        arr.appendRefCounted(kept);
+        kept->incRefCount();
     }
-    EXPECT_EQ(deaths, (std::map<int, int>{{0, 1}, {1, 1}, {2, 1}, {5, 1}}));
-}
-
-TEST(ExtPtrArrayRc, AnExtraReferenceOutlivesTheArray) {
-    std::map<int, int> deaths;
-    auto* obj = new Counted(7, deaths);
-    {
-        ExtPtrArrayRc arr;
-        arr.appendRefCounted(obj);
-        obj->incRefCount();
-        arr.removeAllObjects();
-        EXPECT_EQ(arr.getSize(), 0);
-        EXPECT_EQ(obj->getRefCount(), 1);
-    }
-    EXPECT_TRUE(deaths.empty());
-    obj->decRefCount();
+    EXPECT_EQ(deaths, (std::map<int, int>{{0, 1}, {1, 1}, {2, 1}, {5, 1}, {10, 1}}));
+    EXPECT_EQ(kept->getRefCount(), 1);
+    kept->decRefCount();
     EXPECT_EQ(deaths[7], 1);
-}
-
-TEST(ExtPtrArrayRc, ReplaceReleasesTheOldObjectOnly) {
-    std::map<int, int> deaths;
-    ExtPtrArrayRc arr;
-    arr.appendRefCounted(new Counted(1, deaths));
-    arr.replaceRefCountedAt(0, new Counted(2, deaths));
-    EXPECT_EQ(deaths, (std::map<int, int>{{1, 1}}));
-    EXPECT_EQ(static_cast<Counted*>(arr.elementAt(0))->id(), 2);
-    arr.replaceRefCountedAt(-1, nullptr); // ignored
-    EXPECT_EQ(arr.getSize(), 1);
-}
-
-TEST(ExtPtrArrayRc, RemoveAtClosesTheGap) {
-    std::map<int, int> deaths;
-    ExtPtrArrayRc arr;
-    for (int i = 0; i < 3; ++i)
-        arr.appendRefCounted(new Counted(i, deaths));
-    arr.removeRefCountedAt(1);
-    arr.removeRefCountedAt(3); // out of range: nothing happens
-    ASSERT_EQ(arr.getSize(), 2);
-    EXPECT_EQ(static_cast<Counted*>(arr.elementAt(1))->id(), 2);
-    EXPECT_EQ(deaths, (std::map<int, int>{{1, 1}}));
-    EXPECT_EQ(arr.elementAt(2), nullptr);
-    EXPECT_EQ(arr.elementAt(-1), nullptr);
 }

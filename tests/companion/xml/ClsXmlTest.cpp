@@ -11,8 +11,6 @@ using xml_test::attr;
 using xml_test::content;
 using xml_test::load;
 
-constexpr const char* kDsig = "http://www.w3.org/2000/09/xmldsig#";
-
 std::string tagOf(ClsXml* e) {
     return e ? std::string(e->tag()) : std::string("(null)");
 }
@@ -98,22 +96,6 @@ TEST(ClsXmlPaths, StepsWithIndexes) {
     EXPECT_EQ(tagOf(data.get()), "X509Data");
 }
 
-TEST(ClsXmlContent, DirectTextAndTrimming) {
-    RefPtr<ClsXml> r = load("<r> a <b> inner </b> c<![CDATA[ d ]]> </r>");
-    ASSERT_TRUE(r);
-    EXPECT_EQ(content(*r), " a  c d  ");
-    StringBuffer out("stale");
-    EXPECT_TRUE(r->getChildContentUtf8("b", out, true));
-    EXPECT_EQ(out.view(), "inner");
-    EXPECT_TRUE(r->getChildContentUtf8("b", out, false));
-    EXPECT_EQ(out.view(), " inner ");
-    RefPtr<ClsXml> trimmed = [] {
-        LogBase log;
-        return load("<r>\n  value\n</r>", log, true);
-    }();
-    EXPECT_EQ(content(*trimmed), "value");
-}
-
 TEST(ClsXmlAttributes, ByNameAndByIndex) {
     RefPtr<ClsXml> r = load("<r Id='1' wsu:Id='2' b='x &amp; y'/>");
     ASSERT_TRUE(r);
@@ -158,31 +140,6 @@ TEST(ClsXmlSearch, DocumentOrderFromAfter) {
     EXPECT_FALSE(r->searchForAttribute(nullptr, "T", "k", true, "value-*"));
     RefPtr<ClsXml> anyTag(r->searchForAttribute(byValue.get(), nullptr, "k", true, "*e*"));
     EXPECT_EQ(attr(*anyTag, "n"), "3");
-}
-
-TEST(ClsXmlSignatures, FoundByNamespaceOrBySignedInfoInDocumentOrder) {
-    const std::string doc = std::string("<r xmlns:ds='") + kDsig +
-                            "' xmlns:cac='urn:cac'>"
-                            "<cac:Signature><cac:ID>ubl</cac:ID></cac:Signature>" // UBL: not one
-                            "<ds:Signature Id='s1'><ds:Object><Signature xmlns='" +
-                            kDsig +
-                            "' Id='s2'/>"
-                            "</ds:Object></ds:Signature>"
-                            "<ebics:AuthSignature xmlns:ebics='urn:ebics' Id='s3'><ds:SignedInfo/>"
-                            "<ds:SignatureValue/></ebics:AuthSignature>"
-                            "<x:Signature xmlns:x='urn:other' Id='no'/>"
-                            "<ds:Signature xmlns:ds='urn:rebound' Id='no2'/>"
-                            "<e Id='no3'><ds:SignedInfo/></e>" // no SignatureValue
-                            "</r>";
-    RefPtr<ClsXml> r = load(doc);
-    ASSERT_TRUE(r);
-    ExtPtrArrayRc sigs;
-    LogNull log;
-    EXPECT_TRUE(r->findSignatures(sigs, log));
-    ASSERT_EQ(sigs.getSize(), 3);
-    const char* ids[] = {"s1", "s2", "s3"};
-    for (int i = 0; i < 3; ++i)
-        EXPECT_EQ(attr(*static_cast<ClsXml*>(sigs.elementAt(i)), "Id"), ids[i]);
 }
 
 TEST(ClsXmlLoading, SharesTheCallersBytesAndFailsCleanly) {
