@@ -28,4 +28,6 @@ struct XmlSigPositions {
     // entity's text: the entity reference.
     uint32_t m_newObjectLoc = 0;
     uint32_t m_newObjectLen = 0;
+
+    bool operator==(const XmlSigPositions&) const = default;
 };
