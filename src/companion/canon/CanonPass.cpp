@@ -38,9 +38,7 @@ CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const
 // The tree of the same text, when there is one that holds everything, spares
 // scanning the text again; a fragment at an offset then starts at its apex.
 std::unique_ptr<XmlTokenSource> CanonPass::tokenSource(const XmlDocument* parsed) {
-    const bool sameText = parsed && parsed->source().data() == m_dtd.document().data() &&
-                          parsed->source().size() == m_dtd.document().size();
-    if (!sameText || !parsed->isReplayable() || parsed->nodeCount() == 0)
+    if (!parsed || !parsed->canStandFor(m_dtd.document()))
         return std::make_unique<XmlScanner>(m_dtd);
     if (m_target.kind != CanonTarget::Kind::Offset)
         return std::make_unique<XmlTreeReplay>(*parsed);

@@ -102,6 +102,11 @@ public:
     // no DOCTYPE (so no entity expansions and no defaulted attributes), no
     // comment or processing instruction outside the root element.
     bool isReplayable() const { return m_replayable; }
+    // Replayable, not empty, and parsed from exactly this text (same bytes
+    // in the same place): a reader of the text may read the tree instead.
+    bool canStandFor(std::string_view text) const {
+        return m_replayable && !m_nodes.empty() && source().data() == text.data() && source().size() == text.size();
+    }
     // The element whose start tag begins at the offset, or kNoNode.
     uint32_t elementAt(uint32_t offset) const;
     // The first node after n's subtree in document order (nodeCount() at the end).

@@ -36,8 +36,7 @@ XmlSigWalker::XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed) : m_tokens(to
 // text scanned again, from the first element that may be a signature: what
 // comes before it cannot be part of one.
 std::unique_ptr<XmlTokenSource> XmlSigWalker::tokenSource(XmlDtd& dtd, const XmlDocument* parsed) {
-    if (!parsed || !parsed->isReplayable() || parsed->nodeCount() == 0 ||
-        parsed->source().data() != dtd.document().data() || parsed->source().size() != dtd.document().size())
+    if (!parsed || !parsed->canStandFor(dtd.document()))
         return std::make_unique<XmlScanner>(dtd);
     const uint32_t first = firstPossibleSignature(*parsed);
     if (first == kNoNode)
