@@ -1,6 +1,7 @@
 // Feeds arbitrary bytes to the verifier's byte loader and reads every
 // signature's SignedInfo fields and references, as a caller would.
-#include "companion/base/ClsBinData.h"
+#include "LoadedVerifier.h"
+
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
@@ -10,10 +11,8 @@
 #include <memory>
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    ClsBinData bd;
-    bd.m_data.append(data, size);
-    if (!dsig->LoadSignatureBd(bd))
+    const std::unique_ptr<ClsXmlDSig> dsig = loadedVerifier(data, size);
+    if (!dsig)
         return 0;
     LogNull log;
     StringBuffer field, prefixes;

@@ -2,7 +2,8 @@
 // a caller accepting documents from strangers would: with and without the
 // reference digests, with timestamp checking on, and with an HMAC key. Must
 // never crash, hang or leak, and must leave a known RefFailReason.
-#include "companion/base/ClsBinData.h"
+#include "LoadedVerifier.h"
+
 #include "references/RefFailReason.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -26,10 +27,8 @@ bool knownReason(int reason) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    ClsBinData bd;
-    bd.m_data.append(data, size);
-    if (!dsig->LoadSignatureBd(bd))
+    const std::unique_ptr<ClsXmlDSig> dsig = loadedVerifier(data, size);
+    if (!dsig)
         return 0;
     XString options, key, encoding;
     options.setFromUtf8("VerifyEncapsulatedTimeStamp");

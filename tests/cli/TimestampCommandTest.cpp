@@ -11,25 +11,12 @@ namespace {
 using namespace test_support;
 using namespace timestamp_test;
 
-class TimestampCommand : public ::testing::Test {
+class TimestampCommand : public WithTimestampAuthority {
 protected:
-    static void SetUpTestSuite() {
-        s_lab = std::make_unique<TimestampLab>();
-        s_tsa = std::make_unique<LoopbackTsa>(s_lab->identity("tsa"), s_lab->dir());
-    }
-    static void TearDownTestSuite() {
-        s_tsa.reset();
-        s_lab.reset();
-    }
     ProcessResult run(const std::string& args) { return runProcess(shellQuote(toolPath().string()) + " " + args); }
 
-    static std::unique_ptr<TimestampLab> s_lab;
-    static std::unique_ptr<LoopbackTsa> s_tsa;
     TempDir m_tmp;
 };
-
-std::unique_ptr<TimestampLab> TimestampCommand::s_lab;
-std::unique_ptr<LoopbackTsa> TimestampCommand::s_tsa;
 
 TEST_F(TimestampCommand, WritesTheTimestampedDocument) {
     const auto in = m_tmp.path() / "in.xml";

@@ -47,6 +47,19 @@ const char* const kPlainTemplate =
 const char* const kXadesNsOnSignatureTemplate =
     R"(<Order><Line>2</Line><ds:Signature xmlns:ds="http://www.w3.org/2000/09/xmldsig#" xmlns:xades="http://uri.etsi.org/01903/v1.3.2#" Id="sig-4"><ds:SignedInfo><ds:CanonicalizationMethod Algorithm="http://www.w3.org/2001/10/xml-exc-c14n#"/><ds:SignatureMethod Algorithm="http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha256"/><ds:Reference URI=""><ds:Transforms><ds:Transform Algorithm="http://www.w3.org/2000/09/xmldsig#enveloped-signature"/></ds:Transforms><ds:DigestMethod Algorithm="http://www.w3.org/2001/04/xmlenc#sha256"/><ds:DigestValue/></ds:Reference></ds:SignedInfo><ds:SignatureValue Id="sv-4"/></ds:Signature></Order>)";
 
+std::unique_ptr<TimestampLab> WithTimestampAuthority::s_lab;
+std::unique_ptr<LoopbackTsa> WithTimestampAuthority::s_tsa;
+
+void WithTimestampAuthority::SetUpTestSuite() {
+    s_lab = std::make_unique<TimestampLab>();
+    s_tsa = std::make_unique<LoopbackTsa>(s_lab->identity("tsa"), s_lab->dir());
+}
+
+void WithTimestampAuthority::TearDownTestSuite() {
+    s_tsa.reset();
+    s_lab.reset();
+}
+
 TimestampLab::TimestampLab() {
     test_support::writeFile(dir() / "ext.cnf", kTsaExtensions);
     makeRoot("ca");

@@ -3,7 +3,10 @@
 #include "TestSupport.h"
 #include "support/LoopbackTsa.h"
 
+#include <gtest/gtest.h>
+
 #include <filesystem>
+#include <memory>
 #include <string>
 
 class ClsXmlDSig;
@@ -46,6 +49,17 @@ extern const char* const kXadesUnsignedTemplate;
 extern const char* const kPlainTemplate;
 // No Object; the Signature element declares xmlns:xades itself.
 extern const char* const kXadesNsOnSignatureTemplate;
+
+// A suite whose tests share one lab and one answering TSA ("tsa"), made
+// once for the suite.
+class WithTimestampAuthority : public ::testing::Test {
+protected:
+    static void SetUpTestSuite();
+    static void TearDownTestSuite();
+
+    static std::unique_ptr<TimestampLab> s_lab;
+    static std::unique_ptr<LoopbackTsa> s_tsa;
+};
 
 // Loads the document, adds a timestamp to signature 0 with the TSA at url
 // and returns the new text (empty when the call failed).

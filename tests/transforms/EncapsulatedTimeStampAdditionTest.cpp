@@ -39,16 +39,8 @@ void expectInsertedAfter(const std::string& before, const std::string& after, co
     EXPECT_TRUE(std::regex_match(block, std::regex(blockPattern))) << block;
 }
 
-class TimeStampAddition : public ::testing::Test {
+class TimeStampAddition : public WithTimestampAuthority {
 protected:
-    static void SetUpTestSuite() {
-        s_lab = std::make_unique<TimestampLab>();
-        s_tsa = std::make_unique<LoopbackTsa>(s_lab->identity("tsa"), s_lab->dir());
-    }
-    static void TearDownTestSuite() {
-        s_tsa.reset();
-        s_lab.reset();
-    }
     static std::string unreachableUrl() { return "http://127.0.0.1:" + std::to_string(LoopbackTsa::closedPort()); }
 
     // Signs the template, timestamps it through the loopback TSA and checks
@@ -65,13 +57,7 @@ protected:
             << verifyLog.renderText();
         return out;
     }
-
-    static std::unique_ptr<TimestampLab> s_lab;
-    static std::unique_ptr<LoopbackTsa> s_tsa;
 };
-
-std::unique_ptr<TimestampLab> TimeStampAddition::s_lab;
-std::unique_ptr<LoopbackTsa> TimeStampAddition::s_tsa;
 
 TEST_F(TimeStampAddition, WhereTheStampGoes) {
     {

@@ -3,6 +3,8 @@
 #include "companion/canon/CanonEscape.h"
 #include "companion/canon/CanonQName.h"
 #include "companion/log/LogBase.h"
+#include "companion/xml/XmlDocument.h"
+#include "companion/xml/XmlScanner.h"
 #include "companion/xml/XmlTextDecoder.h"
 #include "companion/xml/XmlTreeReplay.h"
 

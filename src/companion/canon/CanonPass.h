@@ -4,9 +4,8 @@
 #include "companion/canon/CanonNamespaces.h"
 #include "companion/canon/CanonSink.h"
 #include "companion/canon/CanonTarget.h"
-#include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlDtd.h"
-#include "companion/xml/XmlScanner.h"
+#include "companion/xml/XmlTokenSource.h"
 
 #include <cstdint>
 #include <memory>
@@ -16,6 +15,7 @@
 #include <vector>
 
 class LogBase;
+class XmlDocument;
 
 // How a pass renders what it emits.
 struct CanonOptions {

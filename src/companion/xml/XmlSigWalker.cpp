@@ -1,5 +1,7 @@
 #include "companion/xml/XmlSigWalker.h"
 
+#include "companion/xml/XmlDocument.h"
+#include "companion/xml/XmlScanner.h"
 #include "companion/xml/XmlTreeReplay.h"
 
 #include "companion/xml/XmlTextDecoder.h"

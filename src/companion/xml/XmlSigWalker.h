@@ -1,13 +1,15 @@
 #pragma once
 
-#include "companion/xml/XmlDocument.h"
-#include "companion/xml/XmlScanner.h"
+#include "companion/xml/XmlDtd.h"
+#include "companion/xml/XmlTokenSource.h"
 
 #include <cstdint>
 #include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
+
+class XmlDocument;
 
 // Walks the elements and character data of a document for the code that
 // finds signatures in raw text. It resolves each element's namespace from
