@@ -65,6 +65,20 @@ TEST(StreamedDigest, SeesAMarkerSplitBetweenPieces) {
         ASSERT_TRUE(streamed.final(digest));
         EXPECT_TRUE(digest.equals(digestOf(text)));
     }
+    // Pieces long enough to be hashed on the second thread.
+    const std::string longPiece = std::string(200000, 'x') + "Signed";
+    std::string piece = longPiece;
+    StreamedDigest threaded(hash_alg::kSha256, "SignedProperties");
+    threaded.handOver(piece);
+    EXPECT_TRUE(piece.empty());
+    piece = "Properties";
+    threaded.handOver(piece);
+    threaded.write("tail");
+    EXPECT_TRUE(threaded.sawMarker());
+    DataBuffer digest;
+    ASSERT_TRUE(threaded.final(digest));
+    EXPECT_TRUE(digest.equals(digestOf(longPiece + "Propertiestail")));
+
     StreamedDigest none(hash_alg::kSha256, "SignedProperties");
     none.write("SignedPropertie");
     none.write("s_no");

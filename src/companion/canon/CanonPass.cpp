@@ -52,6 +52,8 @@ std::unique_ptr<XmlTokenSource> CanonPass::tokenSource(const XmlDocument* parsed
 
 bool CanonPass::run(LogBase& log) {
     if (m_sink) {
+        // Room for the last token past the chunk size; buffers handed back
+        // by the sink keep this capacity.
         m_out.reserve(kSinkChunkBytes + kSinkChunkBytes / 4);
     } else if (m_target.isDocument()) {
         // Canonical text is about as long as its source; a little headroom
@@ -107,8 +109,7 @@ bool CanonPass::isExcluded(const XmlToken& t) const {
 }
 
 void CanonPass::flushToSink() {
-    m_sink->write(m_out);
-    m_out.clear();
+    m_sink->handOver(m_out);
 }
 
 void CanonPass::onToken(const XmlToken& t) {
