@@ -84,6 +84,10 @@ public:
     // Shared body of LoadSignatureBd; takes over the bytes.
     bool loadSignatureBd(DataBuffer& bytes, LogBase& log);
     void detectSpecial(const StringBuffer& xml, LogBase& log);
+    // The same from the markers already found in the text.
+    void detectSpecial(uint64_t foundMarkers, LogBase& log);
+    // Which profile markers occur in the text, one bit per marker.
+    static uint64_t findProfileMarkers(std::string_view text);
     bool checkSetZatca(LogBase& log);
     bool checkSetMyInvois(LogBase& log);
     bool selectBySignatureId(StringBuffer& id, LogBase& log);

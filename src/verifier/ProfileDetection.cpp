@@ -23,13 +23,20 @@ const std::vector<std::string_view>& allMarkers() {
 
 } // namespace
 
+uint64_t ClsXmlDSig::findProfileMarkers(std::string_view text) {
+    static const SubstringSet markerSet(allMarkers());
+    return markerSet.findIn(text);
+}
+
 void ClsXmlDSig::detectSpecial(const StringBuffer& xml, LogBase& log) {
+    detectSpecial(findProfileMarkers(xml.view()), log);
+}
+
+void ClsXmlDSig::detectSpecial(uint64_t found, LogBase& log) {
     using namespace profile_markers;
     m_isDoda = m_isCsioz = m_isSunat = m_isSiiCl = false;
     m_dupC14nSortBug = m_noSortBugRetry = m_isSignedDocSkXml = m_isCmaStp = false;
 
-    static const SubstringSet markerSet(allMarkers());
-    const uint64_t found = markerSet.findIn(xml.view());
     auto contains = [found](std::string_view marker) {
         const auto& all = allMarkers();
         const auto at = static_cast<size_t>(std::find(all.begin(), all.end(), marker) - all.begin());

@@ -1,6 +1,14 @@
+#include "companion/base/RunAlongside.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
+
+namespace {
+
+// Below this, a second thread costs more than it saves.
+constexpr size_t kDetectAlongsideFrom = 1u << 20;
+
+} // namespace
 
 bool ClsXmlDSig::LoadSignature(XString& xml) {
     CritSecExitor lock(m_critSec);
@@ -58,12 +66,26 @@ bool ClsXmlDSig::loadSignatureBd(DataBuffer& bytes, LogBase& log) {
     return parseLoadedText(log);
 }
 
+// Profile detection and parsing only read the text, so a long text is
+// searched for the markers on a second thread while its tree is built. The
+// parser's error is held back until the profile is logged, keeping the log's
+// order.
 bool ClsXmlDSig::parseLoadedText(LogBase& log) {
-    detectSpecial(m_sigXml, log);
+    // Shared before the threads start: the parser then reads the same bytes
+    // without changing the buffer.
+    const std::shared_ptr<const std::string> text = m_sigXml.share();
+    uint64_t markers = 0;
+    bool parsed = false;
+    LogBase parseLog;
     m_xml = ClsXml::createNewCls();
-    if (!m_xml)
+    runAlongside(
+        text->size() >= kDetectAlongsideFrom, [&] { markers = findProfileMarkers(*text); },
+        [&] { parsed = m_xml && m_xml->loadXml(m_sigXml, false, parseLog); });
+    detectSpecial(markers, log);
+    if (!parsed) {
+        if (parseLog.hasErrors())
+            log.LogError(parseLog.firstError());
         return false;
-    if (!m_xml->loadXml(m_sigXml, false, log))
-        return false;
+    }
     return m_xml->findSignatures(m_signatures, log);
 }

@@ -52,6 +52,29 @@ TEST(ProfileDetection, MarkersInTheTextAndOptionsSetTheFlags) {
     EXPECT_TRUE(loaded("<SignedDoc format=\"SK-XML\"/>")->profileFlags().isSignedDocSkXml);
 }
 
+// A long text is searched for the markers on a second thread while it is
+// parsed: the same flags result, and a parse error still follows the
+// profile's log line.
+TEST(ProfileDetection, LongTextsAreSearchedWhileTheyAreParsed) {
+    std::string padding;
+    while (padding.size() < (2u << 20))
+        padding += "<p>line " + std::to_string(padding.size()) + "</p>\n";
+    auto dsig = loaded(signedDocument(padding + "<a>http://www.zus.pl/2013</a>"));
+    EXPECT_TRUE(dsig->profileFlags().dupC14nSortBug);
+    EXPECT_EQ(dsig->get_NumSignatures(), 1);
+
+    XString broken(signedDocument(padding + "<a>urn:cma:stp:xsd:stp</a><a>urn:hl7-org:v3</a><b>"));
+    EXPECT_FALSE(dsig->LoadSignature(broken));
+    EXPECT_TRUE(dsig->profileFlags().dupC14nSortBug);
+    EXPECT_FALSE(dsig->profileFlags().isCmaStp);
+    const std::string log = dsig->lastErrorText();
+    const size_t profileLine = log.find("Will duplicate the XML canonicalization attribute sorting bug");
+    const size_t parseError = log.find("XML parse error");
+    ASSERT_NE(profileLine, std::string::npos) << log;
+    ASSERT_NE(parseError, std::string::npos) << log;
+    EXPECT_LT(profileLine, parseError);
+}
+
 TEST(SignatureLoading, ByteLoadKeepsTheProfileOptionsOfTheLastStringLoad) {
     auto dsig = loaded(signedDocument(""), "ZATCA");
     EXPECT_TRUE(dsig->profileFlags().isZatca);

@@ -1,37 +1,13 @@
 #include "companion/base/PieceWorker.h"
 
-#include <chrono>
 #include <system_error>
 
 namespace {
 
-// How long a side spins for the other before sleeping. The other side
-// usually answers within a fraction of a millisecond, and a thread that
-// sleeps on every piece tends to be woken onto its waker's CPU, where the
-// two then share one core.
-constexpr auto kSpinTime = std::chrono::microseconds(250);
-constexpr unsigned kSpinsPerClockRead = 64;
-
-void relaxCpu() {
-#if defined(__x86_64__) || defined(__i386__)
-    __builtin_ia32_pause();
-#elif defined(__aarch64__)
-    asm volatile("yield");
-#endif
-}
-
-// Waits until ready(value of counter) holds and returns that value.
+// Waits until ready(value of counter) holds and returns that value. The
+// standard wait spins only briefly before sleeping: a longer spin of our own
+// measured slower, as the spinning core then slows the producing one.
 template <class Ready> uint64_t awaitCounter(const std::atomic<uint64_t>& counter, Ready ready) {
-    const auto deadline = std::chrono::steady_clock::now() + kSpinTime;
-    for (unsigned spins = 1;; ++spins) {
-        const uint64_t value = counter.load(std::memory_order_acquire);
-        if (ready(value))
-            return value;
-        if (spins % kSpinsPerClockRead == 0 && std::chrono::steady_clock::now() > deadline)
-            break;
-        relaxCpu();
-    }
-
     for (;;) {
         const uint64_t value = counter.load(std::memory_order_acquire);
         if (ready(value))
