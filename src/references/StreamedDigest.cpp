@@ -4,8 +4,9 @@
 
 namespace {
 
-// A piece this long means a long output: worth a thread from here on.
-constexpr size_t kBackgroundFrom = 128u << 10;
+// Once this much has been hashed here, the output has proved long enough to
+// be worth a thread (starting one costs about a millisecond on a busy VM).
+constexpr size_t kBackgroundAfter = 2u << 20;
 
 } // namespace
 
@@ -29,7 +30,7 @@ void StreamedDigest::write(std::string_view text) {
 
 void StreamedDigest::handOver(std::string& piece) {
     m_used = true;
-    if (!m_worker.running() && piece.size() >= kBackgroundFrom)
+    if (!m_worker.running() && m_hashed >= kBackgroundAfter)
         m_worker.start();
     if (m_worker.running()) {
         m_worker.handOver(piece);
@@ -50,6 +51,7 @@ bool StreamedDigest::final(DataBuffer& digest) {
 }
 
 void StreamedDigest::consume(std::string_view text) {
+    m_hashed += text.size();
     m_hasher.update(text.data(), text.size());
     if (m_sawMarker || m_marker.empty())
         return;

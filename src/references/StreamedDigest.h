@@ -33,6 +33,7 @@ private:
     SubstringSet m_markerSearch;
     // The end of the text so far, so a marker split between pieces is seen.
     std::string m_tail;
+    size_t m_hashed = 0;
     bool m_used = false;
     bool m_sawMarker = false;
     PieceWorker m_worker;

@@ -65,19 +65,26 @@ TEST(StreamedDigest, SeesAMarkerSplitBetweenPieces) {
         ASSERT_TRUE(streamed.final(digest));
         EXPECT_TRUE(digest.equals(digestOf(text)));
     }
-    // Pieces long enough to be hashed on the second thread.
-    const std::string longPiece = std::string(200000, 'x') + "Signed";
-    std::string piece = longPiece;
+    // Output long enough to be hashed on the second thread.
+    std::string piece;
+    std::string all;
     StreamedDigest threaded(hash_alg::kSha256, "SignedProperties");
-    threaded.handOver(piece);
-    EXPECT_TRUE(piece.empty());
-    piece = "Properties";
-    threaded.handOver(piece);
+    for (int i = 0; i < 12; ++i) {
+        piece.assign(200000, static_cast<char>('a' + i));
+        all += piece;
+        threaded.handOver(piece);
+        EXPECT_TRUE(piece.empty());
+    }
+    for (const char* part : {"Signed", "Prop", "erties"}) {
+        piece = part;
+        all += piece;
+        threaded.handOver(piece);
+    }
     threaded.write("tail");
     EXPECT_TRUE(threaded.sawMarker());
     DataBuffer digest;
     ASSERT_TRUE(threaded.final(digest));
-    EXPECT_TRUE(digest.equals(digestOf(longPiece + "Propertiestail")));
+    EXPECT_TRUE(digest.equals(digestOf(all + "tail")));
 
     StreamedDigest none(hash_alg::kSha256, "SignedProperties");
     none.write("SignedPropertie");
