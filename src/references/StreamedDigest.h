@@ -36,5 +36,6 @@ private:
     size_t m_hashed = 0;
     bool m_used = false;
     bool m_sawMarker = false;
+    // Declared last: it stops before the members its thread writes go away.
     PieceWorker m_worker;
 };
