@@ -1,13 +1,20 @@
 #include "companion/canon/CanonNamespaces.h"
 
+#include "companion/canon/CanonEscape.h"
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlTextDecoder.h"
 
 #include <algorithm>
 
+namespace {
+
+constexpr std::string_view kEmptyDefaultDeclaration = " xmlns=\"\"";
+
+} // namespace
+
 void CanonNamespaces::openElement() {
     m_levels.push_back(Level{static_cast<uint32_t>(m_bindings.size()), static_cast<uint32_t>(m_rendered.size()),
-                             static_cast<uint32_t>(m_decoded.size())});
+                             static_cast<uint32_t>(m_decoded.size()), static_cast<uint32_t>(m_declarations.size())});
 }
 
 void CanonNamespaces::closeElement() {
@@ -16,19 +23,34 @@ void CanonNamespaces::closeElement() {
     m_bindings.resize(level.bindings);
     m_rendered.resize(level.rendered);
     m_decoded.resize(level.decodedBytes);
+    m_declarations.resize(level.declarationBytes);
 }
 
 void CanonNamespaces::declare(std::string_view prefix, const XmlAttribute& declaration) {
-    if (!(declaration.flags & kAttrNeedsDecoding)) {
-        m_bindings.push_back(Binding{prefix, declaration.value, false});
-        return;
+    Binding binding{prefix, declaration.value, {}, false};
+    if (declaration.flags & kAttrNeedsDecoding) {
+        m_scratch.clear();
+        XmlTextDecoder::appendAttribute(m_dtd.slice(declaration.value), m_dtd,
+                                        (declaration.flags & kAttrTokenized) != 0, m_scratch);
+        binding.value = XmlSpan{static_cast<uint32_t>(m_decoded.size()), static_cast<uint32_t>(m_scratch.size())};
+        binding.decoded = true;
+        m_decoded.append(m_scratch);
     }
-    m_scratch.clear();
-    XmlTextDecoder::appendAttribute(m_dtd.slice(declaration.value), m_dtd, (declaration.flags & kAttrTokenized) != 0,
-                                    m_scratch);
-    const XmlSpan stored{static_cast<uint32_t>(m_decoded.size()), static_cast<uint32_t>(m_scratch.size())};
-    m_decoded.append(m_scratch);
-    m_bindings.push_back(Binding{prefix, stored, true});
+    binding.declaration = writeDeclaration(binding);
+    m_bindings.push_back(binding);
+}
+
+XmlSpan CanonNamespaces::writeDeclaration(const Binding& binding) {
+    const size_t begin = m_declarations.size();
+    m_declarations.append(" xmlns");
+    if (!binding.prefix.empty()) {
+        m_declarations.push_back(':');
+        m_declarations.append(binding.prefix);
+    }
+    m_declarations.append("=\"");
+    canon_escape::appendAttributeValue(m_declarations, uri(binding), 0, m_dtd, m_scratch);
+    m_declarations.push_back('"');
+    return XmlSpan{static_cast<uint32_t>(begin), static_cast<uint32_t>(m_declarations.size() - begin)};
 }
 
 const CanonNamespaces::Binding* CanonNamespaces::find(std::string_view prefix) const {
@@ -42,6 +64,12 @@ std::string_view CanonNamespaces::uri(const Binding& binding) const {
     if (binding.decoded)
         return std::string_view(m_decoded).substr(binding.value.offset, binding.value.length);
     return binding.value.length == 0 ? std::string_view{} : m_dtd.slice(binding.value);
+}
+
+std::string_view CanonNamespaces::declarationText(const Binding& binding) const {
+    if (binding.declaration.length == 0)
+        return kEmptyDefaultDeclaration;
+    return std::string_view(m_declarations).substr(binding.declaration.offset, binding.declaration.length);
 }
 
 std::span<const CanonNamespaces::Binding> CanonNamespaces::declaredHere() const {
@@ -59,9 +87,14 @@ void CanonNamespaces::collectInScope(std::vector<Binding>& out) const {
     }
 }
 
-bool CanonNamespaces::isRendered(std::string_view prefix, std::string_view uri) const {
-    for (auto it = m_rendered.rbegin(); it != m_rendered.rend(); ++it)
-        if (it->prefix == prefix)
-            return this->uri(*it) == uri;
-    return prefix.empty() && uri.empty();
+bool CanonNamespaces::isRendered(const Binding& binding) const {
+    for (auto it = m_rendered.rbegin(); it != m_rendered.rend(); ++it) {
+        if (it->prefix != binding.prefix)
+            continue;
+        // The same declaration, as on most elements, spares comparing URIs.
+        const bool sameDeclaration = it->decoded == binding.decoded && it->value.offset == binding.value.offset &&
+                                     it->value.length == binding.value.length;
+        return sameDeclaration || uri(*it) == uri(binding);
+    }
+    return binding.prefix.empty() && uri(binding).empty();
 }

@@ -18,6 +18,7 @@ public:
     struct Binding {
         std::string_view prefix; // empty for the default namespace
         XmlSpan value;           // in the scanned text, or in the decoded store
+        XmlSpan declaration;     // its canonical form, " xmlns:p=\"uri\"", in the declaration store
         bool decoded = false;
     };
 
@@ -32,20 +33,28 @@ public:
     const Binding* find(std::string_view prefix) const;
     // Valid until the next declare().
     std::string_view uri(const Binding& binding) const;
+    // The binding as a canonical namespace attribute with its leading blank;
+    // for the stand-in binding of an undeclared default namespace, xmlns="".
+    // Valid until the next declare().
+    std::string_view declarationText(const Binding& binding) const;
     std::span<const Binding> declaredHere() const;
     // One binding per prefix in scope (the innermost), appended to out.
     void collectInScope(std::vector<Binding>& out) const;
 
-    // True when the nearest output ancestor already renders prefix as uri.
-    // With nothing rendered the default namespace is the empty one.
-    bool isRendered(std::string_view prefix, std::string_view uri) const;
+    // True when the nearest output ancestor already renders the binding's
+    // prefix with its URI. With nothing rendered the default namespace is the
+    // empty one.
+    bool isRendered(const Binding& binding) const;
     void markRendered(const Binding& binding) { m_rendered.push_back(binding); }
 
 private:
+    XmlSpan writeDeclaration(const Binding& binding);
+
     struct Level {
         uint32_t bindings;
         uint32_t rendered;
         uint32_t decodedBytes;
+        uint32_t declarationBytes;
     };
 
     const XmlDtd& m_dtd;
@@ -54,5 +63,8 @@ private:
     std::vector<Level> m_levels;
     // URIs written with references, decoded; truncated as elements close.
     std::string m_decoded;
+    // Each declaration written out once, when declared: an exclusive
+    // canonical form repeats it on every element that uses its prefix.
+    std::string m_declarations;
     std::string m_scratch;
 };

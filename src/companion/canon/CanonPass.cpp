@@ -317,18 +317,10 @@ void CanonPass::considerUtilized(std::string_view prefix) {
 
 void CanonPass::writeNamespaces() {
     for (const CanonNamespaces::Binding& binding : m_candidates) {
-        const std::string_view uri = m_namespaces.uri(binding);
-        if (binding.prefix == kXmlPrefix || m_namespaces.isRendered(binding.prefix, uri))
+        if (binding.prefix == kXmlPrefix || m_namespaces.isRendered(binding))
             continue;
         m_namespaces.markRendered(binding);
-        m_out.append(" xmlns");
-        if (!binding.prefix.empty()) {
-            m_out.push_back(':');
-            m_out.append(binding.prefix);
-        }
-        m_out.append("=\"");
-        canon_escape::appendAttributeValue(m_out, uri, 0, m_dtd, m_scratch);
-        m_out.push_back('"');
+        m_out.append(m_namespaces.declarationText(binding));
     }
 }
 
