@@ -20,18 +20,6 @@ std::string encodedAs(std::string_view encoding, std::string_view bytes = kBinar
 
 } // namespace
 
-TEST(NamedEncoding, HexIsUpperCaseOutUnlessLowerIsAsked) {
-    EXPECT_EQ(encodedAs("hex"), "00017F80ABFF");
-    EXPECT_EQ(encodedAs("HEX"), "00017F80ABFF");
-    EXPECT_EQ(encodedAs("hex_lower"), "00017f80abff");
-}
-
-TEST(NamedEncoding, HexDecodesEitherCaseAndSkipsWhiteSpace) {
-    DataBuffer db;
-    ASSERT_TRUE(db.appendEncoded("00017f80\n AbfF", "Hex"));
-    EXPECT_EQ(db.view(), kBinary);
-}
-
 TEST(NamedEncoding, MalformedHexFailsWithoutAppending) {
     for (const char* text : {"ABC", "0G", "0x12", "A B C"}) {
         DataBuffer db;
