@@ -137,26 +137,6 @@ private:
 
 } // namespace
 
-TEST(HashTest, DataSourceFileHashesLikeOneShot) {
-    test_support::TempDir dir;
-    const std::string data = patternedBytes(200000);
-    test_support::writeFile(dir.path() / "data.bin", data);
-    for (int alg : {hash_alg::kSha256, hash_alg::kMd2}) {
-        _tvFileDataSource source;
-        LogBase log;
-        ASSERT_TRUE(source.openDataSourceFile(XString((dir.path() / "data.bin").string()), log));
-        CountingProgress progress(UINT64_MAX);
-        DataBuffer streamed, oneShot;
-        uint64_t count = 0;
-        ASSERT_TRUE(_tvHash::hashDataSource(source, alg, &progress, streamed, &count, log)) << log.renderText();
-        ASSERT_TRUE(_tvHash::doHash(data.data(), data.size(), alg, oneShot));
-        EXPECT_EQ(hexOf(streamed), hexOf(oneShot));
-        EXPECT_EQ(count, data.size());
-        EXPECT_EQ(progress.m_last, data.size());
-        EXPECT_GT(progress.m_calls, 1) << "the file must be read in more than one chunk";
-    }
-}
-
 TEST(HashTest, DataSourceFailuresAreReported) {
     test_support::TempDir dir;
     LogBase log;

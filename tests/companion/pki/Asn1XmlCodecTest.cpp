@@ -121,17 +121,6 @@ TEST(Asn1XmlCodec, RejectsMalformedInput) {
     EXPECT_FALSE(Asn1XmlCodec::derToXml(bufferOf(deep), false, true, xml, nullptr, log));
 }
 
-TEST(Asn1XmlCodec, TrailingBytesNeedTheUsedCount) {
-    const DataBuffer der = fromHex("020101FFFF");
-    LogBase log;
-    StringBuffer xml;
-    EXPECT_FALSE(Asn1XmlCodec::derToXml(der, false, true, xml, nullptr, log));
-    unsigned used = 0;
-    ASSERT_TRUE(Asn1XmlCodec::derToXml(der, false, true, xml, &used, log));
-    EXPECT_EQ(used, 3u);
-    EXPECT_EQ(xml.view(), "<int>01</int>");
-}
-
 TEST(Asn1XmlCodec, XmlToDerRejectsWhatItCannotEncode) {
     LogBase log;
     DataBuffer der = fromHex("AA");

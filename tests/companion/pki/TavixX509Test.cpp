@@ -53,32 +53,6 @@ TEST(TavixX509, SerialNumberAgreesWithOpensslAndDecimalToHex) {
     }
 }
 
-TEST(TavixX509, DerIsKeptExactlyAndGarbageIsRejected) {
-    CertWorkshop ws;
-    ASSERT_TRUE(ws.make("c", Cert("/CN=Exact")));
-    LogBase log;
-    DataBuffer withTail = ws.der("c");
-    withTail.append(std::string_view("trailing"));
-    TavixX509 cert;
-    ASSERT_TRUE(cert.loadX509Der(withTail, log));
-    DataBuffer out;
-    ASSERT_TRUE(cert.getCertDer(out));
-    EXPECT_TRUE(out.equals(ws.der("c")));
-
-    const TavixX509 copy(cert);
-    EXPECT_EQ(copy.x509(), cert.x509());
-
-    DataBuffer truncated;
-    truncated.append(ws.der("c").view().substr(0, 100));
-    EXPECT_FALSE(cert.loadX509Der(truncated, log));
-    EXPECT_FALSE(cert.isLoaded());
-    EXPECT_FALSE(cert.getCertDer(out));
-    EXPECT_TRUE(out.isEmpty());
-    StringBuffer serial;
-    EXPECT_FALSE(cert.get_SerialNumber(serial));
-    EXPECT_TRUE(log.hasErrors());
-}
-
 TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {
     CertWorkshop ws;
     ASSERT_TRUE(ws.make("c", Cert("/CN=Holder")));

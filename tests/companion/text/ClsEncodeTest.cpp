@@ -60,14 +60,6 @@ TEST(NamedEncoding, DecimalSerialBecomesCertificateStyleHex) {
     EXPECT_EQ(back.view(), "1234567890123456789012345678901234567890");
 }
 
-TEST(NamedEncoding, NonDecimalSerialIsLeftUnchanged) {
-    for (const char* text : {"", "12A", "-5", "1 2"}) {
-        XString serial(text);
-        EXPECT_FALSE(serial.reencode("decimal", "hex")) << text;
-        EXPECT_EQ(serial.view(), text);
-    }
-}
-
 TEST(ClsEncode, DecodeBinaryReplacesOrAppendsAndReportsBadInput) {
     _clsEncode enc;
     enc.put_EncodingMode(XString("hex"));

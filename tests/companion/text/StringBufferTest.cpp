@@ -27,15 +27,6 @@ TEST(StringBufferSplit, QuotesProtectDelimitersOnlyWhenAsked) {
     EXPECT_EQ(split("CN=\"Doe, John\",O=Acme", ',', true, false), (Parts{"CN=\"Doe, John\"", "O=Acme"}));
 }
 
-TEST(StringBufferGetDelimited, InclusiveAndExclusive) {
-    const StringBuffer sb("x<a>1</a><a>2</a>");
-    StringBuffer out;
-    ASSERT_TRUE(sb.getDelimited("<a>", "</a>", true, out));
-    EXPECT_EQ(out.view(), "<a>1</a>");
-    ASSERT_TRUE(sb.getDelimited("<a>", "</a>", false, out));
-    EXPECT_EQ(out.view(), "1");
-}
-
 TEST(StringBufferGetDelimited, EndIsSearchedAfterStartAndMissesEmptyTheOutput) {
     const StringBuffer sb("</a>x<a>y");
     StringBuffer out("stale");
