@@ -28,18 +28,6 @@ TEST(InfoCommand, TextReportNamesSignaturesAndReferences) {
     EXPECT_NE(r.out.find("DigestMethod: http://www.w3.org/2001/04/xmlenc#sha256"), std::string::npos) << r.out;
 }
 
-TEST(InfoCommand, DetectedProfileIsReported) {
-    const fs::path dir = corpusDir() / "real/sunat";
-    if (!fs::exists(dir))
-        GTEST_SKIP() << "no real corpus";
-    const fs::path file = *std::find_if(fs::directory_iterator(dir), fs::directory_iterator(),
-                                        [](const auto& e) { return e.path().extension() == ".xml"; });
-    ProcessResult r = info(file, "--json");
-    ASSERT_EQ(r.exitCode, 0) << r.err;
-    const auto profile = nlohmann::json::parse(r.out)["profile"];
-    EXPECT_NE(std::find(profile.begin(), profile.end(), "sunat"), profile.end()) << r.out;
-}
-
 TEST(InfoCommand, UnreadableFileAndBadUsageExitTwo) {
     ProcessResult missing = info("/nonexistent/file.xml");
     EXPECT_EQ(missing.exitCode, 2);

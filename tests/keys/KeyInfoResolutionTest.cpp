@@ -270,25 +270,6 @@ TEST(KeyInfoResolution, ExplicitKeyComesLastAndOnlyForVerification) {
     EXPECT_EQ(base64Of(der), k.spkiBase64[0]);
 }
 
-TEST(KeyInfoResolution, GetCertsCleansEscapedCarriageReturns) {
-    const Signers& k = signers();
-    std::string split = k.certBase64[0];
-    split.insert(64, "&amp;#13;\n");
-    Signed s;
-    s.load(x509Data("<ds:X509Certificate>" + split + "</ds:X509Certificate>" + certElement(1)));
-    ClsStringArray certs;
-    EXPECT_TRUE(s.dsig.GetCerts(certs));
-    ASSERT_EQ(certs.get_Count(), 2);
-    XString first, second;
-    certs.GetString(0, first);
-    certs.GetString(1, second);
-    std::string expectedFirst = k.certBase64[0];
-    expectedFirst.insert(64, "\n");
-    EXPECT_EQ(first.view(), expectedFirst);
-    EXPECT_EQ(second.view(), k.certBase64[1]);
-    EXPECT_NE(s.dsig.lastErrorText().find("Failed."), std::string::npos);
-}
-
 constexpr const char* kSignedText = "<ds:SignedInfo>the canonical text</ds:SignedInfo>";
 
 // The base64 output of an openssl command over kSignedText.

@@ -116,22 +116,6 @@ TEST_F(ExternalReference, IndexesZeroToHundredOnly) {
     }
 }
 
-// Data is kept per Selector: signature 1 does not see what was set for
-// signature 0 and falls back to the directories.
-TEST_F(ExternalReference, DataIsKeptPerSignature) {
-    const std::string sig = documentWithReferences("", referenceXml("data.txt", sha256Of(kData)));
-    const std::string signature = sig.substr(5, sig.size() - 11);
-    ASSERT_TRUE(loadXml(dsig, "<doc>" + signature + signature + "</doc>"));
-    setBytes(dsig, 0, kData);
-    EXPECT_TRUE(dsig.VerifyReferenceDigest(0));
-    dsig.put_Selector(1);
-    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
-    EXPECT_EQ(dsig.get_RefFailReason(), 2);
-    dirs(path("two"));
-    EXPECT_TRUE(dsig.VerifyReferenceDigest(0));
-    EXPECT_EQ(loggedData(dsig, "usingFile").size(), 1u);
-}
-
 // Only the literal first character decides here; verification trims.
 TEST_F(ExternalReference, UriQueriesTakeTheAttributeAsWritten) {
     const struct {

@@ -27,18 +27,6 @@ TEST(InternalReferenceFallbacks, StoredDigestMatchesAsTextOrAsHexBytes) {
     }
 }
 
-TEST(InternalReferenceFallbacks, AllowXmlDigestErrorIsCaseSensitive) {
-    for (const auto& [option, accepted] : {std::pair{"AllowXmlDigestError", true}, {"allowxmldigesterror", false}}) {
-        SCOPED_TRACE(option);
-        ClsXmlDSig dsig;
-        ASSERT_TRUE(loadXml(dsig, documentWithReferences(kContent, referenceXml("#x", sha256Of("other")))));
-        XString o(option);
-        dsig.put_UncommonOptions(o);
-        EXPECT_EQ(dsig.VerifyReferenceDigest(0), accepted);
-        EXPECT_EQ(dsig.get_RefFailReason(), accepted ? 0 : 1);
-    }
-}
-
 // The base64 transform digests the decoded text content of the referenced
 // element; child elements are reported but the text still decodes.
 TEST(InternalReferenceBase64, DigestsTheDecodedContent) {

@@ -71,31 +71,6 @@ TEST_F(ReferenceDigest, SortingBugRetryIsStickyUntilAReferenceNeedsItOff) {
     EXPECT_EQ(count(kRetryWith), 1);
 }
 
-// ZATCA and MyInvois turn the retry with the duplication off, but a
-// duplication already on is still retried without.
-TEST_F(ReferenceDigest, ZatcaAndMyInvoisDoNotRetryWithTheDuplication) {
-    for (const char* option : {"ZATCA", "myinvois"}) {
-        SCOPED_TRACE(option);
-        ClsXmlDSig fresh;
-        ASSERT_TRUE(
-            loadXml(fresh, documentWithReferences(sortSensitive("b1") + sortSensitive("n1"),
-                                                  referenceXml("#b1", sha256Of(sortedByQName("b1")), {kC14nT}) +
-                                                      referenceXml("#n1", sha256Of(canonical("n1")), {kC14nT}))));
-        XString o(option);
-        fresh.put_UncommonOptions(o);
-        EXPECT_FALSE(fresh.VerifyReferenceDigest(0));
-        EXPECT_EQ(fresh.get_RefFailReason(), 1);
-        EXPECT_FALSE(loggedLine(fresh, kRetryWith));
-        EXPECT_FALSE(fresh.profileFlags().dupC14nSortBug);
-    }
-    load(sortSensitive("b1") + sortSensitive("n1"), referenceXml("#b1", sha256Of(sortedByQName("b1")), {kC14nT}) +
-                                                        referenceXml("#n1", sha256Of(canonical("n1")), {kC14nT}));
-    ASSERT_TRUE(dsig.VerifyReferenceDigest(0));
-    options("ZATCA");
-    EXPECT_TRUE(dsig.VerifyReferenceDigest(1));
-    EXPECT_TRUE(loggedLine(dsig, kRetryWithout));
-}
-
 // Only a mismatch is retried: no reference, missing external data, a
 // canonicalization failure and an unprocessable transform are not.
 TEST_F(ReferenceDigest, OnlyAMismatchIsRetried) {

@@ -1,6 +1,5 @@
 #include "support/TimestampTestSupport.h"
 
-#include "companion/base/ClsJsonObject.h"
 #include "companion/log/LogBase.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -8,7 +7,6 @@
 
 #include <memory>
 #include <regex>
-#include <set>
 
 namespace {
 
@@ -158,25 +156,6 @@ TEST_F(TimeStampAddition, FailuresAndRefusals) {
             EXPECT_TRUE(logHas(log, LogBase::Kind::Error, c.error)) << c.xml << "\n" << log.renderText();
         }
     }
-}
-
-TEST(XmlAttrId, FourGroupsInRangeThatDoNotRepeat) {
-    const std::regex shape(kId);
-    std::set<std::string> seen;
-    LogBase log;
-    for (int i = 0; i < 2000; ++i) {
-        StringBuffer id("x");
-        ClsXmlDSig::appendXmlAttrId(id, log);
-        const std::string text(id.view().substr(1));
-        ASSERT_TRUE(std::regex_match(text, shape)) << text;
-        for (size_t g = 0; g < 4; ++g) {
-            const int group = std::stoi(text.substr(g * 5, 4));
-            EXPECT_GE(group, 1000);
-            EXPECT_LE(group, 9998);
-        }
-        seen.insert(text);
-    }
-    EXPECT_EQ(seen.size(), 2000u);
 }
 
 } // namespace

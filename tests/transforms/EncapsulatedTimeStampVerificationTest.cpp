@@ -197,21 +197,6 @@ TEST_F(TimeStampVerification, WhatTheTextLacksDecidesTheOutcome) {
     }
 }
 
-TEST(TagContentCapture, TakesTheFirstOccurrenceTrimmed) {
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    LogBase log;
-    StringBuffer xml("<a><p:Tag x=\"1\">\r\n\t  first value \n</p:Tag><Tag>second</Tag></a>"), out("stale");
-    EXPECT_TRUE(dsig->captureUniqueTagContent("Tag", xml, out, log));
-    EXPECT_EQ(out.view(), "first value");
-    StringBuffer empty("<a><Tag/></a>");
-    EXPECT_TRUE(dsig->captureUniqueTagContent("Tag", empty, out, log));
-    EXPECT_EQ(out.view(), "");
-    StringBuffer unterminated("<a><Tag>text");
-    EXPECT_FALSE(dsig->captureUniqueTagContent("Tag", unterminated, out, log));
-    EXPECT_FALSE(dsig->captureUniqueTagContent("Missing", xml, out, log));
-    EXPECT_EQ(out.view(), "");
-}
-
 TEST(TagContentCapture, ReadsADoubleQuotedAttributeHoweverTheTagIsLaidOut) {
     std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
     LogBase log;

@@ -17,18 +17,6 @@ const std::string kBytes("\x00\xFF\r\n\x1A"
 
 } // namespace
 
-TEST_F(ClsBinDataFiles, BinaryBytesSurviveAWriteAndLoad) {
-    ClsBinData out;
-    out.m_data.append(kBytes);
-    ASSERT_TRUE(out.WriteFile(pathOf("a.bin")));
-
-    ClsBinData in;
-    in.m_data.append("previous content");
-    ASSERT_TRUE(in.LoadFile(pathOf("a.bin")));
-    EXPECT_EQ(in.m_data.view(), kBytes);
-    EXPECT_TRUE(in.get_LastMethodSuccess());
-}
-
 TEST_F(ClsBinDataFiles, BadPathsFailAndKeepTheData) {
     ClsBinData bd;
     bd.m_data.append("keep");

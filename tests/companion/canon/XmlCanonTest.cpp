@@ -3,16 +3,12 @@
 
 #include "companion/canon/XmlCanon.h"
 #include "companion/log/LogBase.h"
-#include "companion/text/ContentCoding.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlScanner.h"
 
 #include <gtest/gtest.h>
-#include <openssl/evp.h>
-#include <openssl/x509.h>
 
-#include <algorithm>
 #include <string>
 #include <string_view>
 
@@ -43,21 +39,6 @@ std::string canonical(std::string_view xml, const char* uri = nullptr, unsigned 
 
 constexpr std::string_view kIdDocument = R"(<r xmlns="urn:r" xmlns:wsu="urn:wsu">
   <a ID="one">1</a><b wsu:Id="two">2</b><c id="three"/><d Id="two">dup</d></r>)";
-
-TEST(XmlCanonSelection, FragmentUriFormsNameTheSameElement) {
-    const std::string expected = R"(<b xmlns="urn:r" xmlns:wsu="urn:wsu" wsu:Id="two">2</b>)";
-    EXPECT_EQ(canonical(kIdDocument, "#two"), expected);
-    EXPECT_EQ(canonical(kIdDocument, "two"), expected);
-    EXPECT_EQ(canonical(kIdDocument, "#xpointer(id('two'))"), expected);
-    EXPECT_EQ(canonical(kIdDocument, "#xpointer(id(\"two\"))"), expected);
-}
-
-TEST(XmlCanonSelection, EmptyUriAndXPointerRootGiveTheWholeDocument) {
-    const std::string whole = canonical(kIdDocument);
-    EXPECT_EQ(whole.substr(0, 36), R"(<r xmlns="urn:r" xmlns:wsu="urn:wsu")");
-    EXPECT_EQ(canonical(kIdDocument, ""), whole);
-    EXPECT_EQ(canonical(kIdDocument, "#xpointer(/)"), whole);
-}
 
 TEST(XmlCanonSelection, MissingTargetsFailWithOneErrorAndLeaveOutputAlone) {
     for (const char* uri : {"#none", "#xpointer(//a)", "#xpointer(id(none))"}) {
@@ -113,50 +94,6 @@ TEST(XmlCanonContext, WithoutAncestorContextTheApexRendersOnlyItsOwnDeclarations
     Result signedInfo;
     canonicalize(canon, skXml, nullptr, static_cast<unsigned>(skXml.find("<SignedInfo")), signedInfo);
     EXPECT_EQ(signedInfo.out, R"(<SignedInfo><Reference URI="#D0"></Reference></SignedInfo>)");
-}
-
-// The text between the first start tag named `open` and the next "</".
-std::string elementText(const std::string& doc, const std::string& open) {
-    const size_t start = doc.find('>', doc.find(open)) + 1;
-    return doc.substr(start, doc.find("</", start) - start);
-}
-
-bool rsaSha1Verifies(const std::string& certificateBase64, const std::string& signatureBase64,
-                     std::string_view signedText) {
-    std::string der;
-    std::string signature;
-    if (!ContentCoding::decodeBase64(certificateBase64, der) ||
-        !ContentCoding::decodeBase64(signatureBase64, signature))
-        return false;
-    const auto* p = reinterpret_cast<const unsigned char*>(der.data());
-    X509* cert = d2i_X509(nullptr, &p, static_cast<long>(der.size()));
-    EVP_MD_CTX* ctx = EVP_MD_CTX_new();
-    const bool ok = cert && ctx &&
-                    EVP_DigestVerifyInit(ctx, nullptr, EVP_sha1(), nullptr, X509_get0_pubkey(cert)) == 1 &&
-                    EVP_DigestVerify(ctx, reinterpret_cast<const unsigned char*>(signature.data()), signature.size(),
-                                     reinterpret_cast<const unsigned char*>(signedText.data()), signedText.size()) == 1;
-    EVP_MD_CTX_free(ctx);
-    X509_free(cert);
-    return ok;
-}
-
-TEST(XmlCanonContext, SkXmlSignedInfoVerifiesOnlyWithoutAncestorContext) {
-    const std::string doc = test_support::readFile(test_support::corpusDir() / "real/skxml/digidoc4j-SK-XML1.0.ddoc");
-    ASSERT_FALSE(doc.empty());
-    const std::string certificate = elementText(doc, "<X509Certificate");
-    const std::string signature = elementText(doc, "<SignatureValue");
-    const auto at = static_cast<unsigned>(doc.find("<SignedInfo"));
-    XmlCanon canon;
-    Result inherited;
-    canonicalize(canon, doc, nullptr, at, inherited);
-    ASSERT_TRUE(inherited.ok);
-    EXPECT_FALSE(rsaSha1Verifies(certificate, signature, inherited.out));
-
-    canon.setInheritAncestorContext(false);
-    Result alone;
-    canonicalize(canon, doc, nullptr, at, alone);
-    ASSERT_TRUE(alone.ok);
-    EXPECT_TRUE(rsaSha1Verifies(certificate, signature, alone.out));
 }
 
 // --- Signers that sort attributes by their names as written ------------------

@@ -108,19 +108,6 @@ TEST(HashTest, StreamingInUnevenPiecesEqualsOneShot) {
     }
 }
 
-TEST(HashTest, HasherIsReusableAfterInitOnly) {
-    Hasher hasher;
-    DataBuffer first, second;
-    ASSERT_TRUE(hasher.init(hash_alg::kRipemd128));
-    hasher.update("abc", 3);
-    ASSERT_TRUE(hasher.final(first));
-    EXPECT_FALSE(hasher.update("x", 1)) << "a finished hasher must be initialised again";
-    ASSERT_TRUE(hasher.init(hash_alg::kRipemd128));
-    hasher.update("abc", 3);
-    ASSERT_TRUE(hasher.final(second));
-    EXPECT_EQ(hexOf(second), hexOf(first));
-}
-
 TEST(HashTest, UnknownIdentifiersFailAndLeaveNoDigest) {
     for (int alg : {0, -1, 6, 8, 11}) {
         DataBuffer out = test_support::bufferOf("stale");
@@ -129,21 +116,6 @@ TEST(HashTest, UnknownIdentifiersFailAndLeaveNoDigest) {
         EXPECT_EQ(_tvHash::hashLen(alg), 0u);
         EXPECT_STREQ(_tvHash::hashName(alg), "unknown");
     }
-}
-
-TEST(HashTest, OidsMapToIdentifiers) {
-    EXPECT_EQ(_tvHash::oidToHashAlg("1.3.14.3.2.26"), hash_alg::kSha1);
-    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.1"), hash_alg::kSha256);
-    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.2"), hash_alg::kSha384);
-    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.3"), hash_alg::kSha512);
-    EXPECT_EQ(_tvHash::oidToHashAlg("1.2.840.113549.2.2"), hash_alg::kMd2);
-    EXPECT_EQ(_tvHash::oidToHashAlg("1.2.840.113549.2.5"), hash_alg::kMd5);
-    EXPECT_EQ(_tvHash::oidToHashAlg("1.3.36.3.2.2"), hash_alg::kRipemd128);
-    EXPECT_EQ(_tvHash::oidToHashAlg("1.3.36.3.2.1"), hash_alg::kRipemd160);
-    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2.4"), 0) << "SHA-224 has no identifier";
-    EXPECT_EQ(_tvHash::oidToHashAlg("2.16.840.1.101.3.4.2"), 0);
-    EXPECT_EQ(_tvHash::oidToHashAlg(""), 0);
-    EXPECT_EQ(_tvHash::oidToHashAlg(nullptr), 0);
 }
 
 namespace {
@@ -164,26 +136,6 @@ private:
 };
 
 } // namespace
-
-TEST(HashTest, DataSourceFileHashesLikeOneShot) {
-    test_support::TempDir dir;
-    const std::string data = patternedBytes(200000);
-    test_support::writeFile(dir.path() / "data.bin", data);
-    for (int alg : {hash_alg::kSha256, hash_alg::kMd2}) {
-        _tvFileDataSource source;
-        LogBase log;
-        ASSERT_TRUE(source.openDataSourceFile(XString((dir.path() / "data.bin").string()), log));
-        CountingProgress progress(UINT64_MAX);
-        DataBuffer streamed, oneShot;
-        uint64_t count = 0;
-        ASSERT_TRUE(_tvHash::hashDataSource(source, alg, &progress, streamed, &count, log)) << log.renderText();
-        ASSERT_TRUE(_tvHash::doHash(data.data(), data.size(), alg, oneShot));
-        EXPECT_EQ(hexOf(streamed), hexOf(oneShot));
-        EXPECT_EQ(count, data.size());
-        EXPECT_EQ(progress.m_last, data.size());
-        EXPECT_GT(progress.m_calls, 1) << "the file must be read in more than one chunk";
-    }
-}
 
 TEST(HashTest, DataSourceFailuresAreReported) {
     test_support::TempDir dir;

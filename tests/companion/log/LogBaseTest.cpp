@@ -1,7 +1,6 @@
 #include "companion/log/LogContextExitor.h"
 
 #include <gtest/gtest.h>
-#include <nlohmann/json.hpp>
 
 namespace {
 
@@ -32,28 +31,6 @@ TEST(LogBase, TextShowsTheTreeOfTheLastTopLevelCall) {
                     "  done: true\n");
     EXPECT_EQ(log.firstError(), "something failed");
     EXPECT_EQ(log.contextDepth(), 0);
-}
-
-TEST(LogBase, JsonNestsEntriesUnderTheirContexts) {
-    LogBase log;
-    logOneCall(log, "Call");
-    const auto json = nlohmann::json::parse(log.renderJson());
-    ASSERT_EQ(json.size(), 1u);
-    EXPECT_EQ(json[0]["context"], "Call");
-    const auto& entries = json[0]["entries"];
-    ASSERT_EQ(entries.size(), 3u);
-    EXPECT_EQ(entries[0]["info"], "starting");
-    EXPECT_EQ(entries[1]["context"], "inner");
-    EXPECT_EQ(entries[1]["entries"][1]["error"], "something failed");
-    EXPECT_EQ(entries[1]["entries"][2]["bracketed"], "line1\nline2");
-    EXPECT_EQ(entries[2]["tag"], "done");
-}
-
-TEST(LogBase, NullLogRecordsNothing) {
-    LogNull log;
-    logOneCall(log, "Call");
-    EXPECT_TRUE(log.entries().empty());
-    EXPECT_FALSE(log.hasErrors());
 }
 
 } // namespace

@@ -2,13 +2,10 @@
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/Asn1XmlCodec.h"
-#include "companion/text/ContentCoding.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/RefCountedObject.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/xml/ClsXml.h"
-
-#include <openssl/sha.h>
 
 #include <gtest/gtest.h>
 
@@ -51,46 +48,6 @@ void expectRoundTrip(const DataBuffer& der) {
             EXPECT_TRUE(toDer(*load(std::string(xml.view()), !compact)).equals(der)) << xml.view();
         }
     }
-}
-
-std::string childContent(const ClsXml& root, const char* path) {
-    StringBuffer out;
-    EXPECT_TRUE(root.getChildContentUtf8(path, out, false)) << path;
-    return std::string(out.view());
-}
-
-TEST(Asn1XmlCodec, TimestampTokenInfoExposesTheMessageImprint) {
-    CertWorkshop ws;
-    test_support::writeFile(ws.dir() / "tsa.cnf", "[req]\ndistinguished_name = dn\n[dn]\n"
-                                                  "[tsa_ext]\nextendedKeyUsage = critical,timeStamping\n"
-                                                  "[tsa]\nserial = tsaserial\nsigner_digest = sha256\n"
-                                                  "default_policy = 1.2.3.4.1\ndigests = sha256\n"
-                                                  "accuracy = secs:1, millisecs:500\nordering = yes\n"
-                                                  "tsa_name = yes\ness_cert_id_alg = sha256\n");
-    test_support::writeFile(ws.dir() / "tsaserial", "01\n");
-    const std::string data = "timestamped bytes\n";
-    test_support::writeFile(ws.dir() / "data.txt", data);
-    ws.openssl("genpkey -algorithm EC -pkeyopt ec_paramgen_curve:P-256 -out tsa.key");
-    ws.openssl("req -x509 -new -config tsa.cnf -extensions tsa_ext -key tsa.key -subj /CN=TSA -days 3 -out tsa.pem");
-    ws.openssl("ts -query -data data.txt -sha256 -cert -out q.tsq");
-    ws.openssl("ts -reply -queryfile q.tsq -signer tsa.pem -inkey tsa.key -config tsa.cnf -section tsa -out r.tsr");
-    ws.openssl("ts -reply -in r.tsr -token_out -out token.der");
-    ws.openssl("cms -verify -inform DER -in token.der -noverify -out tstinfo.der");
-    ASSERT_FALSE(::testing::Test::HasFailure());
-    const DataBuffer tstInfo = bufferOf(test_support::readFile(ws.dir() / "tstinfo.der"));
-
-    expectRoundTrip(tstInfo);
-    LogBase log;
-    StringBuffer xml;
-    ASSERT_TRUE(Asn1XmlCodec::derToXml(tstInfo, true, false, xml, nullptr, log));
-    const RefPtr<ClsXml> root = load(std::string(xml.view()), true);
-    EXPECT_EQ(childContent(*root, "sequence|sequence|oid"), "2.16.840.1.101.3.4.2.1");
-    unsigned char digest[SHA256_DIGEST_LENGTH];
-    SHA256(reinterpret_cast<const unsigned char*>(data.data()), data.size(), digest);
-    std::string expected;
-    ContentCoding::encodeBase64(digest, sizeof digest, expected);
-    EXPECT_EQ(childContent(*root, "sequence|octets"), expected);
-    EXPECT_EQ(childContent(*root, "oid"), "1.2.3.4.1");
 }
 
 TEST(Asn1XmlCodec, ValueFormsFromOpensslGenerator) {
@@ -162,17 +119,6 @@ TEST(Asn1XmlCodec, RejectsMalformedInput) {
     for (int i = 0; i < 200; ++i)
         deep = "\x30\x80" + deep + std::string(2, '\0');
     EXPECT_FALSE(Asn1XmlCodec::derToXml(bufferOf(deep), false, true, xml, nullptr, log));
-}
-
-TEST(Asn1XmlCodec, TrailingBytesNeedTheUsedCount) {
-    const DataBuffer der = fromHex("020101FFFF");
-    LogBase log;
-    StringBuffer xml;
-    EXPECT_FALSE(Asn1XmlCodec::derToXml(der, false, true, xml, nullptr, log));
-    unsigned used = 0;
-    ASSERT_TRUE(Asn1XmlCodec::derToXml(der, false, true, xml, &used, log));
-    EXPECT_EQ(used, 3u);
-    EXPECT_EQ(xml.view(), "<int>01</int>");
 }
 
 TEST(Asn1XmlCodec, XmlToDerRejectsWhatItCannotEncode) {

@@ -2,7 +2,6 @@
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/ClsXmlCertVault.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/text/RefCountedObject.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/text/XString.h"
@@ -15,7 +14,6 @@
 
 using pki_test::CertWorkshop;
 using Cert = pki_test::CertWorkshop::Request;
-using test_support::readFile;
 using test_support::writeFile;
 
 namespace {
@@ -61,25 +59,6 @@ TEST_F(ClsXmlCertVaultTest, EmptyVaultHasNoCertificateManager) {
     EXPECT_NE(m_vault->lastErrorText().find("Failed to open the file."), std::string::npos);
 }
 
-TEST_F(ClsXmlCertVaultTest, AddsPemAndDerFiles) {
-    ASSERT_TRUE(addFile(m_ws.pemPath("a")));
-    ASSERT_TRUE(addFile(m_ws.derPath("b")));
-    ASSERT_TRUE(addFile(m_ws.derPath("a")));
-    EXPECT_EQ(names(), (std::set<std::string>{"Cert a", "Cert b"}));
-
-    writeFile(m_ws.dir() / "key.pem", readFile(m_ws.dir() / "c.key"));
-    EXPECT_FALSE(addFile(m_ws.dir() / "key.pem"));
-    EXPECT_EQ(m_vault->get_NumCerts(), 2);
-}
-
-TEST_F(ClsXmlCertVaultTest, AddsEveryCertificateOfAPemBundle) {
-    const std::filesystem::path bundle = m_ws.dir() / "bundle.pem";
-    writeFile(bundle, "Bag Attributes: ignored\n" + readFile(m_ws.pemPath("a")) + readFile(m_ws.dir() / "a.key") +
-                          readFile(m_ws.pemPath("b")) + "\n\n" + readFile(m_ws.pemPath("c")));
-    ASSERT_TRUE(addFile(bundle));
-    EXPECT_EQ(names(), (std::set<std::string>{"Cert a", "Cert b", "Cert c"}));
-}
-
 TEST_F(ClsXmlCertVaultTest, AddsTheCertificateFilesOfADirectory) {
     const std::filesystem::path dir = m_ws.dir() / "certs";
     std::filesystem::create_directories(dir / "sub");
@@ -94,18 +73,6 @@ TEST_F(ClsXmlCertVaultTest, AddsTheCertificateFilesOfADirectory) {
     EXPECT_FALSE(addDir(dir / "sub" / "missing"));
     std::filesystem::create_directories(m_ws.dir() / "empty");
     EXPECT_FALSE(addDir(m_ws.dir() / "empty"));
-}
-
-TEST_F(ClsXmlCertVaultTest, StoreFindsVaultCertificates) {
-    ASSERT_TRUE(addFile(m_ws.pemPath("a")));
-    ASSERT_TRUE(addFile(m_ws.pemPath("b")));
-    LogBase log;
-    SystemCerts store;
-    ASSERT_TRUE(store.addCertVault(*m_vault->getCertMgr(), log));
-    EXPECT_EQ(store.getNumCerts(), 2);
-    XString dn("CN=Cert b, O=Vault");
-    XString values;
-    EXPECT_NE(store.findBySubjectDN_x509(values, dn, false, log), nullptr);
 }
 
 } // namespace

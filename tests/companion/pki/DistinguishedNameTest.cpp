@@ -24,18 +24,6 @@ std::string part(const std::string& dn, const char* type) {
     return std::string(out.view());
 }
 
-std::string withoutTags(const std::string& dn) {
-    XString out;
-    DistinguishedName::removeDnTags(XString(dn), out);
-    return std::string(out.view());
-}
-
-std::string valuesKey(const std::string& dn) {
-    StringBuffer key;
-    DistinguishedName::toValuesKey(XString(withoutTags(dn)), key);
-    return std::string(key.view());
-}
-
 void expectAllEquivalent(const std::vector<std::string>& dns) {
     const std::string key = dnKey(dns.front());
     ASSERT_FALSE(key.empty()) << dns.front();
@@ -63,13 +51,6 @@ TEST(DistinguishedName, KeyIgnoresCaseSpacingOrderAndTypeForm) {
     // OpenSSL's names for types we have no label of our own for.
     expectAllEquivalent({"houseIdentifier=12, CN=X", "2.5.4.51=12, CN=X", "OID.2.5.4.51=12, cn=x"});
     expectAllEquivalent({"registeredAddress=Main St, CN=X", "2.5.4.26=Main St, CN=X"});
-}
-
-TEST(DistinguishedName, CommasInsideValues) {
-    expectAllEquivalent({"O=Foo\\, Inc., C=EE", "O=\"Foo, Inc.\", C=EE", "O=Foo, Inc., C=EE", "O=Foo\\2C Inc., C=EE"});
-    EXPECT_EQ(part("O=Foo, Inc., C=EE", "O"), "Foo, Inc.");
-    EXPECT_EQ(part("CN=a\\+b+OU=c", "CN"), "a+b");
-    EXPECT_EQ(part("CN=a\\+b+OU=c", "OU"), "c");
 }
 
 TEST(DistinguishedName, KeySeparatesDifferentNames) {
@@ -107,17 +88,6 @@ TEST(DistinguishedName, GetDnPartFindsTypesInAnyForm) {
     EXPECT_EQ(part("O=Example, C=US", "CN"), "<none>");
     EXPECT_EQ(part("", "CN"), "<none>");
     EXPECT_EQ(part("Untyped, Text", "CN"), "<none>");
-}
-
-TEST(DistinguishedName, ValuesAloneMatchAcrossTypeForms) {
-    EXPECT_EQ(withoutTags("CN=Foo\\, Inc., O=Bar, C=EE"), "Foo\\, Inc., Bar, EE");
-    EXPECT_EQ(withoutTags("CN=\"a+b\" + OU=c"), "a\\+b, c");
-    const std::string key = valuesKey("CN=Leaf, O=Example, C=EE");
-    EXPECT_FALSE(key.empty());
-    EXPECT_EQ(valuesKey("Xx=leaf, Yy=EXAMPLE, Zz=EE"), key);
-    EXPECT_EQ(valuesKey("C=EE, O=Example, CN=Leaf"), key);
-    EXPECT_NE(valuesKey("CN=Leaf, O=Example"), key);
-    EXPECT_NE(valuesKey("CN=Leaf\\, O=Example, C=EE"), key);
 }
 
 } // namespace

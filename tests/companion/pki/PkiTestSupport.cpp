@@ -6,8 +6,6 @@
 
 #include <gtest/gtest.h>
 
-#include <algorithm>
-
 namespace pki_test {
 
 namespace {
@@ -87,25 +85,6 @@ std::string CertWorkshop::field(const std::filesystem::path& cert, const std::st
 
 std::string CertWorkshop::serial(const std::filesystem::path& cert) const {
     return field(cert, "-serial", "serial=");
-}
-
-std::string CertWorkshop::subject(const std::filesystem::path& cert) const {
-    return field(cert, "-subject", "subject=");
-}
-
-std::string CertWorkshop::issuer(const std::filesystem::path& cert) const {
-    return field(cert, "-issuer", "issuer=");
-}
-
-std::string CertWorkshop::subjectKeyId(const std::filesystem::path& cert) const {
-    const std::string text = field(cert, "-ext subjectKeyIdentifier", "");
-    const size_t lineEnd = text.find('\n');
-    if (lineEnd == std::string::npos)
-        return {};
-    std::string hex;
-    std::copy_if(text.begin() + static_cast<long>(lineEnd), text.end(), std::back_inserter(hex),
-                 [](char c) { return std::isxdigit(static_cast<unsigned char>(c)); });
-    return hex;
 }
 
 std::string dnKey(const std::string& dn) {

@@ -57,11 +57,6 @@ public:
 
     // openssl x509's view of a certificate file (PEM or DER).
     std::string serial(const std::filesystem::path& cert) const;
-    // Text as openssl -nameopt RFC2253 writes it, UTF-8 unescaped.
-    std::string subject(const std::filesystem::path& cert) const;
-    std::string issuer(const std::filesystem::path& cert) const;
-    // Upper-case hex without colons; empty when there is no extension.
-    std::string subjectKeyId(const std::filesystem::path& cert) const;
 
 private:
     std::string field(const std::filesystem::path& cert, const std::string& option, const std::string& prefix) const;

@@ -4,7 +4,6 @@
 #include "companion/pki/CertMgr.h"
 #include "companion/pki/DistinguishedName.h"
 #include "companion/pki/SystemCerts.h"
-#include "companion/text/ContentCoding.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/text/XString.h"
 
@@ -59,11 +58,6 @@ protected:
         return subjectCnOf(m_store.findBySubjectDN_x509(values, name, tryValuesOnly, m_log));
     }
 
-    std::string byKeyId(const std::string& text) {
-        TavixX509Holder* holder = m_store.findBySubjectKeyId(StringBuffer(text), m_log);
-        return holder ? subjectCnOf(holder->getX509Ptr()) : "<none>";
-    }
-
     static std::unique_ptr<CertWorkshop> s_ws;
     LogBase m_log;
     SystemCerts m_store;
@@ -93,42 +87,6 @@ TEST_F(SystemCertsTest, IssuerDnSeparatesIssuersWithTheSameCommonName) {
     EXPECT_EQ(byIssuerSerial("Example CA", "80", &exampleIssuer), "Leaf One");
     EXPECT_EQ(byIssuerSerial("Example CA", "80", &otherIssuer), "Example CA");
     EXPECT_EQ(byIssuerSerial("Example CA", "80", &unknownIssuer), "<none>");
-}
-
-TEST_F(SystemCertsTest, FindsBySubjectDn) {
-    EXPECT_EQ(bySubject("CN=Leaf One, OU=Signing, O=Example, C=EE"), "Leaf One");
-    EXPECT_EQ(bySubject("C=EE, O=Example, OU=Signing, CN=Leaf One"), "Leaf One");
-    EXPECT_EQ(bySubject("2.5.4.3=leaf two,o=EXAMPLE,c=ee"), "Leaf Two");
-    EXPECT_EQ(bySubject("CN=Leaf One, O=Example, C=EE"), "<none>");
-    // Types we cannot read match on the values alone, when allowed.
-    EXPECT_EQ(bySubject("Xn=Leaf Two, Xo=Example, Xc=EE", true), "Leaf Two");
-    EXPECT_EQ(bySubject("Xn=Leaf Two, Xo=Example, Xc=EE", false), "<none>");
-}
-
-TEST_F(SystemCertsTest, FindsBySubjectKeyIdInBase64OrHex) {
-    const std::string hex = s_ws->subjectKeyId(s_ws->pemPath("leaf1"));
-    ASSERT_EQ(hex.size(), 40u);
-    DataBuffer bytes;
-    ASSERT_TRUE(bytes.appendEncoded(hex, "hex"));
-    std::string base64;
-    ContentCoding::encodeBase64(bytes.getData(), bytes.getSize(), base64);
-    EXPECT_EQ(byKeyId(base64), "Leaf One");
-    EXPECT_EQ(byKeyId(hex), "Leaf One");
-    std::string lower = hex;
-    for (char& c : lower)
-        c = static_cast<char>(std::tolower(static_cast<unsigned char>(c)));
-    EXPECT_EQ(byKeyId(lower), "Leaf One");
-    EXPECT_EQ(byKeyId(s_ws->subjectKeyId(s_ws->pemPath("ca"))), "Example CA");
-
-    // Without the extension, the certificate is known by its key's SHA-1.
-    DataBuffer sha1;
-    ASSERT_TRUE(s_ws->load("leaf2").getPublicKeySha1(sha1));
-    StringBuffer sha1Base64;
-    sha1.encodeDB("base64", sha1Base64);
-    EXPECT_EQ(byKeyId(std::string(sha1Base64.view())), "Leaf Two");
-
-    EXPECT_EQ(byKeyId("AAAAAAAAAAAAAAAAAAAAAAAAAAA="), "<none>");
-    EXPECT_EQ(byKeyId(""), "<none>");
 }
 
 TEST_F(SystemCertsTest, AddingIsIdempotentAndClearEmpties) {

@@ -5,7 +5,6 @@
 #include "companion/pki/CertificateHolder.h"
 #include "companion/pki/SystemCerts.h"
 #include "companion/pki/TavixX509.h"
-#include "companion/pki/X509NameText.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/text/XString.h"
@@ -17,7 +16,6 @@
 
 using pki_test::CertWorkshop;
 using Cert = pki_test::CertWorkshop::Request;
-using pki_test::dnKey;
 
 namespace {
 
@@ -31,13 +29,6 @@ std::string decimalToHex(const std::string& decimal) {
     XString x(decimal);
     EXPECT_TRUE(x.reencode("decimal", "hex")) << decimal;
     return std::string(x.view());
-}
-
-std::string dnOf(const TavixX509& cert, bool subject, bool mostSpecificFirst, int flags = 0) {
-    LogBase log;
-    StringBuffer sb;
-    EXPECT_TRUE(cert.getDN(subject, mostSpecificFirst, sb, log, flags));
-    return std::string(sb.view());
 }
 
 std::string base64Of(const DataBuffer& bytes) {
@@ -60,66 +51,6 @@ TEST(TavixX509, SerialNumberAgreesWithOpensslAndDecimalToHex) {
         EXPECT_EQ(ours, ws.serial(ws.pemPath(name))) << decimal;
         EXPECT_EQ(ours, decimalToHex(decimal)) << decimal;
     }
-}
-
-TEST(TavixX509, NamesMatchOpenssl) {
-    CertWorkshop ws;
-    ASSERT_TRUE(ws.make("ca", Cert("/C=EE/O=Root Org/OU=Trust/CN=Root CA 1/emailAddress=ca@example.ee")));
-    ASSERT_TRUE(ws.make(
-        "leaf", Cert("/C=EE/ST=Harju/L=Tallinn/O=Bar, Inc./OU=u1+OU=u2/CN=Jüri \"J\" Tamm/serialNumber=PNOEE-3800")
-                    .serial("4660")
-                    .issuer("ca")));
-    const TavixX509 leaf = ws.load("leaf");
-
-    StringBuffer cn;
-    ASSERT_TRUE(leaf.get_IssuerCN(cn));
-    EXPECT_EQ(cn.view(), "Root CA 1");
-    ASSERT_TRUE(leaf.get_SubjectCN(cn));
-    EXPECT_EQ(cn.view(), "Jüri \"J\" Tamm");
-
-    const std::string subjectKey = dnKey(dnOf(leaf, true, true));
-    EXPECT_EQ(subjectKey, dnKey(ws.subject(ws.pemPath("leaf"))));
-    EXPECT_EQ(dnKey(dnOf(leaf, false, true)), dnKey(ws.issuer(ws.pemPath("leaf"))));
-    EXPECT_NE(subjectKey, dnKey(dnOf(leaf, false, true)));
-    // Other orders and type forms name the same DN.
-    EXPECT_EQ(dnKey(dnOf(leaf, true, false)), subjectKey);
-    EXPECT_EQ(dnKey(dnOf(leaf, true, true, X509NameText::kOidTypes)), subjectKey);
-
-    const TavixX509 ca = ws.load("ca");
-    EXPECT_EQ(dnOf(ca, true, true), "E=ca@example.ee, CN=Root CA 1, OU=Trust, O=Root Org, C=EE");
-    EXPECT_EQ(dnOf(ca, true, false), "C=EE, O=Root Org, OU=Trust, CN=Root CA 1, E=ca@example.ee");
-    EXPECT_EQ(dnOf(ca, true, true, X509NameText::kOidTypes),
-              "1.2.840.113549.1.9.1=ca@example.ee, 2.5.4.3=Root CA 1, 2.5.4.11=Trust, 2.5.4.10=Root Org, 2.5.4.6=EE");
-    const std::string leafDn = dnOf(leaf, true, true);
-    EXPECT_NE(leafDn.find("CN=Jüri \\\"J\\\" Tamm, "), std::string::npos) << leafDn;
-    EXPECT_NE(leafDn.find("O=Bar\\, Inc."), std::string::npos) << leafDn;
-    EXPECT_NE(leafDn.find(" + OU="), std::string::npos) << leafDn;
-}
-
-TEST(TavixX509, DerIsKeptExactlyAndGarbageIsRejected) {
-    CertWorkshop ws;
-    ASSERT_TRUE(ws.make("c", Cert("/CN=Exact")));
-    LogBase log;
-    DataBuffer withTail = ws.der("c");
-    withTail.append(std::string_view("trailing"));
-    TavixX509 cert;
-    ASSERT_TRUE(cert.loadX509Der(withTail, log));
-    DataBuffer out;
-    ASSERT_TRUE(cert.getCertDer(out));
-    EXPECT_TRUE(out.equals(ws.der("c")));
-
-    const TavixX509 copy(cert);
-    EXPECT_EQ(copy.x509(), cert.x509());
-
-    DataBuffer truncated;
-    truncated.append(ws.der("c").view().substr(0, 100));
-    EXPECT_FALSE(cert.loadX509Der(truncated, log));
-    EXPECT_FALSE(cert.isLoaded());
-    EXPECT_FALSE(cert.getCertDer(out));
-    EXPECT_TRUE(out.isEmpty());
-    StringBuffer serial;
-    EXPECT_FALSE(cert.get_SerialNumber(serial));
-    EXPECT_TRUE(log.hasErrors());
 }
 
 TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {

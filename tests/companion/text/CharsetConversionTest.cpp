@@ -5,16 +5,6 @@
 
 #include <gtest/gtest.h>
 
-TEST(CharsetNames, AliasesResolveAndUnknownNamesKeepThePreviousCharset) {
-    _tvCharset cs;
-    ASSERT_TRUE(cs.setByName("ansi"));
-    EXPECT_EQ(cs.getName(), "WINDOWS-1252");
-    ASSERT_TRUE(cs.setByName("windows-1251"));
-    EXPECT_FALSE(cs.setByName("no-such-charset"));
-    EXPECT_FALSE(cs.setByName(""));
-    EXPECT_EQ(cs.getName(), "WINDOWS-1251");
-}
-
 TEST(GetConverted, EncodesUtf8TextInTheNamedCharset) {
     const XString text("\xC3\xA9\xE2\x82\xAC"); // é€
     DataBuffer latin9, cp1252, utf16;
@@ -43,14 +33,6 @@ TEST(Reencode, ReadsHeldBytesInTheCharset) {
     XString bad("\x81\x20"); // not Shift_JIS
     EXPECT_FALSE(bad.reencode("Shift_JIS"));
     EXPECT_EQ(bad.view(), "\x81\x20");
-}
-
-TEST(CheckFixUtf8Windows1252, ValidTextIsUntouched) {
-    LogBase log;
-    XString s("na\xC3\xAFve \xE2\x82\xAC");
-    EXPECT_FALSE(s.checkFixUtf8Windows1252(log));
-    EXPECT_EQ(s.view(), "na\xC3\xAFve \xE2\x82\xAC");
-    EXPECT_TRUE(log.entries().empty());
 }
 
 TEST(CheckFixUtf8Windows1252, InvalidTextIsRepairedAndLogged) {

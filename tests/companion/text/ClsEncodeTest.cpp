@@ -20,18 +20,6 @@ std::string encodedAs(std::string_view encoding, std::string_view bytes = kBinar
 
 } // namespace
 
-TEST(NamedEncoding, HexIsUpperCaseOutUnlessLowerIsAsked) {
-    EXPECT_EQ(encodedAs("hex"), "00017F80ABFF");
-    EXPECT_EQ(encodedAs("HEX"), "00017F80ABFF");
-    EXPECT_EQ(encodedAs("hex_lower"), "00017f80abff");
-}
-
-TEST(NamedEncoding, HexDecodesEitherCaseAndSkipsWhiteSpace) {
-    DataBuffer db;
-    ASSERT_TRUE(db.appendEncoded("00017f80\n AbfF", "Hex"));
-    EXPECT_EQ(db.view(), kBinary);
-}
-
 TEST(NamedEncoding, MalformedHexFailsWithoutAppending) {
     for (const char* text : {"ABC", "0G", "0x12", "A B C"}) {
         DataBuffer db;
@@ -70,14 +58,6 @@ TEST(NamedEncoding, DecimalSerialBecomesCertificateStyleHex) {
     XString back("03A0C92075C0DBF3B8ACBC5F96CE3F0AD2");
     ASSERT_TRUE(back.reencode("hex", "decimal"));
     EXPECT_EQ(back.view(), "1234567890123456789012345678901234567890");
-}
-
-TEST(NamedEncoding, NonDecimalSerialIsLeftUnchanged) {
-    for (const char* text : {"", "12A", "-5", "1 2"}) {
-        XString serial(text);
-        EXPECT_FALSE(serial.reencode("decimal", "hex")) << text;
-        EXPECT_EQ(serial.view(), text);
-    }
 }
 
 TEST(ClsEncode, DecodeBinaryReplacesOrAppendsAndReportsBadInput) {

@@ -81,39 +81,6 @@ TEST(ConvertXmlToUtf8, EncodingsByMarkDeclarationOrGuess) {
     }
 }
 
-TEST(ConvertXmlToUtf8, RealSignerWithManyByteOrderMarks) {
-    const std::string original =
-        test_support::readFile(test_support::corpusDir() / "real/skxml/digidoc4j-BOM_algusega.ddoc");
-    ASSERT_TRUE(original.starts_with("\xEF\xBB\xBF\xEF\xBB\xBF"));
-    const Converted c = convert(original);
-    EXPECT_TRUE(c.ok);
-    EXPECT_TRUE(c.text.starts_with("<?xml version=\"1.0\" encoding=\"UTF-8\"?>"));
-    EXPECT_EQ(original.substr(original.size() - c.text.size()), c.text);
-}
-
-TEST(ConvertXmlToUtf8, RealIso88591Document) {
-    const std::string original =
-        test_support::readFile(test_support::corpusDir() / "real/sii/sii-07-DTE--96670340-7--61--110616.xml");
-    ASSERT_FALSE(original.empty());
-    const Converted c = convert(original);
-    EXPECT_TRUE(c.ok);
-    EXPECT_EQ(c.text.size(), original.size() + 1); // one é
-    EXPECT_NE(c.text.find("<TermPagoGlosa>Cr\xC3\xA9"
-                          "dito</TermPagoGlosa>"),
-              std::string::npos);
-}
-
-TEST(ConvertXmlToUtf8, ValidUtf8IsNeitherCopiedNorLogged) {
-    DataBuffer db;
-    db.append("<?xml version=\"1.0\"?><a>\xE2\x82\xAC</a>");
-    const unsigned char* before = db.getData();
-    LogBase log;
-    ASSERT_TRUE(db.convertXmlToUtf8(log));
-    EXPECT_EQ(db.getData(), before);
-    EXPECT_EQ(db.view(), "<?xml version=\"1.0\"?><a>\xE2\x82\xAC</a>");
-    EXPECT_TRUE(log.entries().empty());
-}
-
 TEST(ConvertXmlToUtf8, UndeclaredInvalidUtf8IsReadAsWindows1252) {
     LogBase log;
     const Converted c = convert("<a>caf\xE9 \x80</a>", log);

@@ -40,38 +40,6 @@ TEST(ClsXmlNavigation, ChildrenAreElementsOnly) {
     EXPECT_EQ(tagOf(root.get()), "r");
 }
 
-TEST(ClsXmlNavigation, HandlesKeepTheDocumentAlive) {
-    RefPtr<ClsXml> child;
-    {
-        RefPtr<ClsXml> r = load("<r><a x='1'>text</a></r>");
-        child.reset(r->GetChild(0));
-    }
-    EXPECT_EQ(attr(*child, "x"), "1");
-    EXPECT_EQ(content(*child), "text");
-    RefPtr<ClsXml> parent(child->getParent());
-    EXPECT_EQ(tagOf(parent.get()), "r");
-}
-
-TEST(ClsXmlTags, PrefixWildcardMatchesAnyPrefixOrNone) {
-    RefPtr<ClsXml> r = load("<r xmlns:ds='u'><ds:Ref n='0'/><Ref n='1'/><x:Ref n='2'/><ds:RefX n='3'/></r>");
-    ASSERT_TRUE(r);
-    LogNull log;
-    EXPECT_EQ(r->numChildrenHavingTagUtf8("*:Ref", log), 3);
-    EXPECT_EQ(r->numChildrenHavingTagUtf8("Ref", log), 1);
-    EXPECT_EQ(r->numChildrenHavingTagUtf8("ds:Ref", log), 1);
-    EXPECT_EQ(r->numChildrenHavingTagUtf8("*", log), 4);
-    RefPtr<ClsXml> third(r->getNthChildWithTagUtf8("*:Ref", 2, log));
-    EXPECT_EQ(attr(*third, "n"), "2");
-    EXPECT_FALSE(r->getNthChildWithTagUtf8("*:Ref", 3, log));
-    EXPECT_TRUE(third->tagEquals("*:Ref"));
-    EXPECT_FALSE(third->tagEquals("Ref"));
-    StringBuffer prefix;
-    third->getTagNamespace(prefix);
-    EXPECT_EQ(prefix.view(), "x");
-    r->getTagNamespace(prefix);
-    EXPECT_EQ(prefix.view(), "");
-}
-
 TEST(ClsXmlPaths, StepsWithIndexes) {
     RefPtr<ClsXml> r = load("<r><ds:KeyInfo><X509Data><C>c0</C><C>c1</C></X509Data><X509Data><C>c2</C></X509Data>"
                             "</ds:KeyInfo></r>");

@@ -16,15 +16,6 @@ bool contains(const std::string& s, const char* part) {
     return s.find(part) != std::string::npos;
 }
 
-TEST(XmlEntities, ExpandInContentAndAttributes) {
-    RefPtr<ClsXml> x = load("<!DOCTYPE r [<!ENTITY ns 'http://example.org/'><!ENTITY full '&ns;x&#38;amp;y'>]>"
-                            "<r a='&ns;&full;' b='&lt;&#x41;&#66;'>&ns;|&full;|&lt;&gt;&amp;&apos;&quot;&#233;</r>");
-    ASSERT_TRUE(x);
-    EXPECT_EQ(attr(*x, "a"), "http://example.org/http://example.org/x&y");
-    EXPECT_EQ(attr(*x, "b"), "<AB");
-    EXPECT_EQ(content(*x), "http://example.org/|http://example.org/x&y|<>&'\"\xC3\xA9");
-}
-
 TEST(XmlEntities, EntityWithMarkupBecomesElementsAtTheReference) {
     const std::string doc = "<!DOCTYPE r [<!ENTITY sig '<s:Sig xmlns:s=\"u\"><v>1</v>two</s:Sig>'>]><r>a&sig;b</r>";
     RefPtr<ClsXml> r = load(doc);
@@ -125,39 +116,6 @@ TEST(XmlEntities, ParameterEntitiesDeclareBetweenDeclarations) {
     ASSERT_TRUE(x);
     EXPECT_EQ(content(*x), "from pe"); // the first declaration binds
     EXPECT_EQ(attr(*x, "d"), "dv");
-}
-
-TEST(XmlAttributeDefaults, ApplyToElementsThatLackTheAttribute) {
-    RefPtr<ClsXml> r = load("<!DOCTYPE r [<!ENTITY v 'V'><!ATTLIST e a CDATA 'def&v;' b CDATA #IMPLIED "
-                            "c CDATA #FIXED 'fixed' d (x|y) 'x' a CDATA 'ignored'>]>"
-                            "<r><e/><e a='mine' d='y'/><f/></r>");
-    ASSERT_TRUE(r);
-    RefPtr<ClsXml> first(r->GetChild(0));
-    EXPECT_EQ(attr(*first, "a"), "defV");
-    EXPECT_FALSE(first->hasAttribute("b"));
-    EXPECT_EQ(attr(*first, "c"), "fixed");
-    EXPECT_EQ(attr(*first, "d"), "x");
-    EXPECT_EQ(first->get_NumAttributes(), 3);
-    RefPtr<ClsXml> second(r->GetChild(1));
-    EXPECT_EQ(attr(*second, "a"), "mine");
-    EXPECT_EQ(attr(*second, "d"), "y");
-    RefPtr<ClsXml> other(r->GetChild(2));
-    EXPECT_EQ(other->get_NumAttributes(), 0);
-    // Serialized, the defaults are written out, so no DTD is needed to read them back.
-    EXPECT_EQ(xml_test::serialized(*first), "<e a=\"defV\" c=\"fixed\" d=\"x\"/>");
-}
-
-TEST(XmlAttributeValues, AreNormalized) {
-    RefPtr<ClsXml> r = load("<!DOCTYPE r [<!ATTLIST r id ID #IMPLIED list NMTOKENS #IMPLIED>"
-                            "<!ENTITY tab '&#9;'>]>"
-                            "<r cdata=' a\tb\r\nc\nd ' ref='x&#9;&#10;&#13;y' ent='[&tab;]' id='  i1 ' "
-                            "list='  p   q  '/>");
-    ASSERT_TRUE(r);
-    EXPECT_EQ(attr(*r, "cdata"), " a b c d ");
-    EXPECT_EQ(attr(*r, "ref"), "x\t\n\ry"); // character references keep their character
-    EXPECT_EQ(attr(*r, "ent"), "[ ]");      // but an entity's text is normalized too
-    EXPECT_EQ(attr(*r, "id"), "i1");        // declared non-CDATA: spaces collapse
-    EXPECT_EQ(attr(*r, "list"), "p q");
 }
 
 TEST(XmlContent, LineEndsAndCDataAreNormalized) {

@@ -62,20 +62,6 @@ TEST(XmlSigLocateSelection, FindsTheRightSignatureNotTheDecoys) {
     EXPECT_FALSE(f.log.hasErrors());
 }
 
-TEST(XmlSigLocateSelection, EntitiesAreDecodedAndEntityTextHasNoBytes) {
-    Finder f{R"(<!DOCTYPE doc [
-<!ENTITY sig "<ds:Signature xmlns:ds='http://www.w3.org/2000/09/xmldsig#' Id='e'><ds:SignedInfo/><ds:SignatureValue/></ds:Signature>">
-<!ENTITY dash "-">]>
-<doc>&sig;<ds:Signature xmlns:ds="http://www.w3.org/2000/09/xmldsig#" Id="in&dash;doc"><ds:SignedInfo><ds:Reference><ds:DigestValue>RE9D&#13;
-</ds:DigestValue></ds:Reference></ds:SignedInfo></ds:Signature></doc>)"};
-    EXPECT_FALSE(f.byId("e"));
-    ASSERT_TRUE(f.byId("in-doc"));
-    EXPECT_EQ(f.signature(), between(f.doc, "<ds:Signature xmlns:ds=\"", "</ds:Signature>"));
-    ASSERT_TRUE(f.byDigest("RE9D"));
-    ASSERT_NE(f.dtd.dtd(), nullptr);
-    EXPECT_NE(f.dtd.dtd()->findEntity("sig"), nullptr);
-}
-
 TEST(XmlSigLocateSelection, MalformedTextFailsWithOneErrorAndClearsPositions) {
     Finder f{R"(<d xmlns:ds="http://www.w3.org/2000/09/xmldsig#"><ds:Signature Id="s"/></d>)"};
     ASSERT_TRUE(f.byId("s"));

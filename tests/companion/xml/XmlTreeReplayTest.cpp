@@ -176,33 +176,6 @@ TEST(XmlTreeReplay, HandMadeDocumentsCanonicalizeAsScanned) {
     EXPECT_FALSE(parse(documents[4]).doc->isReplayable());
 }
 
-TEST(XmlTreeReplay, FromAnApexGivesTheAncestorsStartTagsThenTheSubtreeOnly) {
-    const Parsed p = parse("<r xmlns:a=\"urn:a\"><s>before<t k=\"v\">in<u/></t>after</s><z/></r>");
-    const XmlDocument& doc = *p.doc;
-    const uint32_t apex = doc.elementAt(static_cast<uint32_t>(p.text.view().find("<t ")));
-    ASSERT_NE(apex, kNoNode);
-    XmlTreeReplay replay(doc, apex);
-    std::vector<std::string> seen;
-    while (replay.next()) {
-        const XmlToken& t = replay.token();
-        seen.push_back(std::to_string(static_cast<int>(t.kind)) + ":" +
-                       std::string(p.text.view().substr(t.begin, t.end - t.begin)) + "@" +
-                       std::to_string(replay.depth()));
-    }
-    const auto start = std::to_string(static_cast<int>(XmlTokenKind::StartTag));
-    const auto end = std::to_string(static_cast<int>(XmlTokenKind::EndTag));
-    const auto text = std::to_string(static_cast<int>(XmlTokenKind::Text));
-    const std::vector<std::string> expected = {start + ":<r xmlns:a=\"urn:a\">@1",
-                                               start + ":<s>@2",
-                                               start + ":<t k=\"v\">@3",
-                                               text + ":in@3",
-                                               start + ":<u/>@4",
-                                               end + ":@3",
-                                               end + ":</t>@2"};
-    EXPECT_EQ(seen, expected);
-    EXPECT_EQ(doc.elementAt(1), kNoNode);
-}
-
 TEST(XmlTreeReplay, CorpusDocumentsCanonicalizeAndLocateAsScanned) {
     size_t replayable = 0;
     size_t checked = 0;
