@@ -1,21 +1,17 @@
 #include "companion/log/LogContextExitor.h"
+#include "verifier/ProfileMarkers.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 namespace {
-constexpr std::string_view kSwiftSaaNamespace = "urn:swift:saa:xsd:saa.2.0";
 constexpr std::string_view kLauStart = "<LAU";
 constexpr std::string_view kLauEnd = "</LAU>";
 } // namespace
 
 // SWIFT Alliance signs the message without its LAU (local authentication)
 // element, which is added afterwards.
-bool _clsXmlDSigBase::postProcessingMayApply(const StringBuffer& xml) const {
-    return xml.containsSubstring(kSwiftSaaNamespace);
-}
-
 bool _clsXmlDSigBase::postProcessTransformedXml(StringBuffer&, DSigReference&, StringBuffer& xml, LogBase& log) {
     LogContextExitor ctx(log, "postProcessTransformedXml");
-    if (!xml.containsSubstring(kSwiftSaaNamespace) || !xml.containsSubstring(kLauStart) ||
+    if (!xml.containsSubstring(profile_markers::kSwiftSaa) || !xml.containsSubstring(kLauStart) ||
         !xml.containsSubstring(kLauEnd))
         return true;
     const int start = xml.findSubstr(kLauStart);

@@ -83,8 +83,7 @@ public:
     bool loadSignature(XString& xml, LogBase& log);
     // Shared body of LoadSignatureBd; takes over the bytes.
     bool loadSignatureBd(DataBuffer& bytes, LogBase& log);
-    void detectSpecial(const StringBuffer& xml, LogBase& log);
-    // The same from the markers already found in the text.
+    // Sets the profile flags from the markers found in the loaded text.
     void detectSpecial(uint64_t foundMarkers, LogBase& log);
     // Which profile markers occur in the text, one bit per marker.
     static uint64_t findProfileMarkers(std::string_view text);

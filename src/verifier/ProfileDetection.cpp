@@ -13,8 +13,8 @@ constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization
 const std::vector<std::string_view>& allMarkers() {
     using namespace profile_markers;
     static const std::vector<std::string_view> markers = [] {
-        std::vector<std::string_view> all{kSiiChile, kSunatUbl, kCsioz,        kCmaStp,
-                                          kSatSiat,  kDodaTag,  kSignedDocTag, kSkXmlFormat};
+        std::vector<std::string_view> all{kSiiChile, kSunatUbl,     kCsioz,       kCmaStp,  kSatSiat,
+                                          kDodaTag,  kSignedDocTag, kSkXmlFormat, kSwiftSaa};
         all.insert(all.end(), kSortBugSigners.begin(), kSortBugSigners.end());
         return all;
     }();
@@ -26,10 +26,6 @@ const std::vector<std::string_view>& allMarkers() {
 uint64_t ClsXmlDSig::findProfileMarkers(std::string_view text) {
     static const SubstringSet markerSet(allMarkers());
     return markerSet.findIn(text);
-}
-
-void ClsXmlDSig::detectSpecial(const StringBuffer& xml, LogBase& log) {
-    detectSpecial(findProfileMarkers(xml.view()), log);
 }
 
 void ClsXmlDSig::detectSpecial(uint64_t found, LogBase& log) {
@@ -62,6 +58,7 @@ void ClsXmlDSig::detectSpecial(uint64_t found, LogBase& log) {
         m_isDoda = true;
     }
 
+    m_isSwiftSaa = contains(kSwiftSaa);
     if (contains(kSignedDocTag) && contains(kSkXmlFormat))
         m_isSignedDocSkXml = true;
 }

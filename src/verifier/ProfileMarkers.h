@@ -31,6 +31,9 @@ inline constexpr std::string_view kCmaStp = "urn:cma:stp:xsd:stp";
 inline constexpr std::string_view kSatSiat = "siat.sat.gob.mx";
 inline constexpr std::string_view kDodaTag = "<doda>";
 
+// SWIFT Alliance messages, signed without the LAU element added afterwards.
+inline constexpr std::string_view kSwiftSaa = "urn:swift:saa:xsd:saa.2.0";
+
 // DigiDoc containers in the old SK-XML format.
 inline constexpr std::string_view kSignedDocTag = "<SignedDoc ";
 inline constexpr std::string_view kSkXmlFormat = "SK-XML";

@@ -35,8 +35,6 @@ public:
     void extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy, LogBase& log);
     bool preprocessXmlToTransform(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
     bool postProcessTransformedXml(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
-    // Whether post-processing could change a text derived from this one.
-    bool postProcessingMayApply(const StringBuffer& xml) const;
     bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml, LogBase& log);
     bool removeXmlChunkContaining(const char* start, const char* end, const char* mustContain, StringBuffer& xml,
                                   LogBase& log);
@@ -64,6 +62,9 @@ protected:
     bool m_noSortBugRetry = false;
     bool m_isSignedDocSkXml = false;
     bool m_isCmaStp = false;
+    // The loaded text is a SWIFT Alliance message, which post-processing
+    // may change (found with the profile markers, not searched per reference).
+    bool m_isSwiftSaa = false;
     // The invoice document digest that MyInvois signatures sign.
     DataBuffer m_docDigest;
 };
