@@ -56,6 +56,13 @@ void takeMyInvoisSignedProperties(const StringBuffer& document, StringBuffer& xm
     insertMyInvoisNamespaces(xml);
 }
 
+// The ZATCA retry takes a stored digest clearly longer than the base64 text
+// of a computed one for hex text.
+bool storedDigestLooksHex(const DSigReference& ref, int hashAlg) {
+    const size_t base64Length = (_tvHash::hashLen(hashAlg) + 2) / 3 * 4;
+    return ref.m_digestValue.getSize() > base64Length + kZatcaRetryLengthMargin;
+}
+
 // The digest as ZATCA signers compare it: the bytes of its lower-case hex text.
 void zatcaSignedPropertiesDigest(StringBuffer& xml, int hashAlg, DataBuffer& digest) {
     xml.replaceFirstOccurance(kZatcaDigestMethodEnd, kZatcaDigestMethodCollapsed);
@@ -119,9 +126,10 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     preprocessXmlToTransform(uri, ref, xml, log);
 
     // The final canonical text is hashed as it is produced unless a later
-    // step needs it whole.
+    // step needs it whole. Only the ZATCA retry asks whether it holds the
+    // signed-properties marker.
     const int hashAlg = ref.getHashAlg();
-    StreamedDigest streamed(hashAlg, kSignedPropertiesMarker);
+    StreamedDigest streamed(hashAlg, storedDigestLooksHex(ref, hashAlg) ? kSignedPropertiesMarker : "");
     CanonSink* sink = canStreamDigest(ref) ? &streamed : nullptr;
 
     TransformChain chain;
@@ -264,7 +272,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
 bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
                                          StringBuffer& calculated, LogBase& log) {
     const StringBuffer& stored = ref.m_digestValue;
-    if (!m_isZatca && stored.getSize() > calculated.getSize() + kZatcaRetryLengthMargin && hasSignedProperties) {
+    if (!m_isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
         log.LogInfo("Retry with ZATCA rules...");
         StringBuffer retry(m_sigXml.view());
         preprocessXmlToTransform(uri, ref, retry, log);

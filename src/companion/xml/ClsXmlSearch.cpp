@@ -74,18 +74,7 @@ bool ClsXml::findSignatures(ExtPtrArrayRc& out, LogBase&) const {
     if (!m_doc)
         return false;
     // Only elements named Signature, or parents of a SignedInfo, can qualify.
-    std::vector<uint32_t> candidates;
-    for (uint32_t n = 0; n < m_doc->nodeCount(); ++n) {
-        if (!m_doc->isElement(n))
-            continue;
-        const std::string_view local = XmlDocument::localName(m_doc->name(n));
-        if (local == kSignature)
-            candidates.push_back(n);
-        else if (local == kSignedInfo && m_doc->parent(n) != kNoNode)
-            candidates.push_back(m_doc->parent(n));
-    }
-    std::sort(candidates.begin(), candidates.end());
-    candidates.erase(std::unique(candidates.begin(), candidates.end()), candidates.end());
+    const std::span<const uint32_t> candidates = m_doc->signatureCandidates();
     for (uint32_t n : candidates)
         if (isSignature(n))
             out.appendRefCounted(handleOn(n));

@@ -7,6 +7,8 @@
 #include "companion/xml/XmlScanner.h"
 #include "companion/xml/XmlTextDecoder.h"
 
+#include <algorithm>
+
 namespace {
 
 using xml_markup::kCDataClose;
@@ -16,6 +18,8 @@ using xml_markup::kPiOpen;
 constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kXmlPrefix = "xml";
 constexpr std::string_view kXmlns = "xmlns";
+constexpr std::string_view kSignature = "Signature";
+constexpr std::string_view kSignedInfo = "SignedInfo";
 
 uint8_t nodeFlags(uint8_t textFlags) {
     uint8_t flags = 0;
@@ -59,6 +63,7 @@ bool XmlDocument::build(XmlScanner& scanner) {
             const uint32_t n = addNode(scanner, open, XmlNodeKind::Element, t.begin, t.end, flags);
             m_nodes[n].nameLength = static_cast<uint16_t>(t.name.length);
             addAttributes(t.attributes);
+            noteSignatureCandidate(n, m_dtd.slice(t.name));
             open.push_back(OpenElement{n, kNoNode});
             break;
         }
@@ -96,7 +101,19 @@ bool XmlDocument::build(XmlScanner& scanner) {
             break;
         }
     }
+    std::sort(m_signatureCandidates.begin(), m_signatureCandidates.end());
+    m_signatureCandidates.erase(std::unique(m_signatureCandidates.begin(), m_signatureCandidates.end()),
+                                m_signatureCandidates.end());
     return !scanner.failed();
+}
+
+// The name's end is tested first: almost no element ends like these two.
+void XmlDocument::noteSignatureCandidate(uint32_t element, std::string_view qualifiedName) {
+    if (qualifiedName.ends_with(kSignature) && localName(qualifiedName) == kSignature)
+        m_signatureCandidates.push_back(element);
+    else if (qualifiedName.ends_with(kSignedInfo) && localName(qualifiedName) == kSignedInfo &&
+             m_nodes[element].parent != kNoNode)
+        m_signatureCandidates.push_back(m_nodes[element].parent);
 }
 
 uint32_t XmlDocument::addNode(const XmlScanner& scanner, std::vector<OpenElement>& open, XmlNodeKind kind,

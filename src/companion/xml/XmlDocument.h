@@ -107,6 +107,11 @@ public:
     bool canStandFor(std::string_view text) const {
         return m_replayable && !m_nodes.empty() && source().data() == text.data() && source().size() == text.size();
     }
+    // The elements that may be signatures, by name only (whether the namespace
+    // is XML-DSig's is for the caller): those named Signature and the parents
+    // of those named SignedInfo, any prefix, in document order. Noted while
+    // the tree is built, so that looking for signatures visits no other node.
+    std::span<const uint32_t> signatureCandidates() const { return m_signatureCandidates; }
     // The element whose start tag begins at the offset, or kNoNode.
     uint32_t elementAt(uint32_t offset) const;
     // The first node after n's subtree in document order (nodeCount() at the end).
@@ -130,6 +135,7 @@ private:
     uint32_t addNode(const XmlScanner& scanner, std::vector<OpenElement>& open, XmlNodeKind kind, uint32_t begin,
                      uint32_t end, uint8_t flags);
     void addAttributes(std::span<const XmlAttribute> attributes);
+    void noteSignatureCandidate(uint32_t element, std::string_view qualifiedName);
     XmlSpan origin(uint32_t n) const;
     // The document bytes a child occupies, for finding the text around it.
     uint32_t documentBegin(uint32_t n) const;
@@ -142,6 +148,7 @@ private:
     std::vector<Node> m_nodes;
     std::vector<Attribute> m_attributes;
     std::vector<EntityOrigin> m_origins;
+    std::vector<uint32_t> m_signatureCandidates;
     bool m_autoTrim;
     bool m_replayable = true;
 };

@@ -48,16 +48,8 @@ std::unique_ptr<XmlTokenSource> XmlSigWalker::tokenSource(XmlDtd& dtd, const Xml
 
 // Names only: whether the namespace is XML-DSig's is decided by the walk.
 uint32_t XmlSigWalker::firstPossibleSignature(const XmlDocument& doc) {
-    for (uint32_t n = 0; n < doc.nodeCount(); ++n) {
-        if (!doc.isElement(n))
-            continue;
-        const std::string_view local = XmlDocument::localName(doc.name(n));
-        if (local == kSignature)
-            return n;
-        if (local == kSignedInfo && doc.parent(n) != kNoNode)
-            return doc.parent(n);
-    }
-    return kNoNode;
+    const std::span<const uint32_t> candidates = doc.signatureCandidates();
+    return candidates.empty() ? kNoNode : candidates.front();
 }
 
 const XmlSigWalker::Element* XmlSigWalker::parent() const {
