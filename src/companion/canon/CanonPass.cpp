@@ -4,9 +4,7 @@
 #include "companion/canon/CanonQName.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/XmlDocument.h"
-#include "companion/xml/XmlScanner.h"
 #include "companion/xml/XmlTextDecoder.h"
-#include "companion/xml/XmlTreeReplay.h"
 
 #include <algorithm>
 
@@ -33,24 +31,35 @@ bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding&
 CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const CanonOptions& options,
                      const CanonTarget& target, unsigned& authenticatedCounter, unsigned ordinal, std::string& out)
     : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
-      m_out(out), m_dtd(document), m_tokens(tokenSource(parsed)), m_namespaces(m_dtd),
+      m_out(out), m_dtd(document), m_namespaces(m_dtd),
       m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching) {
+    chooseTokenSource(parsed);
 }
 
 // The tree of the same text, when there is one that holds everything, spares
 // scanning the text again; a fragment at an offset then starts at its apex.
-std::unique_ptr<XmlTokenSource> CanonPass::tokenSource(const XmlDocument* parsed) {
-    if (!parsed || !parsed->canStandFor(m_dtd.document()))
-        return std::make_unique<XmlScanner>(m_dtd);
-    if (m_target.kind != CanonTarget::Kind::Offset)
-        return std::make_unique<XmlTreeReplay>(*parsed);
-    const uint32_t apex = parsed->elementAt(m_target.offset);
-    if (apex == kNoNode)
-        return std::make_unique<XmlScanner>(m_dtd);
-    return std::make_unique<XmlTreeReplay>(*parsed, apex);
+void CanonPass::chooseTokenSource(const XmlDocument* parsed) {
+    if (!parsed || !parsed->canStandFor(m_dtd.document())) {
+        m_scanner.emplace(m_dtd);
+    } else if (m_target.kind != CanonTarget::Kind::Offset) {
+        m_replay.emplace(*parsed);
+    } else if (const uint32_t apex = parsed->elementAt(m_target.offset); apex != kNoNode) {
+        m_replay.emplace(*parsed, apex);
+    } else {
+        m_scanner.emplace(m_dtd);
+    }
 }
 
 bool CanonPass::run(LogBase& log) {
+    reserveOutput();
+    if (!(m_replay ? readTokens(*m_replay, log) : readTokens(*m_scanner, log)))
+        return false;
+    if (m_phase == Phase::Done || m_phase == Phase::Epilog)
+        return true;
+    return reportMissingTarget(log);
+}
+
+void CanonPass::reserveOutput() {
     if (m_sink) {
         // Room for the last token past the chunk size; buffers handed back
         // by the sink keep this capacity.
@@ -60,22 +69,46 @@ bool CanonPass::run(LogBase& log) {
         // spares a reallocation (a doubling) for most documents.
         m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
     }
-    while (m_phase != Phase::Done && m_tokens->next()) {
-        const XmlToken& token = m_tokens->token();
-        if (isExcluded(token))
+}
+
+template <class Source> bool CanonPass::readTokens(Source& tokens, LogBase& log) {
+    while (m_phase != Phase::Done && tokens.next()) {
+        m_depth = tokens.depth();
+        m_inEntity = tokens.inEntity();
+        if (isExcluded(tokens))
             continue;
-        onToken(token);
+        onToken(tokens.token());
         if (m_sink && m_out.size() >= kSinkChunkBytes)
             flushToSink();
     }
     if (m_sink)
         flushToSink();
-    if (m_tokens->failed()) {
-        log.LogError(m_tokens->errorMessage());
+    if (tokens.failed()) {
+        log.LogError(tokens.errorMessage());
         return false;
     }
-    if (m_phase == Phase::Done || m_phase == Phase::Epilog)
-        return true;
+    return true;
+}
+
+// Skipping an element's tokens renders what cutting its text out would:
+// the text around it joins, and nothing inside it is in scope outside.
+template <class Source> bool CanonPass::isExcluded(const Source& tokens) const {
+    if (m_options.excludedEnd == 0)
+        return false;
+    if (m_inEntity) {
+        const uint32_t at = tokens.entityReference().offset;
+        return at >= m_options.excludedBegin && at < m_options.excludedEnd;
+    }
+    // The end of an empty-element tag is a token of no width where the tag
+    // ends: the one just before the excluded element stays, the excluded
+    // element's own (when it is empty) goes.
+    const XmlToken& t = tokens.token();
+    if (t.end == t.begin)
+        return t.begin > m_options.excludedBegin && t.begin <= m_options.excludedEnd;
+    return t.begin >= m_options.excludedBegin && t.begin < m_options.excludedEnd;
+}
+
+bool CanonPass::reportMissingTarget(LogBase& log) const {
     switch (m_target.kind) {
     case CanonTarget::Kind::Id:
         log.LogError("No element has the Id \"" + m_target.id + "\".");
@@ -89,23 +122,6 @@ bool CanonPass::run(LogBase& log) {
         break;
     }
     return false;
-}
-
-// Skipping an element's tokens renders what cutting its text out would:
-// the text around it joins, and nothing inside it is in scope outside.
-bool CanonPass::isExcluded(const XmlToken& t) const {
-    if (m_options.excludedEnd == 0)
-        return false;
-    if (m_tokens->inEntity()) {
-        const uint32_t at = m_tokens->entityReference().offset;
-        return at >= m_options.excludedBegin && at < m_options.excludedEnd;
-    }
-    // The end of an empty-element tag is a token of no width where the tag
-    // ends: the one just before the excluded element stays, the excluded
-    // element's own (when it is empty) goes.
-    if (t.end == t.begin)
-        return t.begin > m_options.excludedBegin && t.begin <= m_options.excludedEnd;
-    return t.begin >= m_options.excludedBegin && t.begin < m_options.excludedEnd;
 }
 
 void CanonPass::flushToSink() {
@@ -122,11 +138,11 @@ void CanonPass::onToken(const XmlToken& t) {
         break;
     case XmlTokenKind::Text:
         if (m_phase == Phase::Inside)
-            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_tokens->inEntity(), m_dtd);
+            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_inEntity, m_dtd);
         break;
     case XmlTokenKind::CData:
         if (m_phase == Phase::Inside)
-            canon_escape::appendCData(m_out, slice(t.content), m_tokens->inEntity());
+            canon_escape::appendCData(m_out, slice(t.content), m_inEntity);
         break;
     case XmlTokenKind::Comment:
         onComment(t);
@@ -150,7 +166,7 @@ void CanonPass::onStartTag(const XmlToken& t) {
     }
     if (m_phase == Phase::Prolog || isApex(t)) {
         m_phase = Phase::Inside;
-        m_apexDepth = m_tokens->depth();
+        m_apexDepth = m_depth;
         writeStartTag(t, true);
         return;
     }
@@ -160,13 +176,13 @@ void CanonPass::onStartTag(const XmlToken& t) {
 void CanonPass::onEndTag(const XmlToken& t) {
     m_namespaces.closeElement();
     if (m_phase != Phase::Inside) {
-        forgetXmlAttributesBelow(m_tokens->depth());
+        forgetXmlAttributesBelow(m_depth);
         return;
     }
     m_out.append("</");
     m_out.append(slice(t.name));
     m_out.push_back('>');
-    if (m_tokens->depth() < m_apexDepth)
+    if (m_depth < m_apexDepth)
         m_phase = m_target.isDocument() ? Phase::Epilog : Phase::Done;
 }
 
@@ -209,7 +225,7 @@ bool CanonPass::isApex(const XmlToken& t) {
             return isIdName(CanonQName::split(slice(a.name)).localName) && attributeValueIs(a, m_target.id);
         });
     case CanonTarget::Kind::Offset:
-        return t.begin == m_target.offset && !m_tokens->inEntity();
+        return t.begin == m_target.offset && !m_inEntity;
     case CanonTarget::Kind::Authenticated: {
         const bool authenticated = std::any_of(t.attributes.begin(), t.attributes.end(), [&](const XmlAttribute& a) {
             return slice(a.name) == kAuthenticate && attributeValueIs(a, kAuthenticated);
@@ -245,7 +261,7 @@ void CanonPass::rememberXmlAttributes(const XmlToken& t) {
         const std::string_view qname = slice(a.name);
         const CanonQName name = CanonQName::split(qname);
         if (name.prefix == kXmlPrefix)
-            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_tokens->depth()});
+            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_depth});
     }
 }
 
@@ -295,6 +311,9 @@ void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool 
             considerUtilized(prefix);
     if (apex && !m_options.inheritAncestorContext)
         std::erase_if(m_candidates, [&](const CanonNamespaces::Binding& c) { return !declaredOnElement(c.prefix); });
+    // Most elements use one prefix, their own.
+    if (m_candidates.size() < 2)
+        return;
     std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
     m_candidates.erase(std::unique(m_candidates.begin(), m_candidates.end(),
                                    [](const auto& a, const auto& b) { return a.prefix == b.prefix; }),
@@ -303,7 +322,8 @@ void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool 
 
 bool CanonPass::declaredOnElement(std::string_view prefix) const {
     const auto here = m_namespaces.declaredHere();
-    return std::any_of(here.begin(), here.end(), [&](const CanonNamespaces::Binding& b) { return b.prefix == prefix; });
+    return std::any_of(here.begin(), here.end(),
+                       [&](const CanonNamespaces::Binding& b) { return CanonQName::same(b.prefix, prefix); });
 }
 
 void CanonPass::considerUtilized(std::string_view prefix) {
@@ -343,6 +363,8 @@ void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
     }
     if (apex)
         addInheritedXmlAttributes();
+    if (m_attributes.size() < 2)
+        return;
     if (m_options.sortBugEmulation)
         canon_attribute_order::sortAsWritten(m_attributes);
     else
