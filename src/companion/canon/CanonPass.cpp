@@ -15,6 +15,8 @@ constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace
 constexpr std::string_view kAuthenticate = "authenticate";
 constexpr std::string_view kAuthenticated = "true";
 constexpr std::string_view kIdNames[] = {"Id", "ID", "id"};
+// "</" and ">".
+constexpr uint32_t kEndTagMarkup = 3;
 // Output handed to a sink in pieces of about this size.
 constexpr size_t kSinkChunkBytes = 256u << 10;
 
@@ -31,8 +33,8 @@ bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding&
 CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const CanonOptions& options,
                      const CanonTarget& target, unsigned& authenticatedCounter, unsigned ordinal, std::string& out)
     : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
-      m_out(out), m_dtd(document), m_namespaces(m_dtd),
-      m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching) {
+      m_out(out), m_dtd(document), m_namespaces(m_dtd), m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching),
+      m_testsExclusion(options.excludedEnd != 0) {
     chooseTokenSource(parsed);
 }
 
@@ -43,11 +45,24 @@ void CanonPass::chooseTokenSource(const XmlDocument* parsed) {
         m_scanner.emplace(m_dtd);
     } else if (m_target.kind != CanonTarget::Kind::Offset) {
         m_replay.emplace(*parsed);
+        leaveOutExcludedElement(*parsed);
     } else if (const uint32_t apex = parsed->elementAt(m_target.offset); apex != kNoNode) {
         m_replay.emplace(*parsed, apex);
     } else {
         m_scanner.emplace(m_dtd);
     }
+}
+
+// The replay skips an excluded element whole, rather than the pass testing
+// every token, when the excluded bytes are exactly one element.
+void CanonPass::leaveOutExcludedElement(const XmlDocument& parsed) {
+    if (m_options.excludedEnd == 0)
+        return;
+    const uint32_t element = parsed.elementAt(m_options.excludedBegin);
+    if (element == kNoNode || parsed.endTagEnd(element) != m_options.excludedEnd)
+        return;
+    m_replay->leaveOut(element);
+    m_testsExclusion = false;
 }
 
 bool CanonPass::run(LogBase& log) {
@@ -68,6 +83,35 @@ void CanonPass::reserveOutput() {
         // Canonical text is about as long as its source; a little headroom
         // spares a reallocation (a doubling) for most documents.
         m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
+    }
+}
+
+inline void CanonPass::onToken(const XmlToken& t) {
+    switch (t.kind) {
+    case XmlTokenKind::StartTag:
+        onStartTag(t);
+        break;
+    case XmlTokenKind::EndTag:
+        onEndTag(t);
+        break;
+    case XmlTokenKind::Text:
+        if (m_phase == Phase::Inside)
+            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_inEntity, m_dtd);
+        break;
+    case XmlTokenKind::CData:
+        if (m_phase == Phase::Inside)
+            canon_escape::appendCData(m_out, slice(t.content), m_inEntity);
+        break;
+    case XmlTokenKind::Comment:
+        onComment(t);
+        break;
+    case XmlTokenKind::ProcessingInstruction:
+        onProcessingInstruction(t);
+        break;
+    case XmlTokenKind::Doctype:
+    case XmlTokenKind::EntityStart:
+    case XmlTokenKind::EntityEnd:
+        break;
     }
 }
 
@@ -93,7 +137,7 @@ template <class Source> bool CanonPass::readTokens(Source& tokens, LogBase& log)
 // Skipping an element's tokens renders what cutting its text out would:
 // the text around it joins, and nothing inside it is in scope outside.
 template <class Source> bool CanonPass::isExcluded(const Source& tokens) const {
-    if (m_options.excludedEnd == 0)
+    if (!m_testsExclusion)
         return false;
     if (m_inEntity) {
         const uint32_t at = tokens.entityReference().offset;
@@ -128,35 +172,6 @@ void CanonPass::flushToSink() {
     m_sink->handOver(m_out);
 }
 
-void CanonPass::onToken(const XmlToken& t) {
-    switch (t.kind) {
-    case XmlTokenKind::StartTag:
-        onStartTag(t);
-        break;
-    case XmlTokenKind::EndTag:
-        onEndTag(t);
-        break;
-    case XmlTokenKind::Text:
-        if (m_phase == Phase::Inside)
-            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_inEntity, m_dtd);
-        break;
-    case XmlTokenKind::CData:
-        if (m_phase == Phase::Inside)
-            canon_escape::appendCData(m_out, slice(t.content), m_inEntity);
-        break;
-    case XmlTokenKind::Comment:
-        onComment(t);
-        break;
-    case XmlTokenKind::ProcessingInstruction:
-        onProcessingInstruction(t);
-        break;
-    case XmlTokenKind::Doctype:
-    case XmlTokenKind::EntityStart:
-    case XmlTokenKind::EntityEnd:
-        break;
-    }
-}
-
 void CanonPass::onStartTag(const XmlToken& t) {
     m_namespaces.openElement();
     declareNamespaces(t);
@@ -179,9 +194,7 @@ void CanonPass::onEndTag(const XmlToken& t) {
         forgetXmlAttributesBelow(m_depth);
         return;
     }
-    m_out.append("</");
-    m_out.append(slice(t.name));
-    m_out.push_back('>');
+    writeEndTag(t);
     if (m_depth < m_apexDepth)
         m_phase = m_target.isDocument() ? Phase::Epilog : Phase::Done;
 }
@@ -271,14 +284,13 @@ void CanonPass::forgetXmlAttributesBelow(uint32_t depth) {
 }
 
 void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
-    const std::string_view qname = slice(t.name);
     collectAttributes(t, apex);
     if (m_options.exclusive)
-        collectExclusiveNamespaces(CanonQName::split(qname).prefix, apex);
+        collectExclusiveNamespaces(CanonQName::split(slice(t.name)).prefix, apex);
     else
         collectInclusiveNamespaces(apex);
-    m_out.push_back('<');
-    m_out.append(qname);
+    // '<' and the name, as the tag begins.
+    m_out.append(slice(XmlSpan{t.begin, t.name.end() - t.begin}));
     writeNamespaces();
     writeAttributes();
     m_out.push_back('>');
@@ -392,6 +404,17 @@ void CanonPass::writeAttributes() {
         canon_escape::appendAttributeValue(m_out, slice(a.value), a.flags, m_dtd, m_scratch);
         m_out.push_back('"');
     }
+}
+
+// An end tag without blanks before its '>' is its own canonical form.
+void CanonPass::writeEndTag(const XmlToken& t) {
+    if (t.end - t.begin == t.name.length + kEndTagMarkup) {
+        m_out.append(slice(XmlSpan{t.begin, t.end - t.begin}));
+        return;
+    }
+    m_out.append("</");
+    m_out.append(slice(t.name));
+    m_out.push_back('>');
 }
 
 void CanonPass::writeComment(std::string_view text) {

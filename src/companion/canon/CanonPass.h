@@ -66,6 +66,7 @@ private:
     };
 
     void chooseTokenSource(const XmlDocument* parsed);
+    void leaveOutExcludedElement(const XmlDocument& parsed);
     void reserveOutput();
     // The loop is compiled once per source, so that reading a token costs no
     // virtual call.
@@ -94,6 +95,7 @@ private:
     void collectAttributes(const XmlToken& t, bool apex);
     void addInheritedXmlAttributes();
     void writeAttributes();
+    void writeEndTag(const XmlToken& t);
     void writeComment(std::string_view text);
     void writeProcessingInstruction(std::string_view target, std::string_view data);
     // Comments and PIs outside the root go on lines of their own.
@@ -113,6 +115,7 @@ private:
     std::optional<XmlTreeReplay> m_replay;
     CanonNamespaces m_namespaces;
     Phase m_phase;
+    bool m_testsExclusion; // per token, when the source does not leave the excluded element out
     uint32_t m_apexDepth = 0;
     // Where the token being handled stands.
     uint32_t m_depth = 0;
