@@ -172,7 +172,7 @@ void CanonPass::flushToSink() {
     m_sink->handOver(m_out);
 }
 
-void CanonPass::onStartTag(const XmlToken& t) {
+inline void CanonPass::onStartTag(const XmlToken& t) {
     m_namespaces.openElement();
     declareNamespaces(t);
     if (m_phase == Phase::Inside) {
@@ -188,7 +188,7 @@ void CanonPass::onStartTag(const XmlToken& t) {
     rememberXmlAttributes(t);
 }
 
-void CanonPass::onEndTag(const XmlToken& t) {
+inline void CanonPass::onEndTag(const XmlToken& t) {
     m_namespaces.closeElement();
     if (m_phase != Phase::Inside) {
         forgetXmlAttributesBelow(m_depth);
@@ -259,7 +259,7 @@ bool CanonPass::attributeValueIs(const XmlAttribute& attribute, std::string_view
     return m_scratch == value;
 }
 
-void CanonPass::declareNamespaces(const XmlToken& t) {
+inline void CanonPass::declareNamespaces(const XmlToken& t) {
     for (const XmlAttribute& a : t.attributes) {
         std::string_view prefix;
         if (CanonQName::isNamespaceDeclaration(slice(a.name), prefix))
@@ -283,7 +283,7 @@ void CanonPass::forgetXmlAttributesBelow(uint32_t depth) {
         m_xmlAttributes.pop_back();
 }
 
-void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
+inline void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
     collectAttributes(t, apex);
     if (m_options.exclusive)
         collectExclusiveNamespaces(CanonQName::split(slice(t.name)).prefix, apex);
@@ -312,7 +312,7 @@ void CanonPass::collectInclusiveNamespaces(bool apex) {
 
 // Exclusive: the namespaces that the element's name and attributes use, and
 // those of the inclusive prefix list that inclusive rules would render.
-void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool apex) {
+inline void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool apex) {
     m_candidates.clear();
     considerUtilized(elementPrefix);
     for (const CanonAttribute& a : m_attributes)
@@ -338,7 +338,7 @@ bool CanonPass::declaredOnElement(std::string_view prefix) const {
                        [&](const CanonNamespaces::Binding& b) { return CanonQName::same(b.prefix, prefix); });
 }
 
-void CanonPass::considerUtilized(std::string_view prefix) {
+inline void CanonPass::considerUtilized(std::string_view prefix) {
     if (prefix == kXmlPrefix)
         return;
     if (const CanonNamespaces::Binding* binding = m_namespaces.find(prefix))
@@ -347,7 +347,7 @@ void CanonPass::considerUtilized(std::string_view prefix) {
         m_candidates.push_back(CanonNamespaces::Binding{});
 }
 
-void CanonPass::writeNamespaces() {
+inline void CanonPass::writeNamespaces() {
     for (const CanonNamespaces::Binding& binding : m_candidates) {
         if (binding.prefix == kXmlPrefix || m_namespaces.isRendered(binding))
             continue;
@@ -356,7 +356,7 @@ void CanonPass::writeNamespaces() {
     }
 }
 
-void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
+inline void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
     m_attributes.clear();
     for (const XmlAttribute& a : t.attributes) {
         const std::string_view qname = slice(a.name);
@@ -396,7 +396,7 @@ void CanonPass::addInheritedXmlAttributes() {
     }
 }
 
-void CanonPass::writeAttributes() {
+inline void CanonPass::writeAttributes() {
     for (const CanonAttribute& a : m_attributes) {
         m_out.push_back(' ');
         m_out.append(a.qname);
@@ -407,7 +407,7 @@ void CanonPass::writeAttributes() {
 }
 
 // An end tag without blanks before its '>' is its own canonical form.
-void CanonPass::writeEndTag(const XmlToken& t) {
+inline void CanonPass::writeEndTag(const XmlToken& t) {
     if (t.end - t.begin == t.name.length + kEndTagMarkup) {
         m_out.append(slice(XmlSpan{t.begin, t.end - t.begin}));
         return;
