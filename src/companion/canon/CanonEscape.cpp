@@ -58,19 +58,44 @@ std::string_view attributeEscape(char c) {
     }
 }
 
+// A table of Bytes, for runs too short for a block.
+template <char... Bytes>
+constexpr std::array<bool, 256> kOneOf = [] {
+    std::array<bool, 256> table{};
+    ((table[static_cast<unsigned char>(Bytes)] = true), ...);
+    return table;
+}();
+
+#if defined(__SSE2__)
+constexpr ptrdiff_t kBlock = 16;
+
+// One bit per byte of the sixteen at p that is one of Bytes.
+template <char... Bytes> unsigned blockHits(const char* p) {
+    const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
+    __m128i hits = _mm_setzero_si128();
+    ((hits = _mm_or_si128(hits, _mm_cmpeq_epi8(block, _mm_set1_epi8(Bytes)))), ...);
+    return static_cast<unsigned>(_mm_movemask_epi8(hits));
+}
+#endif
+
 // The first byte at or after p that is one of Bytes, or end; sixteen bytes
-// at a step where SSE2 is there, as most runs of text hold none.
+// at a step where SSE2 is there, as most runs of text hold none. A run of
+// sixteen bytes or more ends with a block that overlaps the one before (its
+// bytes before p hold none); a shorter one is read byte by byte.
 template <char... Bytes> const char* findAny(const char* p, const char* end) {
 #if defined(__SSE2__)
-    for (; end - p >= 16; p += 16) {
-        const __m128i block = _mm_loadu_si128(reinterpret_cast<const __m128i*>(p));
-        __m128i hits = _mm_setzero_si128();
-        ((hits = _mm_or_si128(hits, _mm_cmpeq_epi8(block, _mm_set1_epi8(Bytes)))), ...);
-        if (const auto bits = static_cast<unsigned>(_mm_movemask_epi8(hits)))
-            return p + std::countr_zero(bits);
+    if (end - p >= kBlock) {
+        for (; end - p >= kBlock; p += kBlock)
+            if (const unsigned bits = blockHits<Bytes...>(p))
+                return p + std::countr_zero(bits);
+        if (p == end)
+            return end;
+        const char* last = end - kBlock;
+        const unsigned bits = blockHits<Bytes...>(last);
+        return bits ? last + std::countr_zero(bits) : end;
     }
 #endif
-    while (p < end && ((*p != Bytes) && ...))
+    while (p < end && !kOneOf<Bytes...>[static_cast<unsigned char>(*p)])
         ++p;
     return p;
 }

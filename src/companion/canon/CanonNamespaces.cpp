@@ -12,16 +12,8 @@ constexpr std::string_view kEmptyDefaultDeclaration = " xmlns=\"\"";
 
 } // namespace
 
-void CanonNamespaces::openElement() {
-    m_levels.push_back(Level{static_cast<uint32_t>(m_bindings.size()), static_cast<uint32_t>(m_rendered.size()),
-                             static_cast<uint32_t>(m_decoded.size()), static_cast<uint32_t>(m_declarations.size())});
-}
-
-void CanonNamespaces::closeElement() {
-    const Level level = m_levels.back();
-    m_levels.pop_back();
+void CanonNamespaces::dropDeclarations(const Level& level) {
     m_bindings.resize(level.bindings);
-    m_rendered.resize(level.rendered);
     m_decoded.resize(level.decodedBytes);
     m_declarations.resize(level.declarationBytes);
 }
@@ -53,13 +45,6 @@ XmlSpan CanonNamespaces::writeDeclaration(const Binding& binding) {
     return XmlSpan{static_cast<uint32_t>(begin), static_cast<uint32_t>(m_declarations.size() - begin)};
 }
 
-const CanonNamespaces::Binding* CanonNamespaces::find(std::string_view prefix) const {
-    for (auto it = m_bindings.rbegin(); it != m_bindings.rend(); ++it)
-        if (it->prefix == prefix)
-            return &*it;
-    return nullptr;
-}
-
 std::string_view CanonNamespaces::uri(const Binding& binding) const {
     if (binding.decoded)
         return std::string_view(m_decoded).substr(binding.value.offset, binding.value.length);
@@ -70,11 +55,6 @@ std::string_view CanonNamespaces::declarationText(const Binding& binding) const 
     if (binding.declaration.length == 0)
         return kEmptyDefaultDeclaration;
     return std::string_view(m_declarations).substr(binding.declaration.offset, binding.declaration.length);
-}
-
-std::span<const CanonNamespaces::Binding> CanonNamespaces::declaredHere() const {
-    const uint32_t first = m_levels.empty() ? 0 : m_levels.back().bindings;
-    return std::span<const Binding>(m_bindings).subspan(first);
 }
 
 void CanonNamespaces::collectInScope(std::vector<Binding>& out) const {
@@ -89,7 +69,7 @@ void CanonNamespaces::collectInScope(std::vector<Binding>& out) const {
 
 bool CanonNamespaces::isRendered(const Binding& binding) const {
     for (auto it = m_rendered.rbegin(); it != m_rendered.rend(); ++it) {
-        if (it->prefix != binding.prefix)
+        if (!CanonQName::same(it->prefix, binding.prefix))
             continue;
         // The same declaration, as on most elements, spares comparing URIs.
         const bool sameDeclaration = it->decoded == binding.decoded && it->value.offset == binding.value.offset &&

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/canon/CanonQName.h"
 #include "companion/xml/XmlToken.h"
 
 #include <cstdint>
@@ -24,20 +25,32 @@ public:
 
     explicit CanonNamespaces(const XmlDtd& dtd) : m_dtd(dtd) {}
 
-    void openElement();
+    void openElement() {
+        m_levels.push_back(Level{static_cast<uint32_t>(m_bindings.size()), static_cast<uint32_t>(m_rendered.size()),
+                                 static_cast<uint32_t>(m_decoded.size()),
+                                 static_cast<uint32_t>(m_declarations.size())});
+    }
     void closeElement();
 
     // A declaration on the element just opened.
     void declare(std::string_view prefix, const XmlAttribute& declaration);
     // The innermost binding of prefix, or null when it is undeclared.
-    const Binding* find(std::string_view prefix) const;
+    const Binding* find(std::string_view prefix) const {
+        for (auto it = m_bindings.rbegin(); it != m_bindings.rend(); ++it)
+            if (CanonQName::same(it->prefix, prefix))
+                return &*it;
+        return nullptr;
+    }
     // Valid until the next declare().
     std::string_view uri(const Binding& binding) const;
     // The binding as a canonical namespace attribute with its leading blank;
     // for the stand-in binding of an undeclared default namespace, xmlns="".
     // Valid until the next declare().
     std::string_view declarationText(const Binding& binding) const;
-    std::span<const Binding> declaredHere() const;
+    std::span<const Binding> declaredHere() const {
+        const uint32_t first = m_levels.empty() ? 0 : m_levels.back().bindings;
+        return std::span<const Binding>(m_bindings).subspan(first);
+    }
     // One binding per prefix in scope (the innermost), appended to out.
     void collectInScope(std::vector<Binding>& out) const;
 
@@ -56,6 +69,7 @@ private:
         uint32_t decodedBytes;
         uint32_t declarationBytes;
     };
+    void dropDeclarations(const Level& level);
 
     const XmlDtd& m_dtd;
     std::vector<Binding> m_bindings;
@@ -68,3 +82,12 @@ private:
     std::string m_declarations;
     std::string m_scratch;
 };
+
+inline void CanonNamespaces::closeElement() {
+    const Level level = m_levels.back();
+    m_levels.pop_back();
+    m_rendered.resize(level.rendered);
+    // Most elements declare nothing.
+    if (m_bindings.size() != level.bindings)
+        dropDeclarations(level);
+}

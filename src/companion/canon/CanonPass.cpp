@@ -4,9 +4,7 @@
 #include "companion/canon/CanonQName.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/XmlDocument.h"
-#include "companion/xml/XmlScanner.h"
 #include "companion/xml/XmlTextDecoder.h"
-#include "companion/xml/XmlTreeReplay.h"
 
 #include <algorithm>
 
@@ -17,6 +15,8 @@ constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace
 constexpr std::string_view kAuthenticate = "authenticate";
 constexpr std::string_view kAuthenticated = "true";
 constexpr std::string_view kIdNames[] = {"Id", "ID", "id"};
+// "</" and ">".
+constexpr uint32_t kEndTagMarkup = 3;
 // Output handed to a sink in pieces of about this size.
 constexpr size_t kSinkChunkBytes = 256u << 10;
 
@@ -33,24 +33,48 @@ bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding&
 CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const CanonOptions& options,
                      const CanonTarget& target, unsigned& authenticatedCounter, unsigned ordinal, std::string& out)
     : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
-      m_out(out), m_dtd(document), m_tokens(tokenSource(parsed)), m_namespaces(m_dtd),
-      m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching) {
+      m_out(out), m_dtd(document), m_namespaces(m_dtd), m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching),
+      m_testsExclusion(options.excludedEnd != 0) {
+    chooseTokenSource(parsed);
 }
 
 // The tree of the same text, when there is one that holds everything, spares
 // scanning the text again; a fragment at an offset then starts at its apex.
-std::unique_ptr<XmlTokenSource> CanonPass::tokenSource(const XmlDocument* parsed) {
-    if (!parsed || !parsed->canStandFor(m_dtd.document()))
-        return std::make_unique<XmlScanner>(m_dtd);
-    if (m_target.kind != CanonTarget::Kind::Offset)
-        return std::make_unique<XmlTreeReplay>(*parsed);
-    const uint32_t apex = parsed->elementAt(m_target.offset);
-    if (apex == kNoNode)
-        return std::make_unique<XmlScanner>(m_dtd);
-    return std::make_unique<XmlTreeReplay>(*parsed, apex);
+void CanonPass::chooseTokenSource(const XmlDocument* parsed) {
+    if (!parsed || !parsed->canStandFor(m_dtd.document())) {
+        m_scanner.emplace(m_dtd);
+    } else if (m_target.kind != CanonTarget::Kind::Offset) {
+        m_replay.emplace(*parsed);
+        leaveOutExcludedElement(*parsed);
+    } else if (const uint32_t apex = parsed->elementAt(m_target.offset); apex != kNoNode) {
+        m_replay.emplace(*parsed, apex);
+    } else {
+        m_scanner.emplace(m_dtd);
+    }
+}
+
+// The replay skips an excluded element whole, rather than the pass testing
+// every token, when the excluded bytes are exactly one element.
+void CanonPass::leaveOutExcludedElement(const XmlDocument& parsed) {
+    if (m_options.excludedEnd == 0)
+        return;
+    const uint32_t element = parsed.elementAt(m_options.excludedBegin);
+    if (element == kNoNode || parsed.endTagEnd(element) != m_options.excludedEnd)
+        return;
+    m_replay->leaveOut(element);
+    m_testsExclusion = false;
 }
 
 bool CanonPass::run(LogBase& log) {
+    reserveOutput();
+    if (!(m_replay ? readTokens(*m_replay, log) : readTokens(*m_scanner, log)))
+        return false;
+    if (m_phase == Phase::Done || m_phase == Phase::Epilog)
+        return true;
+    return reportMissingTarget(log);
+}
+
+void CanonPass::reserveOutput() {
     if (m_sink) {
         // Room for the last token past the chunk size; buffers handed back
         // by the sink keep this capacity.
@@ -60,22 +84,75 @@ bool CanonPass::run(LogBase& log) {
         // spares a reallocation (a doubling) for most documents.
         m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
     }
-    while (m_phase != Phase::Done && m_tokens->next()) {
-        const XmlToken& token = m_tokens->token();
-        if (isExcluded(token))
+}
+
+inline void CanonPass::onToken(const XmlToken& t) {
+    switch (t.kind) {
+    case XmlTokenKind::StartTag:
+        onStartTag(t);
+        break;
+    case XmlTokenKind::EndTag:
+        onEndTag(t);
+        break;
+    case XmlTokenKind::Text:
+        if (m_phase == Phase::Inside)
+            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_inEntity, m_dtd);
+        break;
+    case XmlTokenKind::CData:
+        if (m_phase == Phase::Inside)
+            canon_escape::appendCData(m_out, slice(t.content), m_inEntity);
+        break;
+    case XmlTokenKind::Comment:
+        onComment(t);
+        break;
+    case XmlTokenKind::ProcessingInstruction:
+        onProcessingInstruction(t);
+        break;
+    case XmlTokenKind::Doctype:
+    case XmlTokenKind::EntityStart:
+    case XmlTokenKind::EntityEnd:
+        break;
+    }
+}
+
+template <class Source> bool CanonPass::readTokens(Source& tokens, LogBase& log) {
+    while (m_phase != Phase::Done && tokens.next()) {
+        m_depth = tokens.depth();
+        m_inEntity = tokens.inEntity();
+        if (isExcluded(tokens))
             continue;
-        onToken(token);
+        onToken(tokens.token());
         if (m_sink && m_out.size() >= kSinkChunkBytes)
             flushToSink();
     }
     if (m_sink)
         flushToSink();
-    if (m_tokens->failed()) {
-        log.LogError(m_tokens->errorMessage());
+    if (tokens.failed()) {
+        log.LogError(tokens.errorMessage());
         return false;
     }
-    if (m_phase == Phase::Done || m_phase == Phase::Epilog)
-        return true;
+    return true;
+}
+
+// Skipping an element's tokens renders what cutting its text out would:
+// the text around it joins, and nothing inside it is in scope outside.
+template <class Source> bool CanonPass::isExcluded(const Source& tokens) const {
+    if (!m_testsExclusion)
+        return false;
+    if (m_inEntity) {
+        const uint32_t at = tokens.entityReference().offset;
+        return at >= m_options.excludedBegin && at < m_options.excludedEnd;
+    }
+    // The end of an empty-element tag is a token of no width where the tag
+    // ends: the one just before the excluded element stays, the excluded
+    // element's own (when it is empty) goes.
+    const XmlToken& t = tokens.token();
+    if (t.end == t.begin)
+        return t.begin > m_options.excludedBegin && t.begin <= m_options.excludedEnd;
+    return t.begin >= m_options.excludedBegin && t.begin < m_options.excludedEnd;
+}
+
+bool CanonPass::reportMissingTarget(LogBase& log) const {
     switch (m_target.kind) {
     case CanonTarget::Kind::Id:
         log.LogError("No element has the Id \"" + m_target.id + "\".");
@@ -91,57 +168,11 @@ bool CanonPass::run(LogBase& log) {
     return false;
 }
 
-// Skipping an element's tokens renders what cutting its text out would:
-// the text around it joins, and nothing inside it is in scope outside.
-bool CanonPass::isExcluded(const XmlToken& t) const {
-    if (m_options.excludedEnd == 0)
-        return false;
-    if (m_tokens->inEntity()) {
-        const uint32_t at = m_tokens->entityReference().offset;
-        return at >= m_options.excludedBegin && at < m_options.excludedEnd;
-    }
-    // The end of an empty-element tag is a token of no width where the tag
-    // ends: the one just before the excluded element stays, the excluded
-    // element's own (when it is empty) goes.
-    if (t.end == t.begin)
-        return t.begin > m_options.excludedBegin && t.begin <= m_options.excludedEnd;
-    return t.begin >= m_options.excludedBegin && t.begin < m_options.excludedEnd;
-}
-
 void CanonPass::flushToSink() {
     m_sink->handOver(m_out);
 }
 
-void CanonPass::onToken(const XmlToken& t) {
-    switch (t.kind) {
-    case XmlTokenKind::StartTag:
-        onStartTag(t);
-        break;
-    case XmlTokenKind::EndTag:
-        onEndTag(t);
-        break;
-    case XmlTokenKind::Text:
-        if (m_phase == Phase::Inside)
-            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_tokens->inEntity(), m_dtd);
-        break;
-    case XmlTokenKind::CData:
-        if (m_phase == Phase::Inside)
-            canon_escape::appendCData(m_out, slice(t.content), m_tokens->inEntity());
-        break;
-    case XmlTokenKind::Comment:
-        onComment(t);
-        break;
-    case XmlTokenKind::ProcessingInstruction:
-        onProcessingInstruction(t);
-        break;
-    case XmlTokenKind::Doctype:
-    case XmlTokenKind::EntityStart:
-    case XmlTokenKind::EntityEnd:
-        break;
-    }
-}
-
-void CanonPass::onStartTag(const XmlToken& t) {
+inline void CanonPass::onStartTag(const XmlToken& t) {
     m_namespaces.openElement();
     declareNamespaces(t);
     if (m_phase == Phase::Inside) {
@@ -150,23 +181,21 @@ void CanonPass::onStartTag(const XmlToken& t) {
     }
     if (m_phase == Phase::Prolog || isApex(t)) {
         m_phase = Phase::Inside;
-        m_apexDepth = m_tokens->depth();
+        m_apexDepth = m_depth;
         writeStartTag(t, true);
         return;
     }
     rememberXmlAttributes(t);
 }
 
-void CanonPass::onEndTag(const XmlToken& t) {
+inline void CanonPass::onEndTag(const XmlToken& t) {
     m_namespaces.closeElement();
     if (m_phase != Phase::Inside) {
-        forgetXmlAttributesBelow(m_tokens->depth());
+        forgetXmlAttributesBelow(m_depth);
         return;
     }
-    m_out.append("</");
-    m_out.append(slice(t.name));
-    m_out.push_back('>');
-    if (m_tokens->depth() < m_apexDepth)
+    writeEndTag(t);
+    if (m_depth < m_apexDepth)
         m_phase = m_target.isDocument() ? Phase::Epilog : Phase::Done;
 }
 
@@ -209,7 +238,7 @@ bool CanonPass::isApex(const XmlToken& t) {
             return isIdName(CanonQName::split(slice(a.name)).localName) && attributeValueIs(a, m_target.id);
         });
     case CanonTarget::Kind::Offset:
-        return t.begin == m_target.offset && !m_tokens->inEntity();
+        return t.begin == m_target.offset && !m_inEntity;
     case CanonTarget::Kind::Authenticated: {
         const bool authenticated = std::any_of(t.attributes.begin(), t.attributes.end(), [&](const XmlAttribute& a) {
             return slice(a.name) == kAuthenticate && attributeValueIs(a, kAuthenticated);
@@ -230,7 +259,7 @@ bool CanonPass::attributeValueIs(const XmlAttribute& attribute, std::string_view
     return m_scratch == value;
 }
 
-void CanonPass::declareNamespaces(const XmlToken& t) {
+inline void CanonPass::declareNamespaces(const XmlToken& t) {
     for (const XmlAttribute& a : t.attributes) {
         std::string_view prefix;
         if (CanonQName::isNamespaceDeclaration(slice(a.name), prefix))
@@ -245,7 +274,7 @@ void CanonPass::rememberXmlAttributes(const XmlToken& t) {
         const std::string_view qname = slice(a.name);
         const CanonQName name = CanonQName::split(qname);
         if (name.prefix == kXmlPrefix)
-            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_tokens->depth()});
+            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_depth});
     }
 }
 
@@ -254,15 +283,14 @@ void CanonPass::forgetXmlAttributesBelow(uint32_t depth) {
         m_xmlAttributes.pop_back();
 }
 
-void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
-    const std::string_view qname = slice(t.name);
+inline void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
     collectAttributes(t, apex);
     if (m_options.exclusive)
-        collectExclusiveNamespaces(CanonQName::split(qname).prefix, apex);
+        collectExclusiveNamespaces(CanonQName::split(slice(t.name)).prefix, apex);
     else
         collectInclusiveNamespaces(apex);
-    m_out.push_back('<');
-    m_out.append(qname);
+    // '<' and the name, as the tag begins.
+    m_out.append(slice(XmlSpan{t.begin, t.name.end() - t.begin}));
     writeNamespaces();
     writeAttributes();
     m_out.push_back('>');
@@ -284,7 +312,7 @@ void CanonPass::collectInclusiveNamespaces(bool apex) {
 
 // Exclusive: the namespaces that the element's name and attributes use, and
 // those of the inclusive prefix list that inclusive rules would render.
-void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool apex) {
+inline void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool apex) {
     m_candidates.clear();
     considerUtilized(elementPrefix);
     for (const CanonAttribute& a : m_attributes)
@@ -295,6 +323,9 @@ void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool 
             considerUtilized(prefix);
     if (apex && !m_options.inheritAncestorContext)
         std::erase_if(m_candidates, [&](const CanonNamespaces::Binding& c) { return !declaredOnElement(c.prefix); });
+    // Most elements use one prefix, their own.
+    if (m_candidates.size() < 2)
+        return;
     std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
     m_candidates.erase(std::unique(m_candidates.begin(), m_candidates.end(),
                                    [](const auto& a, const auto& b) { return a.prefix == b.prefix; }),
@@ -303,10 +334,11 @@ void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool 
 
 bool CanonPass::declaredOnElement(std::string_view prefix) const {
     const auto here = m_namespaces.declaredHere();
-    return std::any_of(here.begin(), here.end(), [&](const CanonNamespaces::Binding& b) { return b.prefix == prefix; });
+    return std::any_of(here.begin(), here.end(),
+                       [&](const CanonNamespaces::Binding& b) { return CanonQName::same(b.prefix, prefix); });
 }
 
-void CanonPass::considerUtilized(std::string_view prefix) {
+inline void CanonPass::considerUtilized(std::string_view prefix) {
     if (prefix == kXmlPrefix)
         return;
     if (const CanonNamespaces::Binding* binding = m_namespaces.find(prefix))
@@ -315,7 +347,7 @@ void CanonPass::considerUtilized(std::string_view prefix) {
         m_candidates.push_back(CanonNamespaces::Binding{});
 }
 
-void CanonPass::writeNamespaces() {
+inline void CanonPass::writeNamespaces() {
     for (const CanonNamespaces::Binding& binding : m_candidates) {
         if (binding.prefix == kXmlPrefix || m_namespaces.isRendered(binding))
             continue;
@@ -324,7 +356,7 @@ void CanonPass::writeNamespaces() {
     }
 }
 
-void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
+inline void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
     m_attributes.clear();
     for (const XmlAttribute& a : t.attributes) {
         const std::string_view qname = slice(a.name);
@@ -343,6 +375,8 @@ void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
     }
     if (apex)
         addInheritedXmlAttributes();
+    if (m_attributes.size() < 2)
+        return;
     if (m_options.sortBugEmulation)
         canon_attribute_order::sortAsWritten(m_attributes);
     else
@@ -362,7 +396,7 @@ void CanonPass::addInheritedXmlAttributes() {
     }
 }
 
-void CanonPass::writeAttributes() {
+inline void CanonPass::writeAttributes() {
     for (const CanonAttribute& a : m_attributes) {
         m_out.push_back(' ');
         m_out.append(a.qname);
@@ -370,6 +404,17 @@ void CanonPass::writeAttributes() {
         canon_escape::appendAttributeValue(m_out, slice(a.value), a.flags, m_dtd, m_scratch);
         m_out.push_back('"');
     }
+}
+
+// An end tag without blanks before its '>' is its own canonical form.
+inline void CanonPass::writeEndTag(const XmlToken& t) {
+    if (t.end - t.begin == t.name.length + kEndTagMarkup) {
+        m_out.append(slice(XmlSpan{t.begin, t.end - t.begin}));
+        return;
+    }
+    m_out.append("</");
+    m_out.append(slice(t.name));
+    m_out.push_back('>');
 }
 
 void CanonPass::writeComment(std::string_view text) {

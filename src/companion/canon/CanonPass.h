@@ -5,10 +5,11 @@
 #include "companion/canon/CanonSink.h"
 #include "companion/canon/CanonTarget.h"
 #include "companion/xml/XmlDtd.h"
-#include "companion/xml/XmlTokenSource.h"
+#include "companion/xml/XmlScanner.h"
+#include "companion/xml/XmlTreeReplay.h"
 
 #include <cstdint>
-#include <memory>
+#include <optional>
 #include <span>
 #include <string>
 #include <string_view>
@@ -64,9 +65,15 @@ private:
         uint32_t depth;
     };
 
-    std::unique_ptr<XmlTokenSource> tokenSource(const XmlDocument* parsed);
+    void chooseTokenSource(const XmlDocument* parsed);
+    void leaveOutExcludedElement(const XmlDocument& parsed);
+    void reserveOutput();
+    // The loop is compiled once per source, so that reading a token costs no
+    // virtual call.
+    template <class Source> bool readTokens(Source& tokens, LogBase& log);
+    template <class Source> bool isExcluded(const Source& tokens) const;
+    bool reportMissingTarget(LogBase& log) const;
     void flushToSink();
-    bool isExcluded(const XmlToken& t) const;
     void onToken(const XmlToken& t);
     void onStartTag(const XmlToken& t);
     void onEndTag(const XmlToken& t);
@@ -88,6 +95,7 @@ private:
     void collectAttributes(const XmlToken& t, bool apex);
     void addInheritedXmlAttributes();
     void writeAttributes();
+    void writeEndTag(const XmlToken& t);
     void writeComment(std::string_view text);
     void writeProcessingInstruction(std::string_view target, std::string_view data);
     // Comments and PIs outside the root go on lines of their own.
@@ -102,10 +110,16 @@ private:
     const unsigned m_ordinal;
     std::string& m_out;
     XmlDtd m_dtd;
-    std::unique_ptr<XmlTokenSource> m_tokens;
+    // One of the two is the source of the tokens.
+    std::optional<XmlScanner> m_scanner;
+    std::optional<XmlTreeReplay> m_replay;
     CanonNamespaces m_namespaces;
     Phase m_phase;
+    bool m_testsExclusion; // per token, when the source does not leave the excluded element out
     uint32_t m_apexDepth = 0;
+    // Where the token being handled stands.
+    uint32_t m_depth = 0;
+    bool m_inEntity = false;
     std::vector<CanonAttribute> m_attributes;
     std::vector<CanonNamespaces::Binding> m_candidates;
     std::vector<XmlAttributeInScope> m_xmlAttributes;

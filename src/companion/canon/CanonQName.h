@@ -1,5 +1,6 @@
 #pragma once
 
+#include <algorithm>
 #include <string_view>
 
 // A qualified name as written, split at its first colon. The scanner takes
@@ -9,11 +10,23 @@ struct CanonQName {
     std::string_view prefix; // empty when the name has none
     std::string_view localName;
 
+    // Names are short: a plain loop finds the colon sooner than memchr.
     static CanonQName split(std::string_view qname) {
-        const size_t colon = qname.find(':');
-        if (colon == std::string_view::npos)
+        const auto colon = static_cast<size_t>(std::find(qname.begin(), qname.end(), ':') - qname.begin());
+        if (colon == qname.size())
             return CanonQName{{}, qname};
         return CanonQName{qname.substr(0, colon), qname.substr(colon + 1)};
+    }
+
+    // Equality of two names (prefixes, mostly of a few bytes), without the
+    // call to memcmp that comparing string_views makes.
+    static bool same(std::string_view a, std::string_view b) {
+        if (a.size() != b.size())
+            return false;
+        for (size_t i = 0; i < a.size(); ++i)
+            if (a[i] != b[i])
+                return false;
+        return true;
     }
 
     // True for "xmlns" (prefix left empty: the default namespace) and "xmlns:p".

@@ -181,13 +181,6 @@ uint32_t XmlDocument::nextSiblingElement(uint32_t n) const {
     return c;
 }
 
-std::span<const XmlDocument::Attribute> XmlDocument::attributes(uint32_t element) const {
-    const uint32_t first = m_nodes[element].firstAttribute;
-    const uint32_t last =
-        element + 1 < m_nodes.size() ? m_nodes[element + 1].firstAttribute : static_cast<uint32_t>(m_attributes.size());
-    return std::span<const Attribute>(m_attributes.data() + first, last - first);
-}
-
 std::string_view XmlDocument::attributeName(const Attribute& a) const {
     return m_dtd.slice(XmlSpan{a.nameOffset, a.nameLength});
 }

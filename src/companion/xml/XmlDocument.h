@@ -77,7 +77,12 @@ public:
     uint32_t firstChildElement(uint32_t n) const;
     uint32_t nextSiblingElement(uint32_t n) const;
 
-    std::span<const Attribute> attributes(uint32_t element) const;
+    std::span<const Attribute> attributes(uint32_t element) const {
+        const uint32_t first = m_nodes[element].firstAttribute;
+        const uint32_t last = element + 1 < m_nodes.size() ? m_nodes[element + 1].firstAttribute
+                                                           : static_cast<uint32_t>(m_attributes.size());
+        return std::span<const Attribute>(m_attributes.data() + first, last - first);
+    }
     std::string_view attributeName(const Attribute& a) const;
     void appendAttributeValue(const Attribute& a, std::string& out) const;
     // The first attribute whose name matches the pattern ("*:Id" for any prefix).

@@ -18,9 +18,7 @@ size_t utf8Length(uint32_t cp) {
 
 } // namespace
 
-std::string_view XmlDtd::slice(XmlSpan span) const {
-    if (span.offset < m_document.size())
-        return m_document.substr(span.offset, span.length);
+std::string_view XmlDtd::entityTextSlice(XmlSpan span) const {
     return std::string_view(m_entityTexts).substr(span.offset - m_document.size(), span.length);
 }
 

@@ -73,6 +73,8 @@ public:
     bool toleratesUndeclared() const { return m_hasExternalSubset && !m_standalone; }
 
 private:
+    std::string_view entityTextSlice(XmlSpan span) const;
+
     struct NameHash {
         using is_transparent = void;
         size_t operator()(std::string_view s) const { return std::hash<std::string_view>{}(s); }
@@ -87,3 +89,10 @@ private:
     bool m_hasExternalSubset = false;
     bool m_standalone = false;
 };
+
+// Inline: readers slice the document for nearly every name and value.
+inline std::string_view XmlDtd::slice(XmlSpan span) const {
+    if (span.offset < m_document.size())
+        return m_document.substr(span.offset, span.length);
+    return entityTextSlice(span);
+}

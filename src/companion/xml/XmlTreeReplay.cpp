@@ -5,7 +5,6 @@
 
 namespace {
 
-constexpr uint8_t kRawTextFlags = kTextHasReferences | kTextHasCarriageReturn;
 constexpr uint32_t kPiCloseLength = 2; // "?>"
 
 } // namespace
@@ -23,24 +22,6 @@ XmlTreeReplay::XmlTreeReplay(const XmlDocument& doc, uint32_t apex, Extent exten
     m_textFrom = doc.node(apex).begin;
 }
 
-bool XmlTreeReplay::next() {
-    if (!m_ancestors.empty())
-        return emitAncestor();
-    const bool closes = m_open.size() > m_stopDepth && (m_next >= m_limit || m_doc.parent(m_next) != m_open.back());
-    if (closes) {
-        if (emitText(m_doc.node(m_open.back()).endBegin))
-            return true;
-        emitEndTag();
-        return true;
-    }
-    if (m_next >= m_limit)
-        return false;
-    if (emitText(m_doc.node(m_next).begin))
-        return true;
-    emitNode(m_next++);
-    return true;
-}
-
 bool XmlTreeReplay::emitAncestor() {
     const uint32_t a = m_ancestors.back();
     m_ancestors.pop_back();
@@ -50,33 +31,22 @@ bool XmlTreeReplay::emitAncestor() {
     return true;
 }
 
-// Character data from m_textFrom to end, when there is any.
-bool XmlTreeReplay::emitText(uint32_t end) {
-    if (end <= m_textFrom)
-        return false;
-    setToken(XmlTokenKind::Text, m_textFrom, end);
-    m_token.content = XmlSpan{m_textFrom, end - m_textFrom};
-    m_token.textFlags = kRawTextFlags;
-    m_textFrom = end;
-    return true;
+std::span<const XmlAttribute> XmlTreeReplay::copyAttributes(std::span<const XmlDocument::Attribute> attributes) {
+    m_attributes.clear();
+    for (const XmlDocument::Attribute& a : attributes)
+        m_attributes.push_back(
+            XmlAttribute{XmlSpan{a.nameOffset, a.nameLength}, XmlSpan{a.valueOffset, a.valueLength}, a.flags});
+    return m_attributes;
 }
 
-void XmlTreeReplay::emitNode(uint32_t n) {
-    const XmlDocument::Node& node = m_doc.node(n);
+void XmlTreeReplay::leaveOut() {
+    m_textFrom = m_doc.endTagEnd(m_next);
+    m_next = m_doc.subtreeEnd(m_next);
+}
+
+bool XmlTreeReplay::emitOtherNode(const XmlDocument::Node& node) {
     setToken(XmlTokenKind::Text, node.begin, node.startEnd);
-    m_textFrom = node.startEnd;
     switch (node.kind) {
-    case XmlNodeKind::Element:
-        m_token.kind = XmlTokenKind::StartTag;
-        m_token.name = XmlSpan{node.begin + 1, node.nameLength};
-        m_token.selfClosing = (node.flags & XmlDocument::kSelfClosing) != 0;
-        m_attributes.clear();
-        for (const XmlDocument::Attribute& a : m_doc.attributes(n))
-            m_attributes.push_back(
-                XmlAttribute{XmlSpan{a.nameOffset, a.nameLength}, XmlSpan{a.valueOffset, a.valueLength}, a.flags});
-        m_token.attributes = m_attributes;
-        m_open.push_back(n);
-        break;
     case XmlNodeKind::CData: {
         const auto open = static_cast<uint32_t>(xml_markup::kCDataOpen.size());
         const auto close = static_cast<uint32_t>(xml_markup::kCDataClose.size());
@@ -103,29 +73,26 @@ void XmlTreeReplay::emitNode(uint32_t n) {
         m_token.content = XmlSpan{dataBegin, dataEnd - dataBegin};
         break;
     }
+    case XmlNodeKind::Element:
     case XmlNodeKind::Text:
-        // Only entity expansions make Text nodes; a replayable tree has none.
+        // Elements are emitted inline; only entity expansions make Text
+        // nodes, and a replayable tree has none.
         break;
     }
+    return true;
 }
 
-void XmlTreeReplay::emitEndTag() {
+bool XmlTreeReplay::emitEndTag() {
     const uint32_t e = m_open.back();
     m_open.pop_back();
     const XmlDocument::Node& node = m_doc.node(e);
-    if (node.flags & XmlDocument::kSelfClosing) {
-        // As the scanner does: a token of no width where the tag ends.
+    // As the scanner does for "<a/>": a token of no width where the tag ends.
+    const bool selfClosing = node.flags & XmlDocument::kSelfClosing;
+    if (selfClosing)
         setToken(XmlTokenKind::EndTag, node.startEnd, node.startEnd);
-    } else {
+    else
         setToken(XmlTokenKind::EndTag, node.endBegin, m_doc.endTagEnd(e));
-    }
     m_token.name = XmlSpan{node.begin + 1, node.nameLength};
     m_textFrom = m_token.end;
-}
-
-void XmlTreeReplay::setToken(XmlTokenKind kind, uint32_t begin, uint32_t end) {
-    m_token = XmlToken{};
-    m_token.kind = kind;
-    m_token.begin = begin;
-    m_token.end = end;
+    return true;
 }

@@ -24,7 +24,26 @@ public:
     explicit XmlTreeReplay(const XmlDocument& doc) : XmlTreeReplay(doc, doc.root()) {}
     XmlTreeReplay(const XmlDocument& doc, uint32_t apex, Extent extent = Extent::Subtree);
 
-    bool next() override;
+    // Inline, as a pass over a large document calls it for every token.
+    bool next() override {
+        if (!m_ancestors.empty())
+            return emitAncestor();
+        if (m_open.size() > m_stopDepth && (m_next >= m_limit || m_doc.parent(m_next) != m_open.back()))
+            return emitText(m_doc.node(m_open.back()).endBegin) || emitEndTag();
+        if (m_next >= m_limit)
+            return false;
+        if (emitText(m_doc.node(m_next).begin))
+            return true;
+        if (m_next == m_left) {
+            leaveOut();
+            return next();
+        }
+        return emitNode(m_next++);
+    }
+    // Replays the document as if the element (not the apex nor one of its
+    // ancestors) were cut out of its text: the character data around it
+    // comes as two Text tokens.
+    void leaveOut(uint32_t element) { m_left = element; }
     const XmlToken& token() const override { return m_token; }
     bool failed() const override { return false; }
     std::string errorMessage() const override { return {}; }
@@ -34,10 +53,43 @@ public:
 
 private:
     bool emitAncestor();
-    bool emitText(uint32_t end);
-    void emitNode(uint32_t n);
-    void emitEndTag();
-    void setToken(XmlTokenKind kind, uint32_t begin, uint32_t end);
+    // Character data from m_textFrom to end, when there is any.
+    bool emitText(uint32_t end) {
+        if (end <= m_textFrom)
+            return false;
+        setToken(XmlTokenKind::Text, m_textFrom, end);
+        m_token.content = XmlSpan{m_textFrom, end - m_textFrom};
+        m_token.textFlags = kRawTextFlags;
+        m_textFrom = end;
+        return true;
+    }
+    bool emitNode(uint32_t n) {
+        const XmlDocument::Node& node = m_doc.node(n);
+        m_textFrom = node.startEnd;
+        if (node.kind != XmlNodeKind::Element)
+            return emitOtherNode(node);
+        setToken(XmlTokenKind::StartTag, node.begin, node.startEnd);
+        m_token.name = XmlSpan{node.begin + 1, node.nameLength};
+        m_token.selfClosing = (node.flags & XmlDocument::kSelfClosing) != 0;
+        const auto attributes = m_doc.attributes(n);
+        if (!attributes.empty())
+            m_token.attributes = copyAttributes(attributes);
+        m_open.push_back(n);
+        return true;
+    }
+    bool emitOtherNode(const XmlDocument::Node& node);
+    std::span<const XmlAttribute> copyAttributes(std::span<const XmlDocument::Attribute> attributes);
+    bool emitEndTag();
+    void leaveOut();
+    void setToken(XmlTokenKind kind, uint32_t begin, uint32_t end) {
+        m_token = XmlToken{};
+        m_token.kind = kind;
+        m_token.begin = begin;
+        m_token.end = end;
+    }
+
+    // Raw text as the scanner flags it when it has not looked: for references and line ends.
+    static constexpr uint8_t kRawTextFlags = kTextHasReferences | kTextHasCarriageReturn;
 
     const XmlDocument& m_doc;
     std::vector<uint32_t> m_ancestors; // innermost first; emitted from the back
@@ -47,5 +99,6 @@ private:
     uint32_t m_limit;
     uint32_t m_stopDepth = 0; // the ancestors stay open: the replay ends with the apex
     uint32_t m_textFrom = 0;  // where character data not yet emitted begins
+    uint32_t m_left = kNoNode;
     XmlToken m_token;
 };
