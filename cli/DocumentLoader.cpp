@@ -20,6 +20,7 @@ bool readFile(const std::string& path, DataBuffer& out, std::string& error) {
     in.seekg(0);
     std::string bytes;
     reserveWithHugePages(bytes, static_cast<size_t>(size));
+    populateInParallel(bytes.data(), static_cast<size_t>(size));
     bytes.resize(static_cast<size_t>(size));
     if (size > 0 && !in.read(bytes.data(), size)) {
         error = path + ": cannot read";

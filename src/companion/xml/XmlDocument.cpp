@@ -55,10 +55,13 @@ bool XmlDocument::build(XmlScanner& scanner) {
     reserveWithHugePages(m_attributes, scanner.lessThanCount());
     std::vector<OpenElement> open;
     open.reserve(xml_limits::kMaxElementDepth);
+    BackgroundPopulation nodePages;
     while (scanner.next()) {
         const XmlToken& t = scanner.token();
         switch (t.kind) {
         case XmlTokenKind::StartTag: {
+            if (open.empty() && m_replayable)
+                populateNodesAhead(nodePages, scanner.lessThanCount());
             const uint8_t flags = t.selfClosing ? kSelfClosing : 0;
             const uint32_t n = addNode(scanner, open, XmlNodeKind::Element, t.begin, t.end, flags);
             m_nodes[n].nameLength = static_cast<uint16_t>(t.name.length);
@@ -114,6 +117,13 @@ void XmlDocument::noteSignatureCandidate(uint32_t element, std::string_view qual
     else if (qualifiedName.ends_with(kSignedInfo) && localName(qualifiedName) == kSignedInfo &&
              m_nodes[element].parent != kNoNode)
         m_signatureCandidates.push_back(m_nodes[element].parent);
+}
+
+// Without a DOCTYPE no entity adds nodes, so the reserved array is never
+// replaced while it is being populated. Most elements have an end tag: about
+// half the '<' open a node.
+void XmlDocument::populateNodesAhead(BackgroundPopulation& pages, size_t lessThanCount) {
+    pages.start(m_nodes.data(), std::min(lessThanCount / 2, m_nodes.capacity()) * sizeof(Node));
 }
 
 uint32_t XmlDocument::addNode(const XmlScanner& scanner, std::vector<OpenElement>& open, XmlNodeKind kind,

@@ -11,6 +11,7 @@
 #include <string_view>
 #include <vector>
 
+class BackgroundPopulation;
 class XmlScanner;
 
 enum class XmlNodeKind : uint8_t { Element, Text, CData, Comment, ProcessingInstruction };
@@ -140,6 +141,7 @@ private:
     uint32_t addNode(const XmlScanner& scanner, std::vector<OpenElement>& open, XmlNodeKind kind, uint32_t begin,
                      uint32_t end, uint8_t flags);
     void addAttributes(std::span<const XmlAttribute> attributes);
+    void populateNodesAhead(BackgroundPopulation& pages, size_t lessThanCount);
     void noteSignatureCandidate(uint32_t element, std::string_view qualifiedName);
     XmlSpan origin(uint32_t n) const;
     // The document bytes a child occupies, for finding the text around it.
