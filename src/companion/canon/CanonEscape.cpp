@@ -172,6 +172,10 @@ const char* appendReference(std::string& out, const char* p, const char* end, co
 
 namespace canon_escape {
 
+size_t plainTextLength(std::string_view raw) {
+    return static_cast<size_t>(findTextSpecial(raw.data(), raw.data() + raw.size()) - raw.data());
+}
+
 void appendText(std::string& out, std::string_view raw, uint8_t textFlags, bool crIsCharacter, const XmlDtd& dtd) {
     if (textFlags == 0) {
         appendEscapedText(out, raw);

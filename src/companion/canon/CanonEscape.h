@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -10,6 +11,9 @@ class XmlDtd;
 // is decoded (references, line ends) and escaped in one go.
 namespace canon_escape {
 
+// How many bytes at the start of raw character data are their own canonical
+// form: those before the first reference, line end or byte to escape.
+size_t plainTextLength(std::string_view raw);
 // Character data: & < > and CR escaped. `crIsCharacter` is set inside an
 // entity's replacement text, where a CR can only come from a character
 // reference in the entity value and so is not a line end.

@@ -2,6 +2,7 @@
 
 #include "companion/canon/CanonAttribute.h"
 #include "companion/canon/CanonNamespaces.h"
+#include "companion/canon/CanonOutput.h"
 #include "companion/canon/CanonSink.h"
 #include "companion/canon/CanonTarget.h"
 #include "companion/xml/XmlDtd.h"
@@ -86,7 +87,9 @@ private:
     void rememberXmlAttributes(const XmlToken& t);
     void forgetXmlAttributesBelow(uint32_t depth);
 
+    void writeText(const XmlToken& t);
     void writeStartTag(const XmlToken& t, bool apex);
+    void closeStartTag(const XmlToken& t);
     void collectInclusiveNamespaces(bool apex);
     void collectExclusiveNamespaces(std::string_view elementPrefix, bool apex);
     void considerUtilized(std::string_view prefix);
@@ -108,7 +111,7 @@ private:
     const CanonTarget& m_target;
     unsigned& m_authenticatedCounter;
     const unsigned m_ordinal;
-    std::string& m_out;
+    CanonOutput m_output;
     XmlDtd m_dtd;
     // One of the two is the source of the tokens.
     std::optional<XmlScanner> m_scanner;
