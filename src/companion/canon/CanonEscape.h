@@ -24,6 +24,8 @@ void appendCData(std::string& out, std::string_view raw, bool crIsCharacter);
 // decoded value when the raw one needs decoding.
 void appendAttributeValue(std::string& out, std::string_view raw, uint8_t attributeFlags, const XmlDtd& dtd,
                           std::string& scratch);
+// True when a raw attribute value is its own canonical form.
+bool isPlainAttributeValue(std::string_view raw, uint8_t attributeFlags);
 // Comment and processing-instruction text: only line ends change.
 void appendMarkupText(std::string& out, std::string_view raw);
 

@@ -400,6 +400,10 @@ void CanonPass::addInheritedXmlAttributes() {
 
 inline void CanonPass::writeAttributes() {
     for (const CanonAttribute& a : m_attributes) {
+        if (const std::string_view written = writtenCanonically(a); !written.empty()) {
+            m_output.copy(written);
+            continue;
+        }
         m_output.push_back(' ');
         m_output.append(a.qname);
         m_output.append("=\"");
@@ -426,6 +430,19 @@ inline void CanonPass::closeStartTag(const XmlToken& t) {
         m_output.copy(tag.substr(tag.size() - 1));
     else
         m_output.push_back('>');
+}
+
+// An attribute written as ` name="value"`, with a value that needs neither
+// decoding nor escaping, is its own canonical form: those bytes, or nothing.
+std::string_view CanonPass::writtenCanonically(const CanonAttribute& a) const {
+    const std::string_view value = slice(a.value);
+    const char* const nameEnd = a.qname.data() + a.qname.size();
+    // In this order, so that only a name in a start tag has its byte before read.
+    const bool asWritten = value.data() == nameEnd + 2 && nameEnd[0] == '=' && nameEnd[1] == '"' &&
+                           value.data()[value.size()] == '"' && a.qname.data()[-1] == ' ';
+    if (!asWritten || !canon_escape::isPlainAttributeValue(value, a.flags))
+        return {};
+    return std::string_view(a.qname.data() - 1, value.data() + value.size() + 1);
 }
 
 // An end tag without blanks before its '>' is its own canonical form.

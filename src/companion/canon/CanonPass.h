@@ -98,6 +98,7 @@ private:
     void collectAttributes(const XmlToken& t, bool apex);
     void addInheritedXmlAttributes();
     void writeAttributes();
+    std::string_view writtenCanonically(const CanonAttribute& a) const;
     void writeEndTag(const XmlToken& t);
     void writeComment(std::string_view text);
     void writeProcessingInstruction(std::string_view target, std::string_view data);
