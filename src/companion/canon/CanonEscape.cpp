@@ -172,7 +172,7 @@ const char* appendReference(std::string& out, const char* p, const char* end, co
 
 namespace canon_escape {
 
-size_t plainTextLength(std::string_view raw) {
+size_t plainLengthOfLongText(std::string_view raw) {
     return static_cast<size_t>(findTextSpecial(raw.data(), raw.data() + raw.size()) - raw.data());
 }
 

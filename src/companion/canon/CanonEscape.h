@@ -11,9 +11,25 @@ class XmlDtd;
 // is decoded (references, line ends) and escaped in one go.
 namespace canon_escape {
 
+// A run of text this long or longer is searched sixteen bytes at a time.
+constexpr size_t kLongText = 16;
+size_t plainLengthOfLongText(std::string_view raw);
+
 // How many bytes at the start of raw character data are their own canonical
 // form: those before the first reference, line end or byte to escape.
-size_t plainTextLength(std::string_view raw);
+// Inline for the short runs between tags, most of the text of a document.
+inline size_t plainTextLength(std::string_view raw) {
+    if (raw.size() >= kLongText)
+        return plainLengthOfLongText(raw);
+    // '&', '<', '>' and CR, as bits of the bytes below 64.
+    constexpr uint64_t kSpecial = (1ull << '&') | (1ull << '<') | (1ull << '>') | (1ull << '\r');
+    for (size_t i = 0; i < raw.size(); ++i) {
+        const auto c = static_cast<unsigned char>(raw[i]);
+        if (c < 64 && ((kSpecial >> c) & 1))
+            return i;
+    }
+    return raw.size();
+}
 // Character data: & < > and CR escaped. `crIsCharacter` is set inside an
 // entity's replacement text, where a CR can only come from a character
 // reference in the entity value and so is not a line end.

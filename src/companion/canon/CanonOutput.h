@@ -42,7 +42,7 @@ private:
             writeRun();
     }
     void writeRun() {
-        m_out.append(m_runBegin, m_runEnd);
+        m_out.append(m_runBegin, static_cast<size_t>(m_runEnd - m_runBegin));
         m_runBegin = m_runEnd;
     }
 
