@@ -96,6 +96,7 @@ void CanonPass::reserveOutput() {
         break;
     case XmlTokenKind::EndTag:
         onEndTag(t);
+        handOverFullChunk();
         break;
     case XmlTokenKind::Text:
         if (m_phase == Phase::Inside)
@@ -104,12 +105,15 @@ void CanonPass::reserveOutput() {
     case XmlTokenKind::CData:
         if (m_phase == Phase::Inside)
             canon_escape::appendCData(m_output.flushed(), slice(t.content), m_inEntity);
+        handOverFullChunk();
         break;
     case XmlTokenKind::Comment:
         onComment(t);
+        handOverFullChunk();
         break;
     case XmlTokenKind::ProcessingInstruction:
         onProcessingInstruction(t);
+        handOverFullChunk();
         break;
     case XmlTokenKind::Doctype:
     case XmlTokenKind::EntityStart:
@@ -125,8 +129,6 @@ template <class Source> bool CanonPass::readTokens(Source& tokens, LogBase& log)
         if (isExcluded(tokens))
             continue;
         onToken(tokens.token());
-        if (m_sink && m_output.size() >= kSinkChunkBytes)
-            flushToSink();
     }
     if (m_sink)
         flushToSink();
@@ -170,6 +172,13 @@ bool CanonPass::reportMissingTarget(LogBase& log) const {
         break;
     }
     return false;
+}
+
+// Tested after the tokens that can follow one another without bound; at
+// most two runs of text, or one start tag per level, come between two of them.
+inline void CanonPass::handOverFullChunk() {
+    if (m_sink && m_output.size() >= kSinkChunkBytes)
+        flushToSink();
 }
 
 void CanonPass::flushToSink() {

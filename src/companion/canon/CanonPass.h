@@ -74,6 +74,7 @@ private:
     template <class Source> bool readTokens(Source& tokens, LogBase& log);
     template <class Source> bool isExcluded(const Source& tokens) const;
     bool reportMissingTarget(LogBase& log) const;
+    void handOverFullChunk();
     void flushToSink();
     void onToken(const XmlToken& t);
     void onStartTag(const XmlToken& t);
