@@ -16,15 +16,6 @@
 
 namespace {
 
-constexpr std::array<bool, 256> byteTable(std::string_view bytes) {
-    std::array<bool, 256> table{};
-    for (char c : bytes)
-        table[static_cast<unsigned char>(c)] = true;
-    return table;
-}
-// What canonical text escapes, plus '&' and CR, which raw text decodes first.
-constexpr auto kTextSpecial = byteTable("&<>\r");
-
 constexpr std::string_view kLineFeed = "\n";
 constexpr std::string_view kEscapedCarriageReturn = "&#xD;";
 
@@ -136,7 +127,7 @@ void appendEscapedAttribute(std::string& out, std::string_view value) {
 }
 
 void appendEscapedCodePoint(std::string& out, uint32_t codePoint) {
-    if (codePoint < 0x80 && kTextSpecial[codePoint])
+    if (codePoint < 0x80 && canon_escape::kRawTextSpecial[codePoint])
         out.append(textEscape(static_cast<char>(codePoint)));
     else
         appendUtf8(codePoint, out);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -15,20 +16,24 @@ namespace canon_escape {
 constexpr size_t kLongText = 16;
 size_t plainLengthOfLongText(std::string_view raw);
 
+// What canonical text escapes, plus '&' and CR, which raw text decodes first.
+inline constexpr std::array<bool, 256> kRawTextSpecial = [] {
+    std::array<bool, 256> table{};
+    for (const char c : std::string_view("&<>\r"))
+        table[static_cast<unsigned char>(c)] = true;
+    return table;
+}();
+
 // How many bytes at the start of raw character data are their own canonical
 // form: those before the first reference, line end or byte to escape.
 // Inline for the short runs between tags, most of the text of a document.
 inline size_t plainTextLength(std::string_view raw) {
     if (raw.size() >= kLongText)
         return plainLengthOfLongText(raw);
-    // '&', '<', '>' and CR, as bits of the bytes below 64.
-    constexpr uint64_t kSpecial = (1ull << '&') | (1ull << '<') | (1ull << '>') | (1ull << '\r');
-    for (size_t i = 0; i < raw.size(); ++i) {
-        const auto c = static_cast<unsigned char>(raw[i]);
-        if (c < 64 && ((kSpecial >> c) & 1))
-            return i;
-    }
-    return raw.size();
+    size_t i = 0;
+    while (i < raw.size() && !kRawTextSpecial[static_cast<unsigned char>(raw[i])])
+        ++i;
+    return i;
 }
 // Character data: & < > and CR escaped. `crIsCharacter` is set inside an
 // entity's replacement text, where a CR can only come from a character

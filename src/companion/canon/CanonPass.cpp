@@ -320,6 +320,8 @@ void CanonPass::collectInclusiveNamespaces(bool apex) {
         const auto here = m_namespaces.declaredHere();
         m_candidates.assign(here.begin(), here.end());
     }
+    // The xml prefix is bound whether declared or not, and never rendered.
+    std::erase_if(m_candidates, [](const CanonNamespaces::Binding& b) { return b.prefix == kXmlPrefix; });
     std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
 }
 
@@ -362,7 +364,7 @@ bool CanonPass::declaredOnElement(std::string_view prefix) const {
 
 inline void CanonPass::writeNamespaces() {
     for (const CanonNamespaces::Binding& binding : m_candidates) {
-        if (binding.prefix == kXmlPrefix || m_namespaces.isRendered(binding))
+        if (m_namespaces.isRendered(binding))
             continue;
         m_namespaces.markRendered(binding);
         m_output.append(m_namespaces.declarationText(binding));
