@@ -220,9 +220,9 @@ void appendAttributeValue(std::string& out, std::string_view raw, uint8_t attrib
     appendEscapedAttribute(out, scratch);
 }
 
-bool isPlainAttributeValue(std::string_view raw, uint8_t attributeFlags) {
+bool isPlainLongAttributeValue(std::string_view raw) {
     const char* const end = raw.data() + raw.size();
-    return !(attributeFlags & kAttrNeedsDecoding) && findAttributeSpecial(raw.data(), end) == end;
+    return findAttributeSpecial(raw.data(), end) == end;
 }
 
 void appendMarkupText(std::string& out, std::string_view raw) {

@@ -447,7 +447,7 @@ inline void CanonPass::closeStartTag(const XmlToken& t) {
 
 // An attribute written as ` name="value"`, with a value that needs neither
 // decoding nor escaping, is its own canonical form: those bytes, or nothing.
-std::string_view CanonPass::writtenCanonically(const CanonAttribute& a) const {
+inline std::string_view CanonPass::writtenCanonically(const CanonAttribute& a) const {
     const std::string_view value = slice(a.value);
     const char* const nameEnd = a.qname.data() + a.qname.size();
     // In this order, so that only a name in a start tag has its byte before read.
