@@ -16,15 +16,6 @@
 
 namespace {
 
-constexpr std::array<bool, 256> byteTable(std::string_view bytes) {
-    std::array<bool, 256> table{};
-    for (char c : bytes)
-        table[static_cast<unsigned char>(c)] = true;
-    return table;
-}
-// What canonical text escapes, plus '&' and CR, which raw text decodes first.
-constexpr auto kTextSpecial = byteTable("&<>\r");
-
 constexpr std::string_view kLineFeed = "\n";
 constexpr std::string_view kEscapedCarriageReturn = "&#xD;";
 
@@ -136,7 +127,7 @@ void appendEscapedAttribute(std::string& out, std::string_view value) {
 }
 
 void appendEscapedCodePoint(std::string& out, uint32_t codePoint) {
-    if (codePoint < 0x80 && kTextSpecial[codePoint])
+    if (codePoint < 0x80 && canon_escape::kRawTextSpecial[codePoint])
         out.append(textEscape(static_cast<char>(codePoint)));
     else
         appendUtf8(codePoint, out);
@@ -171,6 +162,10 @@ const char* appendReference(std::string& out, const char* p, const char* end, co
 } // namespace
 
 namespace canon_escape {
+
+size_t plainLengthOfLongText(std::string_view raw) {
+    return static_cast<size_t>(findTextSpecial(raw.data(), raw.data() + raw.size()) - raw.data());
+}
 
 void appendText(std::string& out, std::string_view raw, uint8_t textFlags, bool crIsCharacter, const XmlDtd& dtd) {
     if (textFlags == 0) {
@@ -223,6 +218,11 @@ void appendAttributeValue(std::string& out, std::string_view raw, uint8_t attrib
     scratch.clear();
     XmlTextDecoder::appendAttribute(raw, dtd, (attributeFlags & kAttrTokenized) != 0, scratch);
     appendEscapedAttribute(out, scratch);
+}
+
+bool isPlainLongAttributeValue(std::string_view raw) {
+    const char* const end = raw.data() + raw.size();
+    return findAttributeSpecial(raw.data(), end) == end;
 }
 
 void appendMarkupText(std::string& out, std::string_view raw) {

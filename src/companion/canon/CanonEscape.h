@@ -1,5 +1,10 @@
 #pragma once
 
+#include "companion/xml/XmlToken.h"
+
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -10,6 +15,32 @@ class XmlDtd;
 // is decoded (references, line ends) and escaped in one go.
 namespace canon_escape {
 
+// A run of text this long or longer is searched sixteen bytes at a time.
+constexpr size_t kLongText = 16;
+size_t plainLengthOfLongText(std::string_view raw);
+
+constexpr std::array<bool, 256> byteSet(std::string_view bytes) {
+    std::array<bool, 256> table{};
+    for (const char c : bytes)
+        table[static_cast<unsigned char>(c)] = true;
+    return table;
+}
+// What canonical text escapes, plus '&' and CR, which raw text decodes first.
+inline constexpr auto kRawTextSpecial = byteSet("&<>\r");
+// What a canonical attribute value escapes.
+inline constexpr auto kAttributeSpecial = byteSet("&<\"\t\n\r");
+
+// How many bytes at the start of raw character data are their own canonical
+// form: those before the first reference, line end or byte to escape.
+// Inline for the short runs between tags, most of the text of a document.
+inline size_t plainTextLength(std::string_view raw) {
+    if (raw.size() >= kLongText)
+        return plainLengthOfLongText(raw);
+    size_t i = 0;
+    while (i < raw.size() && !kRawTextSpecial[static_cast<unsigned char>(raw[i])])
+        ++i;
+    return i;
+}
 // Character data: & < > and CR escaped. `crIsCharacter` is set inside an
 // entity's replacement text, where a CR can only come from a character
 // reference in the entity value and so is not a line end.
@@ -20,6 +51,17 @@ void appendCData(std::string& out, std::string_view raw, bool crIsCharacter);
 // decoded value when the raw one needs decoding.
 void appendAttributeValue(std::string& out, std::string_view raw, uint8_t attributeFlags, const XmlDtd& dtd,
                           std::string& scratch);
+bool isPlainLongAttributeValue(std::string_view raw);
+// True when a raw attribute value is its own canonical form. Inline for
+// short values, as most are.
+inline bool isPlainAttributeValue(std::string_view raw, uint8_t attributeFlags) {
+    if (attributeFlags & kAttrNeedsDecoding)
+        return false;
+    if (raw.size() >= kLongText)
+        return isPlainLongAttributeValue(raw);
+    return std::none_of(raw.begin(), raw.end(),
+                        [](char c) { return kAttributeSpecial[static_cast<unsigned char>(c)]; });
+}
 // Comment and processing-instruction text: only line ends change.
 void appendMarkupText(std::string& out, std::string_view raw);
 

@@ -6,12 +6,6 @@
 
 #include <algorithm>
 
-namespace {
-
-constexpr std::string_view kEmptyDefaultDeclaration = " xmlns=\"\"";
-
-} // namespace
-
 void CanonNamespaces::dropDeclarations(const Level& level) {
     m_bindings.resize(level.bindings);
     m_decoded.resize(level.decodedBytes);
@@ -51,12 +45,6 @@ std::string_view CanonNamespaces::uri(const Binding& binding) const {
     return binding.value.length == 0 ? std::string_view{} : m_dtd.slice(binding.value);
 }
 
-std::string_view CanonNamespaces::declarationText(const Binding& binding) const {
-    if (binding.declaration.length == 0)
-        return kEmptyDefaultDeclaration;
-    return std::string_view(m_declarations).substr(binding.declaration.offset, binding.declaration.length);
-}
-
 void CanonNamespaces::collectInScope(std::vector<Binding>& out) const {
     const size_t first = out.size();
     for (auto it = m_bindings.rbegin(); it != m_bindings.rend(); ++it) {
@@ -65,16 +53,4 @@ void CanonNamespaces::collectInScope(std::vector<Binding>& out) const {
         if (!shadowed)
             out.push_back(*it);
     }
-}
-
-bool CanonNamespaces::isRendered(const Binding& binding) const {
-    for (auto it = m_rendered.rbegin(); it != m_rendered.rend(); ++it) {
-        if (!CanonQName::same(it->prefix, binding.prefix))
-            continue;
-        // The same declaration, as on most elements, spares comparing URIs.
-        const bool sameDeclaration = it->decoded == binding.decoded && it->value.offset == binding.value.offset &&
-                                     it->value.length == binding.value.length;
-        return sameDeclaration || uri(*it) == uri(binding);
-    }
-    return binding.prefix.empty() && uri(binding).empty();
 }

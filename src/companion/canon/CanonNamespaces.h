@@ -46,7 +46,11 @@ public:
     // The binding as a canonical namespace attribute with its leading blank;
     // for the stand-in binding of an undeclared default namespace, xmlns="".
     // Valid until the next declare().
-    std::string_view declarationText(const Binding& binding) const;
+    std::string_view declarationText(const Binding& binding) const {
+        if (binding.declaration.length == 0)
+            return kEmptyDefaultDeclaration;
+        return std::string_view(m_declarations).substr(binding.declaration.offset, binding.declaration.length);
+    }
     std::span<const Binding> declaredHere() const {
         const uint32_t first = m_levels.empty() ? 0 : m_levels.back().bindings;
         return std::span<const Binding>(m_bindings).subspan(first);
@@ -57,10 +61,22 @@ public:
     // True when the nearest output ancestor already renders the binding's
     // prefix with its URI. With nothing rendered the default namespace is the
     // empty one.
-    bool isRendered(const Binding& binding) const;
+    bool isRendered(const Binding& binding) const {
+        for (auto it = m_rendered.rbegin(); it != m_rendered.rend(); ++it) {
+            if (!CanonQName::same(it->prefix, binding.prefix))
+                continue;
+            // The same declaration, as on most elements, spares comparing URIs.
+            const bool sameDeclaration = it->decoded == binding.decoded && it->value.offset == binding.value.offset &&
+                                         it->value.length == binding.value.length;
+            return sameDeclaration || uri(*it) == uri(binding);
+        }
+        return binding.prefix.empty() && uri(binding).empty();
+    }
     void markRendered(const Binding& binding) { m_rendered.push_back(binding); }
 
 private:
+    static constexpr std::string_view kEmptyDefaultDeclaration = " xmlns=\"\"";
+
     XmlSpan writeDeclaration(const Binding& binding);
 
     struct Level {

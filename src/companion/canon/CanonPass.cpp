@@ -33,8 +33,8 @@ bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding&
 CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const CanonOptions& options,
                      const CanonTarget& target, unsigned& authenticatedCounter, unsigned ordinal, std::string& out)
     : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
-      m_out(out), m_dtd(document), m_namespaces(m_dtd), m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching),
-      m_testsExclusion(options.excludedEnd != 0) {
+      m_output(out), m_dtd(document), m_namespaces(m_dtd),
+      m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching), m_testsExclusion(options.excludedEnd != 0) {
     chooseTokenSource(parsed);
 }
 
@@ -78,35 +78,42 @@ void CanonPass::reserveOutput() {
     if (m_sink) {
         // Room for the last token past the chunk size; buffers handed back
         // by the sink keep this capacity.
-        m_out.reserve(kSinkChunkBytes + kSinkChunkBytes / 4);
+        m_output.flushed().reserve(kSinkChunkBytes + kSinkChunkBytes / 4);
     } else if (m_target.isDocument()) {
         // Canonical text is about as long as its source; a little headroom
         // spares a reallocation (a doubling) for most documents.
-        m_out.reserve(m_out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
+        std::string& out = m_output.flushed();
+        out.reserve(out.size() + m_dtd.document().size() + m_dtd.document().size() / 8);
     }
 }
 
-inline void CanonPass::onToken(const XmlToken& t) {
+// The steps of a token and of a start tag are forced inline: the compiler's
+// size limits would leave them as calls, at about a tenth of the pass's cost.
+[[gnu::always_inline]] inline void CanonPass::onToken(const XmlToken& t) {
     switch (t.kind) {
     case XmlTokenKind::StartTag:
         onStartTag(t);
         break;
     case XmlTokenKind::EndTag:
         onEndTag(t);
+        handOverFullChunk();
         break;
     case XmlTokenKind::Text:
         if (m_phase == Phase::Inside)
-            canon_escape::appendText(m_out, slice(t.content), t.textFlags, m_inEntity, m_dtd);
+            writeText(t);
         break;
     case XmlTokenKind::CData:
         if (m_phase == Phase::Inside)
-            canon_escape::appendCData(m_out, slice(t.content), m_inEntity);
+            canon_escape::appendCData(m_output.flushed(), slice(t.content), m_inEntity);
+        handOverFullChunk();
         break;
     case XmlTokenKind::Comment:
         onComment(t);
+        handOverFullChunk();
         break;
     case XmlTokenKind::ProcessingInstruction:
         onProcessingInstruction(t);
+        handOverFullChunk();
         break;
     case XmlTokenKind::Doctype:
     case XmlTokenKind::EntityStart:
@@ -122,11 +129,10 @@ template <class Source> bool CanonPass::readTokens(Source& tokens, LogBase& log)
         if (isExcluded(tokens))
             continue;
         onToken(tokens.token());
-        if (m_sink && m_out.size() >= kSinkChunkBytes)
-            flushToSink();
     }
     if (m_sink)
         flushToSink();
+    m_output.flushed();
     if (tokens.failed()) {
         log.LogError(tokens.errorMessage());
         return false;
@@ -168,8 +174,15 @@ bool CanonPass::reportMissingTarget(LogBase& log) const {
     return false;
 }
 
+// Tested after the tokens that can follow one another without bound; at
+// most two runs of text, or one start tag per level, come between two of them.
+inline void CanonPass::handOverFullChunk() {
+    if (m_sink && m_output.size() >= kSinkChunkBytes)
+        flushToSink();
+}
+
 void CanonPass::flushToSink() {
-    m_sink->handOver(m_out);
+    m_sink->handOver(m_output.flushed());
 }
 
 inline void CanonPass::onStartTag(const XmlToken& t) {
@@ -223,12 +236,12 @@ void CanonPass::onProcessingInstruction(const XmlToken& t) {
 
 void CanonPass::beforeOutsideRoot() {
     if (m_phase == Phase::Epilog)
-        m_out.push_back('\n');
+        m_output.push_back('\n');
 }
 
 void CanonPass::afterOutsideRoot() {
     if (m_phase == Phase::Prolog)
-        m_out.push_back('\n');
+        m_output.push_back('\n');
 }
 
 bool CanonPass::isApex(const XmlToken& t) {
@@ -290,10 +303,10 @@ inline void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
     else
         collectInclusiveNamespaces(apex);
     // '<' and the name, as the tag begins.
-    m_out.append(slice(XmlSpan{t.begin, t.name.end() - t.begin}));
+    m_output.copy(slice(XmlSpan{t.begin, t.name.end() - t.begin}));
     writeNamespaces();
     writeAttributes();
-    m_out.push_back('>');
+    closeStartTag(t);
 }
 
 // Inclusive: the apex renders every namespace in scope, a descendant only
@@ -307,12 +320,14 @@ void CanonPass::collectInclusiveNamespaces(bool apex) {
         const auto here = m_namespaces.declaredHere();
         m_candidates.assign(here.begin(), here.end());
     }
+    // The xml prefix is bound whether declared or not, and never rendered.
+    std::erase_if(m_candidates, [](const CanonNamespaces::Binding& b) { return b.prefix == kXmlPrefix; });
     std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
 }
 
 // Exclusive: the namespaces that the element's name and attributes use, and
 // those of the inclusive prefix list that inclusive rules would render.
-inline void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool apex) {
+[[gnu::always_inline]] inline void CanonPass::collectExclusiveNamespaces(std::string_view elementPrefix, bool apex) {
     m_candidates.clear();
     considerUtilized(elementPrefix);
     for (const CanonAttribute& a : m_attributes)
@@ -338,7 +353,7 @@ bool CanonPass::declaredOnElement(std::string_view prefix) const {
                        [&](const CanonNamespaces::Binding& b) { return CanonQName::same(b.prefix, prefix); });
 }
 
-inline void CanonPass::considerUtilized(std::string_view prefix) {
+[[gnu::always_inline]] inline void CanonPass::considerUtilized(std::string_view prefix) {
     if (prefix == kXmlPrefix)
         return;
     if (const CanonNamespaces::Binding* binding = m_namespaces.find(prefix))
@@ -349,14 +364,14 @@ inline void CanonPass::considerUtilized(std::string_view prefix) {
 
 inline void CanonPass::writeNamespaces() {
     for (const CanonNamespaces::Binding& binding : m_candidates) {
-        if (binding.prefix == kXmlPrefix || m_namespaces.isRendered(binding))
+        if (m_namespaces.isRendered(binding))
             continue;
         m_namespaces.markRendered(binding);
-        m_out.append(m_namespaces.declarationText(binding));
+        m_output.append(m_namespaces.declarationText(binding));
     }
 }
 
-inline void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
+[[gnu::always_inline]] inline void CanonPass::collectAttributes(const XmlToken& t, bool apex) {
     m_attributes.clear();
     for (const XmlAttribute& a : t.attributes) {
         const std::string_view qname = slice(a.name);
@@ -398,37 +413,74 @@ void CanonPass::addInheritedXmlAttributes() {
 
 inline void CanonPass::writeAttributes() {
     for (const CanonAttribute& a : m_attributes) {
-        m_out.push_back(' ');
-        m_out.append(a.qname);
-        m_out.append("=\"");
-        canon_escape::appendAttributeValue(m_out, slice(a.value), a.flags, m_dtd, m_scratch);
-        m_out.push_back('"');
+        if (const std::string_view written = writtenCanonically(a); !written.empty()) {
+            m_output.copy(written);
+            continue;
+        }
+        m_output.push_back(' ');
+        m_output.append(a.qname);
+        m_output.append("=\"");
+        canon_escape::appendAttributeValue(m_output.flushed(), slice(a.value), a.flags, m_dtd, m_scratch);
+        m_output.push_back('"');
     }
+}
+
+// Text up to its first reference or special byte is its own canonical form,
+// and most text holds none.
+inline void CanonPass::writeText(const XmlToken& t) {
+    const std::string_view raw = slice(t.content);
+    const size_t plain = canon_escape::plainTextLength(raw);
+    m_output.copy(raw.substr(0, plain));
+    if (plain < raw.size())
+        canon_escape::appendText(m_output.flushed(), raw.substr(plain), t.textFlags, m_inEntity, m_dtd);
+}
+
+// The '>' of a start tag as written joins the bytes copied before it when
+// nothing was written in between.
+inline void CanonPass::closeStartTag(const XmlToken& t) {
+    const std::string_view tag = slice(XmlSpan{t.begin, t.end - t.begin});
+    if (!t.selfClosing && tag.ends_with('>'))
+        m_output.copy(tag.substr(tag.size() - 1));
+    else
+        m_output.push_back('>');
+}
+
+// An attribute written as ` name="value"`, with a value that needs neither
+// decoding nor escaping, is its own canonical form: those bytes, or nothing.
+inline std::string_view CanonPass::writtenCanonically(const CanonAttribute& a) const {
+    const std::string_view value = slice(a.value);
+    const char* const nameEnd = a.qname.data() + a.qname.size();
+    // In this order, so that only a name in a start tag has its byte before read.
+    const bool asWritten = value.data() == nameEnd + 2 && nameEnd[0] == '=' && nameEnd[1] == '"' &&
+                           value.data()[value.size()] == '"' && a.qname.data()[-1] == ' ';
+    if (!asWritten || !canon_escape::isPlainAttributeValue(value, a.flags))
+        return {};
+    return std::string_view(a.qname.data() - 1, value.data() + value.size() + 1);
 }
 
 // An end tag without blanks before its '>' is its own canonical form.
 inline void CanonPass::writeEndTag(const XmlToken& t) {
     if (t.end - t.begin == t.name.length + kEndTagMarkup) {
-        m_out.append(slice(XmlSpan{t.begin, t.end - t.begin}));
+        m_output.copy(slice(XmlSpan{t.begin, t.end - t.begin}));
         return;
     }
-    m_out.append("</");
-    m_out.append(slice(t.name));
-    m_out.push_back('>');
+    m_output.append("</");
+    m_output.append(slice(t.name));
+    m_output.push_back('>');
 }
 
 void CanonPass::writeComment(std::string_view text) {
-    m_out.append("<!--");
-    canon_escape::appendMarkupText(m_out, text);
-    m_out.append("-->");
+    m_output.append("<!--");
+    canon_escape::appendMarkupText(m_output.flushed(), text);
+    m_output.append("-->");
 }
 
 void CanonPass::writeProcessingInstruction(std::string_view target, std::string_view data) {
-    m_out.append("<?");
-    m_out.append(target);
+    m_output.append("<?");
+    m_output.append(target);
     if (!data.empty()) {
-        m_out.push_back(' ');
-        canon_escape::appendMarkupText(m_out, data);
+        m_output.push_back(' ');
+        canon_escape::appendMarkupText(m_output.flushed(), data);
     }
-    m_out.append("?>");
+    m_output.append("?>");
 }

@@ -2,6 +2,7 @@
 
 #include "companion/canon/CanonAttribute.h"
 #include "companion/canon/CanonNamespaces.h"
+#include "companion/canon/CanonOutput.h"
 #include "companion/canon/CanonSink.h"
 #include "companion/canon/CanonTarget.h"
 #include "companion/xml/XmlDtd.h"
@@ -73,6 +74,7 @@ private:
     template <class Source> bool readTokens(Source& tokens, LogBase& log);
     template <class Source> bool isExcluded(const Source& tokens) const;
     bool reportMissingTarget(LogBase& log) const;
+    void handOverFullChunk();
     void flushToSink();
     void onToken(const XmlToken& t);
     void onStartTag(const XmlToken& t);
@@ -86,7 +88,9 @@ private:
     void rememberXmlAttributes(const XmlToken& t);
     void forgetXmlAttributesBelow(uint32_t depth);
 
+    void writeText(const XmlToken& t);
     void writeStartTag(const XmlToken& t, bool apex);
+    void closeStartTag(const XmlToken& t);
     void collectInclusiveNamespaces(bool apex);
     void collectExclusiveNamespaces(std::string_view elementPrefix, bool apex);
     void considerUtilized(std::string_view prefix);
@@ -95,6 +99,7 @@ private:
     void collectAttributes(const XmlToken& t, bool apex);
     void addInheritedXmlAttributes();
     void writeAttributes();
+    std::string_view writtenCanonically(const CanonAttribute& a) const;
     void writeEndTag(const XmlToken& t);
     void writeComment(std::string_view text);
     void writeProcessingInstruction(std::string_view target, std::string_view data);
@@ -108,7 +113,7 @@ private:
     const CanonTarget& m_target;
     unsigned& m_authenticatedCounter;
     const unsigned m_ordinal;
-    std::string& m_out;
+    CanonOutput m_output;
     XmlDtd m_dtd;
     // One of the two is the source of the tokens.
     std::optional<XmlScanner> m_scanner;

@@ -284,18 +284,6 @@ uint32_t XmlDocument::documentEnd(uint32_t n) const {
     return node.kind == XmlNodeKind::Element ? sourceEndTagEnd(n) : node.startEnd;
 }
 
-uint32_t XmlDocument::sourceEndTagEnd(uint32_t element) const {
-    const Node& node = m_nodes[element];
-    if (node.flags & kSelfClosing)
-        return node.startEnd;
-    const std::string_view text = source();
-    // "</" name, optional whitespace, '>'
-    size_t p = node.endBegin + 2 + node.nameLength;
-    while (p < text.size() && text[p] != '>')
-        ++p;
-    return static_cast<uint32_t>(p + 1);
-}
-
 uint32_t XmlDocument::startTagBegin(uint32_t element) const {
     return documentBegin(element);
 }
@@ -306,8 +294,4 @@ uint32_t XmlDocument::startTagEnd(uint32_t element) const {
 
 uint32_t XmlDocument::endTagBegin(uint32_t element) const {
     return (m_nodes[element].flags & kFromEntity) ? origin(element).end() : m_nodes[element].endBegin;
-}
-
-uint32_t XmlDocument::endTagEnd(uint32_t element) const {
-    return documentEnd(element);
 }

@@ -179,3 +179,22 @@ template <class Visitor> void XmlDocument::forEachContent(uint32_t element, Visi
     if (textBetween && e.endBegin > pos)
         visit(kNoNode, text.substr(pos, e.endBegin - pos));
 }
+
+// Inline: a replay of the tree asks for every end tag.
+inline uint32_t XmlDocument::endTagEnd(uint32_t element) const {
+    if (m_nodes[element].flags & kFromEntity)
+        return origin(element).end();
+    return sourceEndTagEnd(element);
+}
+
+inline uint32_t XmlDocument::sourceEndTagEnd(uint32_t element) const {
+    const Node& node = m_nodes[element];
+    if (node.flags & kSelfClosing)
+        return node.startEnd;
+    const std::string_view text = source();
+    // "</" name, optional whitespace, '>'
+    size_t p = node.endBegin + 2 + node.nameLength;
+    while (p < text.size() && text[p] != '>')
+        ++p;
+    return static_cast<uint32_t>(p + 1);
+}

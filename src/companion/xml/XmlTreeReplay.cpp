@@ -81,18 +81,3 @@ bool XmlTreeReplay::emitOtherNode(const XmlDocument::Node& node) {
     }
     return true;
 }
-
-bool XmlTreeReplay::emitEndTag() {
-    const uint32_t e = m_open.back();
-    m_open.pop_back();
-    const XmlDocument::Node& node = m_doc.node(e);
-    // As the scanner does for "<a/>": a token of no width where the tag ends.
-    const bool selfClosing = node.flags & XmlDocument::kSelfClosing;
-    if (selfClosing)
-        setToken(XmlTokenKind::EndTag, node.startEnd, node.startEnd);
-    else
-        setToken(XmlTokenKind::EndTag, node.endBegin, m_doc.endTagEnd(e));
-    m_token.name = XmlSpan{node.begin + 1, node.nameLength};
-    m_textFrom = m_token.end;
-    return true;
-}

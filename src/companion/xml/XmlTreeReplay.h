@@ -79,7 +79,20 @@ private:
     }
     bool emitOtherNode(const XmlDocument::Node& node);
     std::span<const XmlAttribute> copyAttributes(std::span<const XmlDocument::Attribute> attributes);
-    bool emitEndTag();
+    bool emitEndTag() {
+        const uint32_t e = m_open.back();
+        m_open.pop_back();
+        const XmlDocument::Node& node = m_doc.node(e);
+        // As the scanner does for "<a/>": a token of no width where the tag ends.
+        const bool selfClosing = node.flags & XmlDocument::kSelfClosing;
+        if (selfClosing)
+            setToken(XmlTokenKind::EndTag, node.startEnd, node.startEnd);
+        else
+            setToken(XmlTokenKind::EndTag, node.endBegin, m_doc.endTagEnd(e));
+        m_token.name = XmlSpan{node.begin + 1, node.nameLength};
+        m_textFrom = m_token.end;
+        return true;
+    }
     void leaveOut();
     void setToken(XmlTokenKind kind, uint32_t begin, uint32_t end) {
         m_token = XmlToken{};
