@@ -1,3 +1,4 @@
+#include "companion/xml/XmlSigNames.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <string>
@@ -6,7 +7,7 @@
 namespace {
 
 constexpr int kMaxFollowingSignatures = 100;
-constexpr std::string_view kSignatureName = "Signature";
+constexpr std::string_view kSignatureName = xml_sig_names::kSignature;
 
 // The byte after the last occurrence of endTag at or after `from`, or npos.
 size_t afterLastEndTag(std::string_view text, std::string_view endTag, size_t from) {

@@ -49,13 +49,9 @@ std::string_view attributeEscape(char c) {
     }
 }
 
-// A table of Bytes, for runs too short for a block.
-template <char... Bytes>
-constexpr std::array<bool, 256> kOneOf = [] {
-    std::array<bool, 256> table{};
-    ((table[static_cast<unsigned char>(Bytes)] = true), ...);
-    return table;
-}();
+using canon_escape::AttributeSpecial;
+using canon_escape::ByteSet;
+using canon_escape::RawTextSpecial;
 
 #if defined(__SSE2__)
 constexpr ptrdiff_t kBlock = 16;
@@ -73,7 +69,7 @@ template <char... Bytes> unsigned blockHits(const char* p) {
 // at a step where SSE2 is there, as most runs of text hold none. A run of
 // sixteen bytes or more ends with a block that overlaps the one before (its
 // bytes before p hold none); a shorter one is read byte by byte.
-template <char... Bytes> const char* findAny(const char* p, const char* end) {
+template <char... Bytes> const char* findAny(ByteSet<Bytes...>, const char* p, const char* end) {
 #if defined(__SSE2__)
     if (end - p >= kBlock) {
         for (; end - p >= kBlock; p += kBlock)
@@ -86,17 +82,17 @@ template <char... Bytes> const char* findAny(const char* p, const char* end) {
         return bits ? last + std::countr_zero(bits) : end;
     }
 #endif
-    while (p < end && !kOneOf<Bytes...>[static_cast<unsigned char>(*p)])
+    while (p < end && !ByteSet<Bytes...>::contains(*p))
         ++p;
     return p;
 }
 
 const char* findTextSpecial(const char* p, const char* end) {
-    return findAny<'&', '<', '>', '\r'>(p, end);
+    return findAny(RawTextSpecial{}, p, end);
 }
 
 const char* findAttributeSpecial(const char* p, const char* end) {
-    return findAny<'&', '<', '"', '\t', '\n', '\r'>(p, end);
+    return findAny(AttributeSpecial{}, p, end);
 }
 
 // Decoded character data: every special byte is escaped.
@@ -127,7 +123,7 @@ void appendEscapedAttribute(std::string& out, std::string_view value) {
 }
 
 void appendEscapedCodePoint(std::string& out, uint32_t codePoint) {
-    if (codePoint < 0x80 && canon_escape::kRawTextSpecial[codePoint])
+    if (codePoint < 0x80 && RawTextSpecial::contains(static_cast<char>(codePoint)))
         out.append(textEscape(static_cast<char>(codePoint)));
     else
         appendUtf8(codePoint, out);

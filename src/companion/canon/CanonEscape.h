@@ -19,16 +19,20 @@ namespace canon_escape {
 constexpr size_t kLongText = 16;
 size_t plainLengthOfLongText(std::string_view raw);
 
-constexpr std::array<bool, 256> byteSet(std::string_view bytes) {
-    std::array<bool, 256> table{};
-    for (const char c : bytes)
-        table[static_cast<unsigned char>(c)] = true;
-    return table;
-}
+// A set of bytes, named once for both the table that short runs are tested
+// with and the block search of long ones.
+template <char... Bytes> struct ByteSet {
+    static constexpr std::array<bool, 256> kTable = [] {
+        std::array<bool, 256> table{};
+        ((table[static_cast<unsigned char>(Bytes)] = true), ...);
+        return table;
+    }();
+    static constexpr bool contains(char c) { return kTable[static_cast<unsigned char>(c)]; }
+};
 // What canonical text escapes, plus '&' and CR, which raw text decodes first.
-inline constexpr auto kRawTextSpecial = byteSet("&<>\r");
+using RawTextSpecial = ByteSet<'&', '<', '>', '\r'>;
 // What a canonical attribute value escapes.
-inline constexpr auto kAttributeSpecial = byteSet("&<\"\t\n\r");
+using AttributeSpecial = ByteSet<'&', '<', '"', '\t', '\n', '\r'>;
 
 // How many bytes at the start of raw character data are their own canonical
 // form: those before the first reference, line end or byte to escape.
@@ -37,7 +41,7 @@ inline size_t plainTextLength(std::string_view raw) {
     if (raw.size() >= kLongText)
         return plainLengthOfLongText(raw);
     size_t i = 0;
-    while (i < raw.size() && !kRawTextSpecial[static_cast<unsigned char>(raw[i])])
+    while (i < raw.size() && !RawTextSpecial::contains(raw[i]))
         ++i;
     return i;
 }
@@ -59,8 +63,7 @@ inline bool isPlainAttributeValue(std::string_view raw, uint8_t attributeFlags) 
         return false;
     if (raw.size() >= kLongText)
         return isPlainLongAttributeValue(raw);
-    return std::none_of(raw.begin(), raw.end(),
-                        [](char c) { return kAttributeSpecial[static_cast<unsigned char>(c)]; });
+    return std::none_of(raw.begin(), raw.end(), AttributeSpecial::contains);
 }
 // Comment and processing-instruction text: only line ends change.
 void appendMarkupText(std::string& out, std::string_view raw);

@@ -435,14 +435,13 @@ inline void CanonPass::writeText(const XmlToken& t) {
         canon_escape::appendText(m_output.flushed(), raw.substr(plain), t.textFlags, m_inEntity, m_dtd);
 }
 
-// The '>' of a start tag as written joins the bytes copied before it when
-// nothing was written in between.
+// The '>' of a start tag as written (a token ends with it) joins the bytes
+// copied before it when nothing was written in between; "/>" becomes '>'.
 inline void CanonPass::closeStartTag(const XmlToken& t) {
-    const std::string_view tag = slice(XmlSpan{t.begin, t.end - t.begin});
-    if (!t.selfClosing && tag.ends_with('>'))
-        m_output.copy(tag.substr(tag.size() - 1));
-    else
+    if (t.selfClosing)
         m_output.push_back('>');
+    else
+        m_output.copy(slice(XmlSpan{t.end - 1, 1}));
 }
 
 // An attribute written as ` name="value"`, with a value that needs neither

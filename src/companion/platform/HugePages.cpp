@@ -13,8 +13,8 @@ namespace {
 constexpr size_t kHugePage = size_t{2} << 20;
 // Below this the faults saved do not pay for the system call.
 constexpr size_t kMinimumBytes = 4 * kHugePage;
-// Below this a second thread costs more than the half of the faults it takes.
-constexpr size_t kPopulateInParallelFrom = 16 * kHugePage;
+// Below this a second thread costs more than the faults it takes over.
+constexpr size_t kWorthAThread = 8 * kHugePage;
 
 struct PageRange {
     uintptr_t first = 0;
@@ -47,7 +47,7 @@ void adviseHugePages(const void* data, size_t bytes) {
 
 void BackgroundPopulation::start(void* data, size_t bytes) {
 #if defined(MADV_POPULATE_WRITE)
-    if (bytes < kPopulateInParallelFrom || m_thread.joinable())
+    if (bytes < kWorthAThread || m_thread.joinable())
         return;
     const PageRange range = hugePagesWithin(data, bytes);
     m_stop.store(false);
@@ -74,21 +74,15 @@ void BackgroundPopulation::finish() {
 
 void populateInParallel(void* data, size_t bytes) {
 #if defined(MADV_POPULATE_WRITE)
-    if (bytes < kPopulateInParallelFrom)
+    if (bytes < 2 * kWorthAThread)
         return;
     const PageRange range = hugePagesWithin(data, bytes);
     const size_t half = (range.size() / 2) & ~(kHugePage - 1);
+    BackgroundPopulation upper;
+    upper.start(range.at(half), range.size() - half);
     // A kernel without the advice refuses it; the pages are then faulted in
     // one by one as they are written, as without this call.
-    auto populate = [](void* from, size_t length) { madvise(from, length, MADV_POPULATE_WRITE); };
-    std::thread upper;
-    try {
-        upper = std::thread(populate, range.at(half), range.size() - half);
-    } catch (const std::system_error&) {
-        return;
-    }
-    populate(range.at(0), half);
-    upper.join();
+    madvise(range.at(0), half, MADV_POPULATE_WRITE);
 #else
     (void)data;
     (void)bytes;

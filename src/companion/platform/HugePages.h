@@ -10,11 +10,13 @@
 // is a hundred. Small ranges and platforms without the advice are left alone.
 void adviseHugePages(const void* data, size_t bytes);
 
-// Faults in a large allocation that is about to be written whole, half of it
-// on a second thread: on a virtual machine whose host backs memory only when
-// it is first touched, fresh pages cost more than the bytes written to them
-// (0.4 s for 200 MB), and two threads pay for them in about half the time.
-// Small ranges and platforms without the advice are left alone.
+// Faults in a large allocation that is about to be written whole: the lower
+// half here while a BackgroundPopulation takes the upper half. On a virtual
+// machine whose host backs memory only when it is first touched, fresh pages
+// cost more than the bytes written to them (0.4 s for 200 MB), and two
+// threads pay for them in about half the time; what the second has not
+// reached when the first is done is faulted in as it is written. Small ranges
+// and platforms without the advice are left alone.
 void populateInParallel(void* data, size_t bytes);
 
 // Faults in a large allocation on a thread of its own, front to back, while

@@ -2,18 +2,14 @@
 
 #include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlMatch.h"
+#include "companion/xml/XmlSigNames.h"
 
 #include <algorithm>
 #include <vector>
 
-namespace {
-
-constexpr std::string_view kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
-constexpr std::string_view kSignature = "Signature";
-constexpr std::string_view kSignedInfo = "SignedInfo";
-constexpr std::string_view kSignatureValue = "SignatureValue";
-
-} // namespace
+using xml_sig_names::kSignature;
+using xml_sig_names::kSignatureValue;
+using xml_sig_names::kSignedInfo;
 
 uint32_t ClsXml::searchStart(const ClsXml* after) const {
     return (after && after->m_doc == m_doc) ? after->m_node + 1 : m_doc->root();
@@ -49,7 +45,8 @@ ClsXml* ClsXml::searchForAttribute(const ClsXml* after, const char* tag, const c
 
 bool ClsXml::inSignatureNamespace(uint32_t element) const {
     std::string uri;
-    return m_doc->namespaceUri(element, XmlDocument::prefix(m_doc->name(element)), uri) && uri == kSignatureNamespace;
+    return m_doc->namespaceUri(element, XmlDocument::prefix(m_doc->name(element)), uri) &&
+           uri == xml_sig_names::kNamespace;
 }
 
 // A Signature element of XML-DSig, or any element that holds an XML-DSig

@@ -5,6 +5,7 @@
 #include "companion/xml/XmlMarkup.h"
 #include "companion/xml/XmlMatch.h"
 #include "companion/xml/XmlScanner.h"
+#include "companion/xml/XmlSigNames.h"
 #include "companion/xml/XmlTextDecoder.h"
 
 #include <algorithm>
@@ -18,8 +19,8 @@ using xml_markup::kPiOpen;
 constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kXmlPrefix = "xml";
 constexpr std::string_view kXmlns = "xmlns";
-constexpr std::string_view kSignature = "Signature";
-constexpr std::string_view kSignedInfo = "SignedInfo";
+using xml_sig_names::kSignature;
+using xml_sig_names::kSignedInfo;
 
 uint8_t nodeFlags(uint8_t textFlags) {
     uint8_t flags = 0;
@@ -119,11 +120,11 @@ void XmlDocument::noteSignatureCandidate(uint32_t element, std::string_view qual
         m_signatureCandidates.push_back(m_nodes[element].parent);
 }
 
-// Without a DOCTYPE no entity adds nodes, so the reserved array is never
-// replaced while it is being populated. Most elements have an end tag: about
+// Without a DOCTYPE no entity adds nodes, so the array, reserved for one node
+// per '<', is never replaced while it is being populated. Most elements have an end tag: about
 // half the '<' open a node.
 void XmlDocument::populateNodesAhead(BackgroundPopulation& pages, size_t lessThanCount) {
-    pages.start(m_nodes.data(), std::min(lessThanCount / 2, m_nodes.capacity()) * sizeof(Node));
+    pages.start(m_nodes.data(), lessThanCount / 2 * sizeof(Node));
 }
 
 uint32_t XmlDocument::addNode(const XmlScanner& scanner, std::vector<OpenElement>& open, XmlNodeKind kind,

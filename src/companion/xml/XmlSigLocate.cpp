@@ -2,6 +2,7 @@
 
 #include "companion/log/LogBase.h"
 #include "companion/log/LogContextExitor.h"
+#include "companion/xml/XmlSigNames.h"
 #include "companion/xml/XmlSigWalker.h"
 
 #include <optional>
@@ -10,9 +11,9 @@
 
 namespace {
 
-constexpr std::string_view kSignature = "Signature";
-constexpr std::string_view kSignedInfo = "SignedInfo";
-constexpr std::string_view kSignatureValue = "SignatureValue";
+using xml_sig_names::kSignature;
+using xml_sig_names::kSignatureValue;
+using xml_sig_names::kSignedInfo;
 constexpr std::string_view kReference = "Reference";
 constexpr std::string_view kDigestValue = "DigestValue";
 constexpr std::string_view kObject = "Object";

@@ -2,28 +2,18 @@
 
 #include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlScanner.h"
+#include "companion/xml/XmlSigNames.h"
 #include "companion/xml/XmlTreeReplay.h"
 
 #include "companion/xml/XmlTextDecoder.h"
 
 namespace {
 
-constexpr std::string_view kSignatureNamespace = "http://www.w3.org/2000/09/xmldsig#";
-constexpr std::string_view kSignature = "Signature";
-constexpr std::string_view kSignedInfo = "SignedInfo";
-constexpr std::string_view kSignatureValue = "SignatureValue";
+using xml_sig_names::kSignature;
+using xml_sig_names::kSignatureValue;
+using xml_sig_names::kSignedInfo;
 constexpr std::string_view kXmlns = "xmlns";
 constexpr std::string_view kXmlnsPrefix = "xmlns:";
-
-std::string_view prefixOf(std::string_view qualifiedName) {
-    const size_t colon = qualifiedName.find(':');
-    return colon == std::string_view::npos ? std::string_view{} : qualifiedName.substr(0, colon);
-}
-
-std::string_view localNameOf(std::string_view qualifiedName) {
-    const size_t colon = qualifiedName.find(':');
-    return colon == std::string_view::npos ? qualifiedName : qualifiedName.substr(colon + 1);
-}
 
 } // namespace
 
@@ -91,12 +81,12 @@ bool XmlSigWalker::startElement() {
     const XmlToken& token = m_tokens->token();
     const std::string_view name = m_dtd.slice(token.name);
     Element e;
-    e.localName = localNameOf(name);
+    e.localName = XmlDocument::localName(name);
     e.inDocument = !m_tokens->inEntity();
     e.begin = e.inDocument ? token.begin : m_tokens->entityReference().offset;
     m_elements.push_back(e);
     declareNamespaces(m_elements.size());
-    m_elements.back().inSignatureNamespace = prefixInSignatureNamespace(prefixOf(name));
+    m_elements.back().inSignatureNamespace = prefixInSignatureNamespace(XmlDocument::prefix(name));
     noteChildOfParent();
     m_event = Event::Start;
     return true;
@@ -119,11 +109,11 @@ void XmlSigWalker::declareNamespaces(size_t depth) {
         else if (name != kXmlns)
             continue;
         const std::string_view raw = m_dtd.slice(a.value);
-        bool inSignatureNamespace = raw == kSignatureNamespace;
+        bool inSignatureNamespace = raw == xml_sig_names::kNamespace;
         if (a.flags & kAttrNeedsDecoding) {
             uri.clear();
             XmlTextDecoder::appendAttribute(raw, m_dtd, (a.flags & kAttrTokenized) != 0, uri);
-            inSignatureNamespace = uri == kSignatureNamespace;
+            inSignatureNamespace = uri == xml_sig_names::kNamespace;
         }
         m_bindings.push_back(Binding{prefix, inSignatureNamespace, depth});
     }
