@@ -24,6 +24,8 @@ std::string referenceReasonText(int reason) {
         return "no such reference";
     case ref_fail_reason::kCanonicalizationFailed:
         return "canonicalization failed";
+    case ref_fail_reason::kIdentifierNotUnique:
+        return "identifier is not unique";
     default:
         return "could not be processed";
     }

@@ -148,6 +148,7 @@ SignatureResult FileVerifier::verifySelected(int index) {
     r.refFailReason = m_dsig->get_RefFailReason();
     const LogBase& log = m_dsig->m_log;
     r.failedReferences = failedReferences(log);
+    r.references = m_dsig->referenceOutcomes();
     if (!r.valid)
         r.reason = failureReason(log, r.failedReferences);
     if (m_settings.printLog || m_settings.verbose)

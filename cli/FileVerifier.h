@@ -3,6 +3,7 @@
 #include "VerifySettings.h"
 
 #include "companion/text/RefCountedObject.h"
+#include "verifier/ReferenceOutcome.h"
 
 #include <memory>
 #include <string>
@@ -22,6 +23,8 @@ struct SignatureResult {
     bool valid = false;
     int refFailReason = 0;
     std::vector<FailedReference> failedReferences;
+    // What each reference covered (when the references were checked).
+    std::vector<ReferenceOutcome> references;
     // For an invalid signature: the first reason the log gives.
     std::string reason;
     std::string logText;

@@ -8,15 +8,53 @@ const char* verdictWord(bool valid) {
     return valid ? "VALID" : "INVALID";
 }
 
+const char* targetKind(ReferenceOutcome::Target target) {
+    switch (target) {
+    case ReferenceOutcome::Target::Element:
+        return "element";
+    case ReferenceOutcome::Target::WholeDocument:
+        return "whole document";
+    case ReferenceOutcome::Target::External:
+        return "external";
+    case ReferenceOutcome::Target::Unresolved:
+        break;
+    }
+    return "unresolved";
+}
+
+nlohmann::json referenceJson(const ReferenceOutcome& r) {
+    nlohmann::json j = {{"index", r.index},
+                        {"uri", r.uri},
+                        {"target", targetKind(r.target)},
+                        {"transforms", r.transforms},
+                        {"digestMethod", r.digestMethod},
+                        {"matched", r.matched}};
+    if (r.target == ReferenceOutcome::Target::Element) {
+        j["element"] = r.elementName;
+        j["path"] = r.path;
+        j["line"] = r.line;
+        j["offset"] = r.offset;
+    } else if (r.target == ReferenceOutcome::Target::External) {
+        j["file"] = r.externalFile;
+    }
+    if (!r.matched)
+        j["reason"] = r.failReason;
+    return j;
+}
+
 nlohmann::json signatureJson(const SignatureResult& s) {
     nlohmann::json refs = nlohmann::json::array();
     for (const auto& ref : s.failedReferences)
         refs.push_back({{"index", ref.index}, {"reason", ref.reason}});
+    nlohmann::json covered = nlohmann::json::array();
+    for (const ReferenceOutcome& ref : s.references)
+        covered.push_back(referenceJson(ref));
     nlohmann::json j = {{"index", s.index},
                         {"id", s.id},
                         {"verdict", verdictWord(s.valid)},
                         {"refFailReason", s.refFailReason},
-                        {"failedReferences", refs}};
+                        {"failedReferences", refs},
+                        {"references", covered}};
     if (!s.valid)
         j["reason"] = s.reason;
     j["log"] = nlohmann::json::parse(s.logJson, nullptr, false);

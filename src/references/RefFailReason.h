@@ -7,5 +7,7 @@ constexpr int kMismatch = 1;
 constexpr int kExternalDataMissing = 2;
 constexpr int kNoReference = 3;
 constexpr int kCanonicalizationFailed = 5;
+// A same-document reference names an identifier that several elements carry.
+constexpr int kIdentifierNotUnique = 6;
 constexpr int kOther = 99;
 } // namespace ref_fail_reason

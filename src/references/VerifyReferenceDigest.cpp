@@ -108,7 +108,12 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
     StringBuffer uri(ref.m_uri);
     uri.trim2();
 
+    m_lastExternalFile.clear();
     if (uri.beginsWith("#")) {
+        if (!identifierIsUnique(uri.view(), log)) {
+            m_refFailReason = kIdentifierNotUnique;
+            return false;
+        }
         uri.removeChunk(0, 1);
         log.LogDataSb("sameDocumentUri", uri);
         return verifyInternalReference(uri, ref, log);
@@ -126,6 +131,8 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
         foundFile = findExternalFile(uri, externalRefDirs, log);
         data = foundFile.get();
     }
+    if (data)
+        m_lastExternalFile = data->m_path.getUtf8();
     if (!data) {
         log.LogError("No external data defined for this reference.");
         log.LogInfo("Hint 1: Set the IgnoreExternalRefs property to verify without checking digests for external "

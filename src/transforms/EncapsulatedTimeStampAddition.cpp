@@ -4,7 +4,7 @@
 #include "companion/net/ClsHttp.h"
 #include "companion/pki/CmsSignedData.h"
 #include "companion/xml/ClsXml.h"
-#include "companion/xml/XmlSigLocate.h"
+#include "companion/xml/XmlSigPositions.h"
 #include "transforms/SignatureTimeStampFragment.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
@@ -13,7 +13,7 @@ namespace {
 
 namespace tsf = timestamp_fragment;
 
-void logPositions(const XmlSigLocate& at, LogBase& log) {
+void logPositions(const XmlSigPositions& at, LogBase& log) {
     log.LogDataLong("m_signatureValueLoc", at.m_signatureValueLoc);
     log.LogDataLong("m_qualifyingPropertiesLoc", at.m_qualifyingPropertiesLoc);
     log.LogDataLong("m_unsignedPropertiesLoc", at.m_unsignedPropertiesLoc);
@@ -24,7 +24,7 @@ void logPositions(const XmlSigLocate& at, LogBase& log) {
 
 // The selected signature's SignatureValue Id, which names the element the
 // timestamp covers; empty after a logged failure.
-bool signatureValueId(ClsXml& sig, const XmlSigLocate& at, StringBuffer& id, LogBase& log) {
+bool signatureValueId(ClsXml& sig, const XmlSigPositions& at, StringBuffer& id, LogBase& log) {
     RefPtr<ClsXml> value(sig.findChild("*:SignatureValue"));
     if (!value) {
         log.LogError("No SignatureValue found.");
@@ -41,30 +41,29 @@ bool signatureValueId(ClsXml& sig, const XmlSigLocate& at, StringBuffer& id, Log
     return true;
 }
 
-// Finds the selected signature in the raw text: by its Id, or without one
-// by the digest of its first reference.
-bool locateSignature(ClsXmlDSig& dsig, ClsXml& sig, std::string_view xml, XmlSigLocate& at, LogBase& log) {
+// Finds the selected signature in the raw text where it stands, confirmed
+// by its Id or, without one, by the digest of its first reference.
+bool locateSignature(ClsXmlDSig& dsig, ClsXml& sig, std::string_view xml, XmlSigPositions& at, LogBase& log) {
     StringBuffer sigId;
     sig.getAttrValue("Id", sigId);
     log.LogDataSb("SignatureId", sigId);
-    _tvXmlDtd dtd;
-    if (!sigId.isEmpty()) {
-        if (at.FindXmlSigById(sigId.view(), xml, dtd, log))
-            return true;
+    DSigReference ref;
+    if (sigId.isEmpty()) {
+        RefPtr<ClsXml> reference(dsig.getReference(0, log));
+        if (!reference) {
+            log.LogError("No Reference at index 0");
+            return false;
+        }
+        ref.parseReference(*reference, log);
+    }
+    if (dsig.locateSelectedSignature(xml, sigId, ref.m_digestValue, at, log))
+        return true;
+    if (sigId.isEmpty()) {
+        log.LogError("Unable to find the Signature.");
+    } else {
         log.LogInfo("Unable to find the Signature by Id.");
         log.LogDataSb("signatureId", sigId);
-        return false;
     }
-    RefPtr<ClsXml> reference(dsig.getReference(0, log));
-    if (!reference) {
-        log.LogError("No Reference at index 0");
-        return false;
-    }
-    DSigReference ref;
-    ref.parseReference(*reference, log);
-    if (at.FindXmlSigByRefDigest(ref.m_digestValue.view(), xml, dtd, log))
-        return true;
-    log.LogError("Unable to find the Signature.");
     return false;
 }
 
@@ -102,7 +101,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
         log.LogError("No signature at the selector.");
         return false;
     }
-    XmlSigLocate at;
+    XmlSigPositions at;
     if (!locateSignature(*this, *sig, m_sigXml.view(), at, log))
         return false;
     logPositions(at, log);

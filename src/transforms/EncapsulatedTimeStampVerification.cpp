@@ -152,6 +152,9 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
     log.LogDataSb("signatureValue", signatureValue);
     if (!captureUniqueAttrContent("SignatureValue", "Id", sigText, signatureValueId, log))
         return false;
+    // The element canonicalized below is found by its Id in the whole document.
+    if (!identifierIsUnique(signatureValueId.view(), log))
+        return false;
 
     XmlCanon canon;
     canon.setMode(timestampCanonMode(sigDom, log));

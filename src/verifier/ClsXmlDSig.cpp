@@ -2,6 +2,7 @@
 
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "companion/xml/XmlIdIndex.h"
 
 #include <new>
 

@@ -6,7 +6,12 @@
 #include "companion/text/ExtPtrArray.h"
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
+#include "verifier/ReferenceOutcome.h"
 #include "verifier/_clsXmlDSigBase.h"
+
+#include <memory>
+#include <span>
+#include <vector>
 
 class CanonSink;
 class ClsHttp;
@@ -21,6 +26,7 @@ class HashedStringSet;
 class TavixX509;
 class ClsXml;
 class XmlDocument;
+class XmlIdIndex;
 class DSigReference;
 
 // Verifies the XML digital signatures of one loaded document.
@@ -79,6 +85,10 @@ public:
     bool SetPublicKey(ClsPublicKey& key);
     bool SetHmacKey(XString& key, XString& encoding);
 
+    // What each reference of the last verification covered and whether its
+    // digest matched (empty when the references were not checked).
+    std::vector<ReferenceOutcome> referenceOutcomes();
+
     // Internal operations; the caller holds the lock and passes the log.
     bool loadSignature(XString& xml, LogBase& log);
     // Shared body of LoadSignatureBd; takes over the bytes.
@@ -118,6 +128,20 @@ public:
     bool verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
+    // The elements of the loaded document that a same-document URI names by
+    // identifier (none for the whole document or an unknown one).
+    std::span<const uint32_t> elementsNamedBy(std::string_view uri);
+    bool identifierIsUnique(std::string_view uri, LogBase& log);
+    // Line numbers of ascending offsets, counted once over the text.
+    class LineCounter {
+    public:
+        uint32_t lineOf(std::string_view text, uint32_t offset);
+
+    private:
+        uint32_t m_offset = 0;
+        uint32_t m_line = 1;
+    };
+    ReferenceOutcome referenceOutcome(int index, bool matched, LineCounter& lines, LogBase& log);
     DSigRefExternalData* clearedExtRef(int index, LogBase& log);
     bool getReferenceUri(int index, StringBuffer& uri, LogBase& log);
 
@@ -188,6 +212,11 @@ public:
     ProfileFlags profileFlags() const;
     // The selected signature element (borrowed), or null.
     ClsXml* selectedSignature() const;
+    // Where the selected signature lies in `text` (the loaded text, or one
+    // edited from it), confirmed by the search by its Id or else by its first
+    // reference's digest value.
+    bool locateSelectedSignature(std::string_view text, const StringBuffer& sigId, const StringBuffer& digestValue,
+                                 XmlSigPositions& out, LogBase& log);
 
 private:
     // The verification driver and its stages.
@@ -195,15 +224,15 @@ private:
     bool verifyReferenceStage(LogBase& log);
     bool verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log);
     bool signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log);
-    // The selected signature in `text`, by its Id or else by the first
-    // reference's digest value; remembered for the loaded text.
     // Whether `text` is the loaded document's own bytes (shared, unedited).
     bool isLoadedText(std::string_view text) const;
     // The tree of the loaded text, which canonicalization and signature
     // location read instead of scanning the text again (null when none).
     const XmlDocument* loadedTree() const;
-    bool locateSelectedSignature(std::string_view text, const StringBuffer& sigId, const StringBuffer& digestValue,
-                                 XmlSigPositions& out, LogBase& log);
+    // The identifiers of the loaded document, indexed on first use.
+    const XmlIdIndex* idIndex();
+    bool locateInLoadedText(const StringBuffer& sigId, const StringBuffer& digestValue, XmlSigPositions& out,
+                            LogBase& log);
     bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);
     bool signatureValueToCheck(SignedInfoCheck& check, LogBase& log);
     void signedHash(SignedInfoCheck& check);
@@ -247,14 +276,21 @@ private:
     ExtPtrArray m_refExternalData;
     bool m_reservedFlag = true;
     // The last signature location found in m_sigXml; cleared by a load.
+    // `ambiguous`: the search by Id or digest landed on another signature.
     struct LocateMemo {
         bool valid = false;
         bool byId = false;
         bool found = false;
+        bool ambiguous = false;
+        uint32_t selectedLoc = 0;
         std::string key;
         XmlSigPositions positions;
     };
     LocateMemo m_locateMemo;
+    std::unique_ptr<XmlIdIndex> m_idIndex;
+    // The file the last external reference was hashed from (empty: caller data).
+    std::string m_lastExternalFile;
+    std::vector<ReferenceOutcome> m_referenceOutcomes;
     DataBuffer m_hmacKey;
     int m_selector = 0;
 };

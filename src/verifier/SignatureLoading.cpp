@@ -1,6 +1,7 @@
 #include "companion/base/RunAlongside.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "companion/xml/XmlIdIndex.h"
 #include "verifier/ClsXmlDSig.h"
 
 namespace {
@@ -44,6 +45,11 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
 void ClsXmlDSig::resetLoadedDocument() {
     m_selector = 0;
     m_locateMemo = LocateMemo{};
+    m_idIndex.reset();
+    // Nothing an earlier document computed may speak for this one.
+    m_docDigest.clear();
+    m_refFailReason = 0;
+    m_referenceOutcomes.clear();
     releaseDocument();
     m_signatures.removeAllObjects();
 }

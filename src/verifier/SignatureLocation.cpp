@@ -2,6 +2,23 @@
 #include "companion/xml/XmlSigLocate.h"
 #include "verifier/ClsXmlDSig.h"
 
+namespace {
+
+// The first signature with the Id, or without one, the first whose
+// references hold the digest value.
+bool findByIdOrDigest(const XmlDocument* tree, std::string_view text, std::string_view sigId, std::string_view digest,
+                      XmlSigPositions& out, LogBase& log) {
+    XmlSigLocate locate;
+    locate.setParsedDocument(tree);
+    _tvXmlDtd dtd;
+    const bool found = sigId.empty() ? locate.FindXmlSigByRefDigest(digest, text, dtd, log)
+                                     : locate.FindXmlSigById(sigId, text, dtd, log);
+    out = locate;
+    return found;
+}
+
+} // namespace
+
 bool ClsXmlDSig::isLoadedText(std::string_view text) const {
     return text.data() == m_sigXml.view().data() && text.size() == m_sigXml.getSize();
 }
@@ -12,22 +29,55 @@ const XmlDocument* ClsXmlDSig::loadedTree() const {
 
 bool ClsXmlDSig::locateSelectedSignature(std::string_view text, const StringBuffer& sigId,
                                          const StringBuffer& digestValue, XmlSigPositions& out, LogBase& log) {
+    if (!locateInLoadedText(sigId, digestValue, out, log))
+        return false;
+    if (isLoadedText(text))
+        return true;
+    // An edited text has no tree to say where the selected element went; the
+    // search is trusted there only when the loaded text showed it cannot land
+    // on another signature.
+    if (m_locateMemo.ambiguous) {
+        log.LogError("Another signature has the same Id or reference digest; the selected signature cannot be told "
+                     "apart in the transformed text.");
+        return false;
+    }
+    return findByIdOrDigest(nullptr, text, sigId.view(), digestValue.view(), out, log);
+}
+
+// The selected element's own position decides; the search by Id or digest
+// only confirms it. Both can land on another signature (a copy with the
+// same Id, a forgery sharing the first digest), and verifying that one's
+// SignedInfo would judge a signature that was not asked about.
+bool ClsXmlDSig::locateInLoadedText(const StringBuffer& sigId, const StringBuffer& digestValue, XmlSigPositions& out,
+                                    LogBase& log) {
+    ClsXml* sig = selectedSignature();
+    const uint32_t selectedLoc = sig ? sig->startTagBegin() : 0;
     const bool byId = !sigId.isEmpty();
     const std::string_view key = byId ? sigId.view() : digestValue.view();
-    // Only the loaded text is remembered: it stays put until the next load,
-    // while other texts may come and go at the same address.
-    const bool loadedText = isLoadedText(text);
-    if (loadedText && m_locateMemo.valid && m_locateMemo.byId == byId && m_locateMemo.key == key) {
+    if (m_locateMemo.valid && m_locateMemo.selectedLoc == selectedLoc && m_locateMemo.byId == byId &&
+        m_locateMemo.key == key) {
         out = m_locateMemo.positions;
         return m_locateMemo.found;
     }
-    XmlSigLocate locate;
-    locate.setParsedDocument(loadedTree());
-    _tvXmlDtd dtd;
-    const bool found =
-        byId ? locate.FindXmlSigById(key, text, dtd, log) : locate.FindXmlSigByRefDigest(key, text, dtd, log);
-    out = locate;
-    if (loadedText)
-        m_locateMemo = LocateMemo{true, byId, found, std::string(key), out};
+    XmlSigPositions searched;
+    bool found =
+        sig && findByIdOrDigest(loadedTree(), m_sigXml.view(), sigId.view(), digestValue.view(), searched, log);
+    bool ambiguous = false;
+    if (found) {
+        XmlSigLocate own;
+        own.setParsedDocument(loadedTree());
+        _tvXmlDtd dtd;
+        found = own.FindXmlSigAt(selectedLoc, m_sigXml.view(), dtd, log);
+        ambiguous = found && own.m_signatureLoc != searched.m_signatureLoc;
+        if (ambiguous) {
+            log.LogInfo("Another signature has the same Id or reference digest; the selected one is verified where "
+                        "it stands.");
+            log.LogDataLong("selectedSignatureOffset", own.m_signatureLoc);
+            log.LogDataLong("otherSignatureOffset", searched.m_signatureLoc);
+        }
+        searched = own;
+    }
+    out = searched;
+    m_locateMemo = LocateMemo{true, byId, found, ambiguous, selectedLoc, std::string(key), out};
     return found;
 }

@@ -12,10 +12,14 @@ bool ClsXmlDSig::verifyReferenceStage(LogBase& log) {
     ClsXml* sig = selectedSignature();
     const int count = sig ? numReferences(*sig, log) : 0;
     int failures = 0;
+    LineCounter lines;
     // Every reference is checked, so the log shows all that fail.
     for (int i = 0; i < count; ++i) {
         bool externalDataMissing = false;
-        if (verifyReferenceDigest(i, externalDataMissing, dirs, log))
+        const bool matched = verifyReferenceDigest(i, externalDataMissing, dirs, log);
+        m_referenceOutcomes.push_back(referenceOutcome(i, matched, lines, log));
+        log.LogDataStr("signedReference", m_referenceOutcomes.back().summary());
+        if (matched)
             continue;
         log.LogError("Failed to verify reference digest");
         log.LogDataLong("referenceIndex", i);

@@ -48,6 +48,7 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     checkSetMyInvois(log);
     log.LogDataLong("verifyReferenceDigests", verifyReferenceDigests ? 1 : 0);
     log.LogDataLong("selector", m_selector);
+    m_referenceOutcomes.clear();
 
     ClsXml* sig = selectedSignature();
     if (m_signatures.getSize() == 0 || !sig) {
@@ -61,9 +62,11 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
         log.LogError("There are no references.");
         return false;
     }
-    // The SII DTE that a reference of this run extracts belongs to this run.
+    // The SII DTE that a reference of this run extracts belongs to this run,
+    // and so does the MyInvois document digest.
     m_siiDteXml.clear();
     m_siiDteOffset = 0;
+    m_docDigest.clear();
     if (verifyReferenceDigests && !verifyReferenceStage(log))
         return false;
 

@@ -33,6 +33,7 @@ public:
         XmlSpan defaultValue;
         bool hasDefault = false;
         bool tokenized = false; // any type but CDATA
+        bool isId = false;      // type ID
         bool valueNeedsDecoding = false;
     };
 

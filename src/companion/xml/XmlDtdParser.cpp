@@ -22,6 +22,7 @@ constexpr std::string_view kPublic = "PUBLIC";
 constexpr std::string_view kNdata = "NDATA";
 constexpr std::string_view kCdata = "CDATA";
 constexpr std::string_view kNotation = "NOTATION";
+constexpr std::string_view kIdType = "ID";
 constexpr std::string_view kRequired = "#REQUIRED";
 constexpr std::string_view kImplied = "#IMPLIED";
 constexpr std::string_view kFixed = "#FIXED";
@@ -281,7 +282,7 @@ const char* XmlDtdParser::parseAttlistDecl(const char* p) {
         if (!(q = parseName(q)))
             return nullptr;
         decl.name = XmlSpan{offsetOf(name), static_cast<uint32_t>(q - name)};
-        if (!(q = requireSpace(q)) || !(q = parseAttributeType(q, decl.tokenized)) || !(q = requireSpace(q)) ||
+        if (!(q = requireSpace(q)) || !(q = parseAttributeType(q, decl)) || !(q = requireSpace(q)) ||
             !(q = parseDefaultValue(q, decl)))
             return nullptr;
         m_dtd.declareAttribute(elementName, decl);
@@ -289,7 +290,8 @@ const char* XmlDtdParser::parseAttlistDecl(const char* p) {
     }
 }
 
-const char* XmlDtdParser::parseAttributeType(const char* p, bool& tokenized) {
+const char* XmlDtdParser::parseAttributeType(const char* p, XmlDtd::AttributeDecl& decl) {
+    bool& tokenized = decl.tokenized;
     tokenized = true;
     bool enumeration = p < m_cursor.end && *p == '(';
     bool nmtokens = enumeration;
@@ -300,6 +302,7 @@ const char* XmlDtdParser::parseAttributeType(const char* p, bool& tokenized) {
         const std::string_view type(p, static_cast<size_t>(q - p));
         static constexpr std::string_view kTokenizedTypes[] = {"ID",       "IDREF",   "IDREFS",  "ENTITY",
                                                                "ENTITIES", "NMTOKEN", "NMTOKENS"};
+        decl.isId = type == kIdType;
         if (type == kCdata) {
             tokenized = false;
             return q;

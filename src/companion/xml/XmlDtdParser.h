@@ -43,7 +43,7 @@ private:
     const char* parseEntityDecl(const char* p);
     const char* parseEntityValue(const char* p);
     const char* parseAttlistDecl(const char* p);
-    const char* parseAttributeType(const char* p, bool& tokenized);
+    const char* parseAttributeType(const char* p, XmlDtd::AttributeDecl& decl);
     const char* parseDefaultValue(const char* p, XmlDtd::AttributeDecl& decl);
     const char* parseElementDecl(const char* p);
     const char* parseContentModel(const char* p);

@@ -473,7 +473,8 @@ void XmlScanner::addAttributeDefaults(std::string_view element) {
         return;
     for (const XmlDtd::AttributeDecl& decl : *decls) {
         const std::string_view name = slice(decl.name);
-        const uint8_t tokenized = decl.tokenized ? (kAttrTokenized | kAttrNeedsDecoding) : 0;
+        const uint8_t tokenized =
+            (decl.tokenized ? (kAttrTokenized | kAttrNeedsDecoding) : 0) | (decl.isId ? kAttrDeclaredId : 0);
         auto present = std::find_if(m_attributes.begin(), m_attributes.end(),
                                     [&](const XmlAttribute& a) { return slice(a.name) == name; });
         if (present != m_attributes.end()) {

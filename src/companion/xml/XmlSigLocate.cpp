@@ -67,7 +67,7 @@ std::string_view referencedId(std::string_view uri) {
 // recording the positions of each, and keeps the first that qualifies.
 class XmlSigLocate::Search {
 public:
-    Search(Mode mode, std::string_view key) : m_mode(mode), m_key(key) {}
+    Search(Mode mode, std::string_view key, uint32_t offset) : m_mode(mode), m_key(key), m_offset(offset) {}
 
     // Takes the walker's current event; true once the answer is final.
     bool take(const XmlSigWalker& walker);
@@ -124,6 +124,7 @@ private:
 
     Mode m_mode;
     std::string_view m_key;
+    uint32_t m_offset;
     std::vector<Open> m_open;
     std::vector<Capture> m_captures;
     std::optional<XmlSigPositions> m_result;
@@ -147,7 +148,7 @@ bool XmlSigLocate::Search::take(const XmlSigWalker& walker) {
 
 void XmlSigLocate::Search::start(const XmlSigWalker& walker) {
     if (startsCapture(walker)) {
-        openCapture(m_mode == Mode::ById, walker.element().begin);
+        openCapture(m_mode != Mode::ByRefDigest, walker.element().begin);
         return;
     }
     if (m_mode == Mode::ByRefDigest)
@@ -163,6 +164,8 @@ bool XmlSigLocate::Search::startsCapture(const XmlSigWalker& walker) {
         return false;
     if (m_mode == Mode::ByRefDigest)
         return e.inSignatureNamespace && e.localName == kSignature;
+    if (m_mode == Mode::AtOffset)
+        return e.begin == m_offset;
     return walker.attribute(kIdAttribute, m_scratch) && m_scratch == m_key;
 }
 
@@ -323,7 +326,7 @@ bool XmlSigLocate::FindXmlSigById(const char* id, const char* xml, _tvXmlDtd& dt
 
 bool XmlSigLocate::FindXmlSigById(std::string_view id, std::string_view xml, _tvXmlDtd& dtd, LogBase& log) {
     LogContextExitor ctx(log, "FindXmlSigById");
-    return find(Mode::ById, id, xml, dtd, log);
+    return find(Mode::ById, id, 0, xml, dtd, log);
 }
 
 bool XmlSigLocate::FindXmlSigByRefDigest(const char* digestValue, const char* xml, _tvXmlDtd& dtd, LogBase& log) {
@@ -334,15 +337,21 @@ bool XmlSigLocate::FindXmlSigByRefDigest(const char* digestValue, const char* xm
 bool XmlSigLocate::FindXmlSigByRefDigest(std::string_view digestValue, std::string_view xml, _tvXmlDtd& dtd,
                                          LogBase& log) {
     LogContextExitor ctx(log, "FindXmlSigByRefDigest");
-    return find(Mode::ByRefDigest, digestValue, xml, dtd, log);
+    return find(Mode::ByRefDigest, digestValue, 0, xml, dtd, log);
 }
 
-bool XmlSigLocate::find(Mode mode, std::string_view key, std::string_view xml, _tvXmlDtd& dtd, LogBase& log) {
+bool XmlSigLocate::FindXmlSigAt(uint32_t offset, std::string_view xml, _tvXmlDtd& dtd, LogBase& log) {
+    LogContextExitor ctx(log, "FindXmlSigAt");
+    return find(Mode::AtOffset, {}, offset, xml, dtd, log);
+}
+
+bool XmlSigLocate::find(Mode mode, std::string_view key, uint32_t offset, std::string_view xml, _tvXmlDtd& dtd,
+                        LogBase& log) {
     static_cast<XmlSigPositions&>(*this) = XmlSigPositions{};
-    if (key.empty())
+    if (mode != Mode::AtOffset && key.empty())
         return false;
     XmlSigWalker walker(dtd.bind(xml), m_parsed);
-    Search search(mode, key);
+    Search search(mode, key, offset);
     while (walker.next()) {
         if (search.take(walker)) {
             static_cast<XmlSigPositions&>(*this) = *search.result();

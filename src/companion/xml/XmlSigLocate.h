@@ -56,15 +56,20 @@ public:
     bool FindXmlSigByRefDigest(const char* digestValue, const char* xml, _tvXmlDtd& dtd, LogBase& log);
     bool FindXmlSigByRefDigest(std::string_view digestValue, std::string_view xml, _tvXmlDtd& dtd, LogBase& log);
 
+    // The signature whose start tag begins at the byte offset: a caller that
+    // holds the element itself finds it where it stands, whatever another
+    // signature's Id or digests say.
+    bool FindXmlSigAt(uint32_t offset, std::string_view xml, _tvXmlDtd& dtd, LogBase& log);
+
     // A tree parsed from the text that will be searched: it is read instead
     // of the text (a tree of another text is ignored). It must outlive the
     // finds.
     void setParsedDocument(const XmlDocument* doc) { m_parsed = doc; }
 
 private:
-    enum class Mode : uint8_t { ById, ByRefDigest };
+    enum class Mode : uint8_t { ById, ByRefDigest, AtOffset };
     class Search;
-    bool find(Mode mode, std::string_view key, std::string_view xml, _tvXmlDtd& dtd, LogBase& log);
+    bool find(Mode mode, std::string_view key, uint32_t offset, std::string_view xml, _tvXmlDtd& dtd, LogBase& log);
 
     const XmlDocument* m_parsed = nullptr;
 };

@@ -34,6 +34,7 @@ enum XmlAttributeFlag : uint8_t {
     kAttrNeedsDecoding = 1, // references or whitespace to normalize
     kAttrDefaulted = 2,     // supplied by an ATTLIST default, not written in the tag
     kAttrTokenized = 4,     // declared with a non-CDATA type: spaces collapse
+    kAttrDeclaredId = 8,    // declared of type ID: its value names the element
 };
 
 struct XmlAttribute {

@@ -1,0 +1,96 @@
+#include "companion/canon/CanonTarget.h"
+#include "companion/log/LogBase.h"
+#include "companion/xml/ClsXml.h"
+#include "companion/xml/XmlDocument.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
+
+#include <algorithm>
+
+namespace {
+
+// "/Envelope/Body[1]": local names, and each step below the root with its
+// 1-based position among the siblings of the same name.
+std::string elementPath(const XmlDocument& doc, uint32_t element) {
+    std::vector<std::string> steps;
+    for (uint32_t n = element; n != kNoNode; n = doc.parent(n)) {
+        const std::string_view name = doc.name(n);
+        std::string step(XmlDocument::localName(name));
+        if (const uint32_t parent = doc.parent(n); parent != kNoNode) {
+            int position = 0;
+            for (uint32_t s = doc.firstChildElement(parent); s != kNoNode && s <= n; s = doc.nextSiblingElement(s))
+                position += doc.name(s) == name;
+            step += "[" + std::to_string(position) + "]";
+        }
+        steps.push_back(std::move(step));
+    }
+    std::string path;
+    for (auto step = steps.rbegin(); step != steps.rend(); ++step)
+        path += "/" + *step;
+    return path;
+}
+
+void readTransformsAndDigestMethod(ClsXml& reference, ReferenceOutcome& out) {
+    StringBuffer algorithm;
+    if (RefPtr<ClsXml> transforms(reference.findChild("*:Transforms")); transforms) {
+        for (int i = 0; i < transforms->get_NumChildren(); ++i) {
+            RefPtr<ClsXml> transform(transforms->getChild(i));
+            if (transform && transform->getAttrValue("Algorithm", algorithm))
+                out.transforms.emplace_back(algorithm.view());
+        }
+    }
+    if (reference.getChildAttrValue("*:DigestMethod", "Algorithm", algorithm))
+        out.digestMethod = algorithm.view();
+}
+
+} // namespace
+
+uint32_t ClsXmlDSig::LineCounter::lineOf(std::string_view text, uint32_t offset) {
+    if (offset < m_offset) {
+        m_offset = 0;
+        m_line = 1;
+    }
+    const std::string_view between = text.substr(m_offset, offset - m_offset);
+    m_line += static_cast<uint32_t>(std::count(between.begin(), between.end(), '\n'));
+    m_offset = offset;
+    return m_line;
+}
+
+ReferenceOutcome ClsXmlDSig::referenceOutcome(int index, bool matched, LineCounter& lines, LogBase& log) {
+    ReferenceOutcome out;
+    out.index = index;
+    out.matched = matched;
+    out.failReason = matched ? 0 : m_refFailReason;
+    RefPtr<ClsXml> reference(getReference(index, log));
+    if (!reference)
+        return out;
+    DSigReference ref;
+    ref.parseReference(*reference, log);
+    out.uri = ref.m_uri.view();
+    readTransformsAndDigestMethod(*reference, out);
+
+    StringBuffer uri(ref.m_uri);
+    uri.trim2();
+    CanonTarget target;
+    if (!uri.isEmpty() && !uri.beginsWith("#")) {
+        out.target = ReferenceOutcome::Target::External;
+        out.externalFile = m_lastExternalFile;
+    } else if (!CanonTarget::fromUri(uri.view(), 0, target)) {
+        out.target = ReferenceOutcome::Target::Unresolved;
+    } else if (target.isDocument()) {
+        out.target = ReferenceOutcome::Target::WholeDocument;
+    } else if (const std::span<const uint32_t> carriers = elementsNamedBy(uri.view()); carriers.size() == 1) {
+        const XmlDocument& doc = *loadedTree();
+        out.target = ReferenceOutcome::Target::Element;
+        out.elementName = doc.name(carriers[0]);
+        out.path = elementPath(doc, carriers[0]);
+        out.offset = doc.startTagBegin(carriers[0]);
+        out.line = lines.lineOf(doc.source(), out.offset);
+    }
+    return out;
+}
+
+std::vector<ReferenceOutcome> ClsXmlDSig::referenceOutcomes() {
+    CritSecExitor lock(m_critSec);
+    return m_referenceOutcomes;
+}
