@@ -283,10 +283,12 @@ private:
         bool found = false;
         bool ambiguous = false;
         uint32_t selectedLoc = 0;
+        uint32_t otherLoc = 0; // where the search landed when ambiguous
         std::string key;
         XmlSigPositions positions;
     };
     LocateMemo m_locateMemo;
+    static void logAmbiguousLocation(const LocateMemo& memo, LogBase& log);
     std::unique_ptr<XmlIdIndex> m_idIndex;
     // The file the last external reference was hashed from (empty: caller data).
     std::string m_lastExternalFile;

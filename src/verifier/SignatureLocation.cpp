@@ -19,6 +19,12 @@ bool findByIdOrDigest(const XmlDocument* tree, std::string_view text, std::strin
 
 } // namespace
 
+void ClsXmlDSig::logAmbiguousLocation(const LocateMemo& memo, LogBase& log) {
+    log.LogInfo("Another signature has the same Id or reference digest; the selected one is verified where it stands.");
+    log.LogDataLong("selectedSignatureOffset", memo.positions.m_signatureLoc);
+    log.LogDataLong("otherSignatureOffset", memo.otherLoc);
+}
+
 bool ClsXmlDSig::isLoadedText(std::string_view text) const {
     return text.data() == m_sigXml.view().data() && text.size() == m_sigXml.getSize();
 }
@@ -57,27 +63,27 @@ bool ClsXmlDSig::locateInLoadedText(const StringBuffer& sigId, const StringBuffe
     if (m_locateMemo.valid && m_locateMemo.selectedLoc == selectedLoc && m_locateMemo.byId == byId &&
         m_locateMemo.key == key) {
         out = m_locateMemo.positions;
+        if (m_locateMemo.ambiguous)
+            logAmbiguousLocation(m_locateMemo, log);
         return m_locateMemo.found;
     }
     XmlSigPositions searched;
     bool found =
         sig && findByIdOrDigest(loadedTree(), m_sigXml.view(), sigId.view(), digestValue.view(), searched, log);
     bool ambiguous = false;
+    uint32_t otherLoc = 0;
     if (found) {
         XmlSigLocate own;
         own.setParsedDocument(loadedTree());
         _tvXmlDtd dtd;
         found = own.FindXmlSigAt(selectedLoc, m_sigXml.view(), dtd, log);
         ambiguous = found && own.m_signatureLoc != searched.m_signatureLoc;
-        if (ambiguous) {
-            log.LogInfo("Another signature has the same Id or reference digest; the selected one is verified where "
-                        "it stands.");
-            log.LogDataLong("selectedSignatureOffset", own.m_signatureLoc);
-            log.LogDataLong("otherSignatureOffset", searched.m_signatureLoc);
-        }
+        otherLoc = searched.m_signatureLoc;
         searched = own;
     }
     out = searched;
-    m_locateMemo = LocateMemo{true, byId, found, ambiguous, selectedLoc, std::string(key), out};
+    m_locateMemo = LocateMemo{true, byId, found, ambiguous, selectedLoc, otherLoc, std::string(key), out};
+    if (ambiguous)
+        logAmbiguousLocation(m_locateMemo, log);
     return found;
 }

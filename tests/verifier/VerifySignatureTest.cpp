@@ -127,3 +127,19 @@ TEST_F(VerifySignature, SharedObjectGivesTheSerialVerdicts) {
 }
 
 } // namespace
+
+// The MyInvois document digest that one document's reference stage leaves
+// must not be signed for the next document, nor for a run that skips it.
+TEST(MyInvoisReuse, NoDigestOfAnEarlierDocumentIsSigned) {
+    const auto dir = corpusDir() / "real" / "myinvois";
+    if (!std::filesystem::exists(dir / "myinvois-14.xml"))
+        GTEST_SKIP() << "no real corpus";
+    ClsXmlDSig dsig;
+    XString options("MYINVOIS");
+    dsig.put_UncommonOptions(options);
+    ASSERT_TRUE(loadXml(dsig, readFile(dir / "myinvois-14.xml")));
+    ASSERT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
+    EXPECT_FALSE(dsig.VerifySignature(false));
+    ASSERT_TRUE(loadXml(dsig, readFile(dir / "myinvois-14-tamper.xml")));
+    EXPECT_FALSE(dsig.VerifySignature(false));
+}
