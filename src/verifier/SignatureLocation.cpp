@@ -72,12 +72,14 @@ bool ClsXmlDSig::locateInLoadedText(const StringBuffer& sigId, const StringBuffe
         sig && findByIdOrDigest(loadedTree(), m_sigXml.view(), sigId.view(), digestValue.view(), searched, log);
     bool ambiguous = false;
     uint32_t otherLoc = 0;
-    if (found) {
+    // The search's answer stands when it is the selected element; only
+    // another one costs a second walk.
+    if (found && searched.m_signatureLoc != selectedLoc) {
         XmlSigLocate own;
         own.setParsedDocument(loadedTree());
         _tvXmlDtd dtd;
         found = own.FindXmlSigAt(selectedLoc, m_sigXml.view(), dtd, log);
-        ambiguous = found && own.m_signatureLoc != searched.m_signatureLoc;
+        ambiguous = found;
         otherLoc = searched.m_signatureLoc;
         searched = own;
     }

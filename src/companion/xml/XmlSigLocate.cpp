@@ -350,7 +350,7 @@ bool XmlSigLocate::find(Mode mode, std::string_view key, uint32_t offset, std::s
     static_cast<XmlSigPositions&>(*this) = XmlSigPositions{};
     if (mode != Mode::AtOffset && key.empty())
         return false;
-    XmlSigWalker walker(dtd.bind(xml), m_parsed);
+    XmlSigWalker walker(dtd.bind(xml), m_parsed, mode == Mode::AtOffset ? offset : 0);
     Search search(mode, key, offset);
     while (walker.next()) {
         if (search.take(walker)) {

@@ -21,16 +21,18 @@ bool XmlSigWalker::Element::isSignature() const {
     return (inSignatureNamespace && localName == kSignature) || (hasSignedInfo && hasSignatureValue);
 }
 
-XmlSigWalker::XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed) : m_tokens(tokenSource(dtd, parsed)), m_dtd(dtd) {
+XmlSigWalker::XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed, uint32_t from)
+    : m_tokens(tokenSource(dtd, parsed, from)), m_dtd(dtd) {
 }
 
 // A tree of the same text that holds everything is replayed rather than the
 // text scanned again, from the first element that may be a signature: what
 // comes before it cannot be part of one.
-std::unique_ptr<XmlTokenSource> XmlSigWalker::tokenSource(XmlDtd& dtd, const XmlDocument* parsed) {
+std::unique_ptr<XmlTokenSource> XmlSigWalker::tokenSource(XmlDtd& dtd, const XmlDocument* parsed, uint32_t from) {
     if (!parsed || !parsed->canStandFor(dtd.document()))
         return std::make_unique<XmlScanner>(dtd);
-    const uint32_t first = firstPossibleSignature(*parsed);
+    const uint32_t at = from ? parsed->elementAt(from) : kNoNode;
+    const uint32_t first = at != kNoNode ? at : firstPossibleSignature(*parsed);
     if (first == kNoNode)
         return nullptr;
     return std::make_unique<XmlTreeReplay>(*parsed, first, XmlTreeReplay::Extent::ToDocumentEnd);

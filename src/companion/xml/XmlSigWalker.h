@@ -42,8 +42,9 @@ public:
     // The DTD's document is the text walked; it must outlive the walker.
     // `parsed`, when not null, may be the tree of that text (it is used only
     // if it is); the walk then starts at the first element that may be a
-    // signature, after the start tags of its ancestors.
-    explicit XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed = nullptr);
+    // signature, after the start tags of its ancestors, or at the element
+    // whose start tag begins at `from` when the caller knows it is later.
+    explicit XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed = nullptr, uint32_t from = 0);
 
     // The next event, or false at the end of the document or on the first
     // well-formedness error (then failed()).
@@ -69,7 +70,7 @@ private:
         size_t depth;
     };
 
-    static std::unique_ptr<XmlTokenSource> tokenSource(XmlDtd& dtd, const XmlDocument* parsed);
+    static std::unique_ptr<XmlTokenSource> tokenSource(XmlDtd& dtd, const XmlDocument* parsed, uint32_t from);
     static uint32_t firstPossibleSignature(const XmlDocument& doc);
     bool startElement();
     void endElement();
