@@ -63,6 +63,13 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
 bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
                                        LogBase& log) {
     LogContextExitor ctx(log, "verifyReferenceDigest");
+    if (verifyWithSortBugRetry(index, externalDataMissing, externalRefDirs, log))
+        return true;
+    return m_refFailReason == kMismatch && verifyByStandardSelection(index, externalDataMissing, externalRefDirs, log);
+}
+
+bool ClsXmlDSig::verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                        LogBase& log) {
     if (verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log))
         return true;
     log.LogDataLong("invalidDigestReason", m_refFailReason);

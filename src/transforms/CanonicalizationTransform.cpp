@@ -46,7 +46,9 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     canon.setOutputSink(shortcut.sink);
     canon.setParsedDocument(shortcut.parsed);
     canon.setExcludedRange(shortcut.excludedStart, shortcut.excludedLength);
-    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments"));
+    const bool xpointer = uri.beginsWith("xpointer(");
+    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments") &&
+                          !(m_commentsLeftOutOfBareReferences && !xpointer));
     if (algorithm.containsSubstring(kExclusiveMarker)) {
         canon.setMode(XmlCanon::Mode::Exclusive);
         if (!prefixList.isEmpty())

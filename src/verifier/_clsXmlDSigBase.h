@@ -67,4 +67,7 @@ protected:
     bool m_isSwiftSaa = false;
     // The invoice document digest that MyInvois signatures sign.
     DataBuffer m_docDigest;
+    // Set for the retry that canonicalizes "" and "#id" references without
+    // comments even under a WithComments algorithm.
+    bool m_commentsLeftOutOfBareReferences = false;
 };

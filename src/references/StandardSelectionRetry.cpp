@@ -1,0 +1,43 @@
+#include "companion/log/LogContextExitor.h"
+#include "companion/xml/ClsXml.h"
+#include "references/RefFailReason.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
+
+namespace {
+
+constexpr std::string_view kWithComments = "WithComments";
+constexpr std::string_view kXPointer = "#xpointer(";
+
+// A URI of "" or "#id" selects its node-set without comments, whatever the
+// canonicalization that follows; only the XPointer forms keep them.
+bool selectsWithoutComments(const StringBuffer& uri) {
+    return uri.isEmpty() || (uri.beginsWith("#") && !uri.beginsWith(kXPointer));
+}
+
+} // namespace
+
+// The W3C reading where the literal one mismatched: a WithComments
+// canonicalization of a bare same-document reference still leaves the
+// comments out.
+bool ClsXmlDSig::verifyByStandardSelection(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                           LogBase& log) {
+    RefPtr<ClsXml> element(getReference(index, log));
+    if (!element)
+        return false;
+    DSigReference ref;
+    ref.parseReference(*element, log);
+    StringBuffer uri(ref.m_uri);
+    uri.trim2();
+    if (!selectsWithoutComments(uri) || !ref.m_transformsXml.containsSubstringNoCase(kWithComments))
+        return false;
+
+    LogContextExitor ctx(log, "standardNodeSetSelection");
+    log.LogInfo("Retry with comments left out of the same-document reference, as XML-DSig selects them...");
+    m_commentsLeftOutOfBareReferences = true;
+    const bool matched = verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
+    m_commentsLeftOutOfBareReferences = false;
+    if (matched)
+        log.LogInfo("The reference matched with its comments left out.");
+    return matched;
+}
