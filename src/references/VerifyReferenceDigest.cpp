@@ -7,6 +7,7 @@
 #include "references/DSigExternalData.h"
 #include "references/ExternalRefDirs.h"
 #include "references/RefFailReason.h"
+#include "references/ReferenceDigestMemo.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -111,12 +112,12 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
     if (uri.beginsWith("#")) {
         uri.removeChunk(0, 1);
         log.LogDataSb("sameDocumentUri", uri);
-        return verifyInternalReference(uri, ref, log);
+        return verifySameDocumentReference(index, uri, ref, log);
     }
     if (uri.isEmpty()) {
         if (!m_isCmaStp)
             log.LogInfo("URI is the entire XML document.");
-        return verifyInternalReference(uri, ref, log);
+        return verifySameDocumentReference(index, uri, ref, log);
     }
 
     log.LogDataSb("externalUri", uri);
@@ -159,5 +160,19 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
     log.LogDataSb("storedRefDigest", ref.m_digestValue);
     const bool matched = calculated.equals(ref.m_digestValue.view());
     m_refFailReason = matched ? kMatched : kMismatch;
+    return matched;
+}
+
+bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log) {
+    if (!m_runDigests)
+        return verifyInternalReference(uri, ref, log);
+    const ReferenceDigestMemo::Settings settings{m_dupC14nSortBug, m_isZatca};
+    if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, settings)) {
+        log.LogDataLong("sameAsReference", earlier->index);
+        m_refFailReason = earlier->failReason;
+        return earlier->matched;
+    }
+    const bool matched = verifyInternalReference(uri, ref, log);
+    m_runDigests->remember(ref, settings, {index, matched, m_refFailReason});
     return matched;
 }

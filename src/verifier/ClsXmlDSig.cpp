@@ -69,6 +69,9 @@ void ClsXmlDSig::get_VerifyOptions(XString& out) {
 void ClsXmlDSig::put_VerifyOptions(const XString& options) {
     CritSecExitor lock(m_critSec);
     put_CmsOptions(options);
+    // Also read at each load and verification, where a bad value is logged.
+    LogNull quiet;
+    readLimits(quiet);
 }
 
 bool ClsXmlDSig::checkSetZatca(LogBase& log) {

@@ -6,6 +6,7 @@
 #include "companion/text/ExtPtrArray.h"
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
+#include "verifier/VerificationLimits.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 class CanonSink;
@@ -22,6 +23,7 @@ class TavixX509;
 class ClsXml;
 class XmlDocument;
 class DSigReference;
+class ReferenceDigestMemo;
 
 // Verifies the XML digital signatures of one loaded document.
 class ClsXmlDSig : public _clsXmlDSigBase, public SystemCertsHolder {
@@ -92,6 +94,12 @@ public:
     bool selectBySignatureId(StringBuffer& id, LogBase& log);
     bool selectedSignatureId(StringBuffer& out, LogBase& log);
     ClsXml* getReference(int index, LogBase& log);
+    // The limits VerifyOptions sets, read again; false (and the defaults) when
+    // a value is not a positive integer.
+    bool readLimits(LogBase& log);
+    // A certificate's text from the document within MaxCertificateBytes.
+    bool certificateWithinLimit(const StringBuffer& text, LogBase& log) const;
+    const VerificationLimits& limits() const { return m_limits; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
     bool getSignatureMethod(StringBuffer& out, LogBase& log);
@@ -117,6 +125,9 @@ public:
     bool verifyReferenceDigest(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
+    // The same-document digest, or during a run the outcome of an identical
+    // earlier reference.
+    bool verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
     DSigRefExternalData* clearedExtRef(int index, LogBase& log);
     bool getReferenceUri(int index, StringBuffer& uri, LogBase& log);
@@ -193,6 +204,9 @@ private:
     // The verification driver and its stages.
     bool verifySignature(bool verifyReferenceDigests, LogBase& log);
     bool verifyReferenceStage(LogBase& log);
+    // Reads the limits and checks the selected signature against them: its
+    // references, each one's transforms, its SignatureValue.
+    bool withinVerificationLimits(ClsXml& signature, LogBase& log);
     bool verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log);
     bool signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log);
     // The selected signature in `text`, by its Id or else by the first
@@ -255,6 +269,18 @@ private:
         XmlSigPositions positions;
     };
     LocateMemo m_locateMemo;
+    // The selected signature's Reference elements, listed once per signature
+    // so that reference i is not found by walking i siblings.
+    struct ReferenceList {
+        const ClsXml* signature = nullptr;
+        bool hasSignedInfo = false;
+        ExtPtrArrayRc references;
+    };
+    ReferenceList m_referenceList;
+    const ReferenceList& selectedReferences();
+    VerificationLimits m_limits;
+    // The outcomes of this VerifySignature run's references (null outside a run).
+    ReferenceDigestMemo* m_runDigests = nullptr;
     DataBuffer m_hmacKey;
     int m_selector = 0;
 };

@@ -44,6 +44,8 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
 void ClsXmlDSig::resetLoadedDocument() {
     m_selector = 0;
     m_locateMemo = LocateMemo{};
+    m_referenceList.signature = nullptr;
+    m_referenceList.references.removeAllObjects();
     releaseDocument();
     m_signatures.removeAllObjects();
 }
@@ -87,5 +89,13 @@ bool ClsXmlDSig::parseLoadedText(LogBase& log) {
             log.LogError(parseLog.firstError());
         return false;
     }
-    return m_xml->findSignatures(m_signatures, log);
+    if (!m_xml->findSignatures(m_signatures, log))
+        return false;
+    // Too many signatures fail the load: none is listed to be verified.
+    if (readLimits(log) &&
+        VerificationLimits::within(static_cast<uint64_t>(m_signatures.getSize()), m_limits.maxSignatures,
+                                   "Signatures in the document:", VerificationLimits::kMaxSignatures, log))
+        return true;
+    m_signatures.removeAllObjects();
+    return false;
 }

@@ -61,6 +61,8 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
         log.LogError("There are no references.");
         return false;
     }
+    if (!withinVerificationLimits(*sig, log))
+        return false;
     // The SII DTE that a reference of this run extracts belongs to this run.
     m_siiDteXml.clear();
     m_siiDteOffset = 0;
