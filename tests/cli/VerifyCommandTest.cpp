@@ -122,9 +122,12 @@ TEST_F(VerifyCommand, HmacKeyAndExternalDataOptions) {
         {hex + "--ref-data 1=" + q(path("ext/data.txt")) + " " + alone, 0, "VALID"},
         {hex + "--ignore-external-refs --ref-data 1=" + q(path("two.xml")) + " " + alone, 1,
          "INVALID: reference 1: digest mismatch"},
-        // A limit's reason is the first-reason line.
+        // Limits: the reason is the first-reason line; data.txt has 9 bytes.
         {hex + "--verify-options " + q(R"({"MaxReferences": 1})") + " " + q(path("sig/hmac.xml")), 1,
          R"(INVALID: References in the signature: 2, over the limit of 1 (VerifyOptions "MaxReferences").)"},
+        {hex + "--verify-options " + q(R"({"MaxExternalFileBytes": 8})") + " " + q(path("sig/hmac.xml")), 1,
+         "INVALID: reference 1: external data missing or unreadable"},
+        {hex + "--verify-options " + q(R"({"MaxExternalFileBytes": 9})") + " " + q(path("sig/hmac.xml")), 0, "VALID"},
     };
     for (const auto& c : cases) {
         const ProcessResult r = verify(c.args);
