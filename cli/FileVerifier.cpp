@@ -65,6 +65,9 @@ bool FileVerifier::configure(std::string& error) {
     XString text;
     text.setFromUtf8(m_settings.uncommonOptions);
     m_dsig->put_UncommonOptions(text);
+    XString verifyOptions;
+    verifyOptions.setFromUtf8(m_settings.verifyOptions);
+    m_dsig->put_VerifyOptions(verifyOptions);
     m_dsig->put_VerboseLogging(m_settings.verbose);
     return true;
 }

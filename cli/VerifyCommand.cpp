@@ -15,7 +15,7 @@ constexpr const char* kUsage =
     "usage: xmldsig verify [--selector N | --signature-id ID | --all] [--no-refs] [--key FILE]\n"
     "         [--cert FILE|DIR]... [--hmac-key TEXT [--hmac-encoding ascii|hex|base64]]\n"
     "         [--ext-dir DIR[;DIR...]] [--ref-data INDEX=FILE]... [--ignore-external-refs]\n"
-    "         [--options TEXT] [--log | --verbose] [--json] [-j N] FILE...";
+    "         [--options TEXT] [--verify-options JSON] [--log | --verbose] [--json] [-j N] FILE...";
 
 // Files are handed out one at a time to `jobs` threads, each with its own
 // verifier; results keep the order of the command line.

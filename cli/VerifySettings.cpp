@@ -2,9 +2,18 @@
 
 #include "CommandLine.h"
 
+#include "companion/base/ClsJsonObject.h"
+#include "companion/log/LogBase.h"
+
 namespace {
 
 constexpr unsigned kMaxJobs = 256;
+
+bool isJsonObject(const std::string& text) {
+    ClsJsonObject json;
+    LogNull quiet;
+    return json.load(text, quiet);
+}
 
 // "INDEX=FILE"
 bool parseRefData(const std::string& text, std::pair<int, std::string>& out) {
@@ -58,6 +67,10 @@ bool parseReferences(CommandLine& args, VerifySettings& s, std::string& error) {
     }
     s.ignoreExternalRefs = args.takeFlag("--ignore-external-refs");
     args.takeValue("--options", s.uncommonOptions);
+    if (args.takeValue("--verify-options", s.verifyOptions) && !isJsonObject(s.verifyOptions)) {
+        error = "--verify-options needs a JSON object, got " + s.verifyOptions;
+        return false;
+    }
     return true;
 }
 

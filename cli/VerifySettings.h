@@ -23,6 +23,7 @@ struct VerifySettings {
     std::vector<std::pair<int, std::string>> refData;
     bool ignoreExternalRefs = false;
     std::string uncommonOptions;
+    std::string verifyOptions;
 
     bool printLog = false;
     bool verbose = false;

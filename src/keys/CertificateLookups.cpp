@@ -137,7 +137,7 @@ bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, TavixX509Holder&
 ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromCertBase64");
     TavixX509Holder holder;
-    if (!parseCertBase64(text, seen, holder, log))
+    if (!certificateWithinLimit(text, log) || !parseCertBase64(text, seen, holder, log))
         return nullptr;
     return publicKeyFromX509(*holder.getX509Ptr(), log);
 }
@@ -145,7 +145,7 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& text, HashedStri
 bool ClsXmlDSig::processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
     LogContextExitor ctx(log, "processCertBase64");
     TavixX509Holder holder;
-    return parseCertBase64(text, seen, holder, log);
+    return certificateWithinLimit(text, log) && parseCertBase64(text, seen, holder, log);
 }
 
 void ClsXmlDSig::reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out, LogBase&) {

@@ -145,6 +145,8 @@ void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, L
     str.getChildAttrValue("*:KeyIdentifier", "ValueType", valueType);
     log.LogDataSb("ValueType", valueType);
     if (valueType.endsWith("#X509v3")) {
+        if (!certificateWithinLimit(identifier, log))
+            return;
         std::unique_ptr<CertificateHolder> holder =
             CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_systemCerts, log);
         if (holder)

@@ -8,6 +8,8 @@
 bool ClsXmlDSig::pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log) {
     LogContextExitor ctx(log, "pkiPathV1_to_cert");
     outBase64.clear();
+    if (!certificateWithinLimit(tokenBase64, log))
+        return false;
     DataBuffer der;
     der.appendEncoded(tokenBase64.view(), "base64");
     StringBuffer xml;

@@ -4,19 +4,12 @@
 #include "companion/xml/XmlIdIndex.h"
 #include "verifier/ClsXmlDSig.h"
 
-const XmlIdIndex* ClsXmlDSig::idIndex() {
-    if (!m_idIndex)
-        if (const XmlDocument* tree = loadedTree())
-            m_idIndex = std::make_unique<XmlIdIndex>(*tree);
-    return m_idIndex.get();
-}
-
 std::span<const uint32_t> ClsXmlDSig::elementsNamedBy(std::string_view uri) {
     CanonTarget target;
     if (!CanonTarget::fromUri(uri, 0, target) || target.kind != CanonTarget::Kind::Id)
         return {};
-    const XmlIdIndex* index = idIndex();
-    return index ? index->elementsWith(target.id) : std::span<const uint32_t>{};
+    const XmlDocument* tree = loadedTree();
+    return tree ? tree->idIndex().elementsWith(target.id) : std::span<const uint32_t>{};
 }
 
 // Two elements with the identifier leave it open which one was signed: the

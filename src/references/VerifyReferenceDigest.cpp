@@ -1,12 +1,12 @@
 #include "companion/crypto/_tvHash.h"
-#include "companion/fs/FileSys.h"
 #include "companion/fs/_tvFileDataSource.h"
-#include "companion/fs/_tvFilePath.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DSigExternalData.h"
+#include "references/ExternalFileResolution.h"
 #include "references/ExternalRefDirs.h"
 #include "references/RefFailReason.h"
+#include "references/ReferenceDigestMemo.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -18,28 +18,16 @@ using namespace ref_fail_reason;
 
 // The first listed directory holding a file named by the URI, as a holder
 // for the duration of one attempt.
-std::unique_ptr<DSigRefExternalData> findExternalFile(const StringBuffer& uri, ExtPtrArraySb& dirs, LogBase& log) {
+std::unique_ptr<DSigRefExternalData> findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs,
+                                                      uint64_t maxBytes, LogBase& log) {
     log.LogDataSb("externalRefFileName", uri);
-    XString file;
-    file.setFromSbUtf8(uri);
-    for (int i = 0; i < dirs.getSize(); ++i) {
-        StringBuffer* dir = dirs.sbAt(i);
-        if (!dir || dir->isEmpty())
-            continue;
-        log.LogDataSb("externalRefDir", *dir);
-        XString dirX, path;
-        dirX.setFromSbUtf8(*dir);
-        _tvFilePath::CombineDirAndFilepath(dirX, file, path);
-        log.LogDataX("pathToCheck", path);
-        bool isDirectory = false;
-        if (FileSys::fileExistsX(path, isDirectory, log)) {
-            log.LogDataX("usingFile", path);
-            auto found = std::make_unique<DSigRefExternalData>();
-            found->m_path.copyFromX(path);
-            return found;
-        }
-    }
-    return nullptr;
+    const std::optional<std::filesystem::path> file = resolveExternalFile(uri.view(), dirs, maxBytes, log);
+    if (!file)
+        return nullptr;
+    log.LogDataStr("usingFile", file->string());
+    auto found = std::make_unique<DSigRefExternalData>();
+    found->m_path.setFromUtf8(file->string());
+    return found;
 }
 
 } // namespace
@@ -123,19 +111,19 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
         }
         uri.removeChunk(0, 1);
         log.LogDataSb("sameDocumentUri", uri);
-        return verifyInternalReference(uri, ref, log);
+        return verifySameDocumentReference(index, uri, ref, log);
     }
     if (uri.isEmpty()) {
         if (!m_isCmaStp)
             log.LogInfo("URI is the entire XML document.");
-        return verifyInternalReference(uri, ref, log);
+        return verifySameDocumentReference(index, uri, ref, log);
     }
 
     log.LogDataSb("externalUri", uri);
     DSigRefExternalData* data = getExtRef(index, false, log);
     std::unique_ptr<DSigRefExternalData> foundFile;
     if (!data && externalRefDirs.getSize() > 0) {
-        foundFile = findExternalFile(uri, externalRefDirs, log);
+        foundFile = findExternalFile(uri, externalRefDirs, m_limits.maxExternalFileBytes, log);
         data = foundFile.get();
     }
     if (data)
@@ -173,5 +161,19 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
     log.LogDataSb("storedRefDigest", ref.m_digestValue);
     const bool matched = calculated.equals(ref.m_digestValue.view());
     m_refFailReason = matched ? kMatched : kMismatch;
+    return matched;
+}
+
+bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log) {
+    if (!m_runDigests)
+        return verifyInternalReference(uri, ref, log);
+    const ReferenceDigestMemo::Settings settings{m_dupC14nSortBug, m_isZatca, m_commentsLeftOutOfBareReferences};
+    if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, settings)) {
+        log.LogDataLong("sameAsReference", earlier->index);
+        m_refFailReason = earlier->failReason;
+        return earlier->matched;
+    }
+    const bool matched = verifyInternalReference(uri, ref, log);
+    m_runDigests->remember(ref, settings, {index, matched, m_refFailReason});
     return matched;
 }

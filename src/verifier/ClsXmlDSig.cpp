@@ -2,7 +2,6 @@
 
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
-#include "companion/xml/XmlIdIndex.h"
 
 #include <new>
 
@@ -70,6 +69,9 @@ void ClsXmlDSig::get_VerifyOptions(XString& out) {
 void ClsXmlDSig::put_VerifyOptions(const XString& options) {
     CritSecExitor lock(m_critSec);
     put_CmsOptions(options);
+    // Also read at each load and verification, where a bad value is logged.
+    LogNull quiet;
+    readLimits(quiet);
 }
 
 bool ClsXmlDSig::checkSetZatca(LogBase& log) {

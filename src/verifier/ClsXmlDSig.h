@@ -7,6 +7,7 @@
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
 #include "verifier/ReferenceOutcome.h"
+#include "verifier/VerificationLimits.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 #include <memory>
@@ -26,8 +27,8 @@ class HashedStringSet;
 class TavixX509;
 class ClsXml;
 class XmlDocument;
-class XmlIdIndex;
 class DSigReference;
+class ReferenceDigestMemo;
 
 // Verifies the XML digital signatures of one loaded document.
 class ClsXmlDSig : public _clsXmlDSigBase, public SystemCertsHolder {
@@ -102,6 +103,12 @@ public:
     bool selectBySignatureId(StringBuffer& id, LogBase& log);
     bool selectedSignatureId(StringBuffer& out, LogBase& log);
     ClsXml* getReference(int index, LogBase& log);
+    // The limits VerifyOptions sets, read again; false (and the defaults) when
+    // a value is not a positive integer.
+    bool readLimits(LogBase& log);
+    // A certificate's text from the document within MaxCertificateBytes.
+    bool certificateWithinLimit(const StringBuffer& text, LogBase& log) const;
+    const VerificationLimits& limits() const { return m_limits; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
     bool getSignatureMethod(StringBuffer& out, LogBase& log);
@@ -131,6 +138,9 @@ public:
     bool verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyByStandardSelection(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
+    // The same-document digest, or during a run the outcome of an identical
+    // earlier reference.
+    bool verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
     // The elements of the loaded document that a same-document URI names by
     // identifier (none for the whole document or an unknown one).
@@ -226,6 +236,9 @@ private:
     // The verification driver and its stages.
     bool verifySignature(bool verifyReferenceDigests, LogBase& log);
     bool verifyReferenceStage(LogBase& log);
+    // Reads the limits and checks the selected signature against them: its
+    // references, each one's transforms, its SignatureValue.
+    bool withinVerificationLimits(ClsXml& signature, LogBase& log);
     bool verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log);
     bool signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log);
     // Whether `text` is the loaded document's own bytes (shared, unedited).
@@ -233,8 +246,6 @@ private:
     // The tree of the loaded text, which canonicalization and signature
     // location read instead of scanning the text again (null when none).
     const XmlDocument* loadedTree() const;
-    // The identifiers of the loaded document, indexed on first use.
-    const XmlIdIndex* idIndex();
     bool locateInLoadedText(const StringBuffer& sigId, const StringBuffer& digestValue, XmlSigPositions& out,
                             LogBase& log);
     bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);
@@ -293,10 +304,21 @@ private:
     };
     LocateMemo m_locateMemo;
     static void logAmbiguousLocation(const LocateMemo& memo, LogBase& log);
-    std::unique_ptr<XmlIdIndex> m_idIndex;
     // The file the last external reference was hashed from (empty: caller data).
     std::string m_lastExternalFile;
     std::vector<ReferenceOutcome> m_referenceOutcomes;
+    // The selected signature's Reference elements, listed once per signature
+    // so that reference i is not found by walking i siblings.
+    struct ReferenceList {
+        const ClsXml* signature = nullptr;
+        bool hasSignedInfo = false;
+        ExtPtrArrayRc references;
+    };
+    ReferenceList m_referenceList;
+    const ReferenceList& selectedReferences();
+    VerificationLimits m_limits;
+    // The outcomes of this VerifySignature run's references (null outside a run).
+    ReferenceDigestMemo* m_runDigests = nullptr;
     DataBuffer m_hmacKey;
     int m_selector = 0;
 };

@@ -1,7 +1,6 @@
 #include "companion/base/RunAlongside.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
-#include "companion/xml/XmlIdIndex.h"
 #include "verifier/ClsXmlDSig.h"
 
 namespace {
@@ -45,7 +44,8 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
 void ClsXmlDSig::resetLoadedDocument() {
     m_selector = 0;
     m_locateMemo = LocateMemo{};
-    m_idIndex.reset();
+    m_referenceList.signature = nullptr;
+    m_referenceList.references.removeAllObjects();
     // Nothing an earlier document computed may speak for this one.
     m_docDigest.clear();
     m_refFailReason = 0;
@@ -93,5 +93,13 @@ bool ClsXmlDSig::parseLoadedText(LogBase& log) {
             log.LogError(parseLog.firstError());
         return false;
     }
-    return m_xml->findSignatures(m_signatures, log);
+    if (!m_xml->findSignatures(m_signatures, log))
+        return false;
+    // Too many signatures fail the load: none is listed to be verified.
+    if (readLimits(log) &&
+        VerificationLimits::within(static_cast<uint64_t>(m_signatures.getSize()), m_limits.maxSignatures,
+                                   "Signatures in the document:", VerificationLimits::kMaxSignatures, log))
+        return true;
+    m_signatures.removeAllObjects();
+    return false;
 }

@@ -34,23 +34,37 @@ ClsXml* ClsXmlDSig::getReference(int index, LogBase& log) {
         log.LogDataLong("m_selector", m_selector);
         log.LogDataLong("index", index);
     }
-    ClsXml* sig = selectedSignature();
-    if (!sig) {
+    if (!selectedSignature()) {
         log.LogError("No object in dsig array at the current selector index.");
         log.LogDataLong("selectorIndex", m_selector);
         return nullptr;
     }
-    RefPtr<ClsXml> signedInfo(sig->getChildWithTagUtf8(kSignedInfoTag));
-    if (!signedInfo) {
+    const ReferenceList& list = selectedReferences();
+    if (!list.hasSignedInfo) {
         log.LogError("No SignedInfo child.");
         return nullptr;
     }
-    ClsXml* reference = signedInfo->getNthChildWithTagUtf8(kReferenceTag, index, log);
+    auto* reference = static_cast<ClsXml*>(list.references.elementAt(index));
     if (!reference) {
         log.LogError("No Reference element at the requested index.");
         log.LogDataLong("index", index);
+        return nullptr;
     }
+    reference->incRefCount();
     return reference;
+}
+
+const ClsXmlDSig::ReferenceList& ClsXmlDSig::selectedReferences() {
+    ClsXml* sig = selectedSignature();
+    if (m_referenceList.signature == sig)
+        return m_referenceList;
+    m_referenceList.signature = sig;
+    m_referenceList.references.removeAllObjects();
+    RefPtr<ClsXml> signedInfo(sig ? sig->getChildWithTagUtf8(kSignedInfoTag) : nullptr);
+    m_referenceList.hasSignedInfo = static_cast<bool>(signedInfo);
+    if (signedInfo)
+        signedInfo->childrenWithTag(kReferenceTag, m_referenceList.references);
+    return m_referenceList;
 }
 
 int ClsXmlDSig::numReferences(ClsXml& signature, LogBase& log) {

@@ -1,6 +1,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/ExternalRefDirs.h"
+#include "references/ReferenceDigestMemo.h"
 #include "verifier/ClsXmlDSig.h"
 
 bool ClsXmlDSig::verifyReferenceStage(LogBase& log) {
@@ -11,6 +12,8 @@ bool ClsXmlDSig::verifyReferenceStage(LogBase& log) {
 
     ClsXml* sig = selectedSignature();
     const int count = sig ? numReferences(*sig, log) : 0;
+    ReferenceDigestMemo digests;
+    ReferenceDigestMemo::Scope run(m_runDigests, digests);
     int failures = 0;
     LineCounter lines;
     // Every reference is checked, so the log shows all that fail.

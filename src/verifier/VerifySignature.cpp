@@ -62,6 +62,8 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
         log.LogError("There are no references.");
         return false;
     }
+    if (!withinVerificationLimits(*sig, log))
+        return false;
     // The SII DTE that a reference of this run extracts belongs to this run,
     // and so does the MyInvois document digest.
     m_siiDteXml.clear();

@@ -122,6 +122,12 @@ TEST_F(VerifyCommand, HmacKeyAndExternalDataOptions) {
         {hex + "--ref-data 1=" + q(path("ext/data.txt")) + " " + alone, 0, "VALID"},
         {hex + "--ignore-external-refs --ref-data 1=" + q(path("two.xml")) + " " + alone, 1,
          "INVALID: reference 1: digest mismatch"},
+        // Limits: the reason is the first-reason line; data.txt has 9 bytes.
+        {hex + "--verify-options " + q(R"({"MaxReferences": 1})") + " " + q(path("sig/hmac.xml")), 1,
+         R"(INVALID: References in the signature: 2, over the limit of 1 (VerifyOptions "MaxReferences").)"},
+        {hex + "--verify-options " + q(R"({"MaxExternalFileBytes": 8})") + " " + q(path("sig/hmac.xml")), 1,
+         "INVALID: reference 1: external data missing or unreadable"},
+        {hex + "--verify-options " + q(R"({"MaxExternalFileBytes": 9})") + " " + q(path("sig/hmac.xml")), 0, "VALID"},
     };
     for (const auto& c : cases) {
         const ProcessResult r = verify(c.args);
@@ -151,7 +157,8 @@ TEST_F(VerifyCommand, UsageAndInputErrors) {
     for (const std::string& args :
          {q(path("missing.xml")), q(path("notxml.xml")), rsa(q(path("missing.xml")) + " " + two), "--bogus " + two,
           "--hmac-key x --hmac-encoding rot13 " + two, "--selector one " + two, "--ref-data x " + two,
-          "--all --selector 1 " + two, std::string("-j 0 ") + two, std::string(""), "--signature-id nope " + two}) {
+          "--all --selector 1 " + two, std::string("-j 0 ") + two, std::string(""), "--signature-id nope " + two,
+          "--verify-options nonsense " + two, "--verify-options " + q(R"({"MaxReferences": 0})") + " " + two}) {
         const ProcessResult r = verify(args);
         EXPECT_EQ(r.exitCode, 2) << args;
         EXPECT_EQ(r.err.rfind("xmldsig: ", 0), 0u) << args << r.err;

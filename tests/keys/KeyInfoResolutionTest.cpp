@@ -254,6 +254,31 @@ TEST(KeyInfoResolution, UnreadableKeyInfo) {
     EXPECT_EQ(count, 1);
 }
 
+// Certificate text beyond MaxCertificateBytes is not decoded, in KeyInfo and
+// in a PKIPath token alike.
+TEST(KeyInfoResolution, CertificatesOverTheSizeLimitAreNotRead) {
+    const Signers& k = signers();
+    const std::string pkiPathType =
+        "http://docs.oasis-open.org/wss/2004/01/oasis-200401-wss-x509-token-profile-1.0#X509PKIPathv1";
+    const std::string pkiPath = "<wsse:BinarySecurityToken wsu:Id=\"path\" ValueType=\"" + pkiPathType + "\">" +
+                                pkiPathBase64() + "</wsse:BinarySecurityToken>";
+    const std::string pathReference =
+        tokenReference("<wsse:Reference URI=\"#path\" ValueType=\"" + pkiPathType + "\"/>");
+    for (const size_t limit : {k.certBase64[0].size() - 1, k.certBase64[0].size()}) {
+        Signed s;
+        s.dsig.put_VerifyOptions(XString(R"({"MaxCertificateBytes": )" + std::to_string(limit) + "}"));
+        s.load(x509Data(certElement(0)));
+        const bool within = limit == k.certBase64[0].size();
+        EXPECT_EQ(s.candidates(), within ? std::vector<std::string>{k.spkiBase64[0]} : std::vector<std::string>{});
+        EXPECT_EQ(logHas(s.log, LogBase::Kind::Error, "(VerifyOptions \"MaxCertificateBytes\")", false), !within);
+    }
+    Signed path;
+    path.dsig.put_VerifyOptions(XString(R"({"MaxCertificateBytes": 100})"));
+    path.load(pathReference, pkiPath);
+    EXPECT_TRUE(path.candidates().empty());
+    EXPECT_TRUE(logHas(path.log, LogBase::Kind::Error, "(VerifyOptions \"MaxCertificateBytes\")", false));
+}
+
 TEST(KeyInfoResolution, ExplicitKeyComesLastAndOnlyForVerification) {
     const Signers& k = signers();
     Signed s;

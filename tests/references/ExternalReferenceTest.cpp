@@ -102,6 +102,45 @@ TEST_F(ExternalReference, EmptyOrUnreadableDataIsNotMissingData) {
     }
 }
 
+// A URI reaches only a regular file inside the folder it is resolved in,
+// within the size limit. Each escape below names a file with the signed
+// bytes, so only the refusal keeps it from verifying.
+TEST_F(ExternalReference, UrisStayInsideTheListedFolders) {
+    writeFile(tmp.path() / "outside.txt", kData);
+    fs::create_directories(tmp.path() / "two" / "sub" / "dir.txt");
+    fs::create_symlink(tmp.path() / "outside.txt", tmp.path() / "two" / "link.txt");
+    fs::create_symlink(tmp.path() / "two" / "data.txt", tmp.path() / "two" / "inner.txt");
+    const struct {
+        std::string uri;
+        bool found;
+        const char* why;
+    } cases[] = {
+        {"../outside.txt", false, "outside the folder"},
+        {"sub/../../../" + tmp.path().filename().string() + "/outside.txt", false, "outside the folder"},
+        {path("outside.txt"), false, "an absolute path is never followed"},
+        {"link.txt", false, "outside the folder"},
+        {"sub/dir.txt", false, "not a regular file"},
+        {"sub/../data.txt", true, ""},
+        {"inner.txt", true, ""},
+    };
+    dirs(path("two"));
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.uri);
+        ASSERT_TRUE(loadXml(dsig, documentWithReferences("", referenceXml(c.uri, sha256Of(kData)))));
+        EXPECT_EQ(dsig.VerifyReferenceDigest(0), c.found) << dsig.lastErrorText();
+        EXPECT_EQ(dsig.get_RefFailReason(), c.found ? 0 : 2);
+        EXPECT_EQ(loggedLine(dsig, "Refused external file"), !c.found);
+        EXPECT_TRUE(c.found || loggedLine(dsig, c.why)) << dsig.lastErrorText();
+    }
+
+    dsig.put_VerifyOptions(XString(R"({"MaxExternalFileBytes": 13})"));
+    EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
+    EXPECT_EQ(dsig.get_RefFailReason(), 2);
+    EXPECT_TRUE(loggedLine(dsig, R"(14 bytes, over the limit of 13 (VerifyOptions "MaxExternalFileBytes"))"));
+    dsig.put_VerifyOptions(XString(R"({"MaxExternalFileBytes": 14})"));
+    EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
+}
+
 TEST_F(ExternalReference, IndexesZeroToHundredOnly) {
     ClsBinData bytes;
     ClsStringBuilder text;

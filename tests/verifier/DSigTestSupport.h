@@ -42,6 +42,15 @@ inline bool loggedLine(const ClsXmlDSig& dsig, std::string_view text) {
            logHas(dsig.m_log, LogBase::Kind::Info, text, false);
 }
 
+// The last error line of the last public call ("" when none).
+inline std::string lastLoggedError(const ClsXmlDSig& dsig) {
+    std::string last;
+    for (const LogBase::Entry& e : dsig.m_log.entries())
+        if (e.kind == LogBase::Kind::Error)
+            last = e.value;
+    return last;
+}
+
 // The reference indexes the last VerifySignature counted as failed.
 inline std::vector<int> failedReferenceIndexes(const ClsXmlDSig& dsig) {
     std::vector<int> out;

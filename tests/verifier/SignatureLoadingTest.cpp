@@ -115,6 +115,28 @@ TEST(SignatureLoading, EveryInputFormLoadsAndAFailedLoadLeavesNothing) {
     EXPECT_EQ(dsig->get_NumSignatures(), 0);
 }
 
+// Beyond MaxSignatures (1000 unless VerifyOptions says otherwise) the load
+// fails with the reason and lists no signature to verify.
+TEST(SignatureLoading, TooManySignaturesFailTheLoad) {
+    std::string sigs;
+    for (int i = 0; i < 1001; ++i)
+        sigs += "<ds:Signature><ds:SignedInfo/><ds:SignatureValue>AA==</ds:SignatureValue></ds:Signature>";
+    const std::string doc = signedDocument(sigs);
+    const std::string reason =
+        R"(Signatures in the document: 1002, over the limit of 1000 (VerifyOptions "MaxSignatures").)";
+    for (const std::string limit : {"", "1001", "1002"}) {
+        SCOPED_TRACE(limit);
+        ClsXmlDSig dsig;
+        dsig.put_VerifyOptions(XString(limit.empty() ? "" : R"({"MaxSignatures": )" + limit + "}"));
+        XString text(doc);
+        const bool within = limit == "1002";
+        EXPECT_EQ(dsig.LoadSignature(text), within);
+        EXPECT_EQ(dsig.get_NumSignatures(), within ? 1002 : 0);
+        const std::string expected = limit.empty() ? reason : "over the limit of " + limit;
+        EXPECT_EQ(dsig.lastErrorText().find(expected) == std::string::npos, within) << dsig.lastErrorText();
+    }
+}
+
 TEST(SignatureSelection, SelectorIdsAndSignedInfoReaders) {
     auto dsig = loaded(R"(<doc xmlns:ds="http://www.w3.org/2000/09/xmldsig#">
 <ds:Signature Id="dup"><ds:SignedInfo><ds:SignatureMethod Algorithm="urn:m"/><ds:Reference URI="#a"/></ds:SignedInfo>

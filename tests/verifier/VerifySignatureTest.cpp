@@ -126,6 +126,103 @@ TEST_F(VerifySignature, SharedObjectGivesTheSerialVerdicts) {
     EXPECT_EQ(wrong, std::vector<int>(8, 0));
 }
 
+// Each limit fails the verification with its reason before any digest is
+// computed, and the VerifyOptions member moves it.
+TEST(VerificationLimits, OverALimitFailsWithItsReasonBeforeAnyDigest) {
+    std::string manyRefs;
+    for (int i = 0; i < 10000; ++i)
+        manyRefs += referenceXml("", "AAAA");
+    const std::string deepRef = referenceXml("", "AAAA", std::vector<std::string>(17, std::string(kEnveloped)));
+    const struct {
+        const char* what;
+        std::string references, raised, reason;
+    } cases[] = {
+        {"references", manyRefs, R"({"MaxReferences": 10000})",
+         R"(References in the signature: 10000, over the limit of 1000 (VerifyOptions "MaxReferences").)"},
+        {"transforms", referenceXml("", "AAAA") + deepRef, R"({"MaxTransforms": 17})",
+         R"(Transforms in reference 1: 17, over the limit of 16 (VerifyOptions "MaxTransforms").)"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        ClsXmlDSig dsig;
+        ASSERT_TRUE(loadXml(dsig, documentWithReferences("", c.references)));
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        EXPECT_EQ(lastLoggedError(dsig), c.reason);
+        EXPECT_TRUE(loggedData(dsig, "calculatedDigest").empty());
+
+        dsig.put_VerifyOptions(XString(c.raised));
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        EXPECT_FALSE(loggedLine(dsig, "over the limit"));
+        EXPECT_FALSE(loggedData(dsig, "calculatedDigest").empty());
+    }
+
+    // The SignatureValue's text ("AAAA") against its limit; a value that is
+    // not a positive integer fails rather than lifting the limit.
+    ClsXmlDSig dsig;
+    ASSERT_TRUE(loadXml(dsig, documentWithReferences("", referenceXml("", "AAAA"))));
+    for (const auto& [options, reason] : {
+             std::pair<std::string, std::string>{R"({"MaxSignatureValueBytes": 3})",
+                                                 R"(Bytes of SignatureValue: 4, over the limit of 3 (VerifyOptions )"
+                                                 R"("MaxSignatureValueBytes").)"},
+             {R"({"MaxReferences": 0})", R"(VerifyOptions "MaxReferences" must be a positive integer.)"},
+             {R"({"MaxTransforms": "20"})", R"(VerifyOptions "MaxTransforms" must be a positive integer.)"},
+         }) {
+        dsig.put_VerifyOptions(XString(options));
+        EXPECT_FALSE(dsig.VerifySignature(false)) << options;
+        EXPECT_EQ(lastLoggedError(dsig), reason);
+    }
+    dsig.put_VerifyOptions(XString(R"({"MaxSignatureValueBytes": 4})"));
+    dsig.VerifySignature(false);
+    EXPECT_FALSE(loggedLine(dsig, "over the limit"));
+}
+
+// Half the references name their own element by Id, half are the whole
+// document: each of the latter after the first reuses its outcome, and a
+// tampered element fails exactly the references that cover it.
+TEST_F(VerifySignature, ManyReferencesAreDigestedOncePerDistinctReference) {
+    constexpr int kPairs = 500;
+    std::string items, refs;
+    for (int i = 0; i < kPairs; ++i) {
+        items += "<p Id=\"e" + std::to_string(i) + "\">value " + std::to_string(i) + "</p>";
+        refs += referenceXml("#e" + std::to_string(i), "", {std::string(kExcC14n)}) +
+                referenceXml("", "", {std::string(kEnveloped), std::string(kExcC14n)});
+    }
+    const TempDir tmp;
+    writeFile(tmp.path() / "hmac.key", "secret");
+    std::string diagnostics;
+    const std::string tmpl = "<doc>" + items + "<Signature xmlns=\"" + std::string(kDsigNs) +
+                             "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kExcC14n) +
+                             "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>" +
+                             refs + "</SignedInfo><SignatureValue/></Signature></doc>";
+    const std::string signedMany = xmlsecSign(tmp.path(), tmpl, "--hmackey hmac.key --id-attr:Id p", &diagnostics);
+    ASSERT_FALSE(signedMany.empty()) << diagnostics;
+
+    auto dsig = verifier(signedMany);
+    EXPECT_TRUE(dsig->VerifySignature(true)) << lastLoggedError(*dsig);
+    const std::vector<std::string> reused = loggedData(*dsig, "sameAsReference");
+    EXPECT_EQ(reused, std::vector<std::string>(kPairs - 1, "1"));
+
+    auto tampered = verifier(replaced(signedMany, ">value 7<", ">value 8<"));
+    EXPECT_FALSE(tampered->VerifySignature(true));
+    const std::vector<int> failed = failedReferenceIndexes(*tampered);
+    ASSERT_EQ(failed.size(), static_cast<size_t>(kPairs + 1));
+    EXPECT_EQ(failed[7], 14);
+    EXPECT_EQ(failed[8], 15);
+}
+
+// A copy of a reference with another digest value is digested and fails on
+// its own; an outcome is never reused for it.
+TEST(ReferenceDigestMemo, ACopyWithAnotherDigestValueIsCheckedOnItsOwn) {
+    const std::string element = "<p Id=\"a\">one</p>";
+    const std::string good = referenceXml("#a", sha256Of(element));
+    const std::string forged = referenceXml("#a", sha256Of("<p Id=\"a\">two</p>"));
+    ClsXmlDSig dsig;
+    ASSERT_TRUE(loadXml(dsig, documentWithReferences(element, good + good + forged)));
+    EXPECT_FALSE(dsig.VerifySignature(true));
+    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{2});
+    EXPECT_EQ(loggedData(dsig, "sameAsReference"), std::vector<std::string>{"0"});
+}
+
 } // namespace
 
 // The MyInvois document digest that one document's reference stage leaves

@@ -4,6 +4,7 @@
 #include "companion/canon/CanonQName.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/XmlDocument.h"
+#include "companion/xml/XmlIdIndex.h"
 #include "companion/xml/XmlTextDecoder.h"
 
 #include <algorithm>
@@ -43,14 +44,32 @@ CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const
 void CanonPass::chooseTokenSource(const XmlDocument* parsed) {
     if (!parsed || !parsed->canStandFor(m_dtd.document())) {
         m_scanner.emplace(m_dtd);
-    } else if (m_target.kind != CanonTarget::Kind::Offset) {
-        m_replay.emplace(*parsed);
-        leaveOutExcludedElement(*parsed);
-    } else if (const uint32_t apex = parsed->elementAt(m_target.offset); apex != kNoNode) {
-        m_replay.emplace(*parsed, apex);
+    } else if (m_target.kind == CanonTarget::Kind::Offset) {
+        if (const uint32_t apex = parsed->elementAt(m_target.offset); apex != kNoNode)
+            m_replay.emplace(*parsed, apex);
+        else
+            m_scanner.emplace(m_dtd);
     } else {
-        m_scanner.emplace(m_dtd);
+        if (const uint32_t apex = indexedApex(*parsed); apex != kNoNode)
+            m_replay.emplace(*parsed, apex);
+        else
+            m_replay.emplace(*parsed);
+        leaveOutExcludedElement(*parsed);
     }
+}
+
+// The element an id names, looked up rather than searched for, so that a
+// signature with many references walks the tree once; kNoNode when the
+// search must decide (no id target, or the first such element is left out).
+uint32_t CanonPass::indexedApex(const XmlDocument& parsed) const {
+    if (m_target.kind != CanonTarget::Kind::Id)
+        return kNoNode;
+    const uint32_t apex = parsed.idIndex().find(m_target.id);
+    if (apex == kNoNode)
+        return kNoNode;
+    const uint32_t begin = parsed.node(apex).begin;
+    const bool leftOut = begin >= m_options.excludedBegin && begin < m_options.excludedEnd;
+    return leftOut ? kNoNode : apex;
 }
 
 // The replay skips an excluded element whole, rather than the pass testing

@@ -68,6 +68,7 @@ private:
 
     void chooseTokenSource(const XmlDocument* parsed);
     void leaveOutExcludedElement(const XmlDocument& parsed);
+    uint32_t indexedApex(const XmlDocument& parsed) const;
     void reserveOutput();
     // The loop is compiled once per source, so that reading a token costs no
     // virtual call.

@@ -182,6 +182,14 @@ int ClsXml::numChildrenHavingTagUtf8(const char* tag, LogBase&) const {
     return (m_doc && tag) ? XmlPath::countChildren(*m_doc, m_node, tag) : 0;
 }
 
+void ClsXml::childrenWithTag(const char* tag, ExtPtrArrayRc& out) const {
+    if (!m_doc || !tag)
+        return;
+    for (uint32_t c = m_doc->firstChildElement(m_node); c != kNoNode; c = m_doc->nextSiblingElement(c))
+        if (xml_match::tagMatches(tag, m_doc->name(c)))
+            out.appendRefCounted(handleOn(c));
+}
+
 bool ClsXml::getChildContentUtf8(const char* tagPath, StringBuffer& out, bool autoTrim) const {
     std::string& s = emptied(out);
     const uint32_t child = resolve(tagPath);

@@ -70,6 +70,8 @@ public:
     ClsXml* findChild(const char* tagPath) const { return getChildWithTagUtf8(tagPath); }
     ClsXml* getNthChildWithTagUtf8(const char* tag, int index, LogBase& log) const;
     int numChildrenHavingTagUtf8(const char* tag, LogBase& log) const;
+    // Appends a handle on each child with the tag, in order, in one walk.
+    void childrenWithTag(const char* tag, ExtPtrArrayRc& out) const;
     bool getChildContentUtf8(const char* tagPath, StringBuffer& out, bool autoTrim) const;
     bool getChildAttrValue(const char* tagPath, const char* attr, StringBuffer& out) const;
 

@@ -1,6 +1,7 @@
 #include "companion/xml/XmlDocument.h"
 
 #include "companion/platform/HugePages.h"
+#include "companion/xml/XmlIdIndex.h"
 #include "companion/xml/XmlLimits.h"
 #include "companion/xml/XmlMarkup.h"
 #include "companion/xml/XmlMatch.h"
@@ -35,6 +36,13 @@ uint8_t nodeFlags(uint8_t textFlags) {
 
 XmlDocument::XmlDocument(std::shared_ptr<const std::string> text, bool autoTrim)
     : m_text(std::move(text)), m_dtd(*m_text), m_autoTrim(autoTrim) {
+}
+
+XmlDocument::~XmlDocument() = default;
+
+const XmlIdIndex& XmlDocument::idIndex() const {
+    std::call_once(m_idIndexBuilt, [this] { m_idIndex = std::make_unique<const XmlIdIndex>(*this); });
+    return *m_idIndex;
 }
 
 std::shared_ptr<XmlDocument> XmlDocument::parse(std::shared_ptr<const std::string> text, bool autoTrim,

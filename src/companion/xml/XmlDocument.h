@@ -6,12 +6,14 @@
 #include <algorithm>
 #include <cstdint>
 #include <memory>
+#include <mutex>
 #include <span>
 #include <string>
 #include <string_view>
 #include <vector>
 
 class BackgroundPopulation;
+class XmlIdIndex;
 class XmlScanner;
 
 enum class XmlNodeKind : uint8_t { Element, Text, CData, Comment, ProcessingInstruction };
@@ -52,6 +54,7 @@ public:
     };
 
     XmlDocument(std::shared_ptr<const std::string> text, bool autoTrim);
+    ~XmlDocument();
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
 
@@ -122,6 +125,8 @@ public:
     uint32_t elementAt(uint32_t offset) const;
     // The first node after n's subtree in document order (nodeCount() at the end).
     uint32_t subtreeEnd(uint32_t n) const;
+    // The elements by id value, built on first use (safe from several threads).
+    const XmlIdIndex& idIndex() const;
 
     // Calls visit(child, text) for each part of an element's content in order:
     // a child node (text empty), or a run of raw character data (child kNoNode).
@@ -158,6 +163,8 @@ private:
     std::vector<uint32_t> m_signatureCandidates;
     bool m_autoTrim;
     bool m_replayable = true;
+    mutable std::once_flag m_idIndexBuilt;
+    mutable std::unique_ptr<const XmlIdIndex> m_idIndex;
 };
 
 template <class Visitor> void XmlDocument::forEachContent(uint32_t element, Visitor&& visit) const {

@@ -20,19 +20,27 @@ XmlIdIndex::XmlIdIndex(const XmlDocument& doc) {
         if (!doc.isElement(n))
             continue;
         for (const XmlDocument::Attribute& a : doc.attributes(n)) {
-            if (!(a.flags & kAttrDeclaredId) && !isIdName(doc.attributeName(a)))
+            const bool byName = isIdName(doc.attributeName(a));
+            if (!byName && !(a.flags & kAttrDeclaredId))
                 continue;
             value.clear();
             doc.appendAttributeValue(a, value);
-            std::vector<uint32_t>& carriers = m_elements[value];
+            Carriers& c = m_carriers.try_emplace(value, Carriers{{}, kNoNode}).first->second;
             // Id="x" and wsu:Id="x" on one element name one element.
-            if (carriers.empty() || carriers.back() != n)
-                carriers.push_back(n);
+            if (c.elements.empty() || c.elements.back() != n)
+                c.elements.push_back(n);
+            if (byName && c.firstByName == kNoNode)
+                c.firstByName = n;
         }
     }
 }
 
+uint32_t XmlIdIndex::find(std::string_view id) const {
+    const auto it = m_carriers.find(id);
+    return it == m_carriers.end() ? kNoNode : it->second.firstByName;
+}
+
 std::span<const uint32_t> XmlIdIndex::elementsWith(std::string_view id) const {
-    const auto found = m_elements.find(std::string(id));
-    return found == m_elements.end() ? std::span<const uint32_t>{} : std::span<const uint32_t>(found->second);
+    const auto it = m_carriers.find(id);
+    return it == m_carriers.end() ? std::span<const uint32_t>{} : std::span<const uint32_t>(it->second.elements);
 }

@@ -72,7 +72,7 @@ Stream replayed(const XmlDocument& doc) {
 }
 
 std::string canonical(const Parsed& p, const XmlDocument* tree, bool exclusive, unsigned offset,
-                      unsigned excludedStart = 0, unsigned excludedLength = 0) {
+                      unsigned excludedStart = 0, unsigned excludedLength = 0, const char* uri = nullptr) {
     XmlCanon canon;
     canon.setParsedDocument(tree);
     canon.setMode(exclusive ? XmlCanon::Mode::Exclusive : XmlCanon::Mode::Inclusive);
@@ -80,7 +80,7 @@ std::string canonical(const Parsed& p, const XmlDocument* tree, bool exclusive, 
     canon.setExcludedRange(excludedStart, excludedLength);
     StringBuffer out;
     LogNull log;
-    if (!canon.xmlCanonicalize(p.text, nullptr, offset, out, log))
+    if (!canon.xmlCanonicalize(p.text, uri, offset, out, log))
         return "failed";
     return std::string(out.view());
 }
@@ -122,6 +122,27 @@ void expectSameAsScanning(const std::string& bytes, const std::string& name) {
             const uint32_t length = doc.endTagEnd(n) - at;
             EXPECT_EQ(canonical(p, &doc, exclusive, 0, at, length), canonical(p, nullptr, exclusive, 0, at, length))
                 << "without the element at " << at;
+        }
+    }
+
+    // An id names the same element through the tree's index as by searching,
+    // also when the element that has it is cut out (a later one, or none).
+    for (uint32_t n : sampleElements(doc, 40)) {
+        for (const XmlDocument::Attribute& a : doc.attributes(n)) {
+            const std::string_view local = XmlDocument::localName(doc.attributeName(a));
+            if (local != "Id" && local != "ID" && local != "id")
+                continue;
+            std::string uri = "#";
+            doc.appendAttributeValue(a, uri);
+            const uint32_t at = doc.startTagBegin(n), length = doc.endTagEnd(n) - at;
+            for (bool exclusive : {false, true}) {
+                EXPECT_EQ(canonical(p, &doc, exclusive, 0, 0, 0, uri.c_str()),
+                          canonical(p, nullptr, exclusive, 0, 0, 0, uri.c_str()))
+                    << uri;
+                EXPECT_EQ(canonical(p, &doc, exclusive, 0, at, length, uri.c_str()),
+                          canonical(p, nullptr, exclusive, 0, at, length, uri.c_str()))
+                    << uri << " without the element at " << at;
+            }
         }
     }
 
@@ -168,6 +189,10 @@ TEST(XmlTreeReplay, HandMadeDocumentsCanonicalizeAsScanned) {
         // Not replayable (a prolog comment, a DOCTYPE): the scanner is used and the results agree.
         "<!-- prolog --><r a=\"1\"><b/></r><?epilog?>",
         "<!DOCTYPE r [<!ENTITY e \"<b>in</b>\"><!ATTLIST r d CDATA \"v\">]><r>&e;</r>",
+        // Ids given twice: an element and its descendant, a later element after one to cut out,
+        // prefixed and escaped ids.
+        "<r xmlns:w=\"urn:w\"><a Id=\"d\"><b Id=\"d\">in</b></a><c id=\"d\"/><s Id=\"x\"><e ID=\"e\"/></s>"
+        "<e Id=\"e\">second</e><q w:Id=\"w\"/><v Id=\"a&amp;b\">amp</v><u Id=\"a&amp;b\"/></r>",
     };
     for (size_t i = 0; i < documents.size(); ++i)
         expectSameAsScanning(documents[i], "document " + std::to_string(i));

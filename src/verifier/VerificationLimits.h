@@ -1,0 +1,42 @@
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+
+class ClsJsonObject;
+class LogBase;
+
+// Bounds on the work one signed document can ask of the verifier, so that a
+// hostile document is answered quickly with a reason rather than slowly or
+// not at all. Each has a default that a VerifyOptions member changes.
+struct VerificationLimits {
+    static constexpr std::string_view kMaxReferences = "MaxReferences";
+    static constexpr std::string_view kMaxTransforms = "MaxTransforms";
+    static constexpr std::string_view kMaxSignatures = "MaxSignatures";
+    static constexpr std::string_view kMaxSignatureValueBytes = "MaxSignatureValueBytes";
+    static constexpr std::string_view kMaxCertificateBytes = "MaxCertificateBytes";
+    static constexpr std::string_view kMaxExternalFileBytes = "MaxExternalFileBytes";
+
+    static constexpr uint64_t kDefaultMaxReferences = 1000;
+    static constexpr uint64_t kDefaultMaxTransforms = 16;
+    static constexpr uint64_t kDefaultMaxSignatures = 1000;
+    static constexpr uint64_t kDefaultMaxSignatureValueBytes = 1u << 20;
+    static constexpr uint64_t kDefaultMaxCertificateBytes = 1u << 20;
+    static constexpr uint64_t kDefaultMaxExternalFileBytes = 64u << 20;
+
+    uint64_t maxReferences = kDefaultMaxReferences;
+    uint64_t maxTransforms = kDefaultMaxTransforms;
+    uint64_t maxSignatures = kDefaultMaxSignatures;
+    uint64_t maxSignatureValueBytes = kDefaultMaxSignatureValueBytes;
+    uint64_t maxCertificateBytes = kDefaultMaxCertificateBytes;
+    uint64_t maxExternalFileBytes = kDefaultMaxExternalFileBytes;
+
+    // The limits the options text (a JSON object) sets, the defaults for the
+    // others. Text that is not a JSON object leaves every default (what it
+    // means for timestamps is decided there). False, with an error line and
+    // the defaults kept, when a member is present but not a positive integer.
+    bool read(std::string_view optionsText, LogBase& log);
+
+    // Logs why `count` is over `limit` and returns false; true within it.
+    static bool within(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);
+};
