@@ -7,6 +7,7 @@
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
 #include "verifier/ReferenceOutcome.h"
+#include "verifier/SignatureMethodParams.h"
 #include "verifier/VerificationLimits.h"
 #include "verifier/_clsXmlDSigBase.h"
 
@@ -111,6 +112,8 @@ public:
     const VerificationLimits& limits() const { return m_limits; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
+    // The SignedInfo child with this local name (a new reference), or null.
+    ClsXml* signedInfoChild(const char* child, LogBase& log);
     bool getSignatureMethod(StringBuffer& out, LogBase& log);
     bool getCanonicalizationMethod(StringBuffer& alg, StringBuffer& prefixList, LogBase& log);
     bool getSignatureValue(StringBuffer& out, LogBase& log);
@@ -211,6 +214,8 @@ public:
         StringBuffer signatureBase64; // V: the SignatureValue text
         StringBuffer method;          // M: the SignatureMethod URI
         StringBuffer canonicalizationMethod;
+        int hmacOutputBits = signature_method::kNoHmacOutputLength; // HMACOutputLength
+        signature_method::PssParams pss;                            // read for the "#rsa-pss" method only
     };
     // Checks the signature value with the HMAC key or each candidate public
     // key in turn. `ended` is set when the check could not be carried out at
@@ -250,6 +255,7 @@ private:
                             LogBase& log);
     bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);
     bool signatureValueToCheck(SignedInfoCheck& check, LogBase& log);
+    bool signatureMethodParamsToCheck(SignedInfoCheck& check, LogBase& log);
     void signedHash(SignedInfoCheck& check);
 
     // What a reference's Transforms chain did, for the digest step.

@@ -4,6 +4,7 @@
 #include "companion/crypto/Hmac.h"
 #include "companion/crypto/RsaVerifier.h"
 #include "verifier/ClsXmlDSig.h"
+#include "verifier/HmacComparison.h"
 #include "verifier/SignatureMethodMapping.h"
 
 namespace {
@@ -11,6 +12,30 @@ namespace {
 // Signature-value encodings the DSA-style primitives accept.
 constexpr int kEcdsaAnyFormat = 0;
 constexpr int kDsaRawFormat = 1;
+
+// Some signers wrap the base64 text over lines or truncate the MAC to
+// HMACOutputLength: the bytes decide once the text does not match as a whole.
+bool decodedHmacMatches(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& mac, LogBase& log) {
+    switch (hmac_comparison::compare(mac, check.signatureValue, check.hmacOutputBits)) {
+    case hmac_comparison::Outcome::Match:
+        log.LogInfo("HMAC matched on the decoded SignatureValue");
+        if (check.hmacOutputBits != signature_method::kNoHmacOutputLength)
+            log.LogDataLong("hmacOutputLength", check.hmacOutputBits);
+        return true;
+    case hmac_comparison::Outcome::BelowMinimum:
+        log.LogError("HMAC output length below the allowed minimum");
+        log.LogDataLong("hmacOutputLength", check.hmacOutputBits);
+        return false;
+    case hmac_comparison::Outcome::NotByteLength:
+        log.LogError("HMAC output length is not a whole number of bytes within the MAC");
+        log.LogDataLong("hmacOutputLength", check.hmacOutputBits);
+        return false;
+    case hmac_comparison::Outcome::Mismatch:
+        break;
+    }
+    log.LogError("HMAC validation failed.");
+    return false;
+}
 
 bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key, LogBase& log) {
     DataBuffer mac;
@@ -24,8 +49,7 @@ bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key,
     stored.trim2();
     if (computed.equals(stored.view()))
         return true;
-    log.LogError("HMAC validation failed.");
-    return false;
+    return decodedHmacMatches(check, mac, log);
 }
 
 ClsPublicKey* keyAt(const ExtPtrArrayRc& keys, int i) {
@@ -51,7 +75,10 @@ bool verifyDsaStyle(const ExtPtrArrayRc& keys, GetKey getKey, Verify verify, boo
 }
 
 bool verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, LogBase& log) {
-    const int padding = check.method.containsSubstring("MGF1") ? signature_method::kPss : signature_method::kPkcs1v15;
+    const int padding = signatureMethodToRsaPadding(check.method);
+    const bool pssWithParams = isPssWithParams(check.method);
+    const int mgf1HashAlg = pssWithParams ? check.pss.mgf1HashAlg : check.hashAlg;
+    const int saltLength = pssWithParams ? check.pss.saltLength : rsa_padding::kAnySaltLength;
     for (int i = 0; i < keys.getSize(); ++i) {
         ClsPublicKey* candidate = keyAt(keys, i);
         if (!candidate)
@@ -62,8 +89,8 @@ bool verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& ke
             continue;
         }
         bool valid = false, keyMismatch = false;
-        if (!RsaVerifier::verifyHashExt(check.signatureValue, check.hash, check.hashAlg, padding, check.hashAlg, valid,
-                                        *rsa, false, true, keyMismatch, log)) {
+        if (!RsaVerifier::verifyHashExt(check.signatureValue, check.hash, check.hashAlg, padding, mgf1HashAlg, valid,
+                                        *rsa, false, true, keyMismatch, log, saltLength)) {
             if (keyMismatch)
                 log.LogInfo("Not the correct key.");
             else

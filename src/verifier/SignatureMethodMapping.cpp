@@ -3,6 +3,8 @@
 #include "companion/crypto/HashIds.h"
 #include "companion/text/StringBuffer.h"
 
+#include <string_view>
+
 namespace {
 
 struct HashMarker {
@@ -33,6 +35,8 @@ constexpr KeyMarker kKeyMarkers[] = {
     {"/rsa-", signature_method::kRsa}, {"#hmac-", signature_method::kHmac}, {"#ecdsa-", signature_method::kEcdsa},
 };
 
+constexpr std::string_view kPssWithParamsMarker = "#rsa-pss";
+
 } // namespace
 
 int signatureMethodToHashAlg(const StringBuffer& uri, LogBase&) {
@@ -50,4 +54,12 @@ int signatureMethodToKeyType(const StringBuffer& uri, LogBase&) {
         if (uri.containsSubstring(m.marker))
             return m.keyType;
     return signature_method::kUnknownKeyType;
+}
+
+bool isPssWithParams(const StringBuffer& uri) {
+    return uri.endsWith(kPssWithParamsMarker);
+}
+
+int signatureMethodToRsaPadding(const StringBuffer& uri) {
+    return uri.containsSubstring("MGF1") || isPssWithParams(uri) ? signature_method::kPss : signature_method::kPkcs1v15;
 }

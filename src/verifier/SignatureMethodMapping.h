@@ -26,3 +26,9 @@ inline constexpr int kPss = 3;
 
 int signatureMethodToHashAlg(const StringBuffer& uri, LogBase& log);
 int signatureMethodToKeyType(const StringBuffer& uri, LogBase& log);
+// Whether the method is RSASSA-PSS whose hash, mask generation and salt its
+// RSAPSSParams child states (RFC 6931), not its URI.
+bool isPssWithParams(const StringBuffer& uri);
+// The RSA padding selector of a method URI: PSS for the "-rsa-MGF1" URIs and
+// for RSASSA-PSS with parameters, PKCS#1 v1.5 otherwise.
+int signatureMethodToRsaPadding(const StringBuffer& uri);

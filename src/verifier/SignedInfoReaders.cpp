@@ -8,23 +8,28 @@ namespace {
 constexpr const char* kSignedInfoTag = "*:SignedInfo";
 } // namespace
 
-bool ClsXmlDSig::getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log) {
-    LogContextExitor ctx(log, "getSignedInfoField");
-    out.clear();
+ClsXml* ClsXmlDSig::signedInfoChild(const char* child, LogBase& log) {
     ClsXml* sig = selectedSignature();
     if (!sig)
-        return false;
+        return nullptr;
     RefPtr<ClsXml> signedInfo(sig->getChildWithTagUtf8(kSignedInfoTag));
     if (!signedInfo) {
         log.LogError("No SignedInfo child.");
-        return false;
+        return nullptr;
     }
     const std::string childTag = std::string("*:") + child;
-    RefPtr<ClsXml> field(signedInfo->getChildWithTagUtf8(childTag.c_str()));
-    if (!field) {
+    ClsXml* field = signedInfo->getChildWithTagUtf8(childTag.c_str());
+    if (!field)
         log.LogDataStr("childNotFound", child);
+    return field;
+}
+
+bool ClsXmlDSig::getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log) {
+    LogContextExitor ctx(log, "getSignedInfoField");
+    out.clear();
+    RefPtr<ClsXml> field(signedInfoChild(child, log));
+    if (!field)
         return false;
-    }
     if (attr)
         field->getAttrValue(attr, out);
     else

@@ -187,6 +187,8 @@ bool ClsXmlDSig::signatureValueToCheck(SignedInfoCheck& check, LogBase& log) {
     log.LogDataSb("SignatureMethod", check.method);
     check.hashAlg = signatureMethodToHashAlg(check.method, log);
     check.keyType = signatureMethodToKeyType(check.method, log);
+    if (!signatureMethodParamsToCheck(check, log))
+        return false;
     if (check.hashAlg < 0) {
         log.LogError("Hash algorithm not implemented yet by Tavix.");
         return false;
@@ -197,6 +199,27 @@ bool ClsXmlDSig::signatureValueToCheck(SignedInfoCheck& check, LogBase& log) {
     }
     if (check.hashAlg != 0)
         signedHash(check);
+    return true;
+}
+
+// HMACOutputLength of an HMAC method, and the RSAPSSParams of the "#rsa-pss"
+// method, which names its hash there instead of in its URI.
+bool ClsXmlDSig::signatureMethodParamsToCheck(SignedInfoCheck& check, LogBase& log) {
+    const bool pssWithParams = isPssWithParams(check.method);
+    if (check.keyType != signature_method::kHmac && !pssWithParams)
+        return true;
+    RefPtr<ClsXml> method(signedInfoChild("SignatureMethod", log));
+    if (!method)
+        return false;
+    if (check.keyType == signature_method::kHmac)
+        return signature_method::readHmacOutputLength(*method, check.hmacOutputBits, log);
+    if (!signature_method::readPssParams(*method, check.pss, log))
+        return false;
+    check.hashAlg = check.pss.hashAlg;
+    log.LogInfo("RSASSA-PSS parameters are read from RSAPSSParams.");
+    log.LogDataStr("pssDigest", _tvHash::hashName(check.pss.hashAlg));
+    log.LogDataStr("pssMgf1Digest", _tvHash::hashName(check.pss.mgf1HashAlg));
+    log.LogDataLong("pssSaltLength", check.pss.saltLength);
     return true;
 }
 

@@ -28,8 +28,6 @@ const std::map<std::string, std::string> kKnownDifferent = {
     {"skxml-01", "SK-XML/DDOC reference quirks"},
     {"skxml-02", "SK-XML/DDOC reference quirks"},
     {"skxml-06", "SK-XML/DDOC reference quirks"},
-    {"xades-11", "the #rsa-pss method URI (RSAPSSParams) is not in the method mapping: only URIs containing "
-                 "\"MGF1\" select PSS"},
     {"xades-12", "XPath transforms of an external reference are not applied to its data by design"},
 };
 struct Row {

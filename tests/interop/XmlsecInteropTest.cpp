@@ -24,6 +24,7 @@ struct InteropCase {
     const char* refC14n;
     Layout layout;
     KeyUse keyUse;
+    const char* methodParams = ""; // children of SignatureMethod
 };
 
 const std::string kMore = "http://www.w3.org/2001/04/xmldsig-more#";
@@ -53,6 +54,13 @@ const InteropCase kCases[] = {
      Layout::Enveloping, KeyUse::Hmac},
     {"HmacSha1ById", "hmac", "http://www.w3.org/2000/09/xmldsig#hmac-sha1", kInc.c_str(), kIncComments.c_str(),
      Layout::ById, KeyUse::Hmac},
+    // xmlsec1 wraps this value over two lines.
+    {"HmacSha512Wrapped", "hmac", "http://www.w3.org/2001/04/xmldsig-more#hmac-sha512", kInc.c_str(), kInc.c_str(),
+     Layout::Enveloping, KeyUse::Hmac},
+    {"HmacSha1Truncated80", "hmac", "http://www.w3.org/2000/09/xmldsig#hmac-sha1", kExc.c_str(), kExc.c_str(),
+     Layout::Enveloped, KeyUse::Hmac, "<HMACOutputLength>80</HMACOutputLength>"},
+    {"HmacSha384Truncated192", "hmac", "http://www.w3.org/2001/04/xmldsig-more#hmac-sha384", kInc.c_str(), kInc.c_str(),
+     Layout::ById, KeyUse::Hmac, "<HMACOutputLength>192</HMACOutputLength>"},
     {"RsaSha256ExternalFile", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256", kExc.c_str(), nullptr,
      Layout::External, KeyUse::X509},
     {"RsaSha256ThreeReferences", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256", kInc.c_str(), kExc.c_str(),
@@ -97,8 +105,8 @@ std::string signatureTemplate(const InteropCase& c, const std::string& reference
     const std::string method = c.method == kPss ? std::string(kRsaSha256) : c.method;
     return "<Signature xmlns=\"" + std::string(kDsigNs) + "\"><SignedInfo>" +
            c14nElement("CanonicalizationMethod", c.signedInfoC14n) + (comments ? "<!-- signed note -->" : "") +
-           "<SignatureMethod Algorithm=\"" + method + "\"/>" + references + "</SignedInfo><SignatureValue/>" + keyInfo +
-           object + "</Signature>";
+           "<SignatureMethod Algorithm=\"" + method + "\">" + c.methodParams + "</SignatureMethod>" + references +
+           "</SignedInfo><SignatureValue/>" + keyInfo + object + "</Signature>";
 }
 
 std::string documentTemplate(const InteropCase& c) {
@@ -230,6 +238,11 @@ TEST_P(XmlsecInterop, VerifiesAndEveryTamperIsCaught) {
         auto dsig = verifier(c, doc);
         EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
         EXPECT_EQ(dsig->get_RefFailReason(), 0);
+        // A wrapped or truncated MAC does not match as text.
+        const std::string name = c.name;
+        const bool decodedRule =
+            name.find("Wrapped") != std::string::npos || name.find("Truncated") != std::string::npos;
+        EXPECT_EQ(loggedLine(*dsig, "HMAC matched on the decoded SignatureValue"), decodedRule);
     }
 
     // External data lives in a file of its own; everything else in the
@@ -238,9 +251,10 @@ TEST_P(XmlsecInterop, VerifiesAndEveryTamperIsCaught) {
     const std::string lastDigest = "<DigestValue>";
     const size_t digestAt = doc.rfind(lastDigest) + lastDigest.size();
     const size_t valueAt = doc.find("<SignatureValue>") + 16;
+    const size_t valueTamperAt = valueAt + std::min<size_t>(20, (doc.find("</SignatureValue>") - valueAt) / 2);
     std::string digestTampered = doc, valueTampered = doc;
     digestTampered[digestAt + 3] = digestTampered[digestAt + 3] == 'A' ? 'B' : 'A';
-    valueTampered[valueAt + 20] = valueTampered[valueAt + 20] == 'A' ? 'B' : 'A';
+    valueTampered[valueTamperAt] = valueTampered[valueTamperAt] == 'A' ? 'B' : 'A';
     const int numRefs = c.layout == Layout::ThreeRefs ? 3 : 1;
     // Which references a change of the signed content breaks: for three
     // references, the #d1 fragment and the whole document.
@@ -281,6 +295,25 @@ TEST_P(XmlsecInterop, VerifiesAndEveryTamperIsCaught) {
         EXPECT_EQ(dsig->VerifySignature(false), t.valueStillVerifies) << dsig->lastErrorText();
     }
     writeFile(caseDir(c) / "external.txt", kExternalBytes);
+}
+
+// Below max(80, half the hash) a truncated MAC is refused whatever its bytes
+// (CVE-2009-0217); xmlsec1 signs such a document all the same.
+TEST_F(XmlsecInterop, HmacTruncatedBelowTheMinimumIsRefused) {
+    const InteropCase below = {"HmacSha256Truncated80",
+                               "hmac",
+                               "http://www.w3.org/2001/04/xmldsig-more#hmac-sha256",
+                               kInc.c_str(),
+                               kInc.c_str(),
+                               Layout::Enveloping,
+                               KeyUse::Hmac,
+                               "<HMACOutputLength>80</HMACOutputLength>"};
+    const std::string doc = signedDocument(below);
+    ASSERT_FALSE(doc.empty());
+    auto dsig = verifier(below, doc);
+    EXPECT_FALSE(dsig->VerifySignature(true));
+    EXPECT_TRUE(loggedLine(*dsig, "HMAC output length below the allowed minimum")) << dsig->lastErrorText();
+    EXPECT_FALSE(loggedLine(*dsig, "HMAC matched on the decoded SignatureValue"));
 }
 
 // Names the case in test listings instead of dumping its bytes.

@@ -111,9 +111,10 @@ Outcome verifyPkcs1(const RsaKey& key, const std::string& sig, const DataBuffer&
     return matches ? Outcome::Valid : Outcome::Invalid;
 }
 
-bool setPssParams(EVP_PKEY_CTX* ctx, const EVP_MD* md, const EVP_MD* mgf1Md) {
+bool setPssParams(EVP_PKEY_CTX* ctx, const EVP_MD* md, const EVP_MD* mgf1Md, int saltLength) {
+    const int saltLen = saltLength == rsa_padding::kAnySaltLength ? RSA_PSS_SALTLEN_AUTO : saltLength;
     return EVP_PKEY_CTX_set_signature_md(ctx, md) == 1 && EVP_PKEY_CTX_set_rsa_mgf1_md(ctx, mgf1Md) == 1 &&
-           EVP_PKEY_CTX_set_rsa_pss_saltlen(ctx, RSA_PSS_SALTLEN_AUTO) == 1;
+           EVP_PKEY_CTX_set_rsa_pss_saltlen(ctx, saltLen) == 1;
 }
 
 // OpenSSL reports a well-formed PSS block whose hash differs as "bad
@@ -126,7 +127,7 @@ bool errorsSayBadSignature() {
 }
 
 Outcome verifyPss(const RsaKey& key, const std::string& sig, const DataBuffer& hash, const HashAlgorithm& alg,
-                  int mgf1HashAlg, LogBase& log) {
+                  int mgf1HashAlg, int saltLength, LogBase& log) {
     const HashAlgorithm* mgf1Alg = findHashAlgorithm(mgf1HashAlg);
     const MdPtr md = fetchDigest(alg.evpName);
     const MdPtr mgf1Md = mgf1Alg ? fetchDigest(mgf1Alg->evpName) : nullptr;
@@ -136,7 +137,7 @@ Outcome verifyPss(const RsaKey& key, const std::string& sig, const DataBuffer& h
         return Outcome::Failed;
     }
     const PkeyCtxPtr ctx = makeContext(key, RSA_PKCS1_PSS_PADDING, false);
-    if (!ctx || !setPssParams(ctx.get(), md.get(), mgf1Md.get())) {
+    if (!ctx || !setPssParams(ctx.get(), md.get(), mgf1Md.get(), saltLength)) {
         log.LogError("Failed to set up PSS verification.");
         return Outcome::Failed;
     }
@@ -148,7 +149,8 @@ Outcome verifyPss(const RsaKey& key, const std::string& sig, const DataBuffer& h
 }
 
 Outcome verify(const DataBuffer& signature, const DataBuffer& hash, const HashAlgorithm& alg, int padding,
-               int mgf1HashAlg, const RsaKey& key, bool littleEndianSig, bool withDigestInfo, LogBase& log) {
+               int mgf1HashAlg, int saltLength, const RsaKey& key, bool littleEndianSig, bool withDigestInfo,
+               LogBase& log) {
     if (hash.getSize() != alg.digestLen) {
         log.LogError("The hash length does not match the hash algorithm.");
         log.LogDataLong("hashLen", hash.getSize());
@@ -160,7 +162,7 @@ Outcome verify(const DataBuffer& signature, const DataBuffer& hash, const HashAl
     if (padding == rsa_padding::kPkcs1v15)
         return verifyPkcs1(key, sig, hash, alg.id, withDigestInfo, log);
     if (padding == rsa_padding::kPss)
-        return verifyPss(key, sig, hash, alg, mgf1HashAlg, log);
+        return verifyPss(key, sig, hash, alg, mgf1HashAlg, saltLength, log);
     log.LogError("Unsupported RSA padding.");
     log.LogDataLong("padding", padding);
     return Outcome::Failed;
@@ -170,7 +172,7 @@ Outcome verify(const DataBuffer& signature, const DataBuffer& hash, const HashAl
 
 bool RsaVerifier::verifyHashExt(const DataBuffer& signature, const DataBuffer& hash, int hashAlg, int padding,
                                 int mgf1HashAlg, bool& valid, const RsaKey& key, bool littleEndianSig,
-                                bool withDigestInfo, bool& keyMismatch, LogBase& log) {
+                                bool withDigestInfo, bool& keyMismatch, LogBase& log, int saltLength) {
     LogContextExitor ctx(log, "verifyHashExt");
     valid = false;
     keyMismatch = false;
@@ -180,7 +182,8 @@ bool RsaVerifier::verifyHashExt(const DataBuffer& signature, const DataBuffer& h
         log.LogDataLong("hashAlg", hashAlg);
         return false;
     }
-    switch (verify(signature, hash, *alg, padding, mgf1HashAlg, key, littleEndianSig, withDigestInfo, log)) {
+    switch (
+        verify(signature, hash, *alg, padding, mgf1HashAlg, saltLength, key, littleEndianSig, withDigestInfo, log)) {
     case Outcome::Valid:
         valid = true;
         return true;

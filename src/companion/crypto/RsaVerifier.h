@@ -8,6 +8,8 @@ class RsaKey;
 namespace rsa_padding {
 inline constexpr int kPkcs1v15 = 1;
 inline constexpr int kPss = 3;
+// A PSS salt of whatever length the signature holds.
+inline constexpr int kAnySaltLength = -1;
 } // namespace rsa_padding
 
 // RSA signature verification over a hash computed by the caller.
@@ -15,7 +17,8 @@ class RsaVerifier {
 public:
     // Checks signature against hash (whose algorithm is hashAlg, HashIds.h)
     // with key, using PKCS#1 v1.5 or PSS with MGF1 over mgf1HashAlg (the
-    // padding selectors above). PSS accepts any salt length.
+    // padding selectors above). PSS requires a salt of saltLength bytes, or
+    // accepts any length with kAnySaltLength.
     //
     // littleEndianSig: the signature bytes are in little-endian order (as
     // Windows CryptoAPI writes them); false for the usual big-endian order.
@@ -30,5 +33,6 @@ public:
     // errors.
     static bool verifyHashExt(const DataBuffer& signature, const DataBuffer& hash, int hashAlg, int padding,
                               int mgf1HashAlg, bool& valid, const RsaKey& key, bool littleEndianSig,
-                              bool withDigestInfo, bool& keyMismatch, LogBase& log);
+                              bool withDigestInfo, bool& keyMismatch, LogBase& log,
+                              int saltLength = rsa_padding::kAnySaltLength);
 };

@@ -1,0 +1,29 @@
+#pragma once
+
+class ClsXml;
+class LogBase;
+
+// The parameters a SignatureMethod element carries in its children.
+namespace signature_method {
+
+// RSASSA-PSS as RSAPSSParams states it (the "#rsa-pss" method URI).
+struct PssParams {
+    int hashAlg = 0;
+    int mgf1HashAlg = 0;
+    int saltLength = 0;
+};
+
+// HMACOutputLength when the method element has none.
+inline constexpr int kNoHmacOutputLength = -1;
+
+// Reads RSAPSSParams of the method element, with the defaults of RFC 6931
+// for what it leaves out (SHA-256, MGF1 over the message hash, a salt as
+// long as that hash). False (logged) for a hash, mask generation function,
+// salt length or trailer field that cannot be verified.
+bool readPssParams(const ClsXml& method, PssParams& out, LogBase& log);
+
+// Reads HMACOutputLength, in bits: kNoHmacOutputLength when absent. False
+// (logged) when its text is not a non-negative decimal number.
+bool readHmacOutputLength(const ClsXml& method, int& bits, LogBase& log);
+
+} // namespace signature_method
