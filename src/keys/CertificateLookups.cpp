@@ -1,5 +1,6 @@
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogContextExitor.h"
+#include "companion/pki/CertPem.h"
 #include "companion/pki/CertificateHolder.h"
 #include "companion/pki/ClsXmlCertVault.h"
 #include "companion/pki/DistinguishedName.h"
@@ -121,6 +122,11 @@ bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, TavixX509Holder&
         log.LogError("Failed to decode base64 cert.");
         return false;
     }
+    // Some SAML identity providers encode PEM text rather than DER. PEM text
+    // never parses as DER (it starts with '-', a certificate with 0x30), so
+    // the DER reading loses nothing to this one.
+    if (CertPem::pemToDer(der.view(), der))
+        log.LogInfo("The certificate text is the base64 of PEM text: reading the certificate inside it.");
     TavixX509* cert = holder.getX509Ptr();
     if (!cert)
         return false;

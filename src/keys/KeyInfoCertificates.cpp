@@ -5,6 +5,7 @@
 #include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
+#include "keys/ParsedNameLookups.h"
 #include "verifier/ClsXmlDSig.h"
 
 bool ClsXmlDSig::GetCerts(ClsStringArray& out) {
@@ -35,13 +36,25 @@ ClsPublicKey* ClsXmlDSig::GetPublicKey() {
 bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
     LogContextExitor ctx(log, "certsFromKeyInfo");
     HashedStringSet seen(key_info::kDedupeBuckets);
+    certsFromX509Data(keyInfo, seen, out, log);
+    RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
+    return str ? certsFromSecurityTokenReference(*str, seen, out, log) : true;
+}
+
+void ClsXmlDSig::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log) {
     StringBuffer text;
     auto appendIfParsed = [&](StringBuffer& certBase64) {
         if (processCertBase64(certBase64, seen, log))
             out.appendUtf8(certBase64.view());
     };
+    auto appendCert = [&](TavixX509* cert) {
+        DataBuffer der;
+        StringBuffer certBase64;
+        if (cert && cert->getCertDer(der) && der.encodeDB("base64", certBase64))
+            appendIfParsed(certBase64);
+    };
 
-    if (RefPtr<ClsXml> x509Data(keyInfo.findChild("*:X509Data")); x509Data) {
+    if (RefPtr<ClsXml> x509Data(parent.findChild("*:X509Data")); x509Data) {
         const int n = x509Data->numChildrenHavingTagUtf8("*:X509Certificate", log);
         log.LogDataLong("NumX509Certificates", n);
         for (int i = 0; i < n; ++i) {
@@ -52,24 +65,28 @@ bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase&
     }
 
     key_info::IssuerSerial issuerSerial;
-    if (key_info::readIssuerSerial(keyInfo, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key) &&
-        getCertByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, text, log))
-        appendIfParsed(text);
-
-    StringBuffer reversed;
-    if (key_info::unseenSubjectName(keyInfo, seen, text, log)) {
-        reverseSubjectNameDN(text, reversed, log);
-        if (getCertBySubjectName(reversed, text, log))
+    if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key)) {
+        if (issuerSerial.hasCommonName &&
+            getCertByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, text, log))
             appendIfParsed(text);
+        else
+            appendCert(key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log));
+    }
+
+    if (key_info::unseenSubjectName(parent, seen, text, log)) {
+        StringBuffer reversed;
+        reverseSubjectNameDN(text, reversed, log);
+        StringBuffer found;
+        if (getCertBySubjectName(reversed, found, log))
+            appendIfParsed(found);
+        else
+            appendCert(key_info::certBySubjectRdns(m_systemCerts, text, log));
     }
 
     StringBuffer ski;
-    if (keyInfo.getChildContentUtf8("*:X509Data|*:X509SKI", ski, false) && !ski.isEmpty() &&
+    if (parent.getChildContentUtf8("*:X509Data|*:X509SKI", ski, false) && !ski.isEmpty() &&
         getCertBySKI(ski, text, log))
         appendIfParsed(text);
-
-    RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
-    return str ? certsFromSecurityTokenReference(*str, seen, out, log) : true;
 }
 
 bool ClsXmlDSig::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out,
@@ -84,6 +101,9 @@ bool ClsXmlDSig::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& s
                 out.appendUtf8(text.view());
         }
     }
+
+    if (RefPtr<ClsXml> x509Data(str.getChildWithTagUtf8("*:X509Data")); x509Data)
+        certsFromX509Data(str, seen, out, log);
 
     RefPtr<ClsXml> reference(str.getChildWithTagUtf8("*:Reference"));
     if (!reference)

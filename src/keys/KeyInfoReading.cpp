@@ -9,16 +9,16 @@
 
 namespace key_info {
 
-bool readIssuerSerial(ClsXml& keyInfo, IssuerSerial& out, LogBase& log) {
-    RefPtr<ClsXml> x509Data(keyInfo.getChildWithTagUtf8("*:X509Data"));
+bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log) {
+    RefPtr<ClsXml> x509Data(parent.getChildWithTagUtf8("*:X509Data"));
     if (!x509Data)
         return false;
     RefPtr<ClsXml> issuerSerial(x509Data->getChildWithTagUtf8("*:X509IssuerSerial"));
     if (!issuerSerial)
         return false;
-    StringBuffer issuerName, serial;
-    if (!issuerSerial->getChildContentUtf8("*:X509IssuerName", issuerName, false) ||
-        !issuerSerial->getChildContentUtf8("*:X509SerialNumber", serial, false) || issuerName.isEmpty() ||
+    StringBuffer serial;
+    if (!issuerSerial->getChildContentUtf8("*:X509IssuerName", out.issuerName, false) ||
+        !issuerSerial->getChildContentUtf8("*:X509SerialNumber", serial, false) || out.issuerName.isEmpty() ||
         serial.isEmpty())
         return false;
     log.LogDataSb("sbSerialNumber_dec", serial);
@@ -26,16 +26,15 @@ bool readIssuerSerial(ClsXml& keyInfo, IssuerSerial& out, LogBase& log) {
     hex.reencode("decimal", "hex");
     out.serialHex.setString(hex.view());
     log.LogDataSb("sbSerialNumber_hex", out.serialHex);
-    if (!DistinguishedName::getDnPart(issuerName, "CN", out.issuerCN, log))
-        return false;
+    out.hasCommonName = DistinguishedName::getDnPart(out.issuerName, "CN", out.issuerCN, log);
     out.issuerCN.trim2();
     out.key.clear();
     out.key.append3(out.issuerCN.view(), ":", out.serialHex.view());
     return true;
 }
 
-bool unseenSubjectName(ClsXml& keyInfo, const HashedStringSet& seen, StringBuffer& subject, LogBase& log) {
-    if (!keyInfo.getChildContentUtf8("*:X509Data|*:X509SubjectName", subject, false) || subject.isEmpty())
+bool unseenSubjectName(ClsXml& parent, const HashedStringSet& seen, StringBuffer& subject, LogBase& log) {
+    if (!parent.getChildContentUtf8("*:X509Data|*:X509SubjectName", subject, false) || subject.isEmpty())
         return false;
     StringBuffer canonKey;
     DistinguishedName::toTvCanonHashKey(subject, canonKey, log);

@@ -14,17 +14,21 @@ namespace key_info {
 inline constexpr unsigned kDedupeBuckets = 79;
 
 struct IssuerSerial {
-    StringBuffer issuerCN;
+    StringBuffer issuerName; // as written
+    StringBuffer issuerCN;   // empty when the name has none
+    bool hasCommonName = false;
     StringBuffer serialHex;
     StringBuffer key; // issuer CN + ":" + hex serial, as the dedupe set holds it
 };
 
-// X509Data/X509IssuerSerial with a non-empty name (holding a CN) and serial.
-// The serial is always read as decimal, as written by the standard.
-bool readIssuerSerial(ClsXml& keyInfo, IssuerSerial& out, LogBase& log);
+// X509Data/X509IssuerSerial of `parent` (KeyInfo, or a SecurityTokenReference
+// that holds X509Data) with a non-empty name and serial. The serial is always
+// read as decimal, as written by the standard.
+bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log);
 
-// X509Data/X509SubjectName when present, non-empty and not already seen.
-bool unseenSubjectName(ClsXml& keyInfo, const HashedStringSet& seen, StringBuffer& subject, LogBase& log);
+// X509Data/X509SubjectName of `parent` when present, non-empty and not
+// already seen.
+bool unseenSubjectName(ClsXml& parent, const HashedStringSet& seen, StringBuffer& subject, LogBase& log);
 
 struct TokenReference {
     StringBuffer uri;

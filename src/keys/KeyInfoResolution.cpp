@@ -8,6 +8,7 @@
 #include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
+#include "keys/ParsedNameLookups.h"
 #include "verifier/ClsXmlDSig.h"
 
 namespace {
@@ -101,9 +102,29 @@ bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogB
 
     if (!keysFromKeyValue(keyInfo, keys, log))
         return false;
+    keysFromX509Data(keyInfo, seen, keys, log);
 
+    RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
+    if (!str)
+        return true;
+    if (log.verbose())
+        log.LogInfo("Check for and handle SecurityTokenReference cases..");
+    keyFromStoreByKeyIdentifier(*str, keys, log);
+    if (RefPtr<ClsXml> x509Data(str->getChildWithTagUtf8("*:X509Data")); x509Data) {
+        log.LogInfo("The SecurityTokenReference holds X509Data: resolving it as KeyInfo's X509Data...");
+        keysFromX509Data(*str, seen, keys, log);
+    }
+    if (!keyFromReferencedToken(*str, seen, keys, log))
+        return false;
+    return keyFromThumbprint(*str, seen, keys, log);
+}
+
+// The certificates that X509Data of `parent` carries, then those it names
+// by issuer and serial, by subject name and by SKI.
+void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+    auto keyOf = [&](TavixX509* cert) { return cert ? publicKeyFromX509(*cert, log) : nullptr; };
     StringBuffer text;
-    if (RefPtr<ClsXml> x509Data(keyInfo.findChild("*:X509Data")); x509Data) {
+    if (RefPtr<ClsXml> x509Data(parent.findChild("*:X509Data")); x509Data) {
         const int n = x509Data->numChildrenHavingTagUtf8("*:X509Certificate", log);
         log.LogDataLong("numX509Certificates", n);
         for (int i = 0; i < n; ++i) {
@@ -114,27 +135,26 @@ bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogB
     }
 
     key_info::IssuerSerial issuerSerial;
-    if (key_info::readIssuerSerial(keyInfo, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key))
-        append(keys, getPublicKeyByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, log));
-
-    StringBuffer reversed;
-    if (key_info::unseenSubjectName(keyInfo, seen, text, log)) {
-        reverseSubjectNameDN(text, reversed, log);
-        append(keys, getPublicKeyBySubjectName(reversed, log));
+    if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key)) {
+        ClsPublicKey* key = issuerSerial.hasCommonName
+                                ? getPublicKeyByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, log)
+                                : nullptr;
+        if (!key)
+            key = keyOf(key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log));
+        append(keys, key);
     }
 
-    if (keyInfo.getChildContentUtf8("*:X509Data|*:X509SKI", text, false) && !text.isEmpty())
-        append(keys, getPublicKeyBySKI(text, log));
+    if (key_info::unseenSubjectName(parent, seen, text, log)) {
+        StringBuffer reversed;
+        reverseSubjectNameDN(text, reversed, log);
+        ClsPublicKey* key = getPublicKeyBySubjectName(reversed, log);
+        if (!key)
+            key = keyOf(key_info::certBySubjectRdns(m_systemCerts, text, log));
+        append(keys, key);
+    }
 
-    RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
-    if (!str)
-        return true;
-    if (log.verbose())
-        log.LogInfo("Check for and handle SecurityTokenReference cases..");
-    keyFromStoreByKeyIdentifier(*str, keys, log);
-    if (!keyFromReferencedToken(*str, seen, keys, log))
-        return false;
-    return keyFromThumbprint(*str, seen, keys, log);
+    if (parent.getChildContentUtf8("*:X509Data|*:X509SKI", text, false) && !text.isEmpty())
+        append(keys, getPublicKeyBySKI(text, log));
 }
 
 void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {

@@ -276,6 +276,9 @@ private:
     bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
                                  StringBuffer& calculated, LogBase& log);
 
+    // What X509Data of KeyInfo or of a SecurityTokenReference yields.
+    void keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    void certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
     // The SecurityTokenReference forms of key resolution.
     void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
     bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);

@@ -46,14 +46,15 @@ std::string verifyCommand(const fs::path& dir, const Row& row) {
     const fs::path family = dir / row.family;
     std::string cmd = shellQuote(toolPath().string()) + " verify --all";
     std::stringstream keys(row.keyMaterial == "-" ? "" : row.keyMaterial);
-    bool first = true;
     for (std::string item; std::getline(keys, item, ',');) {
         if (item.rfind("ref:", 0) == 0) {
             const size_t eq = item.find('=');
             cmd += " --ref-data " + item.substr(4, eq - 4) + "=" + shellQuote((family / item.substr(eq + 1)).string());
         } else {
-            cmd += (first ? " --key " : " --cert ") + shellQuote((family / item).string());
-            first = false;
+            // A certificate goes into the store that KeyInfo refers to; a
+            // bare public key is the verification key.
+            const bool certificate = readFile(family / item).find("CERTIFICATE-----") != std::string::npos;
+            cmd += (certificate ? " --cert " : " --key ") + shellQuote((family / item).string());
         }
     }
     if (row.options != "-")

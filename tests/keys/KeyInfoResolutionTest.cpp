@@ -227,6 +227,10 @@ TEST(KeyInfoResolution, NamedCertificatesComeFromTheStore) {
          0,
          x509Data(certElement(0) + "<ds:X509SKI>" + base64Of(ski) + "</ds:X509SKI>"),
          {k.spkiBase64[0], k.spkiBase64[0]}},
+        {"SecurityTokenReference holding X509Data",
+         1,
+         tokenReference(x509Data("<ds:X509SubjectName>CN=Signer 1,O=Example,C=EE</ds:X509SubjectName>")),
+         {k.spkiBase64[1]}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -234,6 +238,10 @@ TEST(KeyInfoResolution, NamedCertificatesComeFromTheStore) {
         s.useVault(c.vault);
         s.load(c.keyInfo);
         EXPECT_EQ(s.candidates(), c.expected);
+        // Listing reads a KeyIdentifier only as an SKI.
+        ClsStringArray certs;
+        s.dsig.GetCerts(certs);
+        EXPECT_EQ(certs.get_Count(), &c == cases ? 0 : static_cast<int>(c.expected.size()));
     }
 }
 

@@ -1,6 +1,7 @@
 #include "companion/pki/CertPem.h"
 
 #include "companion/log/LogBase.h"
+#include "companion/pki/CertFileReader.h"
 #include "companion/pki/PkiHandles.h"
 #include "companion/pki/TavixX509.h"
 #include "companion/text/ContentCoding.h"
@@ -8,6 +9,19 @@
 #include "companion/text/StringBuffer.h"
 
 #include <openssl/pem.h>
+
+#include <vector>
+
+namespace {
+
+constexpr std::string_view kPemBegin = "-----BEGIN ";
+
+bool startsWithPem(std::string_view text) {
+    const size_t start = text.find_first_not_of(" \t\r\n");
+    return start != std::string_view::npos && text.substr(start).starts_with(kPemBegin);
+}
+
+} // namespace
 
 bool CertPem::derToPem(const DataBuffer& der, StringBuffer& out, LogBase& log) {
     TavixX509 cert;
@@ -31,4 +45,16 @@ bool CertPem::base64ToPem(const StringBuffer& base64, StringBuffer& out, LogBase
         return false;
     }
     return derToPem(der, out, log);
+}
+
+bool CertPem::pemToDer(std::string_view text, DataBuffer& der) {
+    if (!startsWithPem(text))
+        return false;
+    std::vector<TavixX509> certs;
+    LogNull quiet;
+    DataBuffer first;
+    if (!CertFileReader::parse(text, certs, quiet) || !certs.front().getCertDer(first))
+        return false;
+    der.clear();
+    return der.append(first);
 }

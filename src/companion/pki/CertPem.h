@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string_view>
+
 class DataBuffer;
 class LogBase;
 class StringBuffer;
@@ -14,4 +16,8 @@ public:
     static bool derToPem(const DataBuffer& der, StringBuffer& out, LogBase& log);
     // The same for base64 DER (as GetCerts gives it); white space is skipped.
     static bool base64ToPem(const StringBuffer& base64, StringBuffer& out, LogBase& log);
+    // The DER of the first certificate of PEM text, replacing der; false,
+    // der unchanged, when the text (after leading white space) is not PEM
+    // or holds no certificate.
+    static bool pemToDer(std::string_view text, DataBuffer& der);
 };

@@ -100,16 +100,20 @@ std::string openSslNameToOid(std::string_view name) {
 } // namespace
 
 std::string DnAttributeTypes::canonicalName(std::string_view writtenType) {
-    std::string upper = upperAscii(writtenType);
+    const std::string oid = oidOf(writtenType);
+    return oid.empty() ? upperAscii(writtenType) : labelForOid(oid);
+}
+
+std::string DnAttributeTypes::oidOf(std::string_view writtenType) {
+    const std::string upper = upperAscii(writtenType);
     if (const DnAttributeType* t = byLabel(upper))
-        return std::string(t->label);
+        return std::string(t->oid);
     std::string_view oid = upper;
     if (oid.starts_with(kOidPrefix))
         oid.remove_prefix(kOidPrefix.size());
     if (isDottedOid(oid))
-        return labelForOid(oid);
-    const std::string resolved = openSslNameToOid(writtenType);
-    return resolved.empty() ? upper : labelForOid(resolved);
+        return std::string(oid);
+    return openSslNameToOid(writtenType);
 }
 
 std::string DnAttributeTypes::labelForOid(std::string_view dottedOid) {

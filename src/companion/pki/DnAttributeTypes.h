@@ -14,6 +14,9 @@ public:
     // one we know (by label, alias, OID or OpenSSL's name for it), else the
     // dotted OID when it has one, else the text upper-cased.
     static std::string canonicalName(std::string_view writtenType);
+    // The dotted OID of a type as written (by label, alias, OID or OpenSSL's
+    // name for it); empty when it names no type we or OpenSSL know.
+    static std::string oidOf(std::string_view writtenType);
     // The label that DN texts use for a dotted OID: ours when we know the
     // type, else the OID itself.
     static std::string labelForOid(std::string_view dottedOid);

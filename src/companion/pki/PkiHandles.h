@@ -11,6 +11,7 @@
 using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, OpensslDeleter<ASN1_OBJECT_free>>;
 using Asn1TypePtr = std::unique_ptr<ASN1_TYPE, OpensslDeleter<ASN1_TYPE_free>>;
 using Asn1StringPtr = std::unique_ptr<ASN1_STRING, OpensslDeleter<ASN1_STRING_free>>;
+using X509NamePtr = std::unique_ptr<X509_NAME, OpensslDeleter<X509_NAME_free>>;
 
 struct OpensslBytesFree {
     void operator()(unsigned char* p) const { OPENSSL_free(p); }

@@ -156,6 +156,29 @@ TavixX509Holder* SystemCerts::findBySubjectKeyId(const StringBuffer& ski, LogBas
     return nullptr;
 }
 
+TavixX509* SystemCerts::findBySubjectName(const X509_NAME& subject) const {
+    for (const auto& holder : m_holders) {
+        TavixX509* cert = holder->getX509Ptr();
+        if (X509_NAME_cmp(X509_get_subject_name(cert->x509()), &subject) == 0)
+            return cert;
+    }
+    return nullptr;
+}
+
+TavixX509* SystemCerts::findByIssuerNameAndSerial(const X509_NAME& issuer, const StringBuffer& serialHex) const {
+    const std::string wanted = SerialNumberText::normalize(serialHex.view());
+    if (wanted.empty())
+        return nullptr;
+    StringBuffer serial;
+    for (const auto& holder : m_holders) {
+        TavixX509* cert = holder->getX509Ptr();
+        if (cert->get_SerialNumber(serial) && SerialNumberText::normalize(serial.view()) == wanted &&
+            X509_NAME_cmp(X509_get_issuer_name(cert->x509()), &issuer) == 0)
+            return cert;
+    }
+    return nullptr;
+}
+
 const TavixX509* SystemCerts::certAt(int index) const {
     if (index < 0 || index >= getNumCerts())
         return nullptr;

@@ -52,6 +52,14 @@ public:
     // hex. A certificate without the extension is known by the SHA-1 of its
     // public key. Null when there is none.
     TavixX509Holder* findBySubjectKeyId(const StringBuffer& ski, LogBase& log);
+    // The first certificate whose subject name equals `subject` as OpenSSL
+    // compares names (X509_NAME_cmp: RDN by RDN in encoded order, types by
+    // OID, string values with letter case and white space runs folded);
+    // null when there is none.
+    TavixX509* findBySubjectName(const X509_NAME& subject) const;
+    // The same for the whole issuer name, of the certificate with that serial
+    // number (as findX509 reads it).
+    TavixX509* findByIssuerNameAndSerial(const X509_NAME& issuer, const StringBuffer& serialHex) const;
     // The held certificate with exactly these DER bytes, or null.
     const TavixX509* findByDer(const DataBuffer& der) const;
 
