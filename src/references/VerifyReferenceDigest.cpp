@@ -68,6 +68,8 @@ bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalDataMissing, Ext
     log.LogDataLong("invalidDigestReason", m_refFailReason);
     if (m_refFailReason != kMismatch)
         return false;
+    if (retryWithoutComments(index, externalDataMissing, externalRefDirs, log))
+        return true;
 
     if (m_dupC14nSortBug) {
         log.LogInfo("Retry without duplication of common XML canonicalization attribute sorting bug...");
@@ -83,6 +85,28 @@ bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalDataMissing, Ext
         return false;
     log.LogInfo("This signature was produced by software having the attribute sorting bug.");
     return true;
+}
+
+// XML-DSig leaves comments out of what "" and "#id" select, so that a
+// WithComments transform of such a reference has none to keep. Tried after
+// a mismatch, for the signers that follow it.
+bool ClsXmlDSig::retryWithoutComments(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                      LogBase& log) {
+    RefPtr<ClsXml> element(getReference(index, log));
+    if (!element)
+        return false;
+    DSigReference ref;
+    ref.parseReference(*element, log);
+    StringBuffer uri(ref.m_uri);
+    uri.trim2();
+    const bool sameDocument = uri.isEmpty() || (uri.beginsWith("#") && !uri.beginsWith("#xpointer"));
+    if (!sameDocument || !ref.m_transformsXml.containsSubstringNoCase("WithComments"))
+        return false;
+    log.LogInfo("Retry without comments, which a same-document URI leaves out...");
+    m_dropSameDocumentComments = true;
+    const bool matched = verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
+    m_dropSameDocumentComments = false;
+    return matched;
 }
 
 bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,

@@ -126,6 +126,7 @@ public:
     // attempt, and the same-document digest.
     bool verifyReferenceDigest(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool retryWithoutComments(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
     // The elements of the loaded document that a same-document URI names by

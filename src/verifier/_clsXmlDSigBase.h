@@ -60,6 +60,9 @@ protected:
     bool m_isMyInvois = false;
     bool m_dupC14nSortBug = false;
     bool m_noSortBugRetry = false;
+    // On during the retry that canonicalizes a same-document reference
+    // without its comments, as its URI selects none.
+    bool m_dropSameDocumentComments = false;
     bool m_isSignedDocSkXml = false;
     bool m_isCmaStp = false;
     // The loaded text is a SWIFT Alliance message, which post-processing
