@@ -12,7 +12,7 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: xmldsig c14n [--exclusive] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE";
+    "usage: xmldsig c14n [--exclusive | --c14n11] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE";
 
 // Reads a document and converts it to UTF-8 text.
 bool readDocument(const std::string& path, XString& text, std::string& error) {
@@ -39,12 +39,13 @@ bool readDocument(const std::string& path, XString& text, std::string& error) {
 
 int runC14n(CommandLine& args) {
     const bool exclusive = args.takeFlag("--exclusive");
+    const bool c14n11 = args.takeFlag("--c14n11");
     const bool withComments = args.takeFlag("--with-comments");
     std::string prefixes, fragment;
     args.takeValue("--prefixes", prefixes);
     args.takeValue("--fragment", fragment);
     const std::vector<std::string> files = args.operands();
-    if (!args.error().empty() || files.size() != 1) {
+    if (!args.error().empty() || files.size() != 1 || (exclusive && c14n11)) {
         printError(args.error().empty() ? kUsage : args.error());
         return kExitUsage;
     }
@@ -56,7 +57,11 @@ int runC14n(CommandLine& args) {
         return kExitUsage;
     }
     std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    XString fragmentId(fragment), version(exclusive ? "excl_c14n" : "c14n"), prefixList(prefixes), out;
+    XString fragmentId(fragment),
+        version(exclusive ? "excl_c14n"
+                : c14n11  ? "c14n_11"
+                          : "c14n"),
+        prefixList(prefixes), out;
     if (!dsig->CanonicalizeFragment(xml, fragmentId, version, prefixList, withComments, out)) {
         const std::string reason = dsig->m_log.firstError();
         printError(files[0] + ": " + (reason.empty() ? "cannot be canonicalized" : reason));

@@ -5,12 +5,15 @@
 namespace {
 
 // "excl_c14n" (any case, surrounding blanks allowed) selects exclusive
-// canonicalization; anything else is inclusive C14N 1.0.
-bool selectsExclusive(const XString& version) {
+// canonicalization, "c14n_11" Canonical XML 1.1; anything else is inclusive
+// C14N 1.0.
+XmlCanon::Mode modeOf(const XString& version) {
     StringBuffer v(version.view());
     v.trim2();
     v.toLowerCase();
-    return v.equals("excl_c14n");
+    if (v.equals("excl_c14n"))
+        return XmlCanon::Mode::Exclusive;
+    return v.equals("c14n_11") ? XmlCanon::Mode::Inclusive11 : XmlCanon::Mode::Inclusive;
 }
 
 } // namespace
@@ -27,10 +30,9 @@ bool ClsXmlDSig::CanonicalizeFragment(XString& xml, XString& fragmentId, XString
     outXml.clear();
     XmlCanon canon;
     canon.setWithComments(withComments);
-    if (selectsExclusive(version)) {
-        canon.setMode(XmlCanon::Mode::Exclusive);
+    canon.setMode(modeOf(version));
+    if (canon.mode() == XmlCanon::Mode::Exclusive)
         prefixList.getUtf8Sb().split(canon.inclusivePrefixes(), ' ', false, false);
-    }
     return canon.xmlCanonicalize(xml.getUtf8Sb(), fragmentId.getUtf8(), 0, outXml.getUtf8Sb_rw(), m_log);
 }
 
@@ -42,7 +44,6 @@ bool ClsXmlDSig::CanonicalizeXml(XString& xml, XString& version, bool withCommen
     outXml.clear();
     XmlCanon canon;
     canon.setWithComments(withComments);
-    if (selectsExclusive(version))
-        canon.setMode(XmlCanon::Mode::Exclusive);
+    canon.setMode(modeOf(version));
     return canon.xmlCanonicalize(xml.getUtf8Sb(), nullptr, 0, outXml.getUtf8Sb_rw(), m_log);
 }

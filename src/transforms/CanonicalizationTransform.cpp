@@ -6,6 +6,7 @@
 namespace {
 
 constexpr const char* kExclusiveMarker = "xml-exc-c14n";
+constexpr const char* kC14n11Marker = "xml-c14n11";
 constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization attribute sorting bug...";
 // Each pass emits one authenticated element; a document has far fewer.
 constexpr unsigned kMaxEbicsPasses = 100;
@@ -46,13 +47,15 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     canon.setOutputSink(shortcut.sink);
     canon.setParsedDocument(shortcut.parsed);
     canon.setExcludedRange(shortcut.excludedStart, shortcut.excludedLength);
-    const bool xpointer = uri.beginsWith("xpointer(");
-    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments") &&
-                          !(m_commentsLeftOutOfBareReferences && !xpointer));
+    // An XPointer URI keeps the comments that "" and "#id" leave out.
+    const bool dropComments = m_commentsLeftOutOfBareReferences && !uri.beginsWith("xpointer(");
+    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments") && !dropComments);
     if (algorithm.containsSubstring(kExclusiveMarker)) {
         canon.setMode(XmlCanon::Mode::Exclusive);
         if (!prefixList.isEmpty())
             prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
+    } else if (algorithm.containsSubstring(kC14n11Marker)) {
+        canon.setMode(XmlCanon::Mode::Inclusive11);
     }
     if (m_dupC14nSortBug || m_isCsioz) {
         log.LogInfo(kSortBugMessage);

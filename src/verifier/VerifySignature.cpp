@@ -15,13 +15,16 @@ namespace {
 constexpr std::string_view kDodaStart = "<doda>";
 constexpr std::string_view kDodaEnd = "</doda>";
 
-// Inclusive unless the URI names exclusive C14N; an unknown URI is logged
-// and canonicalized inclusively, which is what such signers mostly meant.
+// Inclusive unless the URI names exclusive C14N or C14N 1.1; an unknown URI
+// is logged and canonicalized inclusively, which is what such signers mostly
+// meant.
 void configureCanonicalizer(const StringBuffer& algorithm, const StringBuffer& prefixList, XmlCanon& canon,
                             LogBase& log) {
     if (!prefixList.isEmpty())
         prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
-    if (algorithm.containsSubstring("xml-c14n")) {
+    if (algorithm.containsSubstring("xml-c14n11")) {
+        canon.setMode(XmlCanon::Mode::Inclusive11);
+    } else if (algorithm.containsSubstring("xml-c14n")) {
         canon.setMode(XmlCanon::Mode::Inclusive);
     } else if (algorithm.containsSubstring("xml-exc-c14n")) {
         canon.setMode(XmlCanon::Mode::Exclusive);

@@ -13,7 +13,8 @@ namespace {
 using namespace test_support;
 namespace fs = std::filesystem;
 
-enum class Layout { Enveloped, Enveloping, ById, External, ThreeRefs };
+// InContext: a fragment by Id whose ancestors carry xml:* attributes.
+enum class Layout { Enveloped, Enveloping, ById, External, ThreeRefs, InContext };
 enum class KeyUse { X509, KeyValue, Explicit, Hmac };
 
 struct InteropCase {
@@ -33,6 +34,8 @@ const std::string kExcComments = kExc + "WithComments";
 const std::string kInc = std::string(kC14n);
 const std::string kIncComments = kInc + "#WithComments";
 const std::string kPss = "http://www.w3.org/2007/05/xmldsig-more#sha256-rsa-MGF1";
+const std::string kC14n11 = "http://www.w3.org/2006/12/xml-c14n11";
+const std::string kC14n11Comments = kC14n11 + "#WithComments";
 
 const InteropCase kCases[] = {
     {"RsaSha1Enveloped", "rsa", "http://www.w3.org/2000/09/xmldsig#rsa-sha1", kInc.c_str(), kInc.c_str(),
@@ -65,6 +68,10 @@ const InteropCase kCases[] = {
      Layout::External, KeyUse::X509},
     {"RsaSha256ThreeReferences", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256", kInc.c_str(), kExc.c_str(),
      Layout::ThreeRefs, KeyUse::X509},
+    {"HmacSha256C14n11InContext", "hmac", "http://www.w3.org/2001/04/xmldsig-more#hmac-sha256", kC14n11.c_str(),
+     kC14n11.c_str(), Layout::InContext, KeyUse::Hmac},
+    {"RsaSha256C14n11CommentsInContext", "rsa", "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256",
+     kC14n11Comments.c_str(), kC14n11Comments.c_str(), Layout::InContext, KeyUse::X509},
 };
 
 // The comment is left out of "" and "#id" references even under a
@@ -72,6 +79,11 @@ const InteropCase kCases[] = {
 constexpr const char* kContent = "<a:item xmlns:a=\"urn:a\" amount=\"100\">Hello<!-- note --></a:item>";
 constexpr const char* kExternalBytes = "external <a:item amount=\"100\">Hello</a:item>\r\n";
 constexpr const char* kRoot = "<doc xmlns:b=\"urn:b\" xmlns:u=\"urn:unused\" b:x=\"1\">";
+// Canonical XML 1.1 gives the fragment and SignedInfo the joined base
+// "http://example.org/dir/other/", the language and the space, not the xml:id.
+constexpr const char* kContextStart = "<doc xml:base=\"http://example.org/dir/\" xml:lang=\"en\" xml:id=\"top\">"
+                                      "<wrap xml:base=\"sub/../other/\" xml:space=\"preserve\">";
+constexpr const char* kContextEnd = "</wrap></doc>";
 
 std::string c14nElement(const char* tag, const std::string& algorithm) {
     const bool exclusive = algorithm.find("exc-c14n") != std::string::npos;
@@ -129,6 +141,9 @@ std::string documentTemplate(const InteropCase& c) {
                signatureTemplate(c, reference("external.txt", {}) + reference("#d1", {refTransform}) +
                                         reference("", {std::string(kEnveloped)})) +
                "</doc>";
+    case Layout::InContext:
+        return kContextStart + std::string("<data Id=\"d1\">") + kContent + "</data>" +
+               signatureTemplate(c, reference("#d1", {refTransform})) + kContextEnd;
     }
     return {};
 }
@@ -181,7 +196,7 @@ protected:
             const std::string base = keyFiles(c.key == std::string("rsa-pss") ? "rsa" : c.key);
             args = "--privkey-pem " + shellQuote(base + ".pem" + (c.keyUse == KeyUse::X509 ? "," + base + ".crt" : ""));
         }
-        if (c.layout == Layout::ById || c.layout == Layout::ThreeRefs)
+        if (c.layout == Layout::ById || c.layout == Layout::ThreeRefs || c.layout == Layout::InContext)
             args += " --id-attr:Id data";
         std::string diagnostics;
         std::string doc = xmlsecSign(d, documentTemplate(c), args + " --store-signatures", &diagnostics);
@@ -314,6 +329,31 @@ TEST_F(XmlsecInterop, HmacTruncatedBelowTheMinimumIsRefused) {
     EXPECT_FALSE(dsig->VerifySignature(true));
     EXPECT_TRUE(loggedLine(*dsig, "HMAC output length below the allowed minimum")) << dsig->lastErrorText();
     EXPECT_FALSE(loggedLine(*dsig, "HMAC matched on the decoded SignatureValue"));
+}
+
+// What Canonical XML 1.1 signs of a fragment's ancestors: their joined base,
+// language and space, but not their xml:id.
+TEST_P(XmlsecInterop, AncestorXmlAttributesSignedAsC14n11Says) {
+    const InteropCase& c = GetParam();
+    if (c.layout != Layout::InContext)
+        GTEST_SKIP() << "no xml:* attributes around the signed fragment";
+    const std::string doc = signedDocument(c);
+    ASSERT_FALSE(doc.empty());
+    const std::pair<const char*, const char*> signedChanges[] = {
+        {"xml:base=\"sub/../other/\"", "xml:base=\"sub/../others/\""},
+        {"xml:base=\"http://example.org/dir/\"", "xml:base=\"http://example.org/dir2/\""},
+        {"xml:lang=\"en\"", "xml:lang=\"de\""},
+        {"xml:space=\"preserve\"", "xml:space=\"default\""},
+    };
+    for (const auto& [from, to] : signedChanges) {
+        SCOPED_TRACE(to);
+        auto dsig = verifier(c, replaced(doc, from, to));
+        EXPECT_FALSE(dsig->VerifySignature(true));
+        EXPECT_EQ(failedReferenceIndexes(*dsig), std::vector<int>{0});
+        EXPECT_FALSE(dsig->VerifySignature(false));
+    }
+    auto dsig = verifier(c, replaced(doc, "xml:id=\"top\"", "xml:id=\"other\""));
+    EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
 }
 
 // Names the case in test listings instead of dumping its bytes.

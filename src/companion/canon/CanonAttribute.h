@@ -6,6 +6,10 @@
 #include <span>
 #include <string_view>
 
+// Beside the XmlAttributeFlag bits: the value is computed by the pass, not a
+// span of the text.
+constexpr uint8_t kCanonComputedValue = 0x80;
+
 // One attribute of an output element, with what its ordering needs.
 struct CanonAttribute {
     std::string_view qname;

@@ -1,5 +1,6 @@
 #include "companion/canon/CanonPass.h"
 
+#include "companion/canon/CanonBaseUri.h"
 #include "companion/canon/CanonEscape.h"
 #include "companion/canon/CanonQName.h"
 #include "companion/log/LogBase.h"
@@ -13,6 +14,10 @@ namespace {
 
 constexpr std::string_view kXmlPrefix = "xml";
 constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
+constexpr std::string_view kXmlBase = "base";
+constexpr std::string_view kXmlBaseQName = "xml:base";
+// What Canonical XML 1.1 lets an apex inherit as it stands.
+constexpr std::string_view kSimpleInheritable[] = {"lang", "space"};
 constexpr std::string_view kAuthenticate = "authenticate";
 constexpr std::string_view kAuthenticated = "true";
 constexpr std::string_view kIdNames[] = {"Id", "ID", "id"};
@@ -23,6 +28,11 @@ constexpr size_t kSinkChunkBytes = 256u << 10;
 
 bool isIdName(std::string_view localName) {
     return std::find(std::begin(kIdNames), std::end(kIdNames), localName) != std::end(kIdNames);
+}
+
+bool isSimpleInheritable(std::string_view localName) {
+    return std::find(std::begin(kSimpleInheritable), std::end(kSimpleInheritable), localName) !=
+           std::end(kSimpleInheritable);
 }
 
 bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding& b) {
@@ -324,7 +334,10 @@ inline void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
     // '<' and the name, as the tag begins.
     m_output.copy(slice(XmlSpan{t.begin, t.name.end() - t.begin}));
     writeNamespaces();
-    writeAttributes();
+    if (apex)
+        writeApexAttributes();
+    else
+        writeAttributes(m_attributes);
     closeStartTag(t);
 }
 
@@ -418,9 +431,13 @@ inline void CanonPass::writeNamespaces() {
 }
 
 // Inclusive mode: the apex carries the xml:* attributes of its ancestors
-// that it does not set itself, the nearest ancestor's value winning.
+// that it does not set itself, the nearest ancestor's value winning. In
+// Canonical XML 1.1 only xml:lang and xml:space are carried so, and xml:base
+// is joined.
 void CanonPass::addInheritedXmlAttributes() {
     for (auto it = m_xmlAttributes.rbegin(); it != m_xmlAttributes.rend(); ++it) {
+        if (m_options.c14n11 && !isSimpleInheritable(it->localName))
+            continue;
         const bool present = std::any_of(m_attributes.begin(), m_attributes.end(), [&](const CanonAttribute& a) {
             return a.prefix == kXmlPrefix && a.localName == it->localName;
         });
@@ -428,10 +445,48 @@ void CanonPass::addInheritedXmlAttributes() {
             m_attributes.push_back(
                 CanonAttribute{it->qname, kXmlPrefix, it->localName, kXmlNamespace, it->value, it->flags});
     }
+    if (m_options.c14n11)
+        fixUpXmlBase();
 }
 
-inline void CanonPass::writeAttributes() {
-    for (const CanonAttribute& a : m_attributes) {
+// The apex's own xml:base, if any, is relative to its ancestors' bases: it is
+// joined with each of them, innermost first. With no ancestor base the apex's
+// own stands as written; an empty result is not rendered.
+void CanonPass::fixUpXmlBase() {
+    const auto own = std::find_if(m_attributes.begin(), m_attributes.end(), [](const CanonAttribute& a) {
+        return a.prefix == kXmlPrefix && a.localName == kXmlBase;
+    });
+    bool joined = false;
+    bool started = own != m_attributes.end();
+    std::string base = started ? decodedValue(own->value, own->flags) : std::string();
+    for (auto it = m_xmlAttributes.rbegin(); it != m_xmlAttributes.rend(); ++it) {
+        if (it->localName != kXmlBase)
+            continue;
+        std::string ancestor = decodedValue(it->value, it->flags);
+        base = started ? canon_base_uri::join(ancestor, base) : std::move(ancestor);
+        started = joined = true;
+    }
+    if (!joined)
+        return;
+    if (own != m_attributes.end())
+        m_attributes.erase(own);
+    if (base.empty())
+        return;
+    m_fixedUpBase = std::move(base);
+    m_attributes.push_back(
+        CanonAttribute{kXmlBaseQName, kXmlPrefix, kXmlBase, kXmlNamespace, XmlSpan{}, kCanonComputedValue});
+}
+
+std::string CanonPass::decodedValue(XmlSpan value, uint8_t flags) const {
+    if (!(flags & kAttrNeedsDecoding))
+        return std::string(slice(value));
+    std::string decoded;
+    XmlTextDecoder::appendAttribute(slice(value), m_dtd, (flags & kAttrTokenized) != 0, decoded);
+    return decoded;
+}
+
+inline void CanonPass::writeAttributes(std::span<const CanonAttribute> attributes) {
+    for (const CanonAttribute& a : attributes) {
         if (const std::string_view written = writtenCanonically(a); !written.empty()) {
             m_output.copy(written);
             continue;
@@ -442,6 +497,22 @@ inline void CanonPass::writeAttributes() {
         canon_escape::appendAttributeValue(m_output.flushed(), slice(a.value), a.flags, m_dtd, m_scratch);
         m_output.push_back('"');
     }
+}
+
+// Only the apex can carry a computed value. Out of line, so that the loop
+// of every other element stays as small as it was.
+[[gnu::noinline]] void CanonPass::writeApexAttributes() {
+    const auto computed = std::find_if(m_attributes.begin(), m_attributes.end(),
+                                       [](const CanonAttribute& a) { return (a.flags & kCanonComputedValue) != 0; });
+    writeAttributes(std::span(m_attributes.begin(), computed));
+    if (computed == m_attributes.end())
+        return;
+    m_output.push_back(' ');
+    m_output.append(computed->qname);
+    m_output.append("=\"");
+    canon_escape::appendAttributeValue(m_output.flushed(), m_fixedUpBase, 0, m_dtd, m_scratch);
+    m_output.push_back('"');
+    writeAttributes(std::span(computed + 1, m_attributes.end()));
 }
 
 // Text up to its first reference or special byte is its own canonical form,

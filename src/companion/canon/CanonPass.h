@@ -22,6 +22,9 @@ class XmlDocument;
 // How a pass renders what it emits.
 struct CanonOptions {
     bool exclusive = false;
+    // Canonical XML 1.1: a fragment's apex inherits only xml:lang and
+    // xml:space and joins the xml:base values of its ancestors.
+    bool c14n11 = false;
     bool withComments = false;
     bool sortBugEmulation = false;
     bool inheritAncestorContext = true;
@@ -99,7 +102,10 @@ private:
     void writeNamespaces();
     void collectAttributes(const XmlToken& t, bool apex);
     void addInheritedXmlAttributes();
-    void writeAttributes();
+    void fixUpXmlBase();
+    std::string decodedValue(XmlSpan value, uint8_t flags) const;
+    void writeAttributes(std::span<const CanonAttribute> attributes);
+    void writeApexAttributes();
     std::string_view writtenCanonically(const CanonAttribute& a) const;
     void writeEndTag(const XmlToken& t);
     void writeComment(std::string_view text);
@@ -130,5 +136,7 @@ private:
     std::vector<CanonNamespaces::Binding> m_candidates;
     std::vector<XmlAttributeInScope> m_xmlAttributes;
     std::string m_scratch;
+    // The apex's xml:base as Canonical XML 1.1 joins it.
+    std::string m_fixedUpBase;
     CanonSink* m_sink = nullptr;
 };

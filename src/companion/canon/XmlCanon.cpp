@@ -24,6 +24,7 @@ CanonOptions XmlCanon::passOptions(std::vector<std::string_view>& prefixes) cons
     }
     CanonOptions options;
     options.exclusive = m_mode == Mode::Exclusive;
+    options.c14n11 = m_mode == Mode::Inclusive11;
     options.withComments = m_withComments;
     options.sortBugEmulation = m_sortBugEmulation;
     options.inheritAncestorContext = m_inheritAncestorContext;

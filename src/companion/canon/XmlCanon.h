@@ -12,15 +12,17 @@ class StringBuffer;
 class XmlDocument;
 struct CanonOptions;
 
-// Canonical XML 1.0 and Exclusive XML Canonicalization 1.0 of a UTF-8
-// document or of one element of it, in one pass over the scanner's tokens.
+// Canonical XML 1.0 and 1.1 and Exclusive XML Canonicalization 1.0 of a
+// UTF-8 document or of one element of it, in one pass over the scanner's
+// tokens. The two inclusive versions differ only in the xml:* attributes a
+// fragment's apex inherits.
 //
 // Besides the standard it can reproduce signers that order attributes by
 // their names as written, and select the elements that EBICS authenticates
 // one pass at a time.
 class XmlCanon {
 public:
-    enum class Mode : uint8_t { Inclusive = 1, Exclusive = 2 };
+    enum class Mode : uint8_t { Inclusive = 1, Exclusive = 2, Inclusive11 = 3 };
 
     XmlCanon() = default;
     virtual ~XmlCanon() = default;
@@ -42,7 +44,8 @@ public:
     void setSortBugEmulation(bool on) { m_sortBugEmulation = on; }
     // A fragment's apex renders what it inherits from its ancestors (their
     // namespaces, and in inclusive mode their xml:* attributes). Off, the
-    // fragment is canonicalized as if it stood alone.
+    // fragment is canonicalized as if it stood alone. Canonical XML 1.1
+    // inherits xml:lang and xml:space, joins xml:base and leaves xml:id.
     bool inheritAncestorContext() const { return m_inheritAncestorContext; }
     void setInheritAncestorContext(bool on) { m_inheritAncestorContext = on; }
 

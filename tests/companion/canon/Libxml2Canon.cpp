@@ -97,7 +97,9 @@ private:
 };
 
 int modeOf(const Settings& s) {
-    return s.exclusive ? XML_C14N_EXCLUSIVE_1_0 : XML_C14N_1_0;
+    if (s.exclusive)
+        return XML_C14N_EXCLUSIVE_1_0;
+    return s.c14n11 ? XML_C14N_1_1 : XML_C14N_1_0;
 }
 
 } // namespace

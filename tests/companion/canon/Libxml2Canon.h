@@ -15,6 +15,7 @@ struct Settings {
     bool exclusive = false;
     bool withComments = false;
     std::vector<std::string> inclusivePrefixes; // "#default" for the default namespace
+    bool c14n11 = false;                        // Canonical XML 1.1 (inclusive)
 };
 
 class Document {

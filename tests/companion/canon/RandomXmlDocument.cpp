@@ -49,6 +49,8 @@ constexpr std::array<std::string_view, 3> kComments = {"<!-- c -->", "<!---->", 
 constexpr std::array<std::string_view, 3> kPis = {"<?pi?>", "<?pi data?>", "<?pi   spaced  data ?>"};
 constexpr std::array<std::string_view, 3> kXmlAttributes = {"xml:lang", "xml:space", "xml:base"};
 constexpr std::array<std::string_view, 3> kXmlAttributeValues = {"en", "preserve", "http://example.com/base/"};
+// Relative bases, for the joins of Canonical XML 1.1.
+constexpr std::array<std::string_view, 4> kRelativeBases = {"sub/dir/", "../up/x", "a/./b/../c", "/abs/path/"};
 
 constexpr std::string_view kDoctype = "<!DOCTYPE e0 [\n"
                                       "<!ENTITY word \"word\">\n"
@@ -188,7 +190,8 @@ private:
         if (chance(4)) {
             const uint32_t which = pick(static_cast<uint32_t>(kXmlAttributes.size()));
             const std::string qname(kXmlAttributes[which]);
-            add(qname, "xml", qname.substr(4), kXmlAttributeValues[which]);
+            const bool relative = qname == "xml:base" && chance(2);
+            add(qname, "xml", qname.substr(4), relative ? any(kRelativeBases) : kXmlAttributeValues[which]);
         }
         if (m_withDtd && element == "e2" && chance(2))
             out += " tok=\"  a   b\tc  \"";

@@ -1,6 +1,6 @@
 // XmlCanon against libxml2's C14N: the corpus and generated documents, whole
-// and as fragments, in inclusive and exclusive modes with and without
-// comments. Every byte must agree.
+// and as fragments, in inclusive (1.0 and 1.1) and exclusive modes with and
+// without comments. Every byte must agree.
 #include "Libxml2Canon.h"
 #include "RandomXmlDocument.h"
 #include "TestSupport.h"
@@ -62,13 +62,16 @@ std::vector<Variant> variants(const std::vector<std::string>& extraPrefixes) {
         {"exc-c14n", {true, false, {}}},
         {"exc-c14n-with-comments", {true, true, {}}},
         {"exc-c14n-prefix-list", {true, false, prefixes}},
+        {"c14n11", {false, false, {}, true}},
     };
 }
 
 std::optional<std::string> ours(const std::string& utf8, const Settings& settings, const char* fragmentUri,
                                 std::string& error) {
     XmlCanon canon;
-    canon.setMode(settings.exclusive ? XmlCanon::Mode::Exclusive : XmlCanon::Mode::Inclusive);
+    canon.setMode(settings.exclusive ? XmlCanon::Mode::Exclusive
+                  : settings.c14n11  ? XmlCanon::Mode::Inclusive11
+                                     : XmlCanon::Mode::Inclusive);
     canon.setWithComments(settings.withComments);
     for (const std::string& p : settings.inclusivePrefixes)
         canon.inclusivePrefixes().appendSb(p);
