@@ -81,8 +81,13 @@ FileResult FileVerifier::verify(const std::string& path) {
     std::vector<int> indexes;
     if (!selectedIndexes(result, indexes))
         return result;
-    for (int index : indexes)
+    for (int index : indexes) {
+        // A run may leave state for the next run on the same document (the
+        // SII DTE it extracted); each signature is judged on a fresh load.
+        if (!result.signatures.empty() && !loadDocumentFile(*m_dsig, path, result.error))
+            return result;
         result.signatures.push_back(verifySelected(index));
+    }
     return result;
 }
 

@@ -66,11 +66,18 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStr
 
     key_info::IssuerSerial issuerSerial;
     if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key)) {
-        if (issuerSerial.hasCommonName &&
-            getCertByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, text, log))
-            appendIfParsed(text);
-        else
-            appendCert(key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log));
+        auto lookUp = [&] {
+            if (issuerSerial.hasCommonName &&
+                getCertByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, text, log)) {
+                appendIfParsed(text);
+                return true;
+            }
+            TavixX509* cert = key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log);
+            appendCert(cert);
+            return cert != nullptr;
+        };
+        if (!lookUp() && key_info::readSerialAsHex(issuerSerial, log))
+            lookUp();
     }
 
     if (key_info::unseenSubjectName(parent, seen, text, log)) {

@@ -9,6 +9,12 @@
 
 namespace key_info {
 
+namespace {
+bool isHexText(std::string_view text) {
+    return !text.empty() && text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
+}
+} // namespace
+
 bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log) {
     RefPtr<ClsXml> x509Data(parent.getChildWithTagUtf8("*:X509Data"));
     if (!x509Data)
@@ -23,13 +29,29 @@ bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log) {
         return false;
     log.LogDataSb("sbSerialNumber_dec", serial);
     XString hex(serial.view());
-    hex.reencode("decimal", "hex");
+    out.serialWrittenInHex.clear();
+    if (!hex.reencode("decimal", "hex")) {
+        if (isHexText(serial.view()))
+            out.serialWrittenInHex.setString(serial.view());
+        // Read as decimal, such a serial names no certificate.
+        hex.clear();
+    }
     out.serialHex.setString(hex.view());
     log.LogDataSb("sbSerialNumber_hex", out.serialHex);
     out.hasCommonName = DistinguishedName::getDnPart(out.issuerName, "CN", out.issuerCN, log);
     out.issuerCN.trim2();
     out.key.clear();
     out.key.append3(out.issuerCN.view(), ":", out.serialHex.view());
+    return true;
+}
+
+bool readSerialAsHex(IssuerSerial& issuerSerial, LogBase& log) {
+    if (issuerSerial.serialWrittenInHex.isEmpty())
+        return false;
+    log.LogInfo("serial read as hexadecimal");
+    issuerSerial.serialHex.setString(issuerSerial.serialWrittenInHex.view());
+    issuerSerial.serialHex.toUpperCase();
+    issuerSerial.serialWrittenInHex.clear();
     return true;
 }
 

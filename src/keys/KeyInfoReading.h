@@ -19,12 +19,18 @@ struct IssuerSerial {
     bool hasCommonName = false;
     StringBuffer serialHex;
     StringBuffer key; // issuer CN + ":" + hex serial, as the dedupe set holds it
+    // Set when the serial as written is not decimal but hex digits: read as
+    // decimal it matches nothing, read as hex it may name the certificate.
+    StringBuffer serialWrittenInHex;
 };
 
 // X509Data/X509IssuerSerial of `parent` (KeyInfo, or a SecurityTokenReference
 // that holds X509Data) with a non-empty name and serial. The serial is always
 // read as decimal, as written by the standard.
 bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log);
+// The further reading of a serial written in hex (some signers do): false
+// when the serial was decimal or is not hex either.
+bool readSerialAsHex(IssuerSerial& issuerSerial, LogBase& log);
 
 // X509Data/X509SubjectName of `parent` when present, non-empty and not
 // already seen.

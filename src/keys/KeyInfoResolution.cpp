@@ -136,11 +136,16 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
 
     key_info::IssuerSerial issuerSerial;
     if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key)) {
-        ClsPublicKey* key = issuerSerial.hasCommonName
-                                ? getPublicKeyByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, log)
-                                : nullptr;
-        if (!key)
-            key = keyOf(key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log));
+        auto lookUp = [&] {
+            ClsPublicKey* key =
+                issuerSerial.hasCommonName
+                    ? getPublicKeyByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, log)
+                    : nullptr;
+            return key ? key : keyOf(key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log));
+        };
+        ClsPublicKey* key = lookUp();
+        if (!key && key_info::readSerialAsHex(issuerSerial, log))
+            key = lookUp();
         append(keys, key);
     }
 

@@ -3,7 +3,7 @@
 #include "verifier/_clsXmlDSigBase.h"
 
 namespace {
-constexpr std::string_view kLauStart = "<LAU";
+using profile_markers::kSwiftLauStart;
 constexpr std::string_view kLauEnd = "</LAU>";
 } // namespace
 
@@ -11,10 +11,10 @@ constexpr std::string_view kLauEnd = "</LAU>";
 // element, which is added afterwards.
 bool _clsXmlDSigBase::postProcessTransformedXml(StringBuffer&, DSigReference&, StringBuffer& xml, LogBase& log) {
     LogContextExitor ctx(log, "postProcessTransformedXml");
-    if (!xml.containsSubstring(profile_markers::kSwiftSaa) || !xml.containsSubstring(kLauStart) ||
+    if (!xml.containsSubstring(profile_markers::kSwiftSaa) || !xml.containsSubstring(kSwiftLauStart) ||
         !xml.containsSubstring(kLauEnd))
         return true;
-    const int start = xml.findSubstr(kLauStart);
+    const int start = xml.findSubstr(kSwiftLauStart);
     const int end = xml.findSubstr(kLauEnd);
     if (start > 0 && end > start) {
         log.LogInfo("Adjusting XML to canonicalized by removing <LAU ... </LAU>");

@@ -190,7 +190,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
     // Entities are declared before the root element; only that prolog is searched.
     const std::string_view prolog = m_sigXml.view().substr(0, m_xml ? m_xml->startTagBegin() : m_sigXml.getSize());
-    return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64TransformMarker) && !m_isSwiftSaa &&
+    return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64TransformMarker) && !m_mayRemoveSwiftLau &&
            prolog.find(kEntityDeclaration) == std::string_view::npos;
 }
 

@@ -5,8 +5,15 @@
 #include "verifier/DSigReference.h"
 
 namespace {
+
 // ZATCA invoices are reduced by their own invoice transform instead.
 constexpr std::string_view kZatcaSignatureId = "signature";
+
+bool cutJoinsLineEnd(std::string_view text, const ClsXmlDSig::EnvelopedRange& range) {
+    const size_t after = static_cast<size_t>(range.start) + range.length;
+    return range.start > 0 && text[range.start - 1] == '\r' && after < text.size() && text[after] == '\n';
+}
+
 } // namespace
 
 bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
@@ -22,9 +29,11 @@ void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicali
     EnvelopedRange range;
     if (!envelopedSignatureRange(xml, ref, range, log))
         return;
-    // Left to the canonicalizer only when its offsets are the document's and
-    // the cut is exactly one element.
-    if (canonicalizationFollows && isLoadedText(xml.view()) && !m_isCmaStp && range.length == range.signatureLength) {
+    // Left to the canonicalizer only when its offsets are the document's, the
+    // cut is exactly one element, and cutting it from the text would not join
+    // a CR before it and an LF after it into one line end.
+    if (canonicalizationFollows && isLoadedText(xml.view()) && !m_isCmaStp && range.length == range.signatureLength &&
+        !cutJoinsLineEnd(xml.view(), range)) {
         pending.excludedStart = range.start;
         pending.excludedLength = range.length;
         return;

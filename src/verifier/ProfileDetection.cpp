@@ -13,8 +13,8 @@ constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization
 const std::vector<std::string_view>& allMarkers() {
     using namespace profile_markers;
     static const std::vector<std::string_view> markers = [] {
-        std::vector<std::string_view> all{kSiiChile, kSunatUbl,     kCsioz,       kCmaStp,  kSatSiat,
-                                          kDodaTag,  kSignedDocTag, kSkXmlFormat, kSwiftSaa};
+        std::vector<std::string_view> all{kSiiChile, kSunatUbl,     kCsioz,       kCmaStp,   kSatSiat,
+                                          kDodaTag,  kSignedDocTag, kSkXmlFormat, kSwiftSaa, kSwiftLauStart};
         all.insert(all.end(), kSortBugSigners.begin(), kSortBugSigners.end());
         return all;
     }();
@@ -58,7 +58,9 @@ void ClsXmlDSig::detectSpecial(uint64_t found, LogBase& log) {
         m_isDoda = true;
     }
 
-    m_isSwiftSaa = contains(kSwiftSaa);
+    // The namespace may reach the canonical text only through a character
+    // reference, but a LAU element is always written as such.
+    m_mayRemoveSwiftLau = contains(kSwiftLauStart);
     if (contains(kSignedDocTag) && contains(kSkXmlFormat))
         m_isSignedDocSkXml = true;
 }

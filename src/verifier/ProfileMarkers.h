@@ -33,6 +33,7 @@ inline constexpr std::string_view kDodaTag = "<doda>";
 
 // SWIFT Alliance messages, signed without the LAU element added afterwards.
 inline constexpr std::string_view kSwiftSaa = "urn:swift:saa:xsd:saa.2.0";
+inline constexpr std::string_view kSwiftLauStart = "<LAU";
 
 // DigiDoc containers in the old SK-XML format.
 inline constexpr std::string_view kSignedDocTag = "<SignedDoc ";

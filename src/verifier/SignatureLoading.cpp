@@ -48,6 +48,8 @@ void ClsXmlDSig::resetLoadedDocument() {
     m_referenceList.references.removeAllObjects();
     // Nothing an earlier document computed may speak for this one.
     m_docDigest.clear();
+    m_siiDteXml.clear();
+    m_siiDteOffset = 0;
     m_refFailReason = 0;
     m_referenceOutcomes.clear();
     releaseDocument();

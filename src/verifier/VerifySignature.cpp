@@ -67,10 +67,8 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     }
     if (!withinVerificationLimits(*sig, log))
         return false;
-    // The SII DTE that a reference of this run extracts belongs to this run,
-    // and so does the MyInvois document digest.
-    m_siiDteXml.clear();
-    m_siiDteOffset = 0;
+    // The MyInvois document digest belongs to this run. The SII DTE stays
+    // as the last reference stage of this document extracted it.
     m_docDigest.clear();
     if (verifyReferenceDigests && !verifyReferenceStage(log))
         return false;

@@ -62,9 +62,10 @@ protected:
     bool m_noSortBugRetry = false;
     bool m_isSignedDocSkXml = false;
     bool m_isCmaStp = false;
-    // The loaded text is a SWIFT Alliance message, which post-processing
-    // may change (found with the profile markers, not searched per reference).
-    bool m_isSwiftSaa = false;
+    // The loaded text has a LAU element, which the SWIFT Alliance
+    // post-processing may cut from the canonical text (found with the profile
+    // markers, not searched per reference).
+    bool m_mayRemoveSwiftLau = false;
     // The invoice document digest that MyInvois signatures sign.
     DataBuffer m_docDigest;
     // Set for the retry that canonicalizes "" and "#id" references without

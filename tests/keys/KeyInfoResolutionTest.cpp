@@ -18,6 +18,9 @@ using namespace test_support;
 
 // Two self-signed RSA certificates, made once per process: every test runs
 // in a process of its own, so fewer, larger tests keep key generation rare.
+// The second serial is 0x124F: written in hex, it is not a decimal number.
+constexpr int kSerials[] = {4660, 4687};
+
 struct Signers {
     TempDir dir;
     std::string certBase64[2], pemPath[2], spkiBase64[2], keyPath[2], modulusBase64[2];
@@ -26,7 +29,7 @@ struct Signers {
         for (int i = 0; i < 2; ++i) {
             const std::string base = (dir.path() / ("signer" + std::to_string(i))).string();
             const std::string cmd = "openssl req -x509 -newkey rsa:2048 -nodes -days 30 -set_serial " +
-                                    std::to_string(4660 + i) + " -subj '/C=EE/O=Example/CN=Signer " +
+                                    std::to_string(kSerials[i]) + " -subj '/C=EE/O=Example/CN=Signer " +
                                     std::to_string(i) + "' -keyout " + shellQuote(base + ".key") + " -out " +
                                     shellQuote(base + ".pem");
             EXPECT_EQ(runProcess(cmd).exitCode, 0);
@@ -223,6 +226,7 @@ TEST(KeyInfoResolution, NamedCertificatesComeFromTheStore) {
          {k.spkiBase64[0]}},
         {"issuer without a common name", 0, x509Data(issuerSerial("O=Example,C=EE", "4660")), {}},
         {"another serial", 0, x509Data(issuerSerial(issuer0, "1234")), {}},
+        {"serial written in hex", 1, x509Data(issuerSerial("CN=Signer 1,O=Example,C=EE", "124f")), {k.spkiBase64[1]}},
         {"SKI of an embedded certificate",
          0,
          x509Data(certElement(0) + "<ds:X509SKI>" + base64Of(ski) + "</ds:X509SKI>"),
@@ -242,6 +246,9 @@ TEST(KeyInfoResolution, NamedCertificatesComeFromTheStore) {
         ClsStringArray certs;
         s.dsig.GetCerts(certs);
         EXPECT_EQ(certs.get_Count(), &c == cases ? 0 : static_cast<int>(c.expected.size()));
+        // Read as decimal first; hex is the logged further reading.
+        EXPECT_EQ(logHas(s.dsig.m_log, LogBase::Kind::Info, "serial read as hexadecimal"),
+                  std::string(c.what) == "serial written in hex");
     }
 }
 

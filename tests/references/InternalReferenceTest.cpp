@@ -44,3 +44,31 @@ TEST(InternalReferenceBase64, DigestsTheDecodedContent) {
 }
 
 } // namespace
+
+// A CR just before the enveloped signature and an LF just after become one
+// line end when the signature is cut from the text; the route that leaves
+// the signature out of a following canonicalization must hash the same.
+TEST(InternalReferenceEnveloped, EveryRouteHashesTheTextWithTheSignatureCut) {
+    const std::string digest = sha256Of("<doc>a\nb</doc>");
+    const std::string references = referenceXml("", digest, {std::string(kEnveloped), std::string(kC14n)}) +
+                                   referenceXml("", digest, {std::string(kEnveloped)});
+    std::string doc = documentWithReferences("a\r", references);
+    doc = replaced(doc, "</Signature></doc>", "</Signature>\nb</doc>");
+    ClsXmlDSig dsig;
+    ASSERT_TRUE(loadXml(dsig, doc));
+    EXPECT_FALSE(dsig.VerifySignature(true));
+    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{}) << dsig.lastErrorText();
+}
+
+// The SWIFT Alliance LAU element is cut from the canonical text on every
+// route, also when the namespace that marks such a message is written with
+// a character reference and appears only once decoded.
+TEST(InternalReferenceSwift, LauIsCutWhateverTheRoute) {
+    const std::string digest = sha256Of("<doc><m xmlns:s=\"urn:swift:saa:xsd:saa.2.0\"></m></doc>");
+    ClsXmlDSig dsig;
+    ASSERT_TRUE(
+        loadXml(dsig, documentWithReferences("<m xmlns:s=\"urn:swift:saa:xsd:saa&#46;2.0\"><LAU>zz</LAU></m>",
+                                             referenceXml("", digest, {std::string(kEnveloped), std::string(kC14n)}))));
+    EXPECT_FALSE(dsig.VerifySignature(true));
+    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{}) << dsig.lastErrorText();
+}

@@ -240,3 +240,17 @@ TEST(MyInvoisReuse, NoDigestOfAnEarlierDocumentIsSigned) {
     ASSERT_TRUE(loadXml(dsig, readFile(dir / "myinvois-14-tamper.xml")));
     EXPECT_FALSE(dsig.VerifySignature(false));
 }
+
+// The DTE that the reference stage extracts stays until the next load, so a
+// run without the reference stage then canonicalizes SignedInfo in it too.
+TEST(SiiDteExtraction, LastsUntilTheNextLoad) {
+    const auto file = corpusDir() / "real" / "sii" / "sii-14-odoo-EnvioDTE-SII_F000001T33.xml";
+    if (!std::filesystem::exists(file))
+        GTEST_SKIP() << "no real corpus";
+    ClsXmlDSig dsig;
+    ASSERT_TRUE(loadXml(dsig, readFile(file)));
+    EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
+    EXPECT_TRUE(dsig.VerifySignature(false)) << dsig.lastErrorText();
+    ASSERT_TRUE(loadXml(dsig, readFile(file)));
+    EXPECT_FALSE(dsig.VerifySignature(false));
+}
