@@ -7,6 +7,8 @@ namespace {
 constexpr std::string_view kXadesNamespace = "http://uri.etsi.org/01903/v1.3.2#";
 constexpr std::string_view kExclusiveC14n = "http://www.w3.org/2001/10/xml-exc-c14n#";
 constexpr std::string_view kDerEncoding = "http://uri.etsi.org/01903/v1.2.2#DER";
+constexpr std::string_view kDsigNamespace = "http://www.w3.org/2000/09/xmldsig#";
+constexpr std::string_view kDsPrefix = "ds";
 
 // Just after the start tag that begins at loc; 0 when it cannot be read.
 uint32_t afterStartTag(uint32_t loc, std::string_view xml) {
@@ -23,7 +25,12 @@ Placement into(Wrapping wrapping, uint32_t loc, std::string_view xml) {
 
 std::string stamp(const Names& n) {
     std::string s = "<xades:SignatureTimeStamp Id=\"signature-timestamp-";
-    s.append(n.stampId).append("\"><ds:CanonicalizationMethod Algorithm=\"").append(kExclusiveC14n);
+    s.append(n.stampId).append("\"><ds:CanonicalizationMethod");
+    // The element keeps its ds: name; a signature written with another
+    // prefix or none does not declare that one.
+    if (n.signaturePrefix != kDsPrefix)
+        s.append(" xmlns:ds=\"").append(kDsigNamespace).append("\"");
+    s.append(" Algorithm=\"").append(kExclusiveC14n);
     s.append("\"/><xades:EncapsulatedTimeStamp Encoding=\"").append(kDerEncoding).append("\">");
     s.append(kTokenPlaceholder).append("</xades:EncapsulatedTimeStamp></xades:SignatureTimeStamp>");
     return s;

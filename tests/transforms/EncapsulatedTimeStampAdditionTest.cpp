@@ -114,6 +114,24 @@ TEST_F(TimeStampAddition, WhereTheStampGoes) {
             expectInsertedAfter(before, addTimeStamp(before, unreachableUrl(), log), c.marker, c.pattern);
         }
     }
+    {
+        // A signature without the ds prefix: the block declares the one it
+        // uses, so that namespace-aware readers take the output.
+        const std::string before = "<r><Signature xmlns=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><SignedInfo>"
+                                   "<Reference URI=\"\"><DigestValue>QUJD</DigestValue></Reference></SignedInfo>"
+                                   "<SignatureValue Id=\"v\">AA==</SignatureValue></Signature></r>";
+        LogBase log;
+        const std::string after = addTimeStamp(before, unreachableUrl(), log);
+        EXPECT_NE(after.find("<ds:CanonicalizationMethod xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\""),
+                  std::string::npos)
+            << after;
+        const test_support::TempDir dir;
+        test_support::writeFile(dir.path() / "out.xml", after);
+        // xmllint reports a namespace error on stderr with exit code 0.
+        const auto lint = test_support::runProcess("xmllint --noout " + (dir.path() / "out.xml").string());
+        EXPECT_EQ(lint.exitCode, 0);
+        EXPECT_EQ(lint.err, "");
+    }
 }
 
 TEST_F(TimeStampAddition, FailuresAndRefusals) {
