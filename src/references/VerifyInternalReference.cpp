@@ -3,6 +3,7 @@
 #include "companion/xml/ClsXml.h"
 #include "references/RefFailReason.h"
 #include "references/StreamedDigest.h"
+#include "transforms/Base64Transform.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -26,7 +27,6 @@ constexpr std::string_view kBase64TransformMarker = "xmldsig#base64";
 constexpr std::string_view kEntityDeclaration = "<!ENTITY";
 constexpr std::string_view kZatcaDigestMethodEnd = "></ds:DigestMethod>";
 constexpr std::string_view kZatcaDigestMethodCollapsed = "/>";
-constexpr unsigned kLoggedBase64Limit = 200;
 // A stored digest this much longer than ours is hex text, not base64 bytes.
 constexpr unsigned kZatcaRetryLengthMargin = 8;
 // MyInvois documents digest the properties of three-transform references.
@@ -86,28 +86,9 @@ bool isHexText(const StringBuffer& text) {
 // The base64 transform: the digest covers the decoded text content of the
 // root element.
 bool digestBase64Content(const StringBuffer& xml, int hashAlg, DataBuffer& digest, LogBase& log) {
-    LogContextExitor ctx(log, "base64Transform");
-    RefPtr<ClsXml> root(ClsXml::createNewCls());
-    if (!root)
-        return false;
-    root->loadXml(xml.view(), true, log);
-    const int numChildren = root->get_NumChildren();
-    if (numChildren >= 1) {
-        log.LogError("Expected 0 XML children.");
-        log.LogDataLong("numChildren", numChildren);
-    }
-    StringBuffer content;
-    root->get_Content(content);
-    log.LogDataLong("base64_string_length", content.getSize());
     DataBuffer decoded;
-    if (!decoded.appendEncoded(content.view(), "base64")) {
-        log.LogError("base64 decoding failed.  Maybe this was not actually base64?");
-        std::string shown(content.view().substr(0, kLoggedBase64Limit));
-        if (content.getSize() > kLoggedBase64Limit)
-            shown.append("...");
-        log.LogDataStr("base64_string", shown);
-    }
-    log.LogDataLong("decodedSize", decoded.getSize());
+    if (!base64DecodeXmlContent(xml, decoded, log))
+        return false;
     return _tvHash::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
 }
 

@@ -53,7 +53,10 @@ bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalDataMissing, Ext
     LogContextExitor ctx(log, "verifyReferenceDigest");
     if (verifyWithSortBugRetry(index, externalDataMissing, externalRefDirs, log))
         return true;
-    return m_refFailReason == kMismatch && verifyByStandardSelection(index, externalDataMissing, externalRefDirs, log);
+    if (m_refFailReason != kMismatch)
+        return false;
+    return verifyByStandardSelection(index, externalDataMissing, externalRefDirs, log) ||
+           verifyWithExternalTransforms(index, externalDataMissing, externalRefDirs, log);
 }
 
 bool ClsXmlDSig::verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
@@ -141,7 +144,10 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
 
     const int hashAlg = ref.getHashAlg();
     DataBuffer digest;
-    if (!data->m_data.isEmpty()) {
+    if (m_transformsOnExternalData) {
+        if (!digestTransformedExternalData(*data, ref, digest, log))
+            return false;
+    } else if (!data->m_data.isEmpty()) {
         _tvHash::doHash(data->m_data.getData(), data->m_data.getSize(), hashAlg, digest);
     } else {
         // Streamed: an external file is never held in memory whole.

@@ -140,6 +140,15 @@ public:
     // attempt with the node-set the W3C recommendation selects.
     bool verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyByStandardSelection(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    // The further attempt for an external reference whose bytes mismatched:
+    // its transforms applied to its data.
+    bool verifyWithExternalTransforms(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                      LogBase& log);
+    bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref, DataBuffer& digest,
+                                       LogBase& log);
+    bool readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log);
+    bool applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log);
+    bool canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
     // The same-document digest, or during a run the outcome of an identical
     // earlier reference.
@@ -315,6 +324,8 @@ private:
     static void logAmbiguousLocation(const LocateMemo& memo, LogBase& log);
     // The file the last external reference was hashed from (empty: caller data).
     std::string m_lastExternalFile;
+    // Set while the further attempt applies an external reference's transforms.
+    bool m_transformsOnExternalData = false;
     std::vector<ReferenceOutcome> m_referenceOutcomes;
     // The selected signature's Reference elements, listed once per signature
     // so that reference i is not found by walking i siblings.

@@ -1,0 +1,125 @@
+#include "companion/crypto/_tvHash.h"
+#include "companion/fs/_tvFileDataSource.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/xml/ClsXml.h"
+#include "references/DSigExternalData.h"
+#include "references/RefFailReason.h"
+#include "transforms/Base64Transform.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
+
+#include <string_view>
+#include <vector>
+
+namespace {
+
+using namespace ref_fail_reason;
+
+constexpr std::string_view kXPathMarker = "REC-xpath";
+constexpr std::string_view kXPathFilter2Marker = "2002/06/xmldsig-filter2";
+constexpr std::string_view kBase64Marker = "xmldsig#base64";
+constexpr std::string_view kInclusiveC14n = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
+constexpr size_t kReadChunk = 64 * 1024;
+
+bool isXPath(const StringBuffer& algorithm) {
+    return algorithm.containsSubstring(kXPathMarker) || algorithm.containsSubstring(kXPathFilter2Marker);
+}
+
+// Every C14N 1.0, 1.1 and exclusive URI, with comments or without.
+bool isCanonicalization(const StringBuffer& algorithm) {
+    return algorithm.containsSubstring("xml-c14n") || algorithm.containsSubstring("xml-exc-c14n");
+}
+
+} // namespace
+
+bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref, DataBuffer& digest,
+                                               LogBase& log) {
+    StringBuffer text;
+    if (!readExternalData(data, text, log) || !applyExternalTransforms(ref, text, log))
+        return false;
+    return _tvHash::doHash(text.getString(), text.getSize(), ref.getHashAlg(), digest);
+}
+
+// Transforms need the data whole, so a file is read within
+// MaxExternalFileBytes, whoever named it.
+bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log) {
+    if (!data.m_data.isEmpty())
+        return out.append(data.m_data.view());
+    _tvFileDataSource source;
+    if (!source.openDataSourceFile(data.m_path, log))
+        return false;
+    std::vector<unsigned char> chunk(kReadChunk);
+    for (;;) {
+        size_t n = 0;
+        if (!source.readSource(chunk.data(), chunk.size(), n, log))
+            return false;
+        if (n == 0)
+            return true;
+        out.appendN(reinterpret_cast<const char*>(chunk.data()), n);
+        if (!VerificationLimits::within(
+                out.getSize(), m_limits.maxExternalFileBytes,
+                "Bytes of external data to transform:", VerificationLimits::kMaxExternalFileBytes, log))
+            return false;
+    }
+}
+
+// The transforms as XML-DSig defines them on octets: base64 decodes them; a
+// canonicalization parses them as XML and serializes the whole document; an
+// XPath transform leaves XML text that stands for a node-set, which the
+// default canonicalization serializes when no later transform does.
+bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log) {
+    RefPtr<ClsXml> transforms(ClsXml::createNewCls());
+    if (!transforms || !transforms->loadXml(ref.m_transformsXml.view(), true, log))
+        return false;
+    bool nodeSetPending = false;
+    StringBuffer algorithm;
+    for (int i = 0; i < transforms->get_NumChildren(); ++i) {
+        RefPtr<ClsXml> transform(transforms->getChild(i));
+        if (!transform)
+            continue;
+        transform->getAttrValue("Algorithm", algorithm);
+        log.LogDataSb("transformAlgorithm", algorithm);
+        if (isXPath(algorithm)) {
+            StringBuffer xPath;
+            if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
+                log.LogError("No XPath found in transform.");
+                return false;
+            }
+            if (!transformXPath(transform.get(), data, algorithm, xPath, log))
+                return false;
+            nodeSetPending = true;
+        } else if (isCanonicalization(algorithm)) {
+            if (!canonicalizeExternalData(transform.get(), data, algorithm, log))
+                return false;
+            nodeSetPending = false;
+        } else if (algorithm.containsSubstring(kBase64Marker)) {
+            DataBuffer decoded;
+            if (nodeSetPending) {
+                if (!base64DecodeXmlContent(data, decoded, log))
+                    return false;
+            } else {
+                base64DecodeOctets(data.view(), decoded, log);
+            }
+            data.clear();
+            data.append(decoded.view());
+            nodeSetPending = false;
+        } else {
+            log.LogDataSb("unrecognizedTransform", algorithm);
+            return false;
+        }
+    }
+    if (!nodeSetPending)
+        return true;
+    StringBuffer inclusive(kInclusiveC14n);
+    return canonicalizeExternalData(nullptr, data, inclusive, log);
+}
+
+// The whole of the data, with no tree of the loaded document to stand for it.
+bool ClsXmlDSig::canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm,
+                                          LogBase& log) {
+    StringBuffer wholeDocument;
+    if (transformCanonicalize(transform, data, algorithm, wholeDocument, log))
+        return true;
+    m_refFailReason = kCanonicalizationFailed;
+    return false;
+}

@@ -1,0 +1,62 @@
+#include "companion/log/LogContextExitor.h"
+#include "companion/xml/ClsXml.h"
+#include "references/RefFailReason.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
+
+namespace {
+
+using namespace ref_fail_reason;
+
+// Gives a flag a value for one scope.
+class FlagOverride {
+public:
+    FlagOverride(bool& flag, bool value) : m_flag(flag), m_saved(flag) { m_flag = value; }
+    ~FlagOverride() { m_flag = m_saved; }
+    FlagOverride(const FlagOverride&) = delete;
+    FlagOverride& operator=(const FlagOverride&) = delete;
+
+private:
+    bool& m_flag;
+    bool m_saved;
+};
+
+bool isExternal(const StringBuffer& uri) {
+    return !uri.isEmpty() && !uri.beginsWith("#");
+}
+
+} // namespace
+
+// The W3C reading where the literal one mismatched: the transforms of an
+// external reference apply to its data, which the literal attempt hashes as
+// it is. Same-document references never come here, so the run's memo of
+// their outcomes is not consulted.
+bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                              LogBase& log) {
+    RefPtr<ClsXml> element(getReference(index, log));
+    if (!element)
+        return false;
+    DSigReference ref;
+    ref.parseReference(*element, log);
+    StringBuffer uri(ref.m_uri);
+    uri.trim2();
+    if (!isExternal(uri) || ref.m_transformsXml.isEmpty())
+        return false;
+
+    LogContextExitor ctx(log, "externalTransforms");
+    log.LogInfo("Retry with the reference's transforms applied to the external data...");
+    const FlagOverride transformed(m_transformsOnExternalData, true);
+    // The loaded document's signer accommodations say nothing about how data
+    // from elsewhere was canonicalized.
+    const FlagOverride noSortBug(m_dupC14nSortBug, false);
+    const FlagOverride noCsiozSortBug(m_isCsioz, false);
+    const FlagOverride noStpTrimming(m_isCmaStp, false);
+    if (verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log)) {
+        log.LogInfo("The external reference matched with its transforms applied.");
+        return true;
+    }
+    // The literal attempt's mismatch stays the reason.
+    if (!externalDataMissing)
+        m_refFailReason = kMismatch;
+    return false;
+}

@@ -1,0 +1,154 @@
+// External references with transforms, signed at test time by xmlsec1: the
+// transforms apply to the file's data once its bytes as they are mismatch.
+#include "verifier/DSigTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <memory>
+
+namespace {
+
+using namespace test_support;
+namespace fs = std::filesystem;
+
+// Far from canonical: a declaration, CRLF, attributes out of order, single
+// quotes, an empty-element tag, a character reference.
+const std::string kXmlFile = "<?xml version=\"1.0\"?>\r\n<data b=\"2\" a=\"1\">\r\n  <!-- a note -->\r\n"
+                             "  <item x='y'/>\r\n  <v>&#49;00</v>\r\n</data>\r\n";
+// "external bytes, base64 encoded", wrapped at 20 columns.
+const std::string kBase64File = "ZXh0ZXJuYWwgYnl0ZXMs\nIGJhc2U2NCBlbmNvZGVk\n";
+
+std::string reference(const std::string& uri, const std::string& transform) {
+    return "<Reference URI=\"" + uri + "\"><Transforms><Transform Algorithm=\"" + transform +
+           "\"/></Transforms><DigestMethod Algorithm=\"" + std::string(kSha256) + "\"/><DigestValue/></Reference>";
+}
+
+// References 0 to 2 canonicalize data.xml (C14N 1.0, exclusive with
+// comments, 1.1); reference 3 decodes data.b64.
+std::string signatureTemplate() {
+    return "<Signature xmlns=\"" + std::string(kDsigNs) + "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" +
+           std::string(kC14n) +
+           "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>" +
+           reference("data.xml", std::string(kC14n)) + reference("data.xml", std::string(kExcC14n) + "WithComments") +
+           reference("data.xml", "http://www.w3.org/2006/12/xml-c14n11") +
+           reference("data.b64", "http://www.w3.org/2000/09/xmldsig#base64") +
+           "</SignedInfo><SignatureValue/></Signature>";
+}
+
+class ExternalTransforms : public ::testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        dir = std::make_unique<TempDir>();
+        writeFile(dir->path() / "hmac.key", "external secret");
+        writeFiles(kXmlFile, kBase64File);
+        std::string diagnostics;
+        signedDoc = xmlsecSign(dir->path(), signatureTemplate(), "--hmackey hmac.key", &diagnostics);
+        ASSERT_FALSE(signedDoc.empty()) << diagnostics;
+    }
+    static void TearDownTestSuite() { dir.reset(); }
+
+    static void writeFiles(const std::string& xml, const std::string& base64) {
+        writeFile(dir->path() / "data.xml", xml);
+        writeFile(dir->path() / "data.b64", base64);
+    }
+
+    void SetUp() override {
+        ASSERT_FALSE(signedDoc.empty());
+        ASSERT_TRUE(loadXml(dsig, signedDoc));
+        XString dirs(dir->path().string()), key("external secret"), encoding("ascii");
+        dsig.put_ExternalRefDirs(dirs);
+        ASSERT_TRUE(dsig.SetHmacKey(key, encoding));
+    }
+    void TearDown() override { writeFiles(kXmlFile, kBase64File); }
+
+    static std::unique_ptr<TempDir> dir;
+    static std::string signedDoc;
+    ClsXmlDSig dsig;
+};
+
+std::unique_ptr<TempDir> ExternalTransforms::dir;
+std::string ExternalTransforms::signedDoc;
+
+// The bytes as written mismatch; with the transforms each reference
+// matches, and the log says which attempt decided.
+TEST_F(ExternalTransforms, VerifiesWithTheTransformsApplied) {
+    EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
+    EXPECT_EQ(dsig.get_RefFailReason(), 0);
+    EXPECT_TRUE(loggedLine(dsig, "Retry with the reference's transforms applied to the external data..."));
+    EXPECT_TRUE(loggedLine(dsig, "The external reference matched with its transforms applied."));
+}
+
+// What the canonicalization or the decoding normalizes is not signed.
+TEST_F(ExternalTransforms, NormalizedDifferencesStillVerify) {
+    const struct {
+        const char* what;
+        std::string xml, base64;
+    } cases[] = {
+        {"canonical file", "<data a=\"1\" b=\"2\">\n  <!-- a note -->\n  <item x=\"y\"></item>\n  <v>100</v>\n</data>",
+         kBase64File},
+        {"LF line ends, no declaration", replaced(replaced(kXmlFile, "<?xml version=\"1.0\"?>\r\n", ""), "\r\n", "\n"),
+         kBase64File},
+        {"base64 on one line", kXmlFile, "ZXh0ZXJuYWwgYnl0ZXMsIGJhc2U2NCBlbmNvZGVk"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        writeFiles(c.xml, c.base64);
+        EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
+    }
+}
+
+// A change of the data's meaning fails the references that cover it (the
+// comment only the WithComments one), with the mismatch as the reason; the
+// SignedInfo itself still verifies.
+TEST_F(ExternalTransforms, TamperedDataIsInvalid) {
+    const struct {
+        const char* what;
+        std::string xml, base64;
+        std::vector<int> failed;
+    } cases[] = {
+        {"text", replaced(kXmlFile, "&#49;00", "&#57;00"), kBase64File, {0, 1, 2}},
+        {"attribute", replaced(kXmlFile, "a=\"1\"", "a=\"3\""), kBase64File, {0, 1, 2}},
+        {"empty element gains content", replaced(kXmlFile, "x='y'/>", "x='y'> </item>"), kBase64File, {0, 1, 2}},
+        {"comment", replaced(kXmlFile, "a note", "a nose"), kBase64File, {1}},
+        {"decoded byte", kXmlFile, replaced(kBase64File, "ZXh0", "ZXh1"), {3}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        writeFiles(c.xml, c.base64);
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        EXPECT_EQ(failedReferenceIndexes(dsig), c.failed);
+        EXPECT_TRUE(dsig.VerifySignature(false)) << dsig.lastErrorText();
+        EXPECT_FALSE(dsig.VerifyReferenceDigest(c.failed.front()));
+        EXPECT_EQ(dsig.get_RefFailReason(), 1);
+    }
+}
+
+// Missing data is still excused by IgnoreExternalRefs; caller data is
+// transformed like a found file, each reference its own; a file the caller
+// names is read whole only within MaxExternalFileBytes.
+TEST_F(ExternalTransforms, MissingDataCallerDataAndTheSizeLimit) {
+    fs::remove(dir->path() / "data.b64");
+    EXPECT_FALSE(dsig.VerifySignature(true));
+    EXPECT_EQ(dsig.get_RefFailReason(), 2);
+    dsig.put_IgnoreExternalRefs(true);
+    EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
+    dsig.put_IgnoreExternalRefs(false);
+
+    setBytes(dsig, 0, replaced(kXmlFile, "a=\"1\"", "a=\"3\""));
+    setBytes(dsig, 1, kXmlFile);
+    setBytes(dsig, 2, kXmlFile);
+    setBytes(dsig, 3, kBase64File);
+    EXPECT_FALSE(dsig.VerifySignature(true));
+    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{0});
+
+    XString file((dir->path() / "data.xml").string());
+    ASSERT_TRUE(dsig.SetRefDataFile(0, file));
+    dsig.put_VerifyOptions(XString(R"({"MaxExternalFileBytes": 40})"));
+    EXPECT_FALSE(dsig.VerifySignature(true));
+    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{0});
+    EXPECT_TRUE(loggedLine(dsig, "over the limit of 40 (VerifyOptions \"MaxExternalFileBytes\")"));
+    dsig.put_VerifyOptions(XString("{}"));
+    EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
+}
+
+} // namespace
