@@ -194,7 +194,19 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
         return true;
     }
     m_refFailReason = kMismatch;
+    if (chain.recognisedXPath && !m_evaluateEveryXPath)
+        return retryWithXPathEvaluator(uri, ref, log);
     return false;
+}
+
+// A recognised form reads an expression by its text alone; the evaluator
+// reads it as XPath does, so its node-set is the one the signer meant.
+bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log) {
+    log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
+    m_evaluateEveryXPath = true;
+    const bool matched = verifyInternalReference(uri, ref, log);
+    m_evaluateEveryXPath = false;
+    return matched;
 }
 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
@@ -236,7 +248,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
         if (isNodeSetTransform(algorithm)) {
             // A recognised expression is carried out on the text as before;
             // any other is evaluated, and so is every one after that.
-            bool recognised = !nodes && !algorithm.containsSubstring(kXPointerAlgorithm);
+            bool recognised = !nodes && !algorithm.containsSubstring(kXPointerAlgorithm) && !m_evaluateEveryXPath;
             if (recognised) {
                 StringBuffer xPath;
                 if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
@@ -244,6 +256,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
                     return false;
                 }
                 if (transformXPath(transform.get(), xml, algorithm, xPath, log, &recognised)) {
+                    chain.recognisedXPath = true;
                     log.LogDataStr(kXPathRouteTag, "recognised form");
                     continue;
                 }

@@ -6,7 +6,6 @@
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
-#include <charconv>
 #include <sstream>
 
 namespace {
@@ -34,17 +33,14 @@ std::vector<std::string> inclusivePrefixes(ClsXml& transform, LogBase& log) {
 
 uint64_t ClsXmlDSig::maxXPathNodes(LogBase& log) const {
     ClsJsonObject options;
-    StringBuffer text;
-    if (!parsedCmsOptions(options, log) || !options.stringOf(kMaxXPathNodesKey, text))
+    if (!parsedCmsOptions(options, log) || !options.hasMember(kMaxXPathNodesKey))
         return XPathNodeSet::kDefaultBudget;
-    uint64_t nodes = 0;
-    const std::string_view v = text.view();
-    const auto r = std::from_chars(v.data(), v.data() + v.size(), nodes);
-    if (r.ec != std::errc{} || r.ptr != v.data() + v.size() || nodes == 0) {
+    const long long nodes = options.intOf(kMaxXPathNodesKey, 0);
+    if (nodes <= 0) {
         log.LogError("MaxXPathNodes is not a positive whole number; the default applies.");
         return XPathNodeSet::kDefaultBudget;
     }
-    return nodes;
+    return static_cast<uint64_t>(nodes);
 }
 
 std::unique_ptr<XPathNodeSet> ClsXmlDSig::startNodeSet(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,

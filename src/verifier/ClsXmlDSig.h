@@ -244,7 +244,8 @@ private:
         bool envelopedSeen = false;
         bool canonicalizationSeen = false;
         bool base64Seen = false;
-        bool nodeSetSeen = false; // an expression was evaluated: the chain carried a node-set
+        bool nodeSetSeen = false;     // an expression was evaluated: the chain carried a node-set
+        bool recognisedXPath = false; // an expression was carried out as a text edit
     };
     bool canStreamDigest(const DSigReference& ref) const;
     bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
@@ -256,6 +257,9 @@ private:
     bool applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, const StringBuffer& algorithm, LogBase& log);
     void renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm, CanonSink* sink,
                        StringBuffer& xml, LogBase& log);
+    // Set for the retry that evaluates expressions of the recognised forms too.
+    bool m_evaluateEveryXPath = false;
+    bool retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log);
     // MaxXPathNodes of VerifyOptions, or the default.
     uint64_t maxXPathNodes(LogBase& log) const;
     // The enveloped-signature transform, or when a canonicalization of the

@@ -47,6 +47,7 @@ public:
     explicit XPathTree(const XmlDocument& doc);
 
     const XmlDocument& document() const { return m_doc; }
+    uint32_t root() const { return 0; }
     uint32_t size() const { return static_cast<uint32_t>(m_nodes.size()); }
     const Node& node(uint32_t n) const { return m_nodes[n]; }
     XPathNodeKind kind(uint32_t n) const { return m_nodes[n].kind; }
