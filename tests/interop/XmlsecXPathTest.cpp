@@ -19,6 +19,7 @@ constexpr const char* kSecret = "xpath secret";
 struct XPathCase {
     const char* name;
     std::string transforms;
+    bool keepsInstruction; // the processing instruction before the root element
 };
 
 std::string xpath(const std::string& expression) {
@@ -42,24 +43,29 @@ std::string transform(std::string_view algorithm) {
 // signatures", so it needs the retry.
 const XPathCase kCases[] = {
     {"XPathThenInclusive",
-     xpath("count(ancestor-or-self::dsig:Signature | ancestor-or-self::skip) = 0") + transform(kC14n)},
+     xpath("count(ancestor-or-self::dsig:Signature | ancestor-or-self::skip) = 0") + transform(kC14n), true},
     {"XPathThenExclusive",
-     xpath("not(ancestor-or-self::skip) and count(ancestor-or-self::dsig:Signature) &lt; 1") + transform(kExcC14n)},
-    {"XPathAttributesAndText", xpath("ancestor-or-self::data and not(ancestor-or-self::skip) and "
-                                     "(self::* or self::text() or (self::node()[name() = 'amount']))")},
-    {"Filter2IntersectSubtract", filter2({{"intersect", "//data"}, {"subtract", "//skip"}}) + transform(kC14n)},
+     xpath("not(ancestor-or-self::skip) and count(ancestor-or-self::dsig:Signature) &lt; 1") + transform(kExcC14n),
+     true},
+    {"XPathAttributesAndText",
+     xpath("ancestor-or-self::data and not(ancestor-or-self::skip) and "
+           "(self::* or self::text() or (self::node()[name() = 'amount']))"),
+     false},
+    {"Filter2IntersectSubtract", filter2({{"intersect", "//data"}, {"subtract", "//skip"}}) + transform(kC14n), false},
     {"Filter2SubtractThenUnion",
-     filter2({{"subtract", "/doc"}, {"union", "//a:item"}}) + transform(std::string(kEnveloped)) + transform(kExcC14n)},
+     filter2({{"subtract", "/doc"}, {"union", "//a:item"}}) + transform(std::string(kEnveloped)) + transform(kExcC14n),
+     true},
 };
 
 std::string documentTemplate(const XPathCase& c) {
-    return "<doc xmlns:a=\"urn:a\"><data Id=\"d1\"><a:item amount=\"100\">Hello</a:item><skip>free text</skip></data>"
+    return "<?keep this?>\n<doc xmlns:a=\"urn:a\"><data Id=\"d1\"><a:item amount=\"100\">Hello</a:item><skip>free "
+           "text</skip></data>"
            "<other>outside</other><Signature xmlns=\"" +
            std::string(kDsigNs) + "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
            "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2000/09/xmldsig#hmac-sha1\"/><Reference URI=\"\">"
            "<Transforms>" +
            c.transforms + "</Transforms><DigestMethod Algorithm=\"" + std::string(kSha256) +
-           "\"/><DigestValue/></Reference></SignedInfo><SignatureValue/></Signature></doc>";
+           "\"/><DigestValue/></Reference></SignedInfo><SignatureValue/></Signature></doc>\n<!-- after -->";
 }
 
 bool verifies(const std::string& doc, const std::string& options = "") {
@@ -93,6 +99,7 @@ TEST_P(XmlsecXPath, SelectedContentIsSignedAndTheRestIsNot) {
 
     // Every case selects the item and leaves out the skip element.
     EXPECT_FALSE(verifies(replaced(doc, ">Hello<", ">Hellp<")));
+    EXPECT_EQ(verifies(replaced(doc, "keep this", "keep thus")), !c.keepsInstruction);
     EXPECT_FALSE(verifies(replaced(doc, "amount=\"100\"", "amount=\"900\"")));
     EXPECT_TRUE(verifies(replaced(doc, "free text", "free texT")));
 }

@@ -22,10 +22,28 @@ void NodeSetCanon::run(std::string& out) {
 
 void NodeSetCanon::visit(uint32_t node) {
     switch (m_tree.kind(node)) {
-    case XPathNodeKind::Root:
-        for (uint32_t c = m_tree.firstChild(node); c != kNoXPathNode; c = m_tree.node(c).nextSibling)
+    case XPathNodeKind::Root: {
+        // Comments and processing instructions around the document element
+        // stand on lines of their own.
+        bool afterElement = false;
+        for (uint32_t c = m_tree.firstChild(node); c != kNoXPathNode; c = m_tree.node(c).nextSibling) {
+            if (m_tree.kind(c) == XPathNodeKind::Element) {
+                visit(c);
+                afterElement = true;
+                continue;
+            }
+            const size_t before = m_out->size();
+            if (afterElement)
+                m_out->push_back('\n');
+            const size_t written = m_out->size();
             visit(c);
+            if (m_out->size() == written)
+                m_out->resize(before);
+            else if (!afterElement)
+                m_out->push_back('\n');
+        }
         return;
+    }
     case XPathNodeKind::Element:
         visitElement(node);
         return;

@@ -12,6 +12,8 @@ constexpr std::string_view kXmlPrefix = "xml";
 constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kXmlns = "xmlns";
 constexpr uint32_t kXmlBinding = 0;
+// The source of a comment or processing instruction outside the document element.
+constexpr uint32_t kOutsideDocumentElement = UINT32_MAX;
 
 bool isDeclaration(std::string_view name, std::string_view& prefix) {
     if (name == kXmlns) {
@@ -31,10 +33,58 @@ XPathTree::XPathTree(const XmlDocument& doc) : m_doc(doc), m_elementByDocNode(do
     m_bindings.push_back(Binding{kXmlPrefix, kXmlNamespace});
     push(XPathNodeKind::Root, kNoXPathNode, 0);
     if (doc.nodeCount() > 0) {
+        uint32_t previous = kNoXPathNode;
+        addOutsideMarkup(0, doc.startTagBegin(doc.root()), previous);
+        const uint32_t element = size();
         addElement(doc.root(), 0, std::vector<uint32_t>{kXmlBinding});
-        m_nodes[0].nextSibling = kNoXPathNode;
+        link(element, previous);
+        addOutsideMarkup(doc.endTagEnd(doc.root()), static_cast<uint32_t>(doc.source().size()), previous);
     }
     m_nodes[0].end = size();
+}
+
+// The parsed document keeps only the document element; the comments and
+// processing instructions around it are read from the text.
+void XPathTree::addOutsideMarkup(uint32_t from, uint32_t to, uint32_t& previous) {
+    const std::string_view text = m_doc.source().substr(0, to);
+    size_t pos = text.find('<', from);
+    while (pos != std::string_view::npos) {
+        const std::string_view rest = text.substr(pos);
+        size_t end = std::string_view::npos;
+        if (rest.starts_with(xml_markup::kCommentOpen)) {
+            end = text.find(xml_markup::kCommentClose, pos);
+            end = end == std::string_view::npos ? end : end + xml_markup::kCommentClose.size();
+            if (end != std::string_view::npos)
+                addOutsideNode(XPathNodeKind::Comment, pos, end, 0, previous);
+        } else if (rest.starts_with(xml_markup::kPiOpen)) {
+            end = text.find("?>", pos);
+            end = end == std::string_view::npos ? end : end + 2;
+            const size_t targetEnd = rest.find_first_of(" \t\r\n?", xml_markup::kPiOpen.size());
+            const size_t targetLength = targetEnd - xml_markup::kPiOpen.size();
+            if (end != std::string_view::npos && rest.substr(xml_markup::kPiOpen.size(), targetLength) != "xml")
+                addOutsideNode(XPathNodeKind::ProcessingInstruction, pos, end, static_cast<uint32_t>(targetLength),
+                               previous);
+        } else {
+            // A DOCTYPE: its internal subset ends with "]" before the '>'.
+            const size_t close = text.find('>', pos);
+            const size_t subset = text.find('[', pos);
+            end = subset != std::string_view::npos && subset < close ? text.find("]", subset) : close;
+            end = end == std::string_view::npos ? end : text.find('>', end);
+            end = end == std::string_view::npos ? end : end + 1;
+        }
+        pos = end == std::string_view::npos ? end : text.find('<', end);
+    }
+}
+
+void XPathTree::addOutsideNode(XPathNodeKind kind, size_t begin, size_t end, uint32_t targetLength,
+                               uint32_t& previous) {
+    const uint32_t n = push(kind, 0, kOutsideDocumentElement);
+    m_nodes[n].firstPiece = static_cast<uint32_t>(m_pieces.size());
+    m_pieces.push_back(
+        TextPiece{XmlSpan{static_cast<uint32_t>(begin), static_cast<uint32_t>(end - begin)}, TextPiece::Kind::Raw});
+    if (kind == XPathNodeKind::ProcessingInstruction)
+        m_localNames[n] = m_doc.source().substr(begin + xml_markup::kPiOpen.size(), targetLength);
+    link(n, previous);
 }
 
 uint32_t XPathTree::push(XPathNodeKind kind, uint32_t parent, uint32_t source) {
@@ -200,13 +250,20 @@ std::string_view XPathTree::rawAttributeValue(uint32_t attribute, uint8_t& flags
 }
 
 std::string_view XPathTree::markupText(uint32_t n) const {
-    const XmlDocument::Node& node = m_doc.node(m_nodes[n].source);
-    const std::string_view text = m_doc.dtd().slice(XmlSpan{node.begin, node.startEnd - node.begin});
+    std::string_view text;
+    size_t nameLength = m_localNames[n].size();
+    if (m_nodes[n].source == kOutsideDocumentElement) {
+        text = m_doc.dtd().slice(m_pieces[m_nodes[n].firstPiece].span);
+    } else {
+        const XmlDocument::Node& node = m_doc.node(m_nodes[n].source);
+        text = m_doc.dtd().slice(XmlSpan{node.begin, node.startEnd - node.begin});
+        nameLength = node.nameLength;
+    }
     if (m_nodes[n].kind == XPathNodeKind::Comment)
         return text.substr(xml_markup::kCommentOpen.size(),
                            text.size() - xml_markup::kCommentOpen.size() - xml_markup::kCommentClose.size());
     // "<?" target, whitespace, data, "?>"
-    std::string_view data = text.substr(xml_markup::kPiOpen.size() + node.nameLength);
+    std::string_view data = text.substr(xml_markup::kPiOpen.size() + nameLength);
     data.remove_suffix(2);
     const size_t start = data.find_first_not_of(" \t\r\n");
     return start == std::string_view::npos ? std::string_view{} : data.substr(start);

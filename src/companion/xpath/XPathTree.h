@@ -18,8 +18,7 @@ inline constexpr uint32_t kNoXPathNode = UINT32_MAX;
 // numbered in document order (an element, then its namespace nodes, then its
 // attributes, then its content), so that a node-set is a sorted list of
 // numbers and a subtree is a range of them. Text nodes are the maximal runs
-// of character data and CDATA sections. Comments and processing instructions
-// outside the document element are not in the parsed document, so not here.
+// of character data and CDATA sections.
 class XPathTree {
 public:
     struct Node {
@@ -84,7 +83,8 @@ public:
 
 private:
     void addElement(uint32_t docElement, uint32_t parent, const std::vector<uint32_t>& outerScope);
-    void addContent(uint32_t docElement, uint32_t parent);
+    void addOutsideMarkup(uint32_t from, uint32_t to, uint32_t& previous);
+    void addOutsideNode(XPathNodeKind kind, size_t begin, size_t end, uint32_t targetLength, uint32_t& previous);
     void addLeaf(uint32_t docNode, uint32_t parent, XPathNodeKind kind, uint32_t& previous);
     uint32_t push(XPathNodeKind kind, uint32_t parent, uint32_t source);
     void link(uint32_t node, uint32_t& previous);
