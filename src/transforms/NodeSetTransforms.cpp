@@ -53,8 +53,9 @@ std::unique_ptr<XPathNodeSet> ClsXmlDSig::startNodeSet(StringBuffer& uri, DSigRe
     if (!nodes->load(xml.view(), loadedTree(), uri.view(), targetMayBeCut, log))
         return nullptr;
     nodes->setSignedDocument(loadedTree());
+    // Text an earlier transform edited may no longer hold the signature.
     EnvelopedRange signature;
-    if (envelopedSignatureRange(xml, ref, signature, log))
+    if (isLoadedText(xml.view()) && envelopedSignatureRange(xml, ref, signature, log))
         nodes->setSignatureOffset(signature.start);
     // An enveloped-signature cut left for the canonicalizer is made here.
     if (pending.excludedLength > 0) {

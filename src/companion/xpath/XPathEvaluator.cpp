@@ -328,6 +328,9 @@ XPathValue XPathEvaluator::compare(Op op, const XPathValue& a, const XPathValue&
         for (uint32_t n : b.nodes)
             right.push_back(stringValue(n));
         for (uint32_t n : a.nodes) {
+            charge(right.size());
+            if (m_exhausted)
+                break;
             const std::string left = stringValue(n);
             for (const std::string& r : right) {
                 const bool hit = equality ? ((left == r) == (op == Op::Equal))

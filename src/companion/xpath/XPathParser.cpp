@@ -10,6 +10,8 @@ namespace {
 
 enum class Tok : uint8_t { Name, Literal, Number, Operator, End };
 
+constexpr int kMaxNesting = 200;
+
 struct Token {
     Tok kind = Tok::End;
     std::string text;
@@ -206,7 +208,24 @@ private:
         return e;
     }
 
+    // Parentheses, predicates, arguments and unary minus nest; the depth is
+    // bounded so that an expression cannot exhaust the stack.
+    struct Nesting {
+        explicit Nesting(Parser& p) : parser(p) { ++parser.m_depth; }
+        ~Nesting() { --parser.m_depth; }
+        Parser& parser;
+    };
+    bool tooDeep() {
+        if (m_depth <= kMaxNesting)
+            return false;
+        fail("the expression nests too deeply");
+        return true;
+    }
+
     XPathExprPtr orExpr() {
+        const Nesting nesting(*this);
+        if (tooDeep())
+            return nullptr;
         XPathExprPtr e = andExpr();
         while (e && isName("or")) {
             ++m_pos;
@@ -284,6 +303,9 @@ private:
         return e;
     }
     XPathExprPtr unaryExpr() {
+        const Nesting nesting(*this);
+        if (tooDeep())
+            return nullptr;
         if (accept("-")) {
             XPathExprPtr operand = unaryExpr();
             if (!operand)
@@ -501,6 +523,7 @@ private:
 
     std::vector<Token> m_tokens;
     size_t m_pos = 0;
+    int m_depth = 0;
     const XPathPrefixResolver& m_resolve;
     std::string& m_error;
 };

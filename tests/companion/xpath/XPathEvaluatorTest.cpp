@@ -146,6 +146,9 @@ TEST(XPathEvaluator, RefusesWhatIsNotXPathOneAndStopsAtTheBudget) {
     const XPathPrefixResolver none = [](std::string_view, std::string&) { return false; };
     for (const char* bad : {"", "a[", "foo(1)", "$v", "x:y", "1 +", "'open", "a::b", "//", "@"})
         EXPECT_FALSE(parseXPath(bad, none, error)) << bad;
+    EXPECT_FALSE(parseXPath(std::string(100'000, '(') + "1" + std::string(100'000, ')'), none, error));
+    EXPECT_FALSE(parseXPath(std::string(100'000, '-') + "1", none, error));
+    EXPECT_TRUE(parseXPath(std::string(50, '(') + "1" + std::string(50, ')'), none, error)) << error;
 
     auto doc = XmlDocument::parse(std::make_shared<const std::string>(kDoc), false, error);
     ASSERT_TRUE(doc);
