@@ -417,6 +417,15 @@ private:
         }
         if (!nodeTest(s) || !predicates(s.predicates))
             return false;
+        // "//x" selects what descendant::x does when no predicate counts
+        // positions among the children; one step instead of two saves
+        // sorting the children of every node back into document order.
+        if (s.axis == XPathAxis::Child && s.predicates.empty() && !path.steps.empty() &&
+            path.steps.back().axis == XPathAxis::DescendantOrSelf &&
+            path.steps.back().test == XPathStep::Test::AnyNode && path.steps.back().predicates.empty()) {
+            path.steps.pop_back();
+            s.axis = XPathAxis::Descendant;
+        }
         path.steps.push_back(std::move(s));
         return true;
     }
