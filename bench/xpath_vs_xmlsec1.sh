@@ -50,9 +50,9 @@ text = re.sub(r'<ds:Transforms>.*?</ds:Transforms>', transforms, text, count=1, 
 text = re.sub(r'(<ds:SignatureMethod Algorithm=")[^"]*', r'\1http://www.w3.org/2001/04/xmldsig-more#hmac-sha256',
               text, count=1)
 text = text.replace('<ds:SignedInfo>', '<ds:SignedInfo Id="si">', 1)
-text = re.sub(r'<ds:DigestValue>[^<]*</ds:DigestValue>', '<ds:DigestValue>' + digest + '</ds:DigestValue>', text,
-              count=1)
-text = re.sub(r'<ds:SignatureValue>[^<]*</ds:SignatureValue>', '<ds:SignatureValue></ds:SignatureValue>', text,
+text = re.sub(r'<ds:DigestValue(/>|>[^<]*</ds:DigestValue>)', '<ds:DigestValue>' + digest + '</ds:DigestValue>',
+              text, count=1)
+text = re.sub(r'<ds:SignatureValue(/>|>[^<]*</ds:SignatureValue>)', '<ds:SignatureValue></ds:SignatureValue>', text,
               count=1)
 text = re.sub(r'<ds:KeyInfo>.*?</ds:KeyInfo>', '', text, count=1, flags=re.S)
 open(out, "w", encoding="utf-8").write(text)
