@@ -4,6 +4,7 @@
 #include "references/RefFailReason.h"
 #include "references/StreamedDigest.h"
 #include "transforms/Base64Transform.h"
+#include "transforms/XPathNodeSet.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -18,6 +19,10 @@ using namespace ref_fail_reason;
 constexpr std::string_view kEnvelopedAlgorithm = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
 constexpr std::string_view kInclusiveC14n = "REC-xml-c14n-20010315";
 constexpr std::string_view kExclusiveC14n = "xml-exc-c14n";
+constexpr std::string_view kXPathAlgorithm = "REC-xpath";
+constexpr std::string_view kXPathFilter2Algorithm = "2002/06/xmldsig-filter2";
+constexpr std::string_view kXPointerAlgorithm = "xmldsig-more/xptr";
+constexpr std::string_view kXPathRouteTag = "xpathRoute";
 constexpr std::string_view kXadesNamespace = "http://uri.etsi.org/01903/v1.3.2#";
 constexpr std::string_view kDsigNamespaceDecl = " xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"";
 // ZATCA signers digest SignedProperties with an empty DigestMethod collapsed.
@@ -90,6 +95,11 @@ bool digestBase64Content(const StringBuffer& xml, int hashAlg, DataBuffer& diges
     if (!base64DecodeXmlContent(xml, decoded, log))
         return false;
     return _tvHash::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
+}
+
+bool isNodeSetTransform(const StringBuffer& algorithm) {
+    return algorithm.containsSubstring(kXPathAlgorithm) || algorithm.containsSubstring(kXPathFilter2Algorithm) ||
+           algorithm.containsSubstring(kXPointerAlgorithm);
 }
 
 } // namespace
@@ -165,7 +175,19 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
         return true;
     }
     m_refFailReason = kMismatch;
+    if (chain.recognisedXPath && !m_evaluateEveryXPath)
+        return retryWithXPathEvaluator(uri, ref, log);
     return false;
+}
+
+// A recognised form reads an expression by its text alone; the evaluator
+// reads it as XPath does, so its node-set is the one the signer meant.
+bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log) {
+    log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
+    m_evaluateEveryXPath = true;
+    const bool matched = verifyInternalReference(uri, ref, log);
+    m_evaluateEveryXPath = false;
+    return matched;
 }
 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
@@ -196,6 +218,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     };
 
     CanonShortcut pending;
+    std::unique_ptr<XPathNodeSet> nodes;
     StringBuffer algorithm;
     for (int i = 0; i < chain.count; ++i) {
         RefPtr<ClsXml> transform(transforms->getChild(i));
@@ -203,22 +226,47 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
             continue;
         transform->getAttrValue("Algorithm", algorithm);
         log.LogDataSb("transformAlgorithm", algorithm);
-        if (algorithm.containsSubstring("REC-xpath") || algorithm.containsSubstring("2002/06/xmldsig-filter2")) {
-            StringBuffer xPath;
-            if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
-                log.LogError("No XPath found in transform.");
-                return false;
+        if (isNodeSetTransform(algorithm)) {
+            // A recognised expression is carried out on the text as before;
+            // any other is evaluated, and so is every one after that.
+            bool recognised = !nodes && !algorithm.containsSubstring(kXPointerAlgorithm) && !m_evaluateEveryXPath;
+            if (recognised) {
+                StringBuffer xPath;
+                if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
+                    log.LogError("No XPath found in transform.");
+                    return false;
+                }
+                if (transformXPath(transform.get(), xml, algorithm, xPath, log, &recognised)) {
+                    chain.recognisedXPath = true;
+                    log.LogDataStr(kXPathRouteTag, "recognised form");
+                    continue;
+                }
+                if (recognised)
+                    return false;
             }
-            if (!transformXPath(transform.get(), xml, algorithm, xPath, log))
+            log.LogDataStr(kXPathRouteTag, "evaluated");
+            if (!nodes && !(nodes = startNodeSet(uri, ref, xml, pending, log)))
+                return false;
+            chain.nodeSetSeen = true;
+            if (!applyNodeSetTransform(*nodes, *transform, algorithm, log))
                 return false;
         } else if (algorithm.containsSubstring("enveloped-signature")) {
             chain.envelopedSeen = true;
-            envelope(xml, ref, nextIsCanonicalization(i), pending, log);
+            EnvelopedRange range;
+            if (!nodes)
+                envelope(xml, ref, nextIsCanonicalization(i), pending, log);
+            else if (envelopedSignatureRange(xml, ref, range, log))
+                nodes->subtractElementsIn(range.start, range.length);
         } else if (isCanonicalization(algorithm)) {
             chain.canonicalizationSeen = true;
             // Streamed only when nothing follows, not even the implicit
             // enveloped-signature transform.
-            const bool last = i == chain.count - 1 && (chain.envelopedSeen || !uri.isEmpty());
+            const bool last = i == chain.count - 1 && (chain.envelopedSeen || !uri.isEmpty() || chain.nodeSetSeen);
+            if (nodes) {
+                renderNodeSet(*nodes, transform.get(), algorithm, last ? sink : nullptr, xml, log);
+                nodes.reset();
+                continue;
+            }
             CanonShortcut shortcut = pending;
             pending = CanonShortcut{};
             shortcut.sink = last ? sink : nullptr;
@@ -235,9 +283,16 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
         }
     }
 
+    // A node-set still pending gets the default canonicalization; the
+    // expressions decided what it holds, so nothing is cut from it.
+    if (nodes) {
+        StringBuffer inclusive(kInclusiveC14n);
+        renderNodeSet(*nodes, nullptr, inclusive, sink, xml, log);
+        return true;
+    }
     // A whole-document reference is always enveloped, even after the chain
     // already canonicalized.
-    if (!chain.envelopedSeen && uri.isEmpty())
+    if (!chain.envelopedSeen && uri.isEmpty() && !chain.nodeSetSeen)
         envelope(xml, ref, !chain.canonicalizationSeen, pending, log);
     if (!chain.canonicalizationSeen) {
         StringBuffer inclusive(kInclusiveC14n);

@@ -8,8 +8,9 @@
 
 #include <string>
 
-// There is no XPath engine: the expressions that real signers write are
-// recognised by their text and carried out as the text edits they amount to.
+// The expressions that real signers write are recognised by their text and
+// carried out as the text edits they amount to; any other expression is left
+// to the XPath evaluator (XPathNodeSet).
 namespace {
 
 constexpr int kMaxRemovals = 100;
@@ -130,7 +131,7 @@ void removeNamedElements(StringBuffer& xml, const StringBuffer& xPath, bool isMy
 } // namespace
 
 bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& xPath,
-                                     LogBase& log) {
+                                     LogBase& log, bool* recognised) {
     LogContextExitor ctx(log, "transformXPath");
     log.LogDataSb("transformAlgorithm", algorithm);
     log.LogDataSb("xPath", xPath);
@@ -164,6 +165,8 @@ bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, Strin
         } else {
             log.LogDataLong("unhandledXPath", kFilterNotSubtract);
             result = false;
+            if (recognised)
+                *recognised = false;
         }
     } else if (isFilter2) {
         log.LogDataLong("commonXPathOption", 5);
@@ -175,6 +178,8 @@ bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, Strin
         } else {
             log.LogDataLong("unhandledXPath", kFilterOtherExpression);
             result = false;
+            if (recognised)
+                *recognised = false;
         }
     } else if (xPath.matches("not(//ancestor-or-self::*[*ID='*'])", true)) {
         log.LogDataLong("commonXPathOption", 6);
@@ -184,6 +189,8 @@ bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, Strin
     } else {
         log.LogDataLong("unhandledXPath", kNoFormMatched);
         result = false;
+        if (recognised)
+            *recognised = false;
     }
     log.LogDataBool("transformXPathSuccess", result);
     return result;

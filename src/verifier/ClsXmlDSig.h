@@ -28,6 +28,7 @@ class HashedStringSet;
 class TavixX509;
 class ClsXml;
 class XmlDocument;
+class XPathNodeSet;
 class DSigReference;
 class ReferenceDigestMemo;
 
@@ -273,10 +274,24 @@ private:
         bool envelopedSeen = false;
         bool canonicalizationSeen = false;
         bool base64Seen = false;
+        bool nodeSetSeen = false;     // an expression was evaluated: the chain carried a node-set
+        bool recognisedXPath = false; // an expression was carried out as a text edit
     };
     bool canStreamDigest(const DSigReference& ref) const;
     bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
                          CanonSink* sink, LogBase& log);
+    // The node-set an evaluated XPath, XPath Filter 2.0 or XPointer transform
+    // starts from, and its rendering by a canonicalization.
+    std::unique_ptr<XPathNodeSet> startNodeSet(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
+                                               CanonShortcut& pending, LogBase& log);
+    bool applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, const StringBuffer& algorithm, LogBase& log);
+    void renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm, CanonSink* sink,
+                       StringBuffer& xml, LogBase& log);
+    // Set for the retry that evaluates expressions of the recognised forms too.
+    bool m_evaluateEveryXPath = false;
+    bool retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log);
+    // MaxXPathNodes of VerifyOptions, or the default.
+    uint64_t maxXPathNodes(LogBase& log) const;
     // The enveloped-signature transform, or when a canonicalization of the
     // untouched document follows, the cut left to it through `pending`.
     void envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,

@@ -41,8 +41,10 @@ public:
     bool zatcaTransformInvoice(StringBuffer& xml, LogBase& log);
 
     // Transforms of a reference, applied to its text in place.
+    // `recognised`, when given, is cleared for an expression none of the
+    // known forms matches (the text is then left as it was).
     bool transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& xPath,
-                        LogBase& log);
+                        LogBase& log, bool* recognised = nullptr);
     bool transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& uri,
                                LogBase& log, const CanonShortcut& shortcut = CanonShortcut{});
 

@@ -1,0 +1,101 @@
+#include "companion/base/ClsJsonObject.h"
+#include "companion/canon/CanonSink.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/xml/ClsXml.h"
+#include "transforms/XPathNodeSet.h"
+#include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
+
+#include <sstream>
+
+namespace {
+
+constexpr std::string_view kMaxXPathNodesKey = "MaxXPathNodes";
+constexpr std::string_view kFilter2Marker = "2002/06/xmldsig-filter2";
+constexpr std::string_view kXPointerMarker = "xmldsig-more/xptr";
+constexpr std::string_view kExclusiveMarker = "xml-exc-c14n";
+constexpr std::string_view kDefaultPrefixToken = "#default";
+
+std::vector<std::string> inclusivePrefixes(ClsXml& transform, LogBase& log) {
+    std::vector<std::string> prefixes;
+    RefPtr<ClsXml> inclusive(transform.getNthChildWithTagUtf8("*:InclusiveNamespaces", 0, log));
+    if (!inclusive)
+        return prefixes;
+    StringBuffer list;
+    inclusive->getAttrValue("PrefixList", list);
+    std::istringstream words{std::string(list.view())};
+    for (std::string p; words >> p;)
+        prefixes.push_back(p == kDefaultPrefixToken ? std::string() : p);
+    return prefixes;
+}
+
+} // namespace
+
+uint64_t ClsXmlDSig::maxXPathNodes(LogBase& log) const {
+    ClsJsonObject options;
+    if (!parsedCmsOptions(options, log) || !options.hasMember(kMaxXPathNodesKey))
+        return XPathNodeSet::kDefaultBudget;
+    const long long nodes = options.intOf(kMaxXPathNodesKey, 0);
+    if (nodes <= 0) {
+        log.LogError("MaxXPathNodes is not a positive whole number; the default applies.");
+        return XPathNodeSet::kDefaultBudget;
+    }
+    return static_cast<uint64_t>(nodes);
+}
+
+std::unique_ptr<XPathNodeSet> ClsXmlDSig::startNodeSet(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
+                                                       CanonShortcut& pending, LogBase& log) {
+    auto nodes = std::make_unique<XPathNodeSet>();
+    nodes->setBudget(maxXPathNodes(log));
+    // The text an enveloped-signature transform cut may have lost the
+    // identified element (one inside the signature).
+    const bool targetMayBeCut = !uri.isEmpty() && !elementsNamedBy(uri.view()).empty();
+    if (!nodes->load(xml.view(), loadedTree(), uri.view(), targetMayBeCut, log))
+        return nullptr;
+    nodes->setSignedDocument(loadedTree());
+    // Text an earlier transform edited may no longer hold the signature.
+    EnvelopedRange signature;
+    if (isLoadedText(xml.view()) && envelopedSignatureRange(xml, ref, signature, log))
+        nodes->setSignatureOffset(signature.start);
+    // An enveloped-signature cut left for the canonicalizer is made here.
+    if (pending.excludedLength > 0) {
+        nodes->subtractElementsIn(pending.excludedStart, pending.excludedLength);
+        pending = CanonShortcut{};
+    }
+    return nodes;
+}
+
+bool ClsXmlDSig::applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, const StringBuffer& algorithm,
+                                       LogBase& log) {
+    LogContextExitor ctx(log, "evaluateXPath");
+    const bool xpointer = algorithm.containsSubstring(kXPointerMarker);
+    StringBuffer expression;
+    if (!transform.getChildContentUtf8(xpointer ? "*:XPointer" : "*:XPath", expression, false)) {
+        log.LogError("No XPath found in transform.");
+        return false;
+    }
+    log.LogDataSb("xPath", expression);
+    if (xpointer)
+        return nodes.applyXPointer(expression.view(), log);
+    if (algorithm.containsSubstring(kFilter2Marker))
+        return nodes.applyFilter2(expression.view(), log);
+    return nodes.applyXPath(expression.view(), log);
+}
+
+void ClsXmlDSig::renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm,
+                               CanonSink* sink, StringBuffer& xml, LogBase& log) {
+    NodeSetCanon::Options options;
+    options.exclusive = algorithm.containsSubstring(kExclusiveMarker);
+    options.withComments = algorithm.containsSubstringNoCase("WithComments");
+    if (transform && options.exclusive)
+        options.inclusivePrefixes = inclusivePrefixes(*transform, log);
+    std::string out;
+    nodes.render(options, out);
+    if (log.verbose())
+        log.LogDataStr("canonicalNodeSet", out);
+    xml.clear();
+    if (sink)
+        sink->write(out);
+    else
+        xml.append(out);
+}

@@ -1,0 +1,122 @@
+// Documents that xmlsec1 signs at test time with XPath and XPath Filter 2.0
+// transforms that no recognised form matches verify through the evaluator;
+// a change in what the expressions select breaks them, a change in what
+// they leave out does not, and the node budget stops an evaluation.
+#include "verifier/DSigTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace {
+
+using namespace test_support;
+
+constexpr const char* kXPathAlg = "http://www.w3.org/TR/1999/REC-xpath-19991116";
+constexpr const char* kFilter2Ns = "http://www.w3.org/2002/06/xmldsig-filter2";
+constexpr const char* kSecret = "xpath secret";
+
+struct XPathCase {
+    const char* name;
+    std::string transforms;
+    bool keepsInstruction; // the processing instruction before the root element
+};
+
+std::string xpath(const std::string& expression) {
+    return "<Transform Algorithm=\"" + std::string(kXPathAlg) + "\"><XPath xmlns:dsig=\"" + std::string(kDsigNs) +
+           "\">" + expression + "</XPath></Transform>";
+}
+
+std::string filter2(const std::vector<std::pair<const char*, const char*>>& steps) {
+    std::string t = "<Transform Algorithm=\"" + std::string(kFilter2Ns) + "\">";
+    for (const auto& [filter, expression] : steps)
+        t += "<XPath xmlns=\"" + std::string(kFilter2Ns) + "\" xmlns:a=\"urn:a\" Filter=\"" + filter + "\">" +
+             expression + "</XPath>";
+    return t + "</Transform>";
+}
+
+std::string transform(std::string_view algorithm) {
+    return "<Transform Algorithm=\"" + std::string(algorithm) + "\"/>";
+}
+
+// The second case's expression is one a recognised form takes for "no
+// signatures", so it needs the retry.
+const XPathCase kCases[] = {
+    {"XPathThenInclusive",
+     xpath("count(ancestor-or-self::dsig:Signature | ancestor-or-self::skip) = 0") + transform(kC14n), true},
+    {"XPathThenExclusive",
+     xpath("not(ancestor-or-self::skip) and count(ancestor-or-self::dsig:Signature) &lt; 1") + transform(kExcC14n),
+     true},
+    {"XPathAttributesAndText",
+     xpath("ancestor-or-self::data and not(ancestor-or-self::skip) and "
+           "(self::* or self::text() or (self::node()[name() = 'amount']))"),
+     false},
+    {"Filter2IntersectSubtract", filter2({{"intersect", "//data"}, {"subtract", "//skip"}}) + transform(kC14n), false},
+    {"Filter2SubtractThenUnion",
+     filter2({{"subtract", "/doc"}, {"union", "//a:item"}}) + transform(std::string(kEnveloped)) + transform(kExcC14n),
+     true},
+};
+
+std::string documentTemplate(const XPathCase& c) {
+    return "<?keep this?>\n<doc xmlns:a=\"urn:a\"><data Id=\"d1\"><a:item amount=\"100\">Hello</a:item><skip>free "
+           "text</skip></data>"
+           "<other>outside</other><Signature xmlns=\"" +
+           std::string(kDsigNs) + "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
+           "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2000/09/xmldsig#hmac-sha1\"/><Reference URI=\"\">"
+           "<Transforms>" +
+           c.transforms + "</Transforms><DigestMethod Algorithm=\"" + std::string(kSha256) +
+           "\"/><DigestValue/></Reference></SignedInfo><SignatureValue/></Signature></doc>\n<!-- after -->";
+}
+
+bool verifies(const std::string& doc, const std::string& options = "") {
+    ClsXmlDSig dsig;
+    EXPECT_TRUE(loadXml(dsig, doc));
+    XString key(kSecret), encoding("ascii");
+    EXPECT_TRUE(dsig.SetHmacKey(key, encoding));
+    if (!options.empty())
+        dsig.put_VerifyOptions(XString(options));
+    const bool ok = dsig.VerifySignature(true);
+    // A recognised form that reads the expression wrongly is retried through the evaluator.
+    const std::vector<std::string> routes = loggedData(dsig, "xpathRoute");
+    EXPECT_NE(std::find(routes.begin(), routes.end(), "evaluated"), routes.end()) << dsig.lastErrorText();
+    if (!options.empty()) {
+        EXPECT_TRUE(loggedLine(dsig, "XPath evaluation stopped: it visited more nodes than MaxXPathNodes allows."))
+            << dsig.lastErrorText();
+    }
+    return ok;
+}
+
+class XmlsecXPath : public ::testing::TestWithParam<XPathCase> {};
+
+TEST_P(XmlsecXPath, SelectedContentIsSignedAndTheRestIsNot) {
+    const XPathCase& c = GetParam();
+    TempDir dir;
+    writeFile(dir.path() / "hmac.key", kSecret);
+    std::string diagnostics;
+    const std::string doc = xmlsecSign(dir.path(), documentTemplate(c), "--hmackey hmac.key", &diagnostics);
+    ASSERT_FALSE(doc.empty()) << diagnostics;
+    EXPECT_TRUE(verifies(doc));
+
+    // Every case selects the item and leaves out the skip element.
+    EXPECT_FALSE(verifies(replaced(doc, ">Hello<", ">Hellp<")));
+    EXPECT_EQ(verifies(replaced(doc, "keep this", "keep thus")), !c.keepsInstruction);
+    EXPECT_FALSE(verifies(replaced(doc, "amount=\"100\"", "amount=\"900\"")));
+    EXPECT_TRUE(verifies(replaced(doc, "free text", "free texT")));
+}
+
+TEST(XmlsecXPath, TheNodeBudgetStopsTheEvaluation) {
+    TempDir dir;
+    writeFile(dir.path() / "hmac.key", kSecret);
+    const std::string doc = xmlsecSign(dir.path(), documentTemplate(kCases[0]), "--hmackey hmac.key");
+    ASSERT_FALSE(doc.empty());
+    EXPECT_FALSE(verifies(doc, "{\"MaxXPathNodes\": 20}"));
+}
+
+void PrintTo(const XPathCase& c, std::ostream* os) {
+    *os << c.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(Transforms, XmlsecXPath, ::testing::ValuesIn(kCases),
+                         [](const auto& info) { return std::string(info.param.name); });
+
+} // namespace
