@@ -20,6 +20,16 @@ struct CanonAttribute {
     uint8_t flags = 0;             // XmlAttributeFlag
 };
 
+// An xml:* attribute of an ancestor of a fragment's apex, which inclusive
+// modes carry over to the apex.
+struct CanonXmlAttributeInScope {
+    std::string_view qname;
+    std::string_view localName;
+    XmlSpan value;
+    uint8_t flags;
+    uint32_t depth;
+};
+
 namespace canon_attribute_order {
 
 // Canonical order: by namespace URI (none first), then by local name.

@@ -1,8 +1,8 @@
 #include "companion/canon/CanonPass.h"
 
-#include "companion/canon/CanonBaseUri.h"
 #include "companion/canon/CanonEscape.h"
 #include "companion/canon/CanonQName.h"
+#include "companion/canon/CanonXml11Inheritance.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlIdIndex.h"
@@ -12,12 +12,6 @@
 
 namespace {
 
-constexpr std::string_view kXmlPrefix = "xml";
-constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
-constexpr std::string_view kXmlBase = "base";
-constexpr std::string_view kXmlBaseQName = "xml:base";
-// What Canonical XML 1.1 lets an apex inherit as it stands.
-constexpr std::string_view kSimpleInheritable[] = {"lang", "space"};
 constexpr std::string_view kAuthenticate = "authenticate";
 constexpr std::string_view kAuthenticated = "true";
 constexpr std::string_view kIdNames[] = {"Id", "ID", "id"};
@@ -28,11 +22,6 @@ constexpr size_t kSinkChunkBytes = 256u << 10;
 
 bool isIdName(std::string_view localName) {
     return std::find(std::begin(kIdNames), std::end(kIdNames), localName) != std::end(kIdNames);
-}
-
-bool isSimpleInheritable(std::string_view localName) {
-    return std::find(std::begin(kSimpleInheritable), std::end(kSimpleInheritable), localName) !=
-           std::end(kSimpleInheritable);
 }
 
 bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding& b) {
@@ -315,8 +304,8 @@ void CanonPass::rememberXmlAttributes(const XmlToken& t) {
     for (const XmlAttribute& a : t.attributes) {
         const std::string_view qname = slice(a.name);
         const CanonQName name = CanonQName::split(qname);
-        if (name.prefix == kXmlPrefix)
-            m_xmlAttributes.push_back(XmlAttributeInScope{qname, name.localName, a.value, a.flags, m_depth});
+        if (name.prefix == CanonQName::kXmlPrefix)
+            m_xmlAttributes.push_back(CanonXmlAttributeInScope{qname, name.localName, a.value, a.flags, m_depth});
     }
 }
 
@@ -337,7 +326,7 @@ inline void CanonPass::writeStartTag(const XmlToken& t, bool apex) {
     if (apex)
         writeApexAttributes();
     else
-        writeAttributes(m_attributes);
+        writeAttributes();
     closeStartTag(t);
 }
 
@@ -353,7 +342,7 @@ void CanonPass::collectInclusiveNamespaces(bool apex) {
         m_candidates.assign(here.begin(), here.end());
     }
     // The xml prefix is bound whether declared or not, and never rendered.
-    std::erase_if(m_candidates, [](const CanonNamespaces::Binding& b) { return b.prefix == kXmlPrefix; });
+    std::erase_if(m_candidates, [](const CanonNamespaces::Binding& b) { return b.prefix == CanonQName::kXmlPrefix; });
     std::sort(m_candidates.begin(), m_candidates.end(), byPrefix);
 }
 
@@ -386,7 +375,7 @@ bool CanonPass::declaredOnElement(std::string_view prefix) const {
 }
 
 [[gnu::always_inline]] inline void CanonPass::considerUtilized(std::string_view prefix) {
-    if (prefix == kXmlPrefix)
+    if (prefix == CanonQName::kXmlPrefix)
         return;
     if (const CanonNamespaces::Binding* binding = m_namespaces.find(prefix))
         m_candidates.push_back(*binding);
@@ -412,8 +401,8 @@ inline void CanonPass::writeNamespaces() {
             continue;
         const CanonQName name = CanonQName::split(qname);
         std::string_view uri;
-        if (name.prefix == kXmlPrefix) {
-            uri = kXmlNamespace;
+        if (name.prefix == CanonQName::kXmlPrefix) {
+            uri = CanonQName::kXmlNamespace;
         } else if (!name.prefix.empty()) {
             if (const CanonNamespaces::Binding* binding = m_namespaces.find(name.prefix))
                 uri = m_namespaces.uri(*binding);
@@ -431,62 +420,25 @@ inline void CanonPass::writeNamespaces() {
 }
 
 // Inclusive mode: the apex carries the xml:* attributes of its ancestors
-// that it does not set itself, the nearest ancestor's value winning. In
-// Canonical XML 1.1 only xml:lang and xml:space are carried so, and xml:base
-// is joined.
+// that it does not set itself, the nearest ancestor's value winning.
+// Canonical XML 1.1 carries fewer of them and joins xml:base.
 void CanonPass::addInheritedXmlAttributes() {
+    if (m_options.c14n11) {
+        canon_xml11_inheritance::addInherited(m_attributes, m_xmlAttributes, m_dtd, m_fixedUpBase);
+        return;
+    }
     for (auto it = m_xmlAttributes.rbegin(); it != m_xmlAttributes.rend(); ++it) {
-        if (m_options.c14n11 && !isSimpleInheritable(it->localName))
-            continue;
         const bool present = std::any_of(m_attributes.begin(), m_attributes.end(), [&](const CanonAttribute& a) {
-            return a.prefix == kXmlPrefix && a.localName == it->localName;
+            return a.prefix == CanonQName::kXmlPrefix && a.localName == it->localName;
         });
         if (!present)
-            m_attributes.push_back(
-                CanonAttribute{it->qname, kXmlPrefix, it->localName, kXmlNamespace, it->value, it->flags});
+            m_attributes.push_back(CanonAttribute{it->qname, CanonQName::kXmlPrefix, it->localName,
+                                                  CanonQName::kXmlNamespace, it->value, it->flags});
     }
-    if (m_options.c14n11)
-        fixUpXmlBase();
 }
 
-// The apex's own xml:base, if any, is relative to its ancestors' bases: it is
-// joined with each of them, innermost first. With no ancestor base the apex's
-// own stands as written; an empty result is not rendered.
-void CanonPass::fixUpXmlBase() {
-    const auto own = std::find_if(m_attributes.begin(), m_attributes.end(), [](const CanonAttribute& a) {
-        return a.prefix == kXmlPrefix && a.localName == kXmlBase;
-    });
-    bool joined = false;
-    bool started = own != m_attributes.end();
-    std::string base = started ? decodedValue(own->value, own->flags) : std::string();
-    for (auto it = m_xmlAttributes.rbegin(); it != m_xmlAttributes.rend(); ++it) {
-        if (it->localName != kXmlBase)
-            continue;
-        std::string ancestor = decodedValue(it->value, it->flags);
-        base = started ? canon_base_uri::join(ancestor, base) : std::move(ancestor);
-        started = joined = true;
-    }
-    if (!joined)
-        return;
-    if (own != m_attributes.end())
-        m_attributes.erase(own);
-    if (base.empty())
-        return;
-    m_fixedUpBase = std::move(base);
-    m_attributes.push_back(
-        CanonAttribute{kXmlBaseQName, kXmlPrefix, kXmlBase, kXmlNamespace, XmlSpan{}, kCanonComputedValue});
-}
-
-std::string CanonPass::decodedValue(XmlSpan value, uint8_t flags) const {
-    if (!(flags & kAttrNeedsDecoding))
-        return std::string(slice(value));
-    std::string decoded;
-    XmlTextDecoder::appendAttribute(slice(value), m_dtd, (flags & kAttrTokenized) != 0, decoded);
-    return decoded;
-}
-
-inline void CanonPass::writeAttributes(std::span<const CanonAttribute> attributes) {
-    for (const CanonAttribute& a : attributes) {
+inline void CanonPass::writeAttributes() {
+    for (const CanonAttribute& a : m_attributes) {
         if (const std::string_view written = writtenCanonically(a); !written.empty()) {
             m_output.copy(written);
             continue;
@@ -499,20 +451,20 @@ inline void CanonPass::writeAttributes(std::span<const CanonAttribute> attribute
     }
 }
 
-// Only the apex can carry a computed value. Out of line, so that the loop
-// of every other element stays as small as it was.
+// Only the apex can carry a computed value. Out of line and without the
+// shortcut for attributes as written, so that the pass's loop neither tests
+// for one nor loses inlining to this code.
 [[gnu::noinline]] void CanonPass::writeApexAttributes() {
-    const auto computed = std::find_if(m_attributes.begin(), m_attributes.end(),
-                                       [](const CanonAttribute& a) { return (a.flags & kCanonComputedValue) != 0; });
-    writeAttributes(std::span(m_attributes.begin(), computed));
-    if (computed == m_attributes.end())
-        return;
-    m_output.push_back(' ');
-    m_output.append(computed->qname);
-    m_output.append("=\"");
-    canon_escape::appendAttributeValue(m_output.flushed(), m_fixedUpBase, 0, m_dtd, m_scratch);
-    m_output.push_back('"');
-    writeAttributes(std::span(computed + 1, m_attributes.end()));
+    std::string& out = m_output.flushed();
+    for (const CanonAttribute& a : m_attributes) {
+        const bool computed = (a.flags & kCanonComputedValue) != 0;
+        out.push_back(' ');
+        out.append(a.qname);
+        out.append("=\"");
+        canon_escape::appendAttributeValue(out, computed ? m_fixedUpBase : slice(a.value), computed ? 0 : a.flags,
+                                           m_dtd, m_scratch);
+        out.push_back('"');
+    }
 }
 
 // Text up to its first reference or special byte is its own canonical form,

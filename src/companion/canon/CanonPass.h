@@ -60,15 +60,6 @@ public:
 private:
     enum class Phase : uint8_t { Searching, Prolog, Inside, Epilog, Done };
 
-    // An xml:* attribute of an ancestor of the apex, for inclusive mode.
-    struct XmlAttributeInScope {
-        std::string_view qname;
-        std::string_view localName;
-        XmlSpan value;
-        uint8_t flags;
-        uint32_t depth;
-    };
-
     void chooseTokenSource(const XmlDocument* parsed);
     void leaveOutExcludedElement(const XmlDocument& parsed);
     uint32_t indexedApex(const XmlDocument& parsed) const;
@@ -102,9 +93,7 @@ private:
     void writeNamespaces();
     void collectAttributes(const XmlToken& t, bool apex);
     void addInheritedXmlAttributes();
-    void fixUpXmlBase();
-    std::string decodedValue(XmlSpan value, uint8_t flags) const;
-    void writeAttributes(std::span<const CanonAttribute> attributes);
+    void writeAttributes();
     void writeApexAttributes();
     std::string_view writtenCanonically(const CanonAttribute& a) const;
     void writeEndTag(const XmlToken& t);
@@ -134,7 +123,7 @@ private:
     bool m_inEntity = false;
     std::vector<CanonAttribute> m_attributes;
     std::vector<CanonNamespaces::Binding> m_candidates;
-    std::vector<XmlAttributeInScope> m_xmlAttributes;
+    std::vector<CanonXmlAttributeInScope> m_xmlAttributes;
     std::string m_scratch;
     // The apex's xml:base as Canonical XML 1.1 joins it.
     std::string m_fixedUpBase;

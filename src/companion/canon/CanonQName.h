@@ -7,6 +7,10 @@
 // names as written, so the split is ours; "xmlns" and "xmlns:p" are
 // namespace declarations, never attributes.
 struct CanonQName {
+    // Bound whether declared or not.
+    static constexpr std::string_view kXmlPrefix = "xml";
+    static constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
+
     std::string_view prefix; // empty when the name has none
     std::string_view localName;
 
