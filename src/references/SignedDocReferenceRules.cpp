@@ -105,8 +105,10 @@ bool dataFileDigest(const XmlDocument& doc, uint32_t dataFile, int hashAlg, Data
 // carries, the SK-XML MIME-type reference over the type's text.
 bool ClsXmlDSig::verifyBySignedDocRules(int index, LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
+    if (!tree || !isNamed(*tree, tree->root(), kSignedDoc))
+        return false;
     RefPtr<ClsXml> element(getReference(index, log));
-    if (!tree || !isNamed(*tree, tree->root(), kSignedDoc) || !element)
+    if (!element)
         return false;
     DSigReference ref;
     ref.parseReference(*element, log);

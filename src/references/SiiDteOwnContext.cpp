@@ -35,8 +35,10 @@ const XmlDocument* ClsXmlDSig::loadedTreeOfText() const {
 bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
                                           LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
+    if (!m_isSiiCl || !tree)
+        return false;
     RefPtr<ClsXml> element(getReference(index, log));
-    if (!m_isSiiCl || !tree || !element)
+    if (!element)
         return false;
     DSigReference ref;
     ref.parseReference(*element, log);
