@@ -5,7 +5,6 @@
 #include "companion/xml/ClsXml.h"
 #include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlIdIndex.h"
-#include "references/ElementAsOwnDocument.h"
 #include "references/RefFailReason.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
@@ -57,10 +56,10 @@ bool onlyDigiDocTransforms(const DSigReference& ref, LogBase& log) {
     return true;
 }
 
-bool canonicalDigest(const StringBuffer& text, unsigned startOffset, bool inheritContext, int hashAlg,
-                     DataBuffer& digest, LogBase& log) {
+// Inclusive C14N of the element as a document of its own.
+bool ownDocumentDigest(const StringBuffer& text, unsigned startOffset, int hashAlg, DataBuffer& digest, LogBase& log) {
     XmlCanon canon;
-    canon.setInheritAncestorContext(inheritContext);
+    canon.setInheritAncestorContext(false);
     StringBuffer canonical;
     if (!canon.xmlCanonicalize(text, nullptr, startOffset, canonical, log))
         return false;
@@ -80,22 +79,17 @@ bool dataFileDigest(const XmlDocument& doc, uint32_t dataFile, int hashAlg, Data
         log.LogInfo("HASHCODE data file: its DigestValue attribute stands for the content.");
         return ContentCoding::decodeBase64ToDb(attributeValue(doc, dataFile, "DigestValue"), digest);
     }
-    if (attributeValue(doc, doc.root(), "format") == kSkXmlFormat) {
-        if (contentType != kEmbeddedBase64)
-            return false;
-        // SK-XML signs the file itself, not the element that carries it.
-        log.LogInfo("SK-XML data file: the decoded content is digested.");
-        std::string content;
-        doc.appendContent(dataFile, content);
-        DataBuffer decoded;
-        return ContentCoding::decodeBase64ToDb(content, decoded) &&
-               _tvHash::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
-    }
-    ElementAsOwnDocument own;
-    if (!elementAsOwnDocument(doc, dataFile, own))
+    // DIGIDOC-XML data files are the literal reading's: inclusive C14N of the
+    // element already renders the SignedDoc namespace on it.
+    if (attributeValue(doc, doc.root(), "format") != kSkXmlFormat || contentType != kEmbeddedBase64)
         return false;
-    log.LogInfo("Data file canonicalized as a document of its own, with the SignedDoc namespace.");
-    return canonicalDigest(StringBuffer(own.text), 0, true, hashAlg, digest, log);
+    // SK-XML signs the file itself, not the element that carries it.
+    log.LogInfo("SK-XML data file: the decoded content is digested.");
+    std::string content;
+    doc.appendContent(dataFile, content);
+    DataBuffer decoded;
+    return ContentCoding::decodeBase64ToDb(content, decoded) &&
+           _tvHash::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
 }
 
 } // namespace
@@ -139,7 +133,7 @@ bool ClsXmlDSig::verifyBySignedDocRules(int index, LogBase& log) {
         computed = dataFileDigest(*tree, target, hashAlg, digest, log);
     } else if (target != kNoNode) {
         log.LogInfo("Element canonicalized as a document of its own.");
-        computed = canonicalDigest(m_sigXml, tree->startTagBegin(target), false, hashAlg, digest, log);
+        computed = ownDocumentDigest(m_sigXml, tree->startTagBegin(target), hashAlg, digest, log);
     }
     if (!computed)
         return false;
