@@ -19,6 +19,7 @@ std::string ReferenceDigestMemo::key(const DSigReference& ref, Settings settings
     key.push_back(settings.sortBugEmulation ? '1' : '0');
     key.push_back(settings.zatcaRules ? '1' : '0');
     key.push_back(settings.commentsLeftOut ? '1' : '0');
+    key.push_back(settings.siiDteOwnContext ? '1' : '0');
     key.push_back(ref.m_uriOmitted ? '1' : '0');
     appendField(key, ref.m_uri.view());
     appendField(key, ref.m_transformsXml.view());

@@ -22,6 +22,7 @@ public:
         bool sortBugEmulation = false;
         bool zatcaRules = false;
         bool commentsLeftOut = false;
+        bool siiDteOwnContext = false;
     };
 
     const Outcome* find(const DSigReference& ref, Settings settings) const;

@@ -49,7 +49,10 @@ bool _clsXmlDSigBase::preprocessXmlToTransform(StringBuffer& uri, DSigReference&
     LogContextExitor ctx(log, "preprocessXmlToTransform");
     if (m_isSiiCl) {
         log.LogInfo(std::string("Preprocessing for ") + std::string(profile_markers::kSiiChile));
-        extract_sii_cl_dte(xml, uri.getString(), true, log);
+        if (m_siiDteOwnContextXml.isEmpty())
+            extract_sii_cl_dte(xml, uri.getString(), true, log);
+        else
+            xml.setString(m_siiDteOwnContextXml.view());
     }
     return true;
 }

@@ -53,10 +53,25 @@ bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalDataMissing, Ext
     LogContextExitor ctx(log, "verifyReferenceDigest");
     if (verifyWithSortBugRetry(index, externalDataMissing, externalRefDirs, log))
         return true;
-    if (m_refFailReason != kMismatch)
+    if (m_refFailReason == kMismatch &&
+        (verifyByStandardSelection(index, externalDataMissing, externalRefDirs, log) ||
+         verifyWithExternalTransforms(index, externalDataMissing, externalRefDirs, log)))
+        return true;
+    return verifyByFieldSignerRules(index, externalDataMissing, externalRefDirs, log);
+}
+
+// After a mismatch, or a fragment the literal reading could not find. A
+// further attempt that fails leaves the literal reason standing.
+bool ClsXmlDSig::verifyByFieldSignerRules(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                          LogBase& log) {
+    const int literalReason = m_refFailReason;
+    if (literalReason != kMismatch && literalReason != kCanonicalizationFailed)
         return false;
-    return verifyByStandardSelection(index, externalDataMissing, externalRefDirs, log) ||
-           verifyWithExternalTransforms(index, externalDataMissing, externalRefDirs, log);
+    const bool matched = m_isSiiCl ? verifyInSiiDteOwnContext(index, externalDataMissing, externalRefDirs, log)
+                                   : verifyBySignedDocRules(index, log);
+    if (!matched)
+        m_refFailReason = literalReason;
+    return matched;
 }
 
 bool ClsXmlDSig::verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
@@ -173,7 +188,8 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
 bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log) {
     if (!m_runDigests)
         return verifyInternalReference(uri, ref, log);
-    const ReferenceDigestMemo::Settings settings{m_dupC14nSortBug, m_isZatca, m_commentsLeftOutOfBareReferences};
+    const ReferenceDigestMemo::Settings settings{m_dupC14nSortBug, m_isZatca, m_commentsLeftOutOfBareReferences,
+                                                 !m_siiDteOwnContextXml.isEmpty()};
     if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, settings)) {
         log.LogDataLong("sameAsReference", earlier->index);
         m_refFailReason = earlier->failReason;

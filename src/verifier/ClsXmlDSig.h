@@ -150,6 +150,11 @@ public:
     bool readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log);
     bool applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log);
     bool canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm, LogBase& log);
+    // Further attempts for signers that signed a part of the document as a
+    // document of its own: the SII DTE, DigiDoc's SignedDoc parts.
+    bool verifyByFieldSignerRules(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyInSiiDteOwnContext(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyBySignedDocRules(int index, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
     // The same-document digest, or during a run the outcome of an identical
     // earlier reference.
@@ -256,6 +261,13 @@ private:
     bool withinVerificationLimits(ClsXml& signature, LogBase& log);
     bool verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log);
     bool signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log);
+    bool signedInfoCanonicalizer(XmlCanon& canon, StringBuffer& method, LogBase& log);
+    // The signature value checked once more with SignedInfo canonicalized in
+    // its SII DTE's own context.
+    bool verifySignatureValueInSiiDteOwnContext(const XmlSigPositions& locate, SignedInfoCheck& check, bool& ended,
+                                                LogBase& log);
+    // The loaded tree when it was parsed from the loaded text as it stands.
+    const XmlDocument* loadedTreeOfText() const;
     // Whether `text` is the loaded document's own bytes (shared, unedited).
     bool isLoadedText(std::string_view text) const;
     // The tree of the loaded text, which canonicalization and signature

@@ -101,7 +101,9 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
         return false;
 
     bool ended = false;
-    const bool valid = verifySignatureValue(check, ended, log);
+    bool valid = verifySignatureValue(check, ended, log);
+    if (!valid && !ended)
+        valid = verifySignatureValueInSiiDteOwnContext(locate, check, ended, log);
     if (!ended)
         logSuccessFailure(valid);
     return valid;
@@ -112,14 +114,24 @@ bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoChec
     if (!m_isZatca)
         log.LogBracketed("signedInfo", signedInfo);
 
+    XmlCanon canon;
+    canon.setParsedDocument(loadedTree());
+    if (!signedInfoCanonicalizer(canon, check.canonicalizationMethod, log))
+        return false;
+    if (!canonicalSignedInfo(canon, locate.m_signedInfoLoc, check.canonical, log))
+        return false;
+    if (log.verbose())
+        log.LogBracketed("canonicalizedSignedInfo", check.canonical.view());
+    return true;
+}
+
+bool ClsXmlDSig::signedInfoCanonicalizer(XmlCanon& canon, StringBuffer& method, LogBase& log) {
     StringBuffer prefixList;
-    if (!getCanonicalizationMethod(check.canonicalizationMethod, prefixList, log)) {
+    if (!getCanonicalizationMethod(method, prefixList, log)) {
         log.LogError("Unable to get SignedInfo CanonicalizationMethod.");
         return false;
     }
-    XmlCanon canon;
-    canon.setParsedDocument(loadedTree());
-    configureCanonicalizer(check.canonicalizationMethod, prefixList, canon, log);
+    configureCanonicalizer(method, prefixList, canon, log);
     if (m_isCsioz || m_dupC14nSortBug) {
         log.LogInfo("Will duplicate the XML canonicalization attribute sorting bug...");
         canon.setSortBugEmulation(true);
@@ -127,11 +139,6 @@ bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoChec
     // SK-XML signers canonicalized SignedInfo as a document of its own.
     if (m_isSignedDocSkXml)
         canon.setInheritAncestorContext(false);
-
-    if (!canonicalSignedInfo(canon, locate.m_signedInfoLoc, check.canonical, log))
-        return false;
-    if (log.verbose())
-        log.LogBracketed("canonicalizedSignedInfo", check.canonical.view());
     return true;
 }
 

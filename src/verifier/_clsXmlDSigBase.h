@@ -54,6 +54,9 @@ protected:
     bool m_isSiiCl = false;
     uint32_t m_siiDteOffset = 0;
     StringBuffer m_siiDteXml;
+    // Set for the retry that digests a reference in its DTE's own context:
+    // that DTE as a document of its own.
+    StringBuffer m_siiDteOwnContextXml;
     // Reset together whenever a document is loaded.
     bool m_isDoda = false;
     bool m_isCsioz = false;

@@ -251,6 +251,5 @@ TEST(SiiDteExtraction, LastsUntilTheNextLoad) {
     ASSERT_TRUE(loadXml(dsig, readFile(file)));
     EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
     EXPECT_TRUE(dsig.VerifySignature(false)) << dsig.lastErrorText();
-    ASSERT_TRUE(loadXml(dsig, readFile(file)));
-    EXPECT_FALSE(dsig.VerifySignature(false));
+    EXPECT_FALSE(loggedLine(dsig, "DTE's own context")) << "the extracted DTE served, no further attempt";
 }
