@@ -2,6 +2,7 @@
 // a caller accepting documents from strangers would: with and without the
 // reference digests, with timestamp checking on, and with an HMAC key. Must
 // never crash, hang or leak, and must leave a known RefFailReason.
+#include "FuzzRequire.h"
 #include "LoadedVerifier.h"
 
 #include "references/RefFailReason.h"
@@ -12,11 +13,6 @@
 #include <memory>
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        __builtin_trap();
-}
 
 bool knownReason(int reason) {
     using namespace ref_fail_reason;

@@ -2,6 +2,8 @@
 // input: a failed load logs exactly one located error; a loaded tree has
 // ordered in-range tag offsets and serializes to text that loads again into
 // an equal tree.
+#include "FuzzRequire.h"
+
 #include "companion/log/LogBase.h"
 #include "companion/text/ExtPtrArray.h"
 #include "companion/xml/ClsXml.h"
@@ -12,11 +14,6 @@
 #include <string_view>
 
 namespace {
-
-void require(bool condition) {
-    if (!condition)
-        __builtin_trap();
-}
 
 int errorLines(const LogBase& log) {
     int n = 0;

@@ -1,7 +1,13 @@
 // The real-signer corpus through `xmldsig verify --all`: every row's verdict
-// against the manifest, the same verdicts on 8 threads as on one, and from
-// one verifier reused across files as from a fresh one per file.
+// against the manifest, the same verdicts on 8 threads as on one (from the
+// tool and from verifiers in this process that share their settings), and
+// from one verifier reused across files as from a fresh one per file.
 #include "TestSupport.h"
+
+#include "companion/base/ClsBinData.h"
+#include "companion/crypto/ClsPublicKey.h"
+#include "companion/pki/ClsXmlCertVault.h"
+#include "verifier/ClsXmlDSig.h"
 
 #include <gtest/gtest.h>
 
@@ -35,24 +41,102 @@ std::vector<Row> realRows(const fs::path& dir) {
     return rows;
 }
 
-std::string verifyCommand(const fs::path& dir, const Row& row) {
+// A row's key material: "ref:INDEX=FILE" items are external reference
+// data; certificate files fill the store, a bare public key is the key.
+struct RowInputs {
+    fs::path document;
+    fs::path key;
+    std::vector<fs::path> certs;
+    std::vector<std::pair<int, fs::path>> refData;
+    std::string options;
+};
+
+RowInputs inputsOf(const fs::path& dir, const Row& row) {
     const fs::path family = dir / row.family;
-    std::string cmd = shellQuote(toolPath().string()) + " verify --all";
+    RowInputs in{family / row.file, {}, {}, {}, row.options == "-" ? "" : row.options};
     std::stringstream keys(row.keyMaterial == "-" ? "" : row.keyMaterial);
     for (std::string item; std::getline(keys, item, ',');) {
         if (item.rfind("ref:", 0) == 0) {
             const size_t eq = item.find('=');
-            cmd += " --ref-data " + item.substr(4, eq - 4) + "=" + shellQuote((family / item.substr(eq + 1)).string());
+            in.refData.emplace_back(std::stoi(item.substr(4, eq - 4)), family / item.substr(eq + 1));
+        } else if (readFile(family / item).find("CERTIFICATE-----") != std::string::npos) {
+            // A certificate goes into the store that KeyInfo refers to.
+            in.certs.push_back(family / item);
         } else {
-            // A certificate goes into the store that KeyInfo refers to; a
-            // bare public key is the verification key.
-            const bool certificate = readFile(family / item).find("CERTIFICATE-----") != std::string::npos;
-            cmd += (certificate ? " --cert " : " --key ") + shellQuote((family / item).string());
+            in.key = family / item;
         }
     }
-    if (row.options != "-")
-        cmd += " --options " + shellQuote(row.options);
-    return cmd + " " + shellQuote((family / row.file).string());
+    return in;
+}
+
+std::string verifyCommand(const fs::path& dir, const Row& row) {
+    const RowInputs in = inputsOf(dir, row);
+    std::string cmd = shellQuote(toolPath().string()) + " verify --all";
+    for (const auto& [index, file] : in.refData)
+        cmd += " --ref-data " + std::to_string(index) + "=" + shellQuote(file.string());
+    if (!in.key.empty())
+        cmd += " --key " + shellQuote(in.key.string());
+    for (const fs::path& cert : in.certs)
+        cmd += " --cert " + shellQuote(cert.string());
+    if (!in.options.empty())
+        cmd += " --options " + shellQuote(in.options);
+    return cmd + " " + shellQuote(in.document.string());
+}
+
+XString xstring(const std::string& text) {
+    XString x;
+    x.setFromUtf8(text);
+    return x;
+}
+
+// A row's key and certificates, loaded once and handed to every verifier.
+struct SharedSettings {
+    RowInputs in;
+    RefPtr<ClsPublicKey> key;
+    RefPtr<ClsXmlCertVault> certs;
+};
+
+SharedSettings sharedSettings(const fs::path& dir, const Row& row) {
+    SharedSettings s{inputsOf(dir, row), {}, {}};
+    if (!s.in.key.empty()) {
+        s.key.reset(ClsPublicKey::createNewCls());
+        XString path = xstring(s.in.key.string());
+        EXPECT_TRUE(s.key->LoadFromFile(path)) << s.in.key;
+    }
+    if (!s.in.certs.empty()) {
+        s.certs.reset(ClsXmlCertVault::createNewCls());
+        for (const fs::path& cert : s.in.certs) {
+            XString path = xstring(cert.string());
+            EXPECT_TRUE(s.certs->AddCertFile(path)) << cert;
+        }
+    }
+    return s;
+}
+
+// Every signature's verdict, '1' or '0' each; "-" when the document does
+// not load.
+std::string verdicts(ClsXmlDSig& dsig, const SharedSettings& s) {
+    ClsBinData bytes;
+    if (!bytes.LoadFile(xstring(s.in.document.string())) || !dsig.LoadSignatureBd(bytes))
+        return "-";
+    XString text = xstring(s.in.options);
+    dsig.put_UncommonOptions(text);
+    text = xstring(s.in.document.parent_path().string());
+    dsig.put_ExternalRefDirs(text);
+    if (s.certs)
+        dsig.UseCertVault(*s.certs);
+    std::string out;
+    for (int i = 0; i < dsig.get_NumSignatures(); ++i) {
+        dsig.put_Selector(i);
+        if (s.key)
+            dsig.SetPublicKey(*s.key);
+        for (const auto& [index, file] : s.in.refData) {
+            XString path = xstring(file.string());
+            dsig.SetRefDataFile(index, path);
+        }
+        out.push_back(dsig.VerifySignature(true) ? '1' : '0');
+    }
+    return out;
 }
 
 TEST(RealCorpus, EveryRowGivesTheManifestVerdict) {
@@ -142,6 +226,41 @@ TEST(RealCorpus, AReusedVerifierGivesEachFileItsOwnVerdict) {
             EXPECT_EQ(runProcess(cmd + all).out, separate) << options << stage;
         }
     }
+}
+
+// Verifiers on 8 threads, each used by its own thread only, with the keys and
+// certificate vaults shared between them: each thread verifies the whole
+// corpus from its own starting row and must give every row its serial
+// verdicts. A verifier per row, as keys set on one stay for its next document.
+TEST(RealCorpus, VerifiersOnEightThreadsWithSharedSettingsGiveTheSerialVerdicts) {
+    const fs::path dir = corpusDir() / "real";
+    if (!fs::exists(dir / "MANIFEST.tsv"))
+        GTEST_SKIP() << "no real corpus";
+    std::vector<SharedSettings> settings;
+    for (const Row& row : realRows(dir))
+        settings.push_back(sharedSettings(dir, row));
+    std::vector<std::string> serial;
+    for (const SharedSettings& s : settings) {
+        ClsXmlDSig dsig;
+        serial.push_back(verdicts(dsig, s));
+    }
+    ASSERT_GT(std::count(serial.begin(), serial.end(), "1"), 20);
+
+    constexpr size_t kThreads = 8;
+    std::vector<std::vector<std::string>> parallel(kThreads, std::vector<std::string>(settings.size()));
+    std::vector<std::thread> threads;
+    for (size_t t = 0; t < kThreads; ++t)
+        threads.emplace_back([&, t] {
+            for (size_t n = 0; n < settings.size(); ++n) {
+                const size_t i = (t * settings.size() / kThreads + n) % settings.size();
+                ClsXmlDSig dsig;
+                parallel[t][i] = verdicts(dsig, settings[i]);
+            }
+        });
+    for (std::thread& t : threads)
+        t.join();
+    for (size_t t = 0; t < kThreads; ++t)
+        EXPECT_EQ(parallel[t], serial) << "thread " << t;
 }
 
 } // namespace

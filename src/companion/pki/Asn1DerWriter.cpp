@@ -79,6 +79,10 @@ bool Asn1DerWriter::describe(const ClsXml& element, Node& n, LogBase& log) {
             return false;
         }
         n.tag = static_cast<int>(tag);
+        if (n.tagClass == V_ASN1_UNIVERSAL && n.tag == V_ASN1_EOC) {
+            log.LogError("Universal tag 0 is end-of-contents, not a value.");
+            return false;
+        }
     }
     n.constructed = readFlag(element, "constructed", n.constructed);
     n.indefinite = n.constructed && readFlag(element, "indefinite", false);

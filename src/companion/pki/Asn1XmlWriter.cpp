@@ -99,6 +99,10 @@ bool Asn1XmlWriter::node(const unsigned char*& p, const unsigned char* end, int 
         ERR_clear_error();
         return fail("Malformed ASN.1 header or length.", p, log);
     }
+    // Universal tag 0 only ends an indefinite length: as a value it would be
+    // written back as that end.
+    if (tagClass == V_ASN1_UNIVERSAL && tag == V_ASN1_EOC)
+        return fail("End-of-contents where a value must be.", p, log);
     Node n = describe(tag, tagClass, bits);
     if (!n.constructed) {
         primitive(n, std::string_view(reinterpret_cast<const char*>(content), static_cast<size_t>(length)), depth, xml);

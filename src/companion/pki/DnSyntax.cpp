@@ -119,7 +119,8 @@ private:
 };
 
 // "#" followed by the hex of a DER string value: the string's text when it
-// is one, else the text as written.
+// is one, else the text as written. Only an unescaped, unquoted '#' starts
+// this form; "\#" and "\23" are the character.
 std::string decodeHexValue(const std::string& written) {
     std::string der;
     if (written.size() < 2 || written.front() != '#' || !_clsEncode::decodeHex(written.substr(1), der))
@@ -144,7 +145,10 @@ std::vector<DnAva> DnSyntax::parse(std::string_view dn) {
     while (!reader.atEnd()) {
         DnAva ava;
         ava.type = reader.takeType();
-        ava.value = decodeHexValue(reader.takeValue(false));
+        reader.skipSpace();
+        const bool hexForm = reader.peek() == '#';
+        std::string written = reader.takeValue(false);
+        ava.value = hexForm ? decodeHexValue(written) : std::move(written);
         ava.rdn = rdn;
         if (!ava.type.empty() || !ava.value.empty())
             avas.push_back(std::move(ava));

@@ -109,6 +109,12 @@ TEST(Asn1XmlCodec, RejectsMalformedInput) {
     EXPECT_FALSE(Asn1XmlCodec::derToXml(fromHex("3080020105"), false, true, xml, nullptr, log));
     EXPECT_FALSE(Asn1XmlCodec::derToXml(DataBuffer(), false, true, xml, nullptr, log));
     EXPECT_FALSE(Asn1XmlCodec::derToXml(bufferOf("not DER at all"), false, true, xml, nullptr, log));
+    // Universal tag 0 as a value: bare, and with a long-form length that keeps
+    // it apart from the end-of-contents of its indefinite SEQUENCE.
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(fromHex("0000"), false, true, xml, nullptr, log));
+    EXPECT_FALSE(Asn1XmlCodec::derToXml(fromHex("3080008100"
+                                                "0000"),
+                                        false, true, xml, nullptr, log));
     EXPECT_TRUE(xml.isEmpty());
     EXPECT_TRUE(log.hasErrors());
 
@@ -125,7 +131,8 @@ TEST(Asn1XmlCodec, XmlToDerRejectsWhatItCannotEncode) {
     LogBase log;
     DataBuffer der = fromHex("AA");
     for (const char* xml : {"<unknown>01</unknown>", "<int>0G</int>", "<oid>not.an.oid</oid>",
-                            "<contextSpecific constructed=\"0\">01</contextSpecific>", "<null>00</null>"}) {
+                            "<contextSpecific constructed=\"0\">01</contextSpecific>", "<null>00</null>",
+                            "<universalTag tag=\"0\" constructed=\"0\"/>"}) {
         EXPECT_FALSE(Asn1XmlCodec::xmlToDer(*load(xml, true), der, log)) << xml;
         EXPECT_TRUE(der.isEmpty()) << xml;
     }

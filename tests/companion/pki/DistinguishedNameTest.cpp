@@ -48,6 +48,7 @@ TEST(DistinguishedName, KeyIgnoresCaseSpacingOrderAndTypeForm) {
                          "stateOrProvinceName=Harju"});
     expectAllEquivalent({"SERIALNUMBER=PNOEE-1, CN=X", "serialNumber=PNOEE-1,CN=X", "2.5.4.5=PNOEE-1, CN=X"});
     expectAllEquivalent({"CN=Foo  Bar", "CN=foo bar", "CN=  Foo\tBar "});
+    expectAllEquivalent({"CN=\\#0C03466F6F", "CN=\"#0C03466F6F\"", "CN=\\230C03466F6F"});
     // OpenSSL's names for types we have no label of our own for.
     expectAllEquivalent({"houseIdentifier=12, CN=X", "2.5.4.51=12, CN=X", "OID.2.5.4.51=12, cn=x"});
     expectAllEquivalent({"registeredAddress=Main St, CN=X", "2.5.4.26=Main St, CN=X"});
@@ -65,6 +66,8 @@ TEST(DistinguishedName, KeySeparatesDifferentNames) {
         "CN=Foo Bar, C=EE",
         "CN=Foo, OU=Foo, O=Bar, C=EE",
         "CN=Foo, OU=Foo, OU=Foo, O=Bar, C=EE",
+        // Escaped, "#" is the character, not DER hex of "Foo".
+        "CN=\\#0C03466F6F, O=Bar, C=EE",
     };
     for (size_t i = 0; i < distinct.size(); ++i) {
         for (size_t j = i + 1; j < distinct.size(); ++j)
@@ -85,6 +88,7 @@ TEST(DistinguishedName, GetDnPartFindsTypesInAnyForm) {
     EXPECT_EQ(part("CN=\"Quoted, name\" , O=x", "CN"), "Quoted, name");
     EXPECT_EQ(part("CN=  Spaced   , O=x", "CN"), "Spaced");
     EXPECT_EQ(part("CN=trailing\\ ", "CN"), "trailing ");
+    EXPECT_EQ(part("CN=\\230C0161", "CN"), "#0C0161");
     EXPECT_EQ(part("O=Example, C=US", "CN"), "<none>");
     EXPECT_EQ(part("", "CN"), "<none>");
     EXPECT_EQ(part("Untyped, Text", "CN"), "<none>");
