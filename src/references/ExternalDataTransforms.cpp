@@ -5,9 +5,11 @@
 #include "references/DSigExternalData.h"
 #include "references/RefFailReason.h"
 #include "transforms/Base64Transform.h"
+#include "transforms/XPathNodeSet.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
+#include <memory>
 #include <string_view>
 #include <vector>
 
@@ -64,14 +66,16 @@ bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer&
 }
 
 // The transforms as XML-DSig defines them on octets: base64 decodes them; a
-// canonicalization parses them as XML and serializes the whole document; an
-// XPath transform leaves XML text that stands for a node-set, which the
-// default canonicalization serializes when no later transform does.
+// canonicalization parses them as XML and serializes the whole document. An
+// expression of a recognised form edits the text, which stands for a
+// node-set; any other is evaluated on the data parsed as a document. The
+// default canonicalization serializes a node-set that no later transform does.
 bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log) {
     RefPtr<ClsXml> transforms(ClsXml::createNewCls());
     if (!transforms || !transforms->loadXml(ref.m_transformsXml.view(), true, log))
         return false;
     bool nodeSetPending = false;
+    std::unique_ptr<XPathNodeSet> nodes;
     StringBuffer algorithm;
     for (int i = 0; i < transforms->get_NumChildren(); ++i) {
         RefPtr<ClsXml> transform(transforms->getChild(i));
@@ -80,19 +84,40 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
         transform->getAttrValue("Algorithm", algorithm);
         log.LogDataSb("transformAlgorithm", algorithm);
         if (isXPath(algorithm)) {
-            StringBuffer xPath;
-            if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
-                log.LogError("No XPath found in transform.");
+            if (!nodes && !m_evaluateEveryXPath) {
+                StringBuffer xPath;
+                if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
+                    log.LogError("No XPath found in transform.");
+                    return false;
+                }
+                bool recognised = true;
+                if (transformXPath(transform.get(), data, algorithm, xPath, log, &recognised)) {
+                    m_recognisedXPathOnExternalData = true;
+                    nodeSetPending = true;
+                    continue;
+                }
+                if (recognised)
+                    return false;
+            }
+            if (!nodes && !(nodes = externalNodeSet(data, log)))
+                return false;
+            if (!applyNodeSetTransform(*nodes, *transform, algorithm, log))
+                return false;
+        } else if (isCanonicalization(algorithm)) {
+            if (nodes) {
+                renderNodeSet(*nodes, transform.get(), algorithm, nullptr, data, log);
+                nodes.reset();
+            } else if (!canonicalizeExternalData(transform.get(), data, algorithm, log)) {
                 return false;
             }
-            if (!transformXPath(transform.get(), data, algorithm, xPath, log))
-                return false;
-            nodeSetPending = true;
-        } else if (isCanonicalization(algorithm)) {
-            if (!canonicalizeExternalData(transform.get(), data, algorithm, log))
-                return false;
             nodeSetPending = false;
         } else if (algorithm.containsSubstring(kBase64Marker)) {
+            if (nodes) {
+                StringBuffer inclusive(kInclusiveC14n);
+                renderNodeSet(*nodes, nullptr, inclusive, nullptr, data, log);
+                nodes.reset();
+                nodeSetPending = true;
+            }
             DataBuffer decoded;
             if (nodeSetPending) {
                 if (!base64DecodeXmlContent(data, decoded, log))
@@ -108,10 +133,23 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
             return false;
         }
     }
-    if (!nodeSetPending)
-        return true;
     StringBuffer inclusive(kInclusiveC14n);
-    return canonicalizeExternalData(nullptr, data, inclusive, log);
+    if (nodes) {
+        renderNodeSet(*nodes, nullptr, inclusive, nullptr, data, log);
+        return true;
+    }
+    return !nodeSetPending || canonicalizeExternalData(nullptr, data, inclusive, log);
+}
+
+// Data from elsewhere has no tree loaded; the expressions are read in the
+// signature's document.
+std::unique_ptr<XPathNodeSet> ClsXmlDSig::externalNodeSet(const StringBuffer& data, LogBase& log) {
+    auto nodes = std::make_unique<XPathNodeSet>();
+    nodes->setBudget(maxXPathNodes(log));
+    if (!nodes->loadOctets(data.view(), log))
+        return nullptr;
+    nodes->setSignedDocument(loadedTree());
+    return nodes;
 }
 
 // The whole of the data, with no tree of the loaded document to stand for it.

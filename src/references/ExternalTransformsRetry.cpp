@@ -51,7 +51,10 @@ bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissi
     const FlagOverride noSortBug(m_dupC14nSortBug, false);
     const FlagOverride noCsiozSortBug(m_isCsioz, false);
     const FlagOverride noStpTrimming(m_isCmaStp, false);
-    if (verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log)) {
+    m_recognisedXPathOnExternalData = false;
+    if (verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log) ||
+        (m_recognisedXPathOnExternalData &&
+         retryExternalWithXPathEvaluator(index, externalDataMissing, externalRefDirs, log))) {
         log.LogInfo("The external reference matched with its transforms applied.");
         return true;
     }
@@ -59,4 +62,13 @@ bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissi
     if (!externalDataMissing)
         m_refFailReason = kMismatch;
     return false;
+}
+
+// As for same-document references: a recognised form reads an expression by
+// its text alone, the evaluator as XPath does.
+bool ClsXmlDSig::retryExternalWithXPathEvaluator(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                                 LogBase& log) {
+    log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
+    const FlagOverride evaluated(m_evaluateEveryXPath, true);
+    return verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
 }

@@ -5,6 +5,8 @@
 #include "companion/xpath/XPathEvaluator.h"
 #include "companion/xpath/XPathTree.h"
 
+#include <algorithm>
+
 namespace {
 
 constexpr std::string_view kXPointerOpen = "#xpointer(";
@@ -55,8 +57,7 @@ uint32_t elementWithIdentifier(const XPathTree& tree, std::string_view id) {
 XPathNodeSet::XPathNodeSet() = default;
 XPathNodeSet::~XPathNodeSet() = default;
 
-bool XPathNodeSet::load(std::string_view text, const XmlDocument* parsed, std::string_view uri, bool targetMayBeCut,
-                        LogBase& log) {
+bool XPathNodeSet::parseDocument(std::string_view text, const XmlDocument* parsed, LogBase& log) {
     if (parsed && parsed->canStandFor(text)) {
         m_doc = parsed;
     } else {
@@ -71,6 +72,13 @@ bool XPathNodeSet::load(std::string_view text, const XmlDocument* parsed, std::s
     }
     m_tree = std::make_unique<XPathTree>(*m_doc);
     m_selected.assign(m_tree->size(), 0);
+    return true;
+}
+
+bool XPathNodeSet::load(std::string_view text, const XmlDocument* parsed, std::string_view uri, bool targetMayBeCut,
+                        LogBase& log) {
+    if (!parseDocument(text, parsed, log))
+        return false;
 
     uint32_t first = 0;
     uint32_t end = m_tree->size();
@@ -89,6 +97,14 @@ bool XPathNodeSet::load(std::string_view text, const XmlDocument* parsed, std::s
     const bool keepComments = uri.starts_with(kXPointerOpen);
     for (uint32_t n = first; n < end; ++n)
         m_selected[n] = keepComments || m_tree->kind(n) != XPathNodeKind::Comment;
+    return true;
+}
+
+bool XPathNodeSet::loadOctets(std::string_view text, LogBase& log) {
+    if (!parseDocument(text, nullptr, log))
+        return false;
+    std::fill(m_selected.begin(), m_selected.end(), 1);
+    m_expressionsInText = false;
     return true;
 }
 
@@ -117,7 +133,8 @@ uint32_t XPathNodeSet::findBearer(const XPathTree& tree, uint32_t signature, std
 XPathNodeSet::Bearer XPathNodeSet::expressionElement(std::string_view localName, std::string_view expression) {
     const uint32_t signature =
         m_signatureOffset == UINT32_MAX ? kNoXPathNode : m_tree->elementAtOffset(m_signatureOffset);
-    if (const uint32_t n = findBearer(*m_tree, signature, localName, expression); n != kNoXPathNode)
+    if (const uint32_t n = m_expressionsInText ? findBearer(*m_tree, signature, localName, expression) : kNoXPathNode;
+        n != kNoXPathNode)
         return Bearer{m_tree.get(), n};
     if (!m_signedDoc || m_signedDoc == m_doc)
         return {};

@@ -34,6 +34,10 @@ public:
     // that an earlier transform cut (`targetMayBeCut`) leaves the set empty.
     bool load(std::string_view text, const XmlDocument* parsed, std::string_view uri, bool targetMayBeCut,
               LogBase& log);
+    // The node-set an octet stream becomes when an expression reads it: the
+    // whole document, comments included. Expressions are written in the
+    // signed document, never in this data.
+    bool loadOctets(std::string_view text, LogBase& log);
 
     void setBudget(uint64_t nodes) { m_budget = nodes; }
     // Where the signature being verified starts, so that the expression's own
@@ -71,6 +75,7 @@ private:
     std::unique_ptr<XPathExpr> parse(std::string_view expression, const Bearer& bearer, LogBase& log) const;
     std::vector<uint8_t> subtrees(const std::vector<uint32_t>& roots) const;
     bool withinBudget(const XPathEvaluator& evaluator, LogBase& log) const;
+    bool parseDocument(std::string_view text, const XmlDocument* parsed, LogBase& log);
 
     std::shared_ptr<XmlDocument> m_owned;
     const XmlDocument* m_doc = nullptr;
@@ -80,4 +85,5 @@ private:
     std::unique_ptr<XPathTree> m_signedTree;
     uint64_t m_budget = kDefaultBudget;
     uint32_t m_signatureOffset = UINT32_MAX;
+    bool m_expressionsInText = true;
 };

@@ -145,11 +145,14 @@ public:
     // its transforms applied to its data.
     bool verifyWithExternalTransforms(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
                                       LogBase& log);
+    bool retryExternalWithXPathEvaluator(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+                                         LogBase& log);
     bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref, DataBuffer& digest,
                                        LogBase& log);
     bool readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log);
     bool applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log);
     bool canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm, LogBase& log);
+    std::unique_ptr<XPathNodeSet> externalNodeSet(const StringBuffer& data, LogBase& log);
     // Further attempts for signers that signed a part of the document as a
     // document of its own: the SII DTE, DigiDoc's SignedDoc parts.
     bool verifyByFieldSignerRules(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
@@ -353,6 +356,8 @@ private:
     std::string m_lastExternalFile;
     // Set while the further attempt applies an external reference's transforms.
     bool m_transformsOnExternalData = false;
+    // Set when the external chain carried out an expression as a text edit.
+    bool m_recognisedXPathOnExternalData = false;
     std::vector<ReferenceOutcome> m_referenceOutcomes;
     // The selected signature's Reference elements, listed once per signature
     // so that reference i is not found by walking i siblings.

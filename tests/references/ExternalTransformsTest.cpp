@@ -151,4 +151,64 @@ TEST_F(ExternalTransforms, MissingDataCallerDataAndTheSizeLimit) {
     EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
 }
 
+// Reference 0 keeps <keep> by XPath Filter 2.0, reference 1 drops <free> by
+// an XPath transform before exclusive canonicalization: both are evaluated on
+// the file's data parsed as a document. Reference 2's expression has a form
+// recognised as a text edit (remove <free>), but as XPath it selects nothing
+// while a <free> is there: the evaluator's retry decides.
+const std::string kSelectedFile = "<?xml version=\"1.0\"?>\n<data xmlns:n=\"urn:n\">\n  <!-- c -->\n"
+                                  "  <keep a=\"1\">signed <n:x/></keep>\n  <free>not signed</free>\n</data>\n";
+
+std::string expressionTemplate() {
+    const std::string digest = "<DigestMethod Algorithm=\"" + std::string(kSha256) + "\"/><DigestValue/></Reference>";
+    return "<Signature xmlns=\"" + std::string(kDsigNs) + "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" +
+           std::string(kC14n) +
+           "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>"
+           "<Reference URI=\"data.xml\"><Transforms><Transform "
+           "Algorithm=\"http://www.w3.org/2002/06/xmldsig-filter2\"><XPath "
+           "xmlns=\"http://www.w3.org/2002/06/xmldsig-filter2\" xmlns:k=\"urn:n\" "
+           "Filter=\"intersect\">//keep[k:x]</XPath></Transform></Transforms>" +
+           digest +
+           "<Reference URI=\"data.xml\"><Transforms><Transform "
+           "Algorithm=\"http://www.w3.org/TR/1999/REC-xpath-19991116\"><XPath>not(ancestor-or-self::free)</XPath>"
+           "</Transform><Transform Algorithm=\"" +
+           std::string(kExcC14n) + "\"/></Transforms>" + digest +
+           "<Reference URI=\"data.xml\"><Transforms><Transform "
+           "Algorithm=\"http://www.w3.org/TR/1999/REC-xpath-19991116\"><XPath>not(//ancestor-or-self::free)</XPath>"
+           "</Transform></Transforms>" +
+           digest + "</SignedInfo><SignatureValue/></Signature>";
+}
+
+// What the expressions select is signed, what they leave out is not.
+TEST(ExternalExpressions, SelectedContentIsSignedUnselectedIsNot) {
+    TempDir dir;
+    writeFile(dir.path() / "hmac.key", "external secret");
+    writeFile(dir.path() / "data.xml", kSelectedFile);
+    std::string diagnostics;
+    const std::string signedDoc = xmlsecSign(dir.path(), expressionTemplate(), "--hmackey hmac.key", &diagnostics);
+    ASSERT_FALSE(signedDoc.empty()) << diagnostics;
+    const struct {
+        const char* what;
+        std::string xml;
+        std::vector<int> failed;
+    } cases[] = {
+        {"as signed", kSelectedFile, {}},
+        {"unselected text", replaced(kSelectedFile, "not signed", "changed"), {}},
+        {"selected text", replaced(kSelectedFile, "signed <", "forged <"), {0, 1}},
+        {"selected attribute", replaced(kSelectedFile, "a=\"1\"", "a=\"2\""), {0, 1}},
+        {"the element that empties reference 2 removed", replaced(kSelectedFile, "<free>not signed</free>", ""), {2}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        writeFile(dir.path() / "data.xml", c.xml);
+        ClsXmlDSig dsig;
+        ASSERT_TRUE(loadXml(dsig, signedDoc));
+        XString dirs(dir.path().string()), key("external secret"), encoding("ascii");
+        dsig.put_ExternalRefDirs(dirs);
+        ASSERT_TRUE(dsig.SetHmacKey(key, encoding));
+        EXPECT_EQ(dsig.VerifySignature(true), c.failed.empty()) << dsig.lastErrorText();
+        EXPECT_EQ(failedReferenceIndexes(dsig), c.failed);
+    }
+}
+
 } // namespace
