@@ -33,13 +33,10 @@ bool isExternal(const StringBuffer& uri) {
 // their outcomes is not consulted.
 bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
                                               LogBase& log) {
-    RefPtr<ClsXml> element(getReference(index, log));
-    if (!element)
-        return false;
     DSigReference ref;
-    ref.parseReference(*element, log);
-    StringBuffer uri(ref.m_uri);
-    uri.trim2();
+    StringBuffer uri;
+    if (!parsedReference(index, ref, uri, log))
+        return false;
     if (!isExternal(uri) || ref.m_transformsXml.isEmpty())
         return false;
 

@@ -101,13 +101,10 @@ bool ClsXmlDSig::verifyBySignedDocRules(int index, LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
     if (!tree || !isNamed(*tree, tree->root(), kSignedDoc))
         return false;
-    RefPtr<ClsXml> element(getReference(index, log));
-    if (!element)
-        return false;
     DSigReference ref;
-    ref.parseReference(*element, log);
-    StringBuffer uri(ref.m_uri);
-    uri.trim2();
+    StringBuffer uri;
+    if (!parsedReference(index, ref, uri, log))
+        return false;
     if (!uri.beginsWith("#") || uri.beginsWith(kXPointer) || !onlyDigiDocTransforms(ref, log))
         return false;
 

@@ -37,13 +37,10 @@ bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, bool& externalDataMissing, 
     const XmlDocument* tree = loadedTreeOfText();
     if (!m_isSiiCl || !tree)
         return false;
-    RefPtr<ClsXml> element(getReference(index, log));
-    if (!element)
-        return false;
     DSigReference ref;
-    ref.parseReference(*element, log);
-    StringBuffer uri(ref.m_uri);
-    uri.trim2();
+    StringBuffer uri;
+    if (!parsedReference(index, ref, uri, log))
+        return false;
     if (!uri.beginsWith("#") || uri.beginsWith(kXPointer))
         return false;
     ElementAsOwnDocument dte;

@@ -22,13 +22,10 @@ bool selectsWithoutComments(const StringBuffer& uri) {
 // comments out.
 bool ClsXmlDSig::verifyByStandardSelection(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
                                            LogBase& log) {
-    RefPtr<ClsXml> element(getReference(index, log));
-    if (!element)
-        return false;
     DSigReference ref;
-    ref.parseReference(*element, log);
-    StringBuffer uri(ref.m_uri);
-    uri.trim2();
+    StringBuffer uri;
+    if (!parsedReference(index, ref, uri, log))
+        return false;
     if (!selectsWithoutComments(uri) || !ref.m_transformsXml.containsSubstringNoCase(kWithComments))
         return false;
 

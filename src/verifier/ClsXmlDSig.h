@@ -105,6 +105,8 @@ public:
     bool selectBySignatureId(StringBuffer& id, LogBase& log);
     bool selectedSignatureId(StringBuffer& out, LogBase& log);
     ClsXml* getReference(int index, LogBase& log);
+    // Reference `index` parsed, with its URI trimmed; false when there is none.
+    bool parsedReference(int index, DSigReference& ref, StringBuffer& uri, LogBase& log);
     // The limits VerifyOptions sets, read again; false (and the defaults) when
     // a value is not a positive integer.
     bool readLimits(LogBase& log);

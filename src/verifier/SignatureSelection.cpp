@@ -1,6 +1,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
+#include "verifier/DSigReference.h"
 
 namespace {
 constexpr const char* kSignedInfoTag = "*:SignedInfo";
@@ -65,6 +66,16 @@ const ClsXmlDSig::ReferenceList& ClsXmlDSig::selectedReferences() {
     if (signedInfo)
         signedInfo->childrenWithTag(kReferenceTag, m_referenceList.references);
     return m_referenceList;
+}
+
+bool ClsXmlDSig::parsedReference(int index, DSigReference& ref, StringBuffer& uri, LogBase& log) {
+    RefPtr<ClsXml> element(getReference(index, log));
+    if (!element)
+        return false;
+    ref.parseReference(*element, log);
+    uri.setString(ref.m_uri.view());
+    uri.trim2();
+    return true;
 }
 
 int ClsXmlDSig::numReferences(ClsXml& signature, LogBase& log) {
