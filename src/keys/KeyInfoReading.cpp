@@ -4,16 +4,11 @@
 #include "companion/pki/DistinguishedName.h"
 #include "companion/text/HashedStringSet.h"
 #include "companion/text/XString.h"
+#include "companion/text/_clsEncode.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
 
 namespace key_info {
-
-namespace {
-bool isHexText(std::string_view text) {
-    return !text.empty() && text.find_first_not_of("0123456789abcdefABCDEF") == std::string_view::npos;
-}
-} // namespace
 
 bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log) {
     RefPtr<ClsXml> x509Data(parent.getChildWithTagUtf8("*:X509Data"));
@@ -31,7 +26,7 @@ bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log) {
     XString hex(serial.view());
     out.serialWrittenInHex.clear();
     if (!hex.reencode("decimal", "hex")) {
-        if (isHexText(serial.view()))
+        if (_clsEncode::isHexText(serial.view()))
             out.serialWrittenInHex.setString(serial.view());
         // Read as decimal, such a serial names no certificate.
         hex.clear();

@@ -1,3 +1,4 @@
+#include "companion/base/ScopedFlag.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/RefFailReason.h"
@@ -7,19 +8,6 @@
 namespace {
 
 using namespace ref_fail_reason;
-
-// Gives a flag a value for one scope.
-class FlagOverride {
-public:
-    FlagOverride(bool& flag, bool value) : m_flag(flag), m_saved(flag) { m_flag = value; }
-    ~FlagOverride() { m_flag = m_saved; }
-    FlagOverride(const FlagOverride&) = delete;
-    FlagOverride& operator=(const FlagOverride&) = delete;
-
-private:
-    bool& m_flag;
-    bool m_saved;
-};
 
 bool isExternal(const StringBuffer& uri) {
     return !uri.isEmpty() && !uri.beginsWith("#");
@@ -42,12 +30,12 @@ bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissi
 
     LogContextExitor ctx(log, "externalTransforms");
     log.LogInfo("Retry with the reference's transforms applied to the external data...");
-    const FlagOverride transformed(m_transformsOnExternalData, true);
+    const ScopedFlag transformed(m_transformsOnExternalData, true);
     // The loaded document's signer accommodations say nothing about how data
     // from elsewhere was canonicalized.
-    const FlagOverride noSortBug(m_dupC14nSortBug, false);
-    const FlagOverride noCsiozSortBug(m_isCsioz, false);
-    const FlagOverride noStpTrimming(m_isCmaStp, false);
+    const ScopedFlag noSortBug(m_dupC14nSortBug, false);
+    const ScopedFlag noCsiozSortBug(m_isCsioz, false);
+    const ScopedFlag noStpTrimming(m_isCmaStp, false);
     m_recognisedXPathOnExternalData = false;
     if (verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log) ||
         (m_recognisedXPathOnExternalData &&
@@ -66,6 +54,6 @@ bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissi
 bool ClsXmlDSig::retryExternalWithXPathEvaluator(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
                                                  LogBase& log) {
     log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
-    const FlagOverride evaluated(m_evaluateEveryXPath, true);
+    const ScopedFlag evaluated(m_evaluateEveryXPath, true);
     return verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
 }

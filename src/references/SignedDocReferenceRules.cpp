@@ -8,6 +8,7 @@
 #include "references/RefFailReason.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
+#include "verifier/ProfileMarkers.h"
 
 #include <strings.h>
 
@@ -17,7 +18,7 @@ using namespace ref_fail_reason;
 
 constexpr std::string_view kSignedDoc = "SignedDoc";
 constexpr std::string_view kDataFile = "DataFile";
-constexpr std::string_view kSkXmlFormat = "SK-XML";
+using profile_markers::kSkXmlFormat;
 constexpr std::string_view kHashcode = "HASHCODE";
 constexpr std::string_view kEmbeddedBase64 = "EMBEDDED_BASE64";
 // SK-XML signs a data file's MIME type through the reference "#<id>-MIME".

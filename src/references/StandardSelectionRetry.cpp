@@ -1,3 +1,4 @@
+#include "companion/base/ScopedFlag.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/RefFailReason.h"
@@ -31,9 +32,8 @@ bool ClsXmlDSig::verifyByStandardSelection(int index, bool& externalDataMissing,
 
     LogContextExitor ctx(log, "standardNodeSetSelection");
     log.LogInfo("Retry with comments left out of the same-document reference, as XML-DSig selects them...");
-    m_commentsLeftOutOfBareReferences = true;
+    const ScopedFlag commentsLeftOut(m_commentsLeftOutOfBareReferences, true);
     const bool matched = verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
-    m_commentsLeftOutOfBareReferences = false;
     if (matched)
         log.LogInfo("The reference matched with its comments left out.");
     return matched;

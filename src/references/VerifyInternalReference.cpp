@@ -1,5 +1,7 @@
+#include "companion/base/ScopedFlag.h"
 #include "companion/crypto/_tvHash.h"
 #include "companion/log/LogContextExitor.h"
+#include "companion/text/_clsEncode.h"
 #include "companion/xml/ClsXml.h"
 #include "references/RefFailReason.h"
 #include "references/StreamedDigest.h"
@@ -77,15 +79,6 @@ void zatcaSignedPropertiesDigest(StringBuffer& xml, int hashAlg, DataBuffer& dig
     raw.encodeDB("hex_lower", hex);
     digest.clear();
     digest.append(hex.view());
-}
-
-bool isHexText(const StringBuffer& text) {
-    if (text.isEmpty())
-        return false;
-    for (char c : text.view())
-        if (!std::isxdigit(static_cast<unsigned char>(c)))
-            return false;
-    return true;
 }
 
 // The base64 transform: the digest covers the decoded text content of the
@@ -184,10 +177,8 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
 // reads it as XPath does, so its node-set is the one the signer meant.
 bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log) {
     log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
-    m_evaluateEveryXPath = true;
-    const bool matched = verifyInternalReference(uri, ref, log);
-    m_evaluateEveryXPath = false;
-    return matched;
+    const ScopedFlag evaluateEvery(m_evaluateEveryXPath, true);
+    return verifyInternalReference(uri, ref, log);
 }
 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
@@ -326,7 +317,7 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
         if (calculated.equals(stored.view()))
             return true;
     }
-    if (isHexText(stored)) {
+    if (_clsEncode::isHexText(stored.view())) {
         log.LogError("Checking to see if the signed XML's digest is hex.  Will convert to base64 and re-compare.");
         DataBuffer bytes;
         bytes.appendEncoded(stored.view(), "hex");

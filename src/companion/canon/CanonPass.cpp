@@ -14,15 +14,10 @@ namespace {
 
 constexpr std::string_view kAuthenticate = "authenticate";
 constexpr std::string_view kAuthenticated = "true";
-constexpr std::string_view kIdNames[] = {"Id", "ID", "id"};
 // "</" and ">".
 constexpr uint32_t kEndTagMarkup = 3;
 // Output handed to a sink in pieces of about this size.
 constexpr size_t kSinkChunkBytes = 256u << 10;
-
-bool isIdName(std::string_view localName) {
-    return std::find(std::begin(kIdNames), std::end(kIdNames), localName) != std::end(kIdNames);
-}
 
 bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding& b) {
     return a.prefix < b.prefix;
@@ -266,7 +261,7 @@ bool CanonPass::isApex(const XmlToken& t) {
     switch (m_target.kind) {
     case CanonTarget::Kind::Id:
         return std::any_of(t.attributes.begin(), t.attributes.end(), [&](const XmlAttribute& a) {
-            return isIdName(CanonQName::split(slice(a.name)).localName) && attributeValueIs(a, m_target.id);
+            return XmlIdIndex::isIdName(slice(a.name)) && attributeValueIs(a, m_target.id);
         });
     case CanonTarget::Kind::Offset:
         return t.begin == m_target.offset && !m_inEntity;

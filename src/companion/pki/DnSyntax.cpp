@@ -19,10 +19,6 @@ bool isSeparator(char c) {
     return kSeparators.find(c) != std::string_view::npos;
 }
 
-bool isHexDigit(char c) {
-    return std::isxdigit(static_cast<unsigned char>(c)) != 0;
-}
-
 bool isTypeChar(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '-' || c == '_';
 }
@@ -94,7 +90,8 @@ private:
     }
 
     void takeEscape(std::string& value) {
-        if (m_pos + 1 < m_text.size() && isHexDigit(m_text[m_pos]) && isHexDigit(m_text[m_pos + 1])) {
+        if (m_pos + 1 < m_text.size() && _clsEncode::isHexDigit(m_text[m_pos]) &&
+            _clsEncode::isHexDigit(m_text[m_pos + 1])) {
             _clsEncode::decodeHex(m_text.substr(m_pos, 2), value);
             m_pos += 2;
         } else if (!atEnd()) {

@@ -22,10 +22,6 @@ bool isAvaEnd(char c) {
     return isRdnEnd(c) || c == '+';
 }
 
-bool isHexDigit(char c) {
-    return std::isxdigit(static_cast<unsigned char>(c)) != 0;
-}
-
 bool isTypeChar(char c) {
     return std::isalnum(static_cast<unsigned char>(c)) || c == '.' || c == '-';
 }
@@ -74,7 +70,7 @@ private:
 
     bool readHexValue(Rfc4514Ava& ava) {
         const size_t start = ++m_pos;
-        while (!atEnd() && isHexDigit(m_text[m_pos]))
+        while (!atEnd() && _clsEncode::isHexDigit(m_text[m_pos]))
             ++m_pos;
         ava.ber = true;
         return m_pos > start && _clsEncode::decodeHex(m_text.substr(start, m_pos - start), ava.value) && atValueEnd();
@@ -117,7 +113,8 @@ private:
     bool readEscape(std::string& value) {
         if (atEnd())
             return false;
-        if (m_pos + 1 < m_text.size() && isHexDigit(m_text[m_pos]) && isHexDigit(m_text[m_pos + 1])) {
+        if (m_pos + 1 < m_text.size() && _clsEncode::isHexDigit(m_text[m_pos]) &&
+            _clsEncode::isHexDigit(m_text[m_pos + 1])) {
             _clsEncode::decodeHex(m_text.substr(m_pos, 2), value);
             m_pos += 2;
         } else {

@@ -10,6 +10,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cctype>
 #include <memory>
 #include <optional>
 #include <utility>
@@ -225,4 +226,12 @@ bool _clsEncode::decodeHex(std::string_view text, std::string& out) {
         return false;
     }
     return true;
+}
+
+bool _clsEncode::isHexDigit(char c) {
+    return std::isxdigit(static_cast<unsigned char>(c)) != 0;
+}
+
+bool _clsEncode::isHexText(std::string_view text) {
+    return !text.empty() && std::all_of(text.begin(), text.end(), isHexDigit);
 }

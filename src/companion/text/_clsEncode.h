@@ -38,6 +38,9 @@ public:
     static void encodeHex(std::string_view bytes, bool lowerCase, std::string& out);
     // Skips white space; fails on an odd number of digits or a non-hex character.
     static bool decodeHex(std::string_view text, std::string& out);
+    static bool isHexDigit(char c);
+    // Not empty, and hex digits only.
+    static bool isHexText(std::string_view text);
 
 private:
     std::string m_mode = "base64";

@@ -10,20 +10,6 @@ namespace {
 using Op = XPathExpr::Op;
 using Type = XPathValue::Type;
 
-XPathValue booleanValue(bool b) {
-    XPathValue v;
-    v.type = Type::Boolean;
-    v.boolean = b;
-    return v;
-}
-
-XPathValue numberValue(double d) {
-    XPathValue v;
-    v.type = Type::Number;
-    v.number = d;
-    return v;
-}
-
 void sortUnique(std::vector<uint32_t>& nodes) {
     if (std::is_sorted(nodes.begin(), nodes.end()) && std::adjacent_find(nodes.begin(), nodes.end()) == nodes.end())
         return;
@@ -99,12 +85,12 @@ bool XPathEvaluator::evaluateBoolean(const XPathExpr& e, uint32_t contextNode) {
 
 XPathValue XPathEvaluator::eval(const XPathExpr& e, const Context& c) {
     if (m_exhausted)
-        return booleanValue(false);
+        return XPathValue::ofBoolean(false);
     switch (e.op) {
     case Op::Or:
-        return booleanValue(toBoolean(eval(*e.operands[0], c)) || toBoolean(eval(*e.operands[1], c)));
+        return XPathValue::ofBoolean(toBoolean(eval(*e.operands[0], c)) || toBoolean(eval(*e.operands[1], c)));
     case Op::And:
-        return booleanValue(toBoolean(eval(*e.operands[0], c)) && toBoolean(eval(*e.operands[1], c)));
+        return XPathValue::ofBoolean(toBoolean(eval(*e.operands[0], c)) && toBoolean(eval(*e.operands[1], c)));
     case Op::Equal:
     case Op::NotEqual:
     case Op::Less:
@@ -113,17 +99,17 @@ XPathValue XPathEvaluator::eval(const XPathExpr& e, const Context& c) {
     case Op::GreaterOrEqual:
         return compare(e.op, eval(*e.operands[0], c), eval(*e.operands[1], c));
     case Op::Add:
-        return numberValue(toNumber(eval(*e.operands[0], c)) + toNumber(eval(*e.operands[1], c)));
+        return XPathValue::ofNumber(toNumber(eval(*e.operands[0], c)) + toNumber(eval(*e.operands[1], c)));
     case Op::Subtract:
-        return numberValue(toNumber(eval(*e.operands[0], c)) - toNumber(eval(*e.operands[1], c)));
+        return XPathValue::ofNumber(toNumber(eval(*e.operands[0], c)) - toNumber(eval(*e.operands[1], c)));
     case Op::Multiply:
-        return numberValue(toNumber(eval(*e.operands[0], c)) * toNumber(eval(*e.operands[1], c)));
+        return XPathValue::ofNumber(toNumber(eval(*e.operands[0], c)) * toNumber(eval(*e.operands[1], c)));
     case Op::Divide:
-        return numberValue(toNumber(eval(*e.operands[0], c)) / toNumber(eval(*e.operands[1], c)));
+        return XPathValue::ofNumber(toNumber(eval(*e.operands[0], c)) / toNumber(eval(*e.operands[1], c)));
     case Op::Modulo:
-        return numberValue(std::fmod(toNumber(eval(*e.operands[0], c)), toNumber(eval(*e.operands[1], c))));
+        return XPathValue::ofNumber(std::fmod(toNumber(eval(*e.operands[0], c)), toNumber(eval(*e.operands[1], c))));
     case Op::Negate:
-        return numberValue(-toNumber(eval(*e.operands[0], c)));
+        return XPathValue::ofNumber(-toNumber(eval(*e.operands[0], c)));
     case Op::Union: {
         XPathValue a = eval(*e.operands[0], c);
         XPathValue b = eval(*e.operands[1], c);
@@ -143,13 +129,13 @@ XPathValue XPathEvaluator::eval(const XPathExpr& e, const Context& c) {
         return v;
     }
     case Op::Number:
-        return numberValue(e.number);
+        return XPathValue::ofNumber(e.number);
     case Op::Function:
         return evalFunction(e, c);
     case Op::Path:
         return evalPath(e, c);
     }
-    return booleanValue(false);
+    return XPathValue::ofBoolean(false);
 }
 
 XPathValue XPathEvaluator::evalPath(const XPathExpr& e, const Context& c) {
@@ -336,10 +322,10 @@ XPathValue XPathEvaluator::compare(Op op, const XPathValue& a, const XPathValue&
                 const bool hit = equality ? ((left == r) == (op == Op::Equal))
                                           : compareNumbers(op, xpathStringToNumber(left), xpathStringToNumber(r));
                 if (hit)
-                    return booleanValue(true);
+                    return XPathValue::ofBoolean(true);
             }
         }
-        return booleanValue(false);
+        return XPathValue::ofBoolean(false);
     }
     if (a.type == Type::NodeSet || b.type == Type::NodeSet) {
         const bool setOnLeft = a.type == Type::NodeSet;
@@ -348,7 +334,7 @@ XPathValue XPathEvaluator::compare(Op op, const XPathValue& a, const XPathValue&
         if (other.type == Type::Boolean) {
             const bool l = setOnLeft ? toBoolean(set) : other.boolean;
             const bool r = setOnLeft ? other.boolean : toBoolean(set);
-            return booleanValue(equality ? ((l == r) == (op == Op::Equal)) : compareNumbers(op, l, r));
+            return XPathValue::ofBoolean(equality ? ((l == r) == (op == Op::Equal)) : compareNumbers(op, l, r));
         }
         for (uint32_t n : set.nodes) {
             const std::string s = stringValue(n);
@@ -361,9 +347,9 @@ XPathValue XPathEvaluator::compare(Op op, const XPathValue& a, const XPathValue&
                 hit = (s == other.string) == (op == Op::Equal);
             }
             if (hit)
-                return booleanValue(true);
+                return XPathValue::ofBoolean(true);
         }
-        return booleanValue(false);
+        return XPathValue::ofBoolean(false);
     }
     if (equality) {
         bool same;
@@ -373,9 +359,9 @@ XPathValue XPathEvaluator::compare(Op op, const XPathValue& a, const XPathValue&
             same = toNumber(a) == toNumber(b);
         else
             same = a.string == b.string;
-        return booleanValue(same == (op == Op::Equal));
+        return XPathValue::ofBoolean(same == (op == Op::Equal));
     }
-    return booleanValue(compareNumbers(op, toNumber(a), toNumber(b)));
+    return XPathValue::ofBoolean(compareNumbers(op, toNumber(a), toNumber(b)));
 }
 
 bool XPathEvaluator::toBoolean(const XPathValue& v) const {
@@ -425,4 +411,32 @@ std::string XPathEvaluator::stringValue(uint32_t node) {
     std::string s;
     m_tree.appendStringValue(node, s);
     return s;
+}
+
+XPathValue XPathValue::ofBoolean(bool b) {
+    XPathValue v;
+    v.type = Type::Boolean;
+    v.boolean = b;
+    return v;
+}
+
+XPathValue XPathValue::ofNumber(double d) {
+    XPathValue v;
+    v.type = Type::Number;
+    v.number = d;
+    return v;
+}
+
+XPathValue XPathValue::ofString(std::string s) {
+    XPathValue v;
+    v.type = Type::String;
+    v.string = std::move(s);
+    return v;
+}
+
+XPathValue XPathValue::ofNodeSet(std::vector<uint32_t> nodes) {
+    XPathValue v;
+    v.type = Type::NodeSet;
+    v.nodes = std::move(nodes);
+    return v;
 }

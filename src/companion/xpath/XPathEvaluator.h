@@ -15,6 +15,11 @@ struct XPathValue {
     double number = 0;
     std::string string;
     bool boolean = false;
+
+    static XPathValue ofBoolean(bool b);
+    static XPathValue ofNumber(double d);
+    static XPathValue ofString(std::string s);
+    static XPathValue ofNodeSet(std::vector<uint32_t> nodes);
 };
 
 // Evaluates parsed XPath 1.0 expressions over an XPathTree. Every node an

@@ -8,34 +8,6 @@ namespace {
 
 using Type = XPathValue::Type;
 
-XPathValue stringResult(std::string s) {
-    XPathValue v;
-    v.type = Type::String;
-    v.string = std::move(s);
-    return v;
-}
-
-XPathValue numberResult(double d) {
-    XPathValue v;
-    v.type = Type::Number;
-    v.number = d;
-    return v;
-}
-
-XPathValue booleanResult(bool b) {
-    XPathValue v;
-    v.type = Type::Boolean;
-    v.boolean = b;
-    return v;
-}
-
-XPathValue nodeSetResult(std::vector<uint32_t> nodes) {
-    XPathValue v;
-    v.type = Type::NodeSet;
-    v.nodes = std::move(nodes);
-    return v;
-}
-
 bool isSpace(char c) {
     return c == ' ' || c == '\t' || c == '\r' || c == '\n';
 }
@@ -158,60 +130,60 @@ XPathValue XPathEvaluator::evalFunction(const XPathExpr& e, const Context& c) {
     };
 
     if (f == "last")
-        return numberResult(c.size);
+        return XPathValue::ofNumber(c.size);
     if (f == "position")
-        return numberResult(c.position);
+        return XPathValue::ofNumber(c.position);
     if (f == "count")
-        return numberResult(args.empty() ? 0 : static_cast<double>(args[0].nodes.size()));
+        return XPathValue::ofNumber(args.empty() ? 0 : static_cast<double>(args[0].nodes.size()));
     if (f == "id")
-        return nodeSetResult(args.empty() ? std::vector<uint32_t>{} : idLookup(args[0]));
+        return XPathValue::ofNodeSet(args.empty() ? std::vector<uint32_t>{} : idLookup(args[0]));
     if (f == "here")
-        return nodeSetResult(m_here == kNoXPathNode ? std::vector<uint32_t>{} : std::vector<uint32_t>{m_here});
+        return XPathValue::ofNodeSet(m_here == kNoXPathNode ? std::vector<uint32_t>{} : std::vector<uint32_t>{m_here});
     if (f == "local-name" || f == "namespace-uri" || f == "name") {
         const uint32_t n = nameNode();
         if (n == kNoXPathNode)
-            return stringResult({});
+            return XPathValue::ofString({});
         if (f == "local-name")
-            return stringResult(std::string(m_tree.localName(n)));
+            return XPathValue::ofString(std::string(m_tree.localName(n)));
         if (f == "namespace-uri")
-            return stringResult(std::string(m_tree.namespaceUri(n)));
-        return stringResult(std::string(m_tree.qualifiedName(n)));
+            return XPathValue::ofString(std::string(m_tree.namespaceUri(n)));
+        return XPathValue::ofString(std::string(m_tree.qualifiedName(n)));
     }
     if (f == "string")
-        return stringResult(stringArg(0));
+        return XPathValue::ofString(stringArg(0));
     if (f == "concat") {
         std::string s;
         for (size_t i = 0; i < args.size(); ++i)
             s += toString(args[i]);
-        return stringResult(std::move(s));
+        return XPathValue::ofString(std::move(s));
     }
     if (f == "starts-with")
-        return booleanResult(stringArg(0).starts_with(stringArg(1)));
+        return XPathValue::ofBoolean(stringArg(0).starts_with(stringArg(1)));
     if (f == "contains")
-        return booleanResult(stringArg(0).find(stringArg(1)) != std::string::npos);
+        return XPathValue::ofBoolean(stringArg(0).find(stringArg(1)) != std::string::npos);
     if (f == "substring-before" || f == "substring-after") {
         const std::string s = stringArg(0);
         const std::string t = stringArg(1);
         const size_t at = s.find(t);
         if (at == std::string::npos)
-            return stringResult({});
-        return stringResult(f == "substring-before" ? s.substr(0, at) : s.substr(at + t.size()));
+            return XPathValue::ofString({});
+        return XPathValue::ofString(f == "substring-before" ? s.substr(0, at) : s.substr(at + t.size()));
     }
     if (f == "substring")
-        return stringResult(substring(stringArg(0), args.size() > 1 ? toNumber(args[1]) : 1,
-                                      args.size() > 2 ? toNumber(args[2]) : 0, args.size() > 2));
+        return XPathValue::ofString(substring(stringArg(0), args.size() > 1 ? toNumber(args[1]) : 1,
+                                              args.size() > 2 ? toNumber(args[2]) : 0, args.size() > 2));
     if (f == "string-length")
-        return numberResult(static_cast<double>(characters(stringArg(0)).size()));
+        return XPathValue::ofNumber(static_cast<double>(characters(stringArg(0)).size()));
     if (f == "normalize-space")
-        return stringResult(normalizeSpace(stringArg(0)));
+        return XPathValue::ofString(normalizeSpace(stringArg(0)));
     if (f == "translate")
-        return stringResult(translate(stringArg(0), stringArg(1), stringArg(2)));
+        return XPathValue::ofString(translate(stringArg(0), stringArg(1), stringArg(2)));
     if (f == "boolean")
-        return booleanResult(!args.empty() && toBoolean(args[0]));
+        return XPathValue::ofBoolean(!args.empty() && toBoolean(args[0]));
     if (f == "not")
-        return booleanResult(args.empty() || !toBoolean(args[0]));
+        return XPathValue::ofBoolean(args.empty() || !toBoolean(args[0]));
     if (f == "true" || f == "false")
-        return booleanResult(f == "true");
+        return XPathValue::ofBoolean(f == "true");
     if (f == "lang") {
         // The nearest xml:lang above the context node.
         const std::string wanted = stringArg(0);
@@ -230,25 +202,25 @@ XPathValue XPathEvaluator::evalFunction(const XPathExpr& e, const Context& c) {
                 };
                 lang = lower(lang);
                 const std::string w = lower(wanted);
-                return booleanResult(lang == w ||
-                                     (lang.starts_with(w) && lang.size() > w.size() && lang[w.size()] == '-'));
+                return XPathValue::ofBoolean(lang == w ||
+                                             (lang.starts_with(w) && lang.size() > w.size() && lang[w.size()] == '-'));
             }
         }
-        return booleanResult(false);
+        return XPathValue::ofBoolean(false);
     }
     if (f == "number")
-        return numberResult(args.empty() ? xpathStringToNumber(stringValue(c.node)) : toNumber(args[0]));
+        return XPathValue::ofNumber(args.empty() ? xpathStringToNumber(stringValue(c.node)) : toNumber(args[0]));
     if (f == "sum") {
         double total = 0;
         if (!args.empty())
             for (uint32_t n : args[0].nodes)
                 total += xpathStringToNumber(stringValue(n));
-        return numberResult(total);
+        return XPathValue::ofNumber(total);
     }
     const double d = args.empty() ? std::nan("") : toNumber(args[0]);
     if (f == "floor")
-        return numberResult(std::floor(d));
+        return XPathValue::ofNumber(std::floor(d));
     if (f == "ceiling")
-        return numberResult(std::ceil(d));
-    return numberResult(xpathRound(d));
+        return XPathValue::ofNumber(std::ceil(d));
+    return XPathValue::ofNumber(xpathRound(d));
 }
