@@ -82,9 +82,10 @@ FileResult FileVerifier::verify(const std::string& path) {
     if (!selectedIndexes(result, indexes))
         return result;
     for (int index : indexes) {
-        // A run may leave state for the next run on the same document (the
-        // SII DTE it extracted); each signature is judged on a fresh load.
-        if (!result.signatures.empty() && !loadDocumentFile(*m_dsig, path, result.error))
+        // An SII run leaves the DTE it extracted for the next run on the same
+        // document; each SII signature is judged on a fresh load.
+        if (!result.signatures.empty() && m_dsig->profileFlags().isSiiCl &&
+            !loadDocumentFile(*m_dsig, path, result.error))
             return result;
         result.signatures.push_back(verifySelected(index));
     }
