@@ -1,47 +1,10 @@
 #include "DocumentLoader.h"
 
-#include "companion/log/LogContextExitor.h"
-#include "companion/platform/HugePages.h"
-#include "verifier/ClsXmlDSig.h"
+#include "api/DocumentLoading.h"
 
-#include <cerrno>
-#include <cstring>
-#include <fstream>
-
-namespace {
-
-bool readFile(const std::string& path, DataBuffer& out, std::string& error) {
-    std::ifstream in(path, std::ios::binary | std::ios::ate);
-    if (!in) {
-        error = path + ": cannot open: " + std::strerror(errno);
-        return false;
-    }
-    const std::streamsize size = in.tellg();
-    in.seekg(0);
-    std::string bytes;
-    reserveWithHugePages(bytes, static_cast<size_t>(size));
-    populateInParallel(bytes.data(), static_cast<size_t>(size));
-    bytes.resize(static_cast<size_t>(size));
-    if (size > 0 && !in.read(bytes.data(), size)) {
-        error = path + ": cannot read";
-        return false;
-    }
-    out.takeString(std::move(bytes));
-    return true;
-}
-
-} // namespace
+#include "companion/text/DataBuffer.h"
 
 bool loadDocumentFile(ClsXmlDSig& dsig, const std::string& path, std::string& error) {
     DataBuffer bytes;
-    if (!readFile(path, bytes, error))
-        return false;
-    // The bytes are handed over rather than copied as LoadSignatureBd would.
-    CritSecExitor lock(dsig.m_critSec);
-    LogContextExitor ctx(dsig, "LoadSignatureBd");
-    if (dsig.loadSignatureBd(bytes, dsig.m_log))
-        return true;
-    const std::string reason = dsig.m_log.firstError();
-    error = path + ": " + (reason.empty() ? "cannot be loaded as XML" : reason);
-    return false;
+    return xmldsig::readDocumentFile(path, bytes, error) && xmldsig::loadDocument(dsig, bytes, path, error);
 }

@@ -4,7 +4,6 @@
 
 class ClsXmlDSig;
 
-// Reads a signed document from a file into the verifier. On failure, error
-// receives one line saying why (unreadable file, or where the XML is
-// malformed).
+// Reads a signed document from a file into the engine, for the commands
+// that work on it directly. On failure, error receives one line saying why.
 bool loadDocumentFile(ClsXmlDSig& dsig, const std::string& path, std::string& error);

@@ -1,8 +1,9 @@
 #include "CommandLine.h"
 #include "Commands.h"
-#include "FileVerifier.h"
 #include "VerdictReport.h"
 #include "VerifySettings.h"
+
+#include "xmldsig/Verifier.h"
 
 #include <algorithm>
 #include <atomic>
@@ -14,40 +15,44 @@ namespace {
 constexpr const char* kUsage =
     "usage: xmldsig verify [--selector N | --signature-id ID | --all] [--no-refs] [--key FILE]\n"
     "         [--cert FILE|DIR]... [--hmac-key TEXT [--hmac-encoding ascii|hex|base64]]\n"
+    "         [--trust FILE|DIR]... [--crl FILE]... [--at TIME]\n"
     "         [--ext-dir DIR[;DIR...]] [--ref-data INDEX=FILE]... [--ignore-external-refs]\n"
     "         [--options TEXT] [--verify-options JSON] [--log | --verbose] [--json] [-j N] FILE...";
 
 // Files are handed out one at a time to `jobs` threads, each with its own
 // verifier; results keep the order of the command line.
-bool verifyAll(const VerifySettings& settings, std::vector<FileResult>& results, std::string& error) {
+std::vector<FileVerdict> verifyAll(const VerifySettings& settings) {
     const unsigned jobs = std::min<unsigned>(settings.jobs, static_cast<unsigned>(settings.files.size()));
-    std::vector<std::unique_ptr<FileVerifier>> verifiers;
-    for (unsigned i = 0; i < jobs; ++i) {
-        verifiers.push_back(std::make_unique<FileVerifier>(settings));
-        if (!verifiers.back()->configure(error))
-            return false;
-    }
-    results.resize(settings.files.size());
+    std::vector<FileVerdict> results(settings.files.size());
     std::atomic<size_t> next{0};
-    auto work = [&](FileVerifier& verifier) {
+    auto work = [&] {
+        xmldsig::Verifier verifier(settings.verification);
         for (size_t i = next++; i < settings.files.size(); i = next++)
-            results[i] = verifier.verify(settings.files[i]);
+            results[i] = {settings.files[i], verifier.verifyFile(settings.files[i])};
     };
     std::vector<std::thread> threads;
     for (unsigned i = 1; i < jobs; ++i)
-        threads.emplace_back(work, std::ref(*verifiers[i]));
-    work(*verifiers[0]);
+        threads.emplace_back(work);
+    work();
     for (std::thread& t : threads)
         t.join();
-    return true;
+    return results;
 }
 
-int exitCode(const std::vector<FileResult>& results) {
+// Settings that no document can be verified with end the run at once.
+bool unusableSettings(const std::vector<FileVerdict>& results) {
+    if (results.empty())
+        return false;
+    const std::error_code code = results.front().result.status.code;
+    return code == xmldsig::Errc::bad_key || code == xmldsig::Errc::bad_certificate;
+}
+
+int exitCode(const std::vector<FileVerdict>& results) {
     int code = kExitValid;
-    for (const FileResult& file : results) {
-        if (!file.error.empty())
+    for (const FileVerdict& file : results) {
+        if (!file.result.status)
             return kExitUsage;
-        for (const SignatureResult& s : file.signatures)
+        for (const xmldsig::SignatureResult& s : file.result.signatures)
             if (!s.valid)
                 code = kExitInvalid;
     }
@@ -63,22 +68,28 @@ int runVerify(CommandLine& args) {
     }
     VerifySettings settings;
     std::string error;
-    if (!parseVerifySettings(args, settings, error)) {
+    switch (parseVerifySettings(args, settings, error)) {
+    case ParseOutcome::Ok:
+        break;
+    case ParseOutcome::UsageError:
         printError(error);
         std::cerr << kUsage << '\n';
         return kExitUsage;
-    }
-    std::vector<FileResult> results;
-    if (!verifyAll(settings, results, error)) {
+    case ParseOutcome::UnusableFile:
         printError(error);
         return kExitUsage;
     }
-    for (const FileResult& file : results)
-        if (!file.error.empty())
-            printError(file.error);
+    const std::vector<FileVerdict> results = verifyAll(settings);
+    if (unusableSettings(results)) {
+        printError(results.front().result.status.message);
+        return kExitUsage;
+    }
+    for (const FileVerdict& file : results)
+        if (!file.result.status)
+            printError(file.result.status.message);
     if (settings.json)
         printVerdictJson(results, std::cout);
     else
-        printVerdictLines(results, settings.printLog || settings.verbose, std::cout);
+        printVerdictLines(results, settings.printLog, settings.trustChecked, std::cout);
     return exitCode(results);
 }

@@ -2,107 +2,147 @@
 
 #include "CommandLine.h"
 
-#include "companion/base/ClsJsonObject.h"
-#include "companion/log/LogBase.h"
-
 namespace {
 
 constexpr unsigned kMaxJobs = 256;
 
-bool isJsonObject(const std::string& text) {
-    ClsJsonObject json;
-    LogNull quiet;
-    return json.load(text, quiet);
-}
-
 // "INDEX=FILE"
-bool parseRefData(const std::string& text, std::pair<int, std::string>& out) {
+bool parseRefData(const std::string& text, int& index, std::string& file) {
     const size_t eq = text.find('=');
     if (eq == std::string::npos || eq + 1 == text.size())
         return false;
-    out.second = text.substr(eq + 1);
-    return parseIndex(text.substr(0, eq), out.first);
+    file = text.substr(eq + 1);
+    return parseIndex(text.substr(0, eq), index);
 }
 
-bool parseSelection(CommandLine& args, VerifySettings& s, std::string& error) {
-    std::string selector;
-    const bool hasSelector = args.takeValue("--selector", selector);
-    const bool hasId = args.takeValue("--signature-id", s.signatureId);
-    const bool all = args.takeFlag("--all");
-    if (int(hasSelector) + int(hasId) + int(all) > 1) {
-        error = "--selector, --signature-id and --all exclude each other";
-        return false;
-    }
-    if (hasSelector && !parseIndex(selector, s.selector)) {
-        error = "--selector needs a signature index (0, 1, ...)";
-        return false;
-    }
-    s.selection = all ? VerifySettings::Selection::All
-                      : (hasId ? VerifySettings::Selection::Id : VerifySettings::Selection::Index);
-    return true;
-}
+// Reads the options group by group; the first failure ends the reading.
+class OptionReader {
+public:
+    OptionReader(CommandLine& args, VerifySettings& v, std::string& error)
+        : m_args(args), m_v(v), m_s(v.verification), m_error(error) {}
 
-bool parseKeys(CommandLine& args, VerifySettings& s, std::string& error) {
-    args.takeValue("--key", s.keyFile);
-    s.certPaths = args.takeValues("--cert");
-    s.hasHmacKey = args.takeValue("--hmac-key", s.hmacKey);
-    if (args.takeValue("--hmac-encoding", s.hmacEncoding) && s.hmacEncoding != "ascii" && s.hmacEncoding != "hex" &&
-        s.hmacEncoding != "base64") {
-        error = "--hmac-encoding must be ascii, hex or base64";
+    ParseOutcome read() {
+        if (!selection() || !keys() || !trust() || !references() || !output())
+            return m_outcome;
+        m_v.files = m_args.operands();
+        if (!m_args.error().empty())
+            return usage(m_args.error());
+        if (m_v.files.empty())
+            return usage("verify needs at least one FILE");
+        return ParseOutcome::Ok;
+    }
+
+private:
+    bool fail(ParseOutcome outcome, std::string message) {
+        m_outcome = outcome;
+        m_error = std::move(message);
         return false;
     }
-    return true;
-}
+    ParseOutcome usage(std::string message) {
+        fail(ParseOutcome::UsageError, std::move(message));
+        return m_outcome;
+    }
+    // A file the settings could not use; `message` replaces the settings'
+    // own when the option's name says more.
+    bool accepted(const xmldsig::Status& status, std::string message = {}) {
+        return status.ok() || fail(ParseOutcome::UnusableFile, message.empty() ? status.message : message);
+    }
 
-bool parseReferences(CommandLine& args, VerifySettings& s, std::string& error) {
-    s.checkReferences = !args.takeFlag("--no-refs");
-    args.takeValue("--ext-dir", s.externalRefDirs);
-    for (const std::string& item : args.takeValues("--ref-data")) {
-        std::pair<int, std::string> entry;
-        if (!parseRefData(item, entry)) {
-            error = "--ref-data needs INDEX=FILE, got " + item;
+    bool selection() {
+        std::string selector, id;
+        const bool hasSelector = m_args.takeValue("--selector", selector);
+        const bool hasId = m_args.takeValue("--signature-id", id);
+        const bool all = m_args.takeFlag("--all");
+        if (int(hasSelector) + int(hasId) + int(all) > 1)
+            return fail(ParseOutcome::UsageError, "--selector, --signature-id and --all exclude each other");
+        int index = 0;
+        if (hasSelector && !parseIndex(selector, index))
+            return fail(ParseOutcome::UsageError, "--selector needs a signature index (0, 1, ...)");
+        if (all)
+            m_s.selectAll();
+        else if (hasId)
+            m_s.selectId(id);
+        else
+            m_s.selectIndex(index);
+        return true;
+    }
+
+    bool keys() {
+        std::string keyFile, hmacKey, encoding = "ascii";
+        if (m_args.takeValue("--key", keyFile) && !accepted(m_s.setKeyFile(keyFile)))
             return false;
-        }
-        s.refData.push_back(entry);
+        for (const std::string& path : m_args.takeValues("--cert"))
+            if (!accepted(m_s.addCertificates(path)))
+                return false;
+        const bool hasHmacKey = m_args.takeValue("--hmac-key", hmacKey);
+        if (m_args.takeValue("--hmac-encoding", encoding) && encoding != "ascii" && encoding != "hex" &&
+            encoding != "base64")
+            return fail(ParseOutcome::UsageError, "--hmac-encoding must be ascii, hex or base64");
+        return !hasHmacKey || accepted(m_s.setHmacKey(hmacKey, encoding), "--hmac-key is not valid " + encoding);
     }
-    s.ignoreExternalRefs = args.takeFlag("--ignore-external-refs");
-    args.takeValue("--options", s.uncommonOptions);
-    if (args.takeValue("--verify-options", s.verifyOptions) && !isJsonObject(s.verifyOptions)) {
-        error = "--verify-options needs a JSON object, got " + s.verifyOptions;
-        return false;
-    }
-    return true;
-}
 
-bool parseOutput(CommandLine& args, VerifySettings& s, std::string& error) {
-    s.printLog = args.takeFlag("--log");
-    s.verbose = args.takeFlag("--verbose");
-    s.json = args.takeFlag("--json");
-    std::string jobs;
-    int n = 0;
-    if (args.takeValue("-j", jobs) && (!parseIndex(jobs, n) || n < 1 || static_cast<unsigned>(n) > kMaxJobs)) {
-        error = "-j needs a thread count from 1 to " + std::to_string(kMaxJobs);
-        return false;
+    bool trust() {
+        const std::vector<std::string> anchors = m_args.takeValues("--trust");
+        for (const std::string& path : anchors)
+            if (!accepted(m_s.addTrustAnchors(path)))
+                return false;
+        for (const std::string& path : m_args.takeValues("--crl"))
+            if (!accepted(m_s.addCrls(path)))
+                return false;
+        std::string at;
+        if (m_args.takeValue("--at", at) && !m_s.setVerificationTime(at))
+            return fail(ParseOutcome::UsageError, "--at needs a time such as 2024-05-01T12:00:00Z, got " + at);
+        m_v.trustChecked = !anchors.empty();
+        return true;
     }
-    if (n > 0)
-        s.jobs = static_cast<unsigned>(n);
-    return true;
-}
+
+    bool references() {
+        m_s.setCheckReferences(!m_args.takeFlag("--no-refs"));
+        std::string dirs;
+        if (m_args.takeValue("--ext-dir", dirs))
+            m_s.addExternalRefDir(dirs);
+        for (const std::string& item : m_args.takeValues("--ref-data")) {
+            int index = 0;
+            std::string file;
+            if (!parseRefData(item, index, file))
+                return fail(ParseOutcome::UsageError, "--ref-data needs INDEX=FILE, got " + item);
+            m_s.setRefDataFile(index, file);
+        }
+        m_s.setIgnoreExternalRefs(m_args.takeFlag("--ignore-external-refs"));
+        std::string options, verifyOptions;
+        if (m_args.takeValue("--options", options))
+            m_s.setOptions(options);
+        if (m_args.takeValue("--verify-options", verifyOptions) && !m_s.setVerifyOptions(verifyOptions))
+            return fail(ParseOutcome::UsageError, "--verify-options needs a JSON object, got " + verifyOptions);
+        return true;
+    }
+
+    bool output() {
+        const bool log = m_args.takeFlag("--log");
+        const bool verbose = m_args.takeFlag("--verbose");
+        m_v.json = m_args.takeFlag("--json");
+        m_v.printLog = log || verbose;
+        m_s.setVerboseLog(verbose);
+        m_s.setLogText(m_v.printLog);
+        m_s.setLogJson(m_v.json);
+        std::string jobs;
+        int n = 0;
+        if (m_args.takeValue("-j", jobs) && (!parseIndex(jobs, n) || n < 1 || static_cast<unsigned>(n) > kMaxJobs))
+            return fail(ParseOutcome::UsageError, "-j needs a thread count from 1 to " + std::to_string(kMaxJobs));
+        if (n > 0)
+            m_v.jobs = static_cast<unsigned>(n);
+        return true;
+    }
+
+    CommandLine& m_args;
+    VerifySettings& m_v;
+    xmldsig::Settings& m_s;
+    std::string& m_error;
+    ParseOutcome m_outcome = ParseOutcome::Ok;
+};
 
 } // namespace
 
-bool parseVerifySettings(CommandLine& args, VerifySettings& s, std::string& error) {
-    if (!parseSelection(args, s, error) || !parseKeys(args, s, error) || !parseReferences(args, s, error) ||
-        !parseOutput(args, s, error))
-        return false;
-    s.files = args.operands();
-    if (!args.error().empty()) {
-        error = args.error();
-        return false;
-    }
-    if (s.files.empty()) {
-        error = "verify needs at least one FILE";
-        return false;
-    }
-    return true;
+ParseOutcome parseVerifySettings(CommandLine& args, VerifySettings& v, std::string& error) {
+    return OptionReader(args, v, error).read();
 }

@@ -8,6 +8,7 @@
 #include "companion/text/ContentCoding.h"
 #include "companion/text/HashedStringSet.h"
 #include "verifier/ClsXmlDSig.h"
+#include "verifier/SignerIdentity.h"
 
 namespace {
 
@@ -105,6 +106,7 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromX509(TavixX509& cert, LogBase& log) {
         return nullptr;
     }
     log.LogInfo("Loaded public key from X.509 certificate in KeyInfo.");
+    key->setOrigin(static_cast<int>(KeySource::KeyInfoCertificate), cert.x509());
     return key.release();
 }
 

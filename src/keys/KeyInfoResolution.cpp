@@ -10,6 +10,7 @@
 #include "keys/KeyInfoReading.h"
 #include "keys/ParsedNameLookups.h"
 #include "verifier/ClsXmlDSig.h"
+#include "verifier/SignerIdentity.h"
 
 namespace {
 
@@ -26,9 +27,12 @@ constexpr KeyValueForm kKeyValueForms[] = {
     {"*:ECKeyValue", false, "Loaded public key from ECDSA XML in KeyInfo.", "Failed to parse public key ECDSA XML"},
 };
 
-void append(ExtPtrArrayRc& keys, ClsPublicKey* key) {
-    if (key)
-        keys.appendRefCounted(key);
+// Appends a found key, noting where it was found.
+void append(ExtPtrArrayRc& keys, ClsPublicKey* key, KeySource source) {
+    if (!key)
+        return;
+    key->setOrigin(static_cast<int>(source), key->certificate());
+    keys.appendRefCounted(key);
 }
 
 // Literal key values; a malformed one ends the whole resolution.
@@ -50,7 +54,7 @@ bool keysFromKeyValue(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
             return false;
         }
         log.LogInfo(form.loaded);
-        keys.appendRefCounted(key.release());
+        append(keys, key.release(), KeySource::KeyValue);
     }
     return true;
 }
@@ -130,7 +134,7 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
         for (int i = 0; i < n; ++i) {
             x509Data->put_I(i);
             if (x509Data->getChildContentUtf8("*:X509Certificate[i]", text, false) && !text.isEmpty())
-                append(keys, publicKeyFromCertBase64(text, seen, log));
+                append(keys, publicKeyFromCertBase64(text, seen, log), KeySource::KeyInfoCertificate);
         }
     }
 
@@ -146,7 +150,7 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
         ClsPublicKey* key = lookUp();
         if (!key && key_info::readSerialAsHex(issuerSerial, log))
             key = lookUp();
-        append(keys, key);
+        append(keys, key, KeySource::StoreByIssuerSerial);
     }
 
     if (key_info::unseenSubjectName(parent, seen, text, log)) {
@@ -155,11 +159,11 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
         ClsPublicKey* key = getPublicKeyBySubjectName(reversed, log);
         if (!key)
             key = keyOf(key_info::certBySubjectRdns(m_systemCerts, text, log));
-        append(keys, key);
+        append(keys, key, KeySource::StoreBySubjectName);
     }
 
     if (parent.getChildContentUtf8("*:X509Data|*:X509SKI", text, false) && !text.isEmpty())
-        append(keys, getPublicKeyBySKI(text, log));
+        append(keys, getPublicKeyBySKI(text, log), KeySource::StoreBySki);
 }
 
 void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {
@@ -176,12 +180,12 @@ void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, L
             CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_systemCerts, log);
         if (holder)
             if (TavixX509* cert = holder->getCertPtr(log))
-                append(keys, publicKeyFromX509(*cert, log));
+                append(keys, publicKeyFromX509(*cert, log), KeySource::WsSecurityToken);
         return;
     }
     if (TavixX509Holder* holder = m_systemCerts.findBySubjectKeyId(identifier, log))
         if (TavixX509* cert = holder->getX509Ptr())
-            append(keys, publicKeyFromX509(*cert, log));
+            append(keys, publicKeyFromX509(*cert, log), KeySource::StoreBySki);
 }
 
 bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
@@ -199,7 +203,7 @@ bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtP
         log.LogError("Failed to get public key from cert.");
         return false;
     }
-    keys.appendRefCounted(key);
+    append(keys, key, KeySource::WsSecurityToken);
     return true;
 }
 
@@ -241,6 +245,6 @@ bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArr
         return false;
     }
     log.LogInfo("Got public key from base64 cert.");
-    keys.appendRefCounted(key);
+    append(keys, key, KeySource::WsSecurityToken);
     return true;
 }

@@ -3,6 +3,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/Asn1XmlCodec.h"
 #include "companion/pki/CmsSignedData.h"
+#include "companion/pki/TstInfoTime.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -165,5 +166,8 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
 
     const int hashAlg = _tvHash::oidToHashAlg(imprint.hashOid.getString());
     log.LogDataLong("hashAlg", hashAlg);
-    return imprintMatches(canonical, hashAlg, imprint.hash, log);
+    if (!imprintMatches(canonical, hashAlg, imprint.hash, log))
+        return false;
+    m_timestampTime = tstInfoGenTime(tstInfo);
+    return true;
 }

@@ -8,6 +8,7 @@
 #include "companion/xml/XmlSigPositions.h"
 #include "verifier/ReferenceOutcome.h"
 #include "verifier/SignatureMethodParams.h"
+#include "verifier/SignerIdentity.h"
 #include "verifier/VerificationLimits.h"
 #include "verifier/_clsXmlDSigBase.h"
 
@@ -241,6 +242,11 @@ public:
     // key in turn. `ended` is set when the check could not be carried out at
     // all (no key), in which case no outcome line is written.
     bool verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log);
+    void noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates);
+
+    // Who signed the selected signature, when the last verification found
+    // its value valid (source None otherwise).
+    const SignerIdentity& signer() const { return m_signer; }
 
     // The profile flags, for callers that report them.
     struct ProfileFlags {
@@ -265,6 +271,9 @@ private:
     // references, each one's transforms, its SignatureValue.
     bool withinVerificationLimits(ClsXml& signature, LogBase& log);
     bool verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log);
+    // The time the signature claims, from a verified timestamp or a
+    // SigningTime that a matched reference covers.
+    void noteSigningTime();
     bool signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log);
     bool signedInfoCanonicalizer(XmlCanon& canon, StringBuffer& method, LogBase& log);
     // The signature value checked once more with SignedInfo canonicalized in
@@ -361,6 +370,9 @@ private:
     // Set when the external chain carried out an expression as a text edit.
     bool m_recognisedXPathOnExternalData = false;
     std::vector<ReferenceOutcome> m_referenceOutcomes;
+    SignerIdentity m_signer;
+    // The genTime of the timestamp this run verified, as xsd:dateTime.
+    std::string m_timestampTime;
     // The selected signature's Reference elements, listed once per signature
     // so that reference i is not found by walking i siblings.
     struct ReferenceList {

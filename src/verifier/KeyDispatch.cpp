@@ -59,22 +59,23 @@ ClsPublicKey* keyAt(const ExtPtrArrayRc& keys, int i) {
 // ECDSA and DSA: the first candidate that verifies wins. A null candidate
 // ends the check.
 template <class Key, class GetKey, class Verify>
-bool verifyDsaStyle(const ExtPtrArrayRc& keys, GetKey getKey, Verify verify, bool& ended) {
+ClsPublicKey* verifyDsaStyle(const ExtPtrArrayRc& keys, GetKey getKey, Verify verify, bool& ended) {
     for (int i = 0; i < keys.getSize(); ++i) {
         ClsPublicKey* candidate = keyAt(keys, i);
         if (!candidate) {
             ended = true;
-            return false;
+            return nullptr;
         }
         const Key* key = getKey(*candidate);
         bool valid = false;
         if (key && verify(*key, valid) && valid)
-            return true;
+            return candidate;
     }
-    return false;
+    return nullptr;
 }
 
-bool verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, LogBase& log) {
+// The candidate that verified, or null.
+ClsPublicKey* verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, LogBase& log) {
     const int padding = signatureMethodToRsaPadding(check.method);
     const bool pssWithParams = isPssWithParams(check.method);
     const int mgf1HashAlg = pssWithParams ? check.pss.mgf1HashAlg : check.hashAlg;
@@ -99,7 +100,7 @@ bool verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& ke
         }
         if (valid) {
             log.LogInfo("The RSA signature was verified.");
-            return true;
+            return candidate;
         }
         log.LogError("RSA verify hash found the signature to be invalid.");
         StringBuffer hashHex;
@@ -107,9 +108,51 @@ bool verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& ke
         log.LogDataSb("signedInfoHash", hashHex);
         log.LogDataSb("canonicalizationMethod", check.canonicalizationMethod);
         log.LogDataSb("canonicalizedSignedInfo", check.canonical);
-        return false;
+        return nullptr;
     }
-    return false;
+    return nullptr;
+}
+
+} // namespace
+
+namespace {
+
+// The candidate of `keys` that verifies the signature value, or null.
+ClsPublicKey* verifyingKey(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, bool& ended,
+                           LogBase& log) {
+    switch (check.keyType) {
+    case signature_method::kEcdsa: {
+        log.LogDataLong("numEcdsaKeys", keys.getSize());
+        ClsPublicKey* signer = verifyDsaStyle<EccKey>(
+            keys, [](const ClsPublicKey& k) { return k.getEccKey(); },
+            [&check](const EccKey& key, bool& v) {
+                return EccVerifier::eccVerifyHash(key, check.signatureValue, kEcdsaAnyFormat, check.hash, v, nullptr);
+            },
+            ended);
+        if (!signer && !ended && keys.getSize() > 0)
+            log.LogError("ECDSA verify hash found the signature to be invalid.");
+        return signer;
+    }
+    case signature_method::kDsa: {
+        log.LogDataLong("numDsaKeys", keys.getSize());
+        ClsPublicKey* signer = verifyDsaStyle<DsaKey>(
+            keys, [](const ClsPublicKey& k) { return k.getDsaKey(); },
+            [&check](const DsaKey& key, bool& v) {
+                return DsaVerifier::dsaVerifyHash(key, check.signatureValue, kDsaRawFormat, check.hash, v, nullptr);
+            },
+            ended);
+        if (!signer && !ended && keys.getSize() > 0)
+            log.LogError("DSA verify hash failed.");
+        return signer;
+    }
+    case signature_method::kRsa:
+        log.LogDataLong("numRsaKeys", keys.getSize());
+        return verifyRsa(check, keys, log);
+    default:
+        log.LogInfo("Unknown key type...");
+        log.LogError("Invalid key type");
+        return nullptr;
+    }
 }
 
 } // namespace
@@ -122,7 +165,10 @@ bool ClsXmlDSig::verifySignatureValue(const SignedInfoCheck& check, bool& ended,
             ended = true;
             return false;
         }
-        return verifyHmac(check, m_hmacKey, log);
+        const bool valid = verifyHmac(check, m_hmacKey, log);
+        if (valid)
+            noteSigner(check, nullptr, {});
+        return valid;
     }
 
     ExtPtrArrayRc keys;
@@ -131,37 +177,28 @@ bool ClsXmlDSig::verifySignatureValue(const SignedInfoCheck& check, bool& ended,
         ended = true;
         return false;
     }
-    switch (check.keyType) {
-    case signature_method::kEcdsa: {
-        log.LogDataLong("numEcdsaKeys", keys.getSize());
-        const bool valid = verifyDsaStyle<EccKey>(
-            keys, [](const ClsPublicKey& k) { return k.getEccKey(); },
-            [&check](const EccKey& key, bool& v) {
-                return EccVerifier::eccVerifyHash(key, check.signatureValue, kEcdsaAnyFormat, check.hash, v, nullptr);
-            },
-            ended);
-        if (!valid && !ended && keys.getSize() > 0)
-            log.LogError("ECDSA verify hash found the signature to be invalid.");
-        return valid;
+    ClsPublicKey* signer = verifyingKey(check, keys, ended, log);
+    if (signer)
+        noteSigner(check, signer, keys);
+    return signer != nullptr;
+}
+
+// Who signed: the verifying key (null for the HMAC secret), where it was
+// found, and the certificates among the candidates for a chain.
+void ClsXmlDSig::noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates) {
+    m_signer = SignerIdentity{};
+    m_signer.signatureMethod = std::string(check.method.view());
+    if (!key) {
+        m_signer.source = KeySource::HmacSecret;
+        return;
     }
-    case signature_method::kDsa: {
-        log.LogDataLong("numDsaKeys", keys.getSize());
-        const bool valid = verifyDsaStyle<DsaKey>(
-            keys, [](const ClsPublicKey& k) { return k.getDsaKey(); },
-            [&check](const DsaKey& key, bool& v) {
-                return DsaVerifier::dsaVerifyHash(key, check.signatureValue, kDsaRawFormat, check.hash, v, nullptr);
-            },
-            ended);
-        if (!valid && !ended && keys.getSize() > 0)
-            log.LogError("DSA verify hash failed.");
-        return valid;
-    }
-    case signature_method::kRsa:
-        log.LogDataLong("numRsaKeys", keys.getSize());
-        return verifyRsa(check, keys, log);
-    default:
-        log.LogInfo("Unknown key type...");
-        log.LogError("Invalid key type");
-        return false;
-    }
+    const bool callerKey = key == static_cast<const ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
+    m_signer.source = callerKey ? KeySource::CallerKey : static_cast<KeySource>(key->originTag());
+    m_signer.keyType = key->keyType();
+    m_signer.keyBits = key->bitLength();
+    m_signer.certificate = sharedX509(key->certificate());
+    for (int i = 0; i < candidates.getSize(); ++i)
+        if (const auto* candidate = static_cast<const ClsPublicKey*>(candidates.elementAt(i)))
+            if (candidate->certificate())
+                m_signer.keyInfoCertificates.push_back(sharedX509(candidate->certificate()));
 }

@@ -52,6 +52,8 @@ void ClsXmlDSig::resetLoadedDocument() {
     m_siiDteOffset = 0;
     m_refFailReason = 0;
     m_referenceOutcomes.clear();
+    m_signer = SignerIdentity{};
+    m_timestampTime.clear();
     releaseDocument();
     m_signatures.removeAllObjects();
 }

@@ -52,6 +52,8 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     log.LogDataLong("verifyReferenceDigests", verifyReferenceDigests ? 1 : 0);
     log.LogDataLong("selector", m_selector);
     m_referenceOutcomes.clear();
+    m_signer = SignerIdentity{};
+    m_timestampTime.clear();
 
     ClsXml* sig = selectedSignature();
     if (m_signatures.getSize() == 0 || !sig) {
@@ -104,6 +106,8 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     bool valid = verifySignatureValue(check, ended, log);
     if (!valid && !ended)
         valid = verifySignatureValueInSiiDteOwnContext(locate, check, ended, log);
+    if (valid)
+        noteSigningTime();
     if (!ended)
         logSuccessFailure(valid);
     return valid;

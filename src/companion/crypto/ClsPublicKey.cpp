@@ -108,6 +108,13 @@ bool ClsPublicKey::loadFromFile(XString& path, LogBase& log) {
     return takeKey(std::move(pkey), log);
 }
 
+void ClsPublicKey::setOrigin(int tag, X509* certificate) {
+    m_originTag = tag;
+    if (certificate)
+        X509_up_ref(certificate);
+    m_certificate.reset(certificate);
+}
+
 bool ClsPublicKey::getDer(DataBuffer& out, LogBase& log) const {
     if (m_key.toSpkiDer(out))
         return true;

@@ -41,10 +41,18 @@ public:
     int keyType() const { return m_key.keyType(); }
     int bitLength() const { return m_key.bitLength(); }
 
+    // Set by whoever found the key for a document: a tag saying where it was
+    // found and the certificate it was taken from (null when none).
+    void setOrigin(int tag, X509* certificate);
+    int originTag() const { return m_originTag; }
+    X509* certificate() const { return m_certificate.get(); }
+
 private:
     ClsPublicKey() = default;
     ~ClsPublicKey() override = default;
     bool takeKey(PkeyPtr pkey, LogBase& log);
 
     _tvPublicKey m_key;
+    int m_originTag = 0;
+    X509Ptr m_certificate;
 };

@@ -1,10 +1,12 @@
-#include "FailureReason.h"
+#include "api/FailureReason.h"
 
 #include "companion/log/LogBase.h"
 #include "references/RefFailReason.h"
 
 #include <array>
 #include <charconv>
+
+namespace xmldsig {
 
 namespace {
 
@@ -14,7 +16,9 @@ int toInt(const std::string& text) {
     return value;
 }
 
-std::string referenceReasonText(int reason) {
+} // namespace
+
+std::string referenceFailureText(int reason) {
     switch (reason) {
     case ref_fail_reason::kMismatch:
         return "digest mismatch";
@@ -30,6 +34,8 @@ std::string referenceReasonText(int reason) {
         return "could not be processed";
     }
 }
+
+namespace {
 
 // Error lines by which the key dispatch says the value itself is wrong.
 bool saysValueInvalid(const std::string& message) {
@@ -75,9 +81,11 @@ std::string failureReason(const LogBase& log, const std::vector<SignatureResult:
     }
     if (refsCounted && !refs.empty()) {
         const auto& first = refs.front();
-        return "reference " + std::to_string(first.index) + ": " + referenceReasonText(first.reason);
+        return "reference " + std::to_string(first.index) + ": " + referenceFailureText(first.reason);
     }
     if (lastError.empty() || noKeyMatched || saysValueInvalid(lastError))
         return "the signature value does not verify";
     return lastError;
 }
+
+} // namespace xmldsig

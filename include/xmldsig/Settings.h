@@ -1,0 +1,81 @@
+#pragma once
+
+#include "xmldsig/Status.h"
+
+#include <ctime>
+#include <memory>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace xmldsig {
+
+struct SettingsData;
+
+// What a verification uses beyond the document: keys, certificates, trust
+// anchors, the HMAC secret, external data, profile options and limits, and
+// which signatures to verify. Files are read when they are added, so a bad
+// file is reported there. Copies share what was loaded; once configured, one
+// object may be used by any number of threads at once (as long as none
+// changes it meanwhile).
+class Settings {
+public:
+    Settings();
+    ~Settings();
+    Settings(const Settings&);
+    Settings& operator=(const Settings&);
+    Settings(Settings&&) noexcept;
+    Settings& operator=(Settings&&) noexcept;
+
+    // Keys and certificates.
+    // A public key or certificate (PEM or DER) tried for every signature.
+    Status setKeyFile(std::string_view path);
+    // Certificates (a file, a bundle or a folder) that KeyInfo references are
+    // looked up in, and that a chain to a trust anchor may pass through.
+    Status addCertificates(std::string_view path);
+    // The secret of HMAC signature methods; `encoding` is "ascii", "hex" or
+    // "base64".
+    Status setHmacKey(std::string_view secret, std::string_view encoding = "ascii");
+
+    // Trust: the signer's certificate must chain to one of these (files,
+    // bundles, folders; PEM or DER), checked against the CRLs given, at the
+    // time set here, else the time the signature states, else now.
+    Status addTrustAnchors(std::string_view path);
+    Status addCrls(std::string_view path);
+    void setVerificationTime(std::optional<std::time_t> at);
+    // "2024-05-01T12:00:00Z", an offset, or a bare date.
+    Status setVerificationTime(std::string_view xsdDateTime);
+
+    // External references: folders their relative URIs are looked up in
+    // (the document's own folder is added for a file), data for a reference
+    // index, or missing data ignored.
+    void addExternalRefDir(std::string_view dir);
+    void setRefDataFile(int referenceIndex, std::string_view path);
+    void setIgnoreExternalRefs(bool on);
+
+    // Profile options ("VerifyEncapsulatedTimeStamp", ...) and the limits
+    // object ({"MaxReferences": 1000, ...}).
+    void setOptions(std::string_view options);
+    Status setVerifyOptions(std::string_view json);
+
+    // Which signatures: the one at an index (0 by default), the one with an
+    // Id, or all; and whether reference digests are checked (default yes).
+    void selectIndex(int index);
+    void selectId(std::string_view id);
+    void selectAll();
+    void setCheckReferences(bool on);
+
+    // The log each result carries: text (on by default), JSON, verbose.
+    void setLogText(bool on);
+    void setLogJson(bool on);
+    void setVerboseLog(bool on);
+
+    // For the verifier.
+    const SettingsData& data() const noexcept { return *m_data; }
+
+private:
+    SettingsData& mutableData();
+    std::shared_ptr<SettingsData> m_data;
+};
+
+} // namespace xmldsig

@@ -1,0 +1,38 @@
+#pragma once
+
+#include "xmldsig/Result.h"
+#include "xmldsig/Settings.h"
+
+#include <cstddef>
+#include <filesystem>
+#include <memory>
+#include <span>
+#include <string_view>
+
+namespace xmldsig {
+
+class VerifierEngine;
+
+// Verifies document after document with one set of settings. Keeps its
+// engine between documents; one object per thread.
+class Verifier {
+public:
+    explicit Verifier(Settings settings);
+    ~Verifier();
+    Verifier(Verifier&&) noexcept;
+    Verifier& operator=(Verifier&&) noexcept;
+
+    Result verify(std::span<const std::byte> document);
+    Result verify(std::string_view document);
+    Result verifyFile(const std::filesystem::path& path);
+
+private:
+    std::unique_ptr<VerifierEngine> m_engine;
+};
+
+// One document with a verifier of its own.
+Result verify(std::span<const std::byte> document, const Settings& settings);
+Result verify(std::string_view document, const Settings& settings);
+Result verifyFile(const std::filesystem::path& path, const Settings& settings);
+
+} // namespace xmldsig

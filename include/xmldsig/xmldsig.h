@@ -1,0 +1,8 @@
+#pragma once
+
+// Verification of XML digital signatures: settings in, a result per
+// signature out.
+#include "xmldsig/Result.h"
+#include "xmldsig/Settings.h"
+#include "xmldsig/Status.h"
+#include "xmldsig/Verifier.h"

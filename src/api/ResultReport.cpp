@@ -1,0 +1,88 @@
+#include "api/ResultReport.h"
+
+#include "api/FailureReason.h"
+
+#include "companion/crypto/_tvPublicKey.h"
+#include "companion/pki/CertificateSummary.h"
+
+namespace xmldsig {
+
+namespace {
+
+const char* keyTypeName(const SignerIdentity& signer) {
+    if (signer.source == KeySource::HmacSecret)
+        return "hmac";
+    switch (signer.keyType) {
+    case key_type::kRsa:
+        return "rsa";
+    case key_type::kDsa:
+        return "dsa";
+    case key_type::kEcc:
+        return "ec";
+    default:
+        return "";
+    }
+}
+
+Certificate certificateReport(X509* cert) {
+    CertificateSummary s = summarizeCertificate(cert);
+    return {std::move(s.subject),   std::move(s.issuer),   std::move(s.serialNumber),
+            std::move(s.notBefore), std::move(s.notAfter), std::move(s.sha256Fingerprint)};
+}
+
+Reference::Target targetOf(ReferenceOutcome::Target target) {
+    switch (target) {
+    case ReferenceOutcome::Target::Element:
+        return Reference::Target::Element;
+    case ReferenceOutcome::Target::WholeDocument:
+        return Reference::Target::WholeDocument;
+    case ReferenceOutcome::Target::External:
+        return Reference::Target::External;
+    case ReferenceOutcome::Target::Unresolved:
+        break;
+    }
+    return Reference::Target::Unresolved;
+}
+
+} // namespace
+
+Signer signerReport(const SignerIdentity& signer) {
+    Signer out;
+    out.keySource = keySourceText(signer.source);
+    out.algorithm = signer.algorithmName();
+    out.signatureMethod = signer.signatureMethod;
+    out.keyType = keyTypeName(signer);
+    out.keyBits = signer.keyBits;
+    if (signer.certificate)
+        out.certificate = certificateReport(signer.certificate.get());
+    out.signingTime = signer.signingTime;
+    out.signingTimeSource = signer.signingTimeSource;
+    return out;
+}
+
+std::vector<Reference> referenceReport(const std::vector<ReferenceOutcome>& outcomes) {
+    std::vector<Reference> out;
+    out.reserve(outcomes.size());
+    for (const ReferenceOutcome& o : outcomes) {
+        Reference r;
+        r.index = o.index;
+        r.uri = o.uri;
+        r.target = targetOf(o.target);
+        r.elementName = o.elementName;
+        r.path = o.path;
+        r.line = o.line;
+        r.offset = o.offset;
+        r.externalFile = o.externalFile;
+        r.transforms = o.transforms;
+        r.digestMethod = o.digestMethod;
+        r.matched = o.matched;
+        if (!o.matched) {
+            r.failReason = o.failReason;
+            r.failure = referenceFailureText(o.failReason);
+        }
+        out.push_back(std::move(r));
+    }
+    return out;
+}
+
+} // namespace xmldsig

@@ -1,0 +1,40 @@
+#pragma once
+
+#include <ctime>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace xmldsig {
+
+// What Settings holds; read by each verifier, changed only through Settings.
+struct SettingsData {
+    enum class Selection { Index, Id, All };
+
+    std::string keyFile;
+    std::vector<std::string> certPaths;
+    std::optional<std::string> hmacKey;
+    std::string hmacEncoding = "ascii";
+
+    std::vector<std::string> trustPaths;
+    std::vector<std::string> crlPaths;
+    std::optional<std::time_t> verificationTime;
+
+    std::vector<std::string> externalRefDirs;
+    std::vector<std::pair<int, std::string>> refData;
+    bool ignoreExternalRefs = false;
+    std::string options;
+    std::string verifyOptions;
+
+    Selection selection = Selection::Index;
+    int index = 0;
+    std::string id;
+    bool checkReferences = true;
+
+    bool logText = true;
+    bool logJson = false;
+    bool verboseLog = false;
+};
+
+} // namespace xmldsig

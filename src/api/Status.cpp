@@ -1,0 +1,56 @@
+#include "xmldsig/Status.h"
+#include "xmldsig/Result.h"
+
+namespace xmldsig {
+
+namespace {
+
+class Category : public std::error_category {
+public:
+    const char* name() const noexcept override { return "xmldsig"; }
+    std::string message(int value) const override {
+        switch (static_cast<Errc>(value)) {
+        case Errc::ok:
+            return "success";
+        case Errc::file_unreadable:
+            return "file cannot be read";
+        case Errc::not_xml:
+            return "document cannot be loaded as XML";
+        case Errc::no_signature:
+            return "no signature in the document";
+        case Errc::no_such_signature:
+            return "no such signature";
+        case Errc::bad_key:
+            return "not a usable key";
+        case Errc::bad_certificate:
+            return "no certificate could be read";
+        case Errc::bad_crl:
+            return "no CRL could be read";
+        case Errc::bad_option:
+            return "malformed option";
+        }
+        return "unknown error";
+    }
+};
+
+} // namespace
+
+const std::error_category& error_category() noexcept {
+    static const Category category;
+    return category;
+}
+
+std::error_code make_error_code(Errc e) noexcept {
+    return {static_cast<int>(e), error_category()};
+}
+
+bool Result::valid() const noexcept {
+    if (!status.ok() || signatures.empty())
+        return false;
+    for (const SignatureResult& s : signatures)
+        if (!s.valid)
+            return false;
+    return true;
+}
+
+} // namespace xmldsig

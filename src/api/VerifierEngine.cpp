@@ -1,0 +1,195 @@
+#include "api/VerifierEngine.h"
+
+#include "api/DocumentLoading.h"
+#include "api/FailureReason.h"
+#include "api/ResultReport.h"
+#include "api/SettingsData.h"
+
+#include "companion/crypto/ClsPublicKey.h"
+#include "companion/log/LogContextExitor.h"
+#include "companion/pki/ClsXmlCertVault.h"
+#include "companion/xml/ClsXml.h"
+#include "verifier/ClsXmlDSig.h"
+
+#include <filesystem>
+
+namespace xmldsig {
+
+namespace {
+
+Status failure(Errc code, std::string message) {
+    return {make_error_code(code), std::move(message)};
+}
+
+XString utf8(std::string_view text) {
+    XString x;
+    x.setFromUtf8(text);
+    return x;
+}
+
+} // namespace
+
+VerifierEngine::VerifierEngine(Settings settings)
+    : m_settings(std::move(settings)), m_dsig(ClsXmlDSig::createNewCls()) {
+    m_configured = configure();
+}
+
+VerifierEngine::~VerifierEngine() = default;
+
+// The settings' files were read when they were added; they are read again
+// here, for this engine alone.
+Status VerifierEngine::configure() {
+    const SettingsData& s = m_settings.data();
+    if (!s.keyFile.empty()) {
+        m_key.reset(ClsPublicKey::createNewCls());
+        XString path = utf8(s.keyFile);
+        if (!m_key->LoadFromFile(path))
+            return failure(Errc::bad_key, s.keyFile + ": not a public key or certificate");
+    }
+    if (!s.certPaths.empty()) {
+        m_vault.reset(ClsXmlCertVault::createNewCls());
+        for (const std::string& path : s.certPaths) {
+            XString p = utf8(path);
+            std::error_code ec;
+            if (!(std::filesystem::is_directory(path, ec) ? m_vault->AddCertDir(p) : m_vault->AddCertFile(p)))
+                return failure(Errc::bad_certificate, path + ": no certificate could be read");
+        }
+        m_dsig->UseCertVault(*m_vault);
+    }
+    if (s.hmacKey) {
+        XString key = utf8(*s.hmacKey), encoding = utf8(s.hmacEncoding);
+        if (!m_dsig->SetHmacKey(key, encoding))
+            return failure(Errc::bad_key, "the HMAC secret is not valid " + s.hmacEncoding);
+    }
+    m_dsig->put_IgnoreExternalRefs(s.ignoreExternalRefs);
+    XString options = utf8(s.options);
+    m_dsig->put_UncommonOptions(options);
+    XString verifyOptions = utf8(s.verifyOptions);
+    m_dsig->put_VerifyOptions(verifyOptions);
+    m_dsig->put_VerboseLogging(s.verboseLog);
+    return {};
+}
+
+Result VerifierEngine::verify(const DocumentSource& source, const std::string& name, const std::string& folder) {
+    Result result;
+    if (!m_configured) {
+        result.status = m_configured;
+        return result;
+    }
+    if (!load(source, name, result))
+        return result;
+    useExternalRefDirs(folder);
+    std::vector<int> indexes;
+    if (!selectedIndexes(result, name, indexes))
+        return result;
+    for (int index : indexes) {
+        // An SII run leaves the DTE it extracted for the next run on the same
+        // document; each SII signature is judged on a fresh load.
+        if (!result.signatures.empty() && m_dsig->profileFlags().isSiiCl && !load(source, name, result))
+            return result;
+        result.signatures.push_back(verifySelected(index));
+    }
+    return result;
+}
+
+bool VerifierEngine::load(const DocumentSource& source, const std::string& name, Result& result) {
+    DataBuffer bytes;
+    std::string error;
+    if (!source(bytes, error)) {
+        result.status = failure(Errc::file_unreadable, error);
+        return false;
+    }
+    if (!loadDocument(*m_dsig, bytes, name, error)) {
+        result.status = failure(Errc::not_xml, error);
+        return false;
+    }
+    return true;
+}
+
+// Relative external URIs are looked up in the given folders, then next to
+// the document, as a reader of the document would resolve them.
+void VerifierEngine::useExternalRefDirs(const std::string& folder) {
+    std::string dirs;
+    for (const std::string& dir : m_settings.data().externalRefDirs) {
+        if (!dirs.empty())
+            dirs.push_back(';');
+        dirs.append(dir);
+    }
+    if (!folder.empty()) {
+        if (!dirs.empty())
+            dirs.push_back(';');
+        dirs.append(folder);
+    }
+    XString text = utf8(dirs);
+    m_dsig->put_ExternalRefDirs(text);
+}
+
+bool VerifierEngine::selectedIndexes(Result& result, const std::string& name, std::vector<int>& indexes) {
+    const SettingsData& s = m_settings.data();
+    const int count = m_dsig->get_NumSignatures();
+    if (count == 0) {
+        result.status = failure(Errc::no_signature, name + ": no signature in the document");
+        return false;
+    }
+    switch (s.selection) {
+    case SettingsData::Selection::All:
+        for (int i = 0; i < count; ++i)
+            indexes.push_back(i);
+        return true;
+    case SettingsData::Selection::Id: {
+        CritSecExitor lock(m_dsig->m_critSec);
+        LogContextExitor ctx(*m_dsig, "SelectBySignatureId");
+        StringBuffer id(s.id);
+        if (!m_dsig->selectBySignatureId(id, m_dsig->m_log)) {
+            result.status = failure(Errc::no_such_signature, name + ": no signature with Id " + s.id);
+            return false;
+        }
+        indexes.push_back(m_dsig->get_Selector());
+        return true;
+    }
+    case SettingsData::Selection::Index:
+        if (s.index < 0 || s.index >= count) {
+            result.status =
+                failure(Errc::no_such_signature, name + ": no signature at index " + std::to_string(s.index));
+            return false;
+        }
+        indexes.push_back(s.index);
+        return true;
+    }
+    return false;
+}
+
+SignatureResult VerifierEngine::verifySelected(int index) {
+    const SettingsData& s = m_settings.data();
+    m_dsig->put_Selector(index);
+    // Keys and reference data are kept per signature index.
+    if (m_key)
+        m_dsig->SetPublicKey(*m_key);
+    for (const auto& [refIndex, file] : s.refData) {
+        XString path = utf8(file);
+        m_dsig->SetRefDataFile(refIndex, path);
+    }
+
+    SignatureResult r;
+    r.index = index;
+    r.valid = m_dsig->VerifySignature(s.checkReferences);
+    r.refFailReason = m_dsig->get_RefFailReason();
+    const LogBase& log = m_dsig->m_log;
+    r.failedReferences = failedReferences(log);
+    r.references = referenceReport(m_dsig->referenceOutcomes());
+    if (r.valid)
+        r.signer = signerReport(m_dsig->signer());
+    else
+        r.reason = failureReason(log, r.failedReferences);
+    if (s.logText)
+        r.logText = log.renderText();
+    if (s.logJson)
+        r.logJson = log.renderJson();
+    StringBuffer id;
+    if (ClsXml* sig = m_dsig->selectedSignature())
+        sig->getAttrValue("Id", id);
+    r.id = std::string(id.view());
+    return r;
+}
+
+} // namespace xmldsig
