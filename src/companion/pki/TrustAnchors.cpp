@@ -1,5 +1,6 @@
 #include "companion/pki/TrustAnchors.h"
 
+#include "companion/fs/FileSys.h"
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertFileReader.h"
 #include "companion/pki/CertificateSummary.h"
@@ -11,8 +12,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <vector>
 
 namespace {
@@ -35,14 +34,6 @@ std::vector<std::filesystem::path> filesOf(const std::filesystem::path& path) {
     }
     std::sort(files.begin(), files.end());
     return files;
-}
-
-bool readBytes(const std::filesystem::path& path, std::string& bytes) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return false;
-    bytes.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return true;
 }
 
 // Every X509 CRL block of PEM text, else one DER CRL.
@@ -78,6 +69,15 @@ bool allowsSigning(X509* cert) {
     return (X509_get_extension_flags(cert) & EXFLAG_KUSAGE) == 0 || (X509_get_key_usage(cert) & kSigningKeyUsages) != 0;
 }
 
+// False, with the error for `path`, when the file gave nothing.
+bool anyAdded(size_t added, const std::string& path, std::string_view nothingRead, std::string& error) {
+    ERR_clear_error();
+    if (added > 0)
+        return true;
+    error = path + std::string(nothingRead);
+    return false;
+}
+
 ChainOutcome untrusted(std::string reason) {
     return {false, std::move(reason), {}};
 }
@@ -99,31 +99,21 @@ bool TrustAnchors::addAnchors(const std::string& path, std::string& error) {
                 ++added;
         }
     }
-    ERR_clear_error();
-    if (added == 0) {
-        error = path + std::string(kNoCertificate);
-        return false;
-    }
     m_anchorCount += added;
-    return true;
+    return anyAdded(added, path, kNoCertificate, error);
 }
 
 bool TrustAnchors::addCrls(const std::string& path, std::string& error) {
     std::string bytes;
     size_t added = 0;
-    if (readBytes(path, bytes)) {
+    if (FileSys::readWholeFile(path, bytes)) {
         for (const X509CrlPtr& crl : parseCrls(bytes)) {
             if (m_store && X509_STORE_add_crl(m_store.get(), crl.get()) == 1)
                 ++added;
         }
     }
-    ERR_clear_error();
-    if (added == 0) {
-        error = path + std::string(kNoCrl);
-        return false;
-    }
-    m_hasCrls = true;
-    return true;
+    m_hasCrls = m_hasCrls || added > 0;
+    return anyAdded(added, path, kNoCrl, error);
 }
 
 ChainOutcome TrustAnchors::check(X509* signer, std::span<X509* const> untrustedPool, std::time_t at) const {
