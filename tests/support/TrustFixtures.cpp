@@ -15,6 +15,8 @@ constexpr const char* kCaValidity = "-startdate 200101000000Z -enddate 391231235
 constexpr const char* kExpiredValidity = "-startdate 200601000000Z -enddate 210101000000Z";
 constexpr const char* kCurrentValidity = "-days 365";
 constexpr const char* kCrlValidity = "-crl_lastupdate 200101000000Z -crl_nextupdate 391231235959Z";
+// In the order of Signer.
+constexpr const char* kSignerNames[] = {"good", "expired", "encipherment", "revoked"};
 constexpr const char* kTemplate = XMLDSIG_SOURCE_DIR "/examples/templates/enveloped-rsa-x509.tmpl";
 
 // One openssl ca configuration per CA; the extension sections are what
@@ -71,22 +73,12 @@ TrustFixtures::TrustFixtures() {
     issue(Signer::Encipherment, "encipherment", kCurrentValidity);
     issue(Signer::Revoked, "signing", kCurrentValidity);
     revokeAndPublishCrl();
-    for (Signer signer : {Signer::Good, Signer::Expired, Signer::Encipherment, Signer::Revoked})
+    for (Signer signer : kAllSigners)
         sign(signer);
 }
 
 std::string TrustFixtures::nameOf(Signer signer) {
-    switch (signer) {
-    case Signer::Good:
-        return "good";
-    case Signer::Expired:
-        return "expired";
-    case Signer::Encipherment:
-        return "encipherment";
-    case Signer::Revoked:
-        return "revoked";
-    }
-    return {};
+    return kSignerNames[static_cast<size_t>(signer)];
 }
 
 void TrustFixtures::openssl(const std::string& args) const {

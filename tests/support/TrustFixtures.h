@@ -16,6 +16,8 @@ enum class Signer {
     Revoked,      // keyUsage digitalSignature, revoked by crl()
 };
 
+inline constexpr Signer kAllSigners[] = {Signer::Good, Signer::Expired, Signer::Encipherment, Signer::Revoked};
+
 // A small PKI made with the openssl command in a scratch directory:
 //   root -> intermediate -> every Signer         unrelatedRoot stands alone
 // root and intermediate are valid from 2020-01-01 to 2039-12-31, so that

@@ -28,9 +28,10 @@ std::vector<std::filesystem::path> filesOf(const std::filesystem::path& path) {
     if (!std::filesystem::is_directory(path, ec))
         return {path};
     std::vector<std::filesystem::path> files;
-    for (const auto& entry : std::filesystem::directory_iterator(path, ec)) {
-        if (entry.is_regular_file(ec))
-            files.push_back(entry.path());
+    // Increments that report errors instead of throwing them.
+    for (std::filesystem::directory_iterator it(path, ec), end; !ec && it != end; it.increment(ec)) {
+        if (it->is_regular_file(ec))
+            files.push_back(it->path());
     }
     std::sort(files.begin(), files.end());
     return files;
