@@ -1,26 +1,13 @@
 #include "companion/base/ClsBinData.h"
 
+#include "companion/fs/FileSys.h"
 #include "companion/log/LogContextExitor.h"
 
-#include <filesystem>
 #include <fstream>
-#include <iterator>
 #include <string>
 #include <utility>
 
 namespace {
-
-bool readWholeFile(const std::string& path, std::string& out) {
-    // A directory opens as a stream too, and then reads as empty.
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(path, ec))
-        return false;
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return false;
-    out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return !in.bad();
-}
 
 bool writeWholeFile(const std::string& path, std::string_view bytes) {
     std::ofstream out(path, std::ios::binary | std::ios::trunc);
@@ -36,7 +23,7 @@ bool ClsBinData::LoadFile(const XString& path) {
     LogContextExitor ctx(*this, "LoadFile");
     m_log.LogDataX("path", path);
     std::string bytes;
-    const bool ok = readWholeFile(std::string(path.view()), bytes);
+    const bool ok = FileSys::readWholeFile(std::string(path.view()), bytes);
     if (ok)
         m_data.takeString(std::move(bytes));
     else

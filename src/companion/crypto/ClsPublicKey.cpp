@@ -2,25 +2,15 @@
 
 #include "companion/crypto/KeyValueXml.h"
 #include "companion/crypto/PublicKeyDecode.h"
+#include "companion/fs/FileSys.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/XString.h"
 #include "companion/xml/ClsXml.h"
 
-#include <fstream>
-#include <iterator>
-
 namespace {
 
 constexpr const char* kKeyTypeNames[] = {"empty", "rsa", "dsa", "ecc"};
-
-bool readWholeFile(const XString& path, std::string& out) {
-    std::ifstream in(path.getUtf8(), std::ios::binary);
-    if (!in)
-        return false;
-    out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return !in.bad();
-}
 
 } // namespace
 
@@ -96,7 +86,7 @@ bool ClsPublicKey::loadFromFile(XString& path, LogBase& log) {
     m_key.clear();
     log.LogDataX("path", path);
     std::string bytes;
-    if (!readWholeFile(path, bytes)) {
+    if (!FileSys::readWholeFile(path.getUtf8(), bytes)) {
         log.LogError("Failed to read the file.");
         return false;
     }

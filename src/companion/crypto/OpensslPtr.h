@@ -9,6 +9,7 @@
 #include <openssl/pem.h>
 #include <openssl/provider.h>
 #include <openssl/x509.h>
+#include <openssl/x509_vfy.h>
 
 #include <memory>
 
@@ -27,6 +28,9 @@ using MacCtxPtr = std::unique_ptr<EVP_MAC_CTX, OpensslDeleter<EVP_MAC_CTX_free>>
 using BnPtr = std::unique_ptr<BIGNUM, OpensslDeleter<BN_free>>;
 using BioPtr = std::unique_ptr<BIO, OpensslDeleter<BIO_free>>;
 using X509Ptr = std::unique_ptr<X509, OpensslDeleter<X509_free>>;
+using X509StorePtr = std::unique_ptr<X509_STORE, OpensslDeleter<X509_STORE_free>>;
+using X509StoreCtxPtr = std::unique_ptr<X509_STORE_CTX, OpensslDeleter<X509_STORE_CTX_free>>;
+using X509CrlPtr = std::unique_ptr<X509_CRL, OpensslDeleter<X509_CRL_free>>;
 using X509SigPtr = std::unique_ptr<X509_SIG, OpensslDeleter<X509_SIG_free>>;
 using EcGroupPtr = std::unique_ptr<EC_GROUP, OpensslDeleter<EC_GROUP_free>>;
 using EcdsaSigPtr = std::unique_ptr<ECDSA_SIG, OpensslDeleter<ECDSA_SIG_free>>;

@@ -1,5 +1,6 @@
 #include "companion/pki/CertFileReader.h"
 
+#include "companion/fs/FileSys.h"
 #include "companion/log/LogBase.h"
 #include "companion/pki/PkiHandles.h"
 #include "companion/text/ContentCoding.h"
@@ -7,9 +8,6 @@
 
 #include <openssl/err.h>
 #include <openssl/pem.h>
-
-#include <fstream>
-#include <iterator>
 
 namespace {
 
@@ -88,13 +86,12 @@ bool CertFileReader::parse(std::string_view bytes, std::vector<TavixX509>& out, 
 }
 
 bool CertFileReader::readFile(const std::filesystem::path& path, std::vector<TavixX509>& out, LogBase& log) {
-    std::ifstream in(path, std::ios::binary);
-    if (!in) {
+    std::string bytes;
+    if (!FileSys::readWholeFile(path, bytes)) {
         log.LogError("Failed to open the file.");
         log.LogDataStr("path", path.string());
         return false;
     }
-    const std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
     if (parse(bytes, out, log))
         return true;
     log.LogDataStr("path", path.string());

@@ -13,6 +13,12 @@ using Asn1TypePtr = std::unique_ptr<ASN1_TYPE, OpensslDeleter<ASN1_TYPE_free>>;
 using Asn1StringPtr = std::unique_ptr<ASN1_STRING, OpensslDeleter<ASN1_STRING_free>>;
 using X509NamePtr = std::unique_ptr<X509_NAME, OpensslDeleter<X509_NAME_free>>;
 
+// A stack that borrows its certificates: freeing it leaves them alone.
+struct X509StackFree {
+    void operator()(STACK_OF(X509) * p) const { sk_X509_free(p); }
+};
+using X509StackPtr = std::unique_ptr<STACK_OF(X509), X509StackFree>;
+
 struct OpensslBytesFree {
     void operator()(unsigned char* p) const { OPENSSL_free(p); }
 };

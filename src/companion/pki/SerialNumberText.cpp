@@ -22,6 +22,12 @@ std::string SerialNumberText::fromMagnitude(std::string_view bigEndian, bool neg
     return out;
 }
 
+std::string SerialNumberText::fromInteger(const ASN1_INTEGER* serial) {
+    const std::string_view magnitude(reinterpret_cast<const char*>(ASN1_STRING_get0_data(serial)),
+                                     static_cast<size_t>(ASN1_STRING_length(serial)));
+    return fromMagnitude(magnitude, ASN1_STRING_type(serial) == V_ASN1_NEG_INTEGER);
+}
+
 std::string SerialNumberText::normalize(std::string_view hex) {
     std::string digits;
     for (char c : hex) {

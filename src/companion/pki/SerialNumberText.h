@@ -1,5 +1,7 @@
 #pragma once
 
+#include <openssl/asn1.h>
+
 #include <string>
 #include <string_view>
 
@@ -10,6 +12,8 @@
 class SerialNumberText {
 public:
     static std::string fromMagnitude(std::string_view bigEndian, bool negative);
+    // A certificate's serial number, as `openssl x509 -serial` prints it.
+    static std::string fromInteger(const ASN1_INTEGER* serial);
     // Hex written in any letter case, with colons, white space or leading
     // zeros, in the form above; empty when the text is not hex.
     static std::string normalize(std::string_view hex);

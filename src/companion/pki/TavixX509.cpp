@@ -79,10 +79,7 @@ bool TavixX509::get_SerialNumber(StringBuffer& out) const {
     out.clear();
     if (!isLoaded())
         return false;
-    const ASN1_INTEGER* serial = X509_get0_serialNumber(m_x509.get());
-    const std::string_view magnitude(reinterpret_cast<const char*>(ASN1_STRING_get0_data(serial)),
-                                     static_cast<size_t>(ASN1_STRING_length(serial)));
-    out.setString(SerialNumberText::fromMagnitude(magnitude, ASN1_STRING_type(serial) == V_ASN1_NEG_INTEGER));
+    out.setString(SerialNumberText::fromInteger(X509_get0_serialNumber(m_x509.get())));
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/Asn1XmlCodec.h"
 #include "companion/pki/CertFileReader.h"
+#include "companion/pki/CertificateSummary.h"
 #include "companion/pki/DistinguishedName.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/xml/ClsXml.h"
@@ -39,6 +40,9 @@ struct OpensslView {
     std::string serial;
     std::string issuer;
     std::string subject;
+    std::string fingerprint;
+    std::string notBefore;
+    std::string notAfter;
 };
 
 // openssl x509's reading of the file in the format its name suggests (a
@@ -50,25 +54,31 @@ std::optional<OpensslView> opensslView(const std::filesystem::path& file) {
     for (const std::string& format : formats) {
         const auto r = test_support::runProcess("openssl x509 -noout -inform " + format + " -in " +
                                                 test_support::shellQuote(file.string()) +
-                                                " -serial -issuer -subject -nameopt RFC2253,-esc_msb");
+                                                " -serial -issuer -subject -nameopt RFC2253,-esc_msb"
+                                                " -fingerprint -sha256 -startdate -enddate -dateopt iso_8601");
         if (r.exitCode != 0)
             continue;
         OpensslView view;
         std::istringstream lines(r.out);
         for (std::string line; std::getline(lines, line);) {
-            for (auto [prefix, field] : {std::pair{"serial=", &view.serial}, std::pair{"issuer=", &view.issuer},
-                                         std::pair{"subject=", &view.subject}}) {
+            for (auto [prefix, field] :
+                 {std::pair{"serial=", &view.serial}, std::pair{"issuer=", &view.issuer},
+                  std::pair{"subject=", &view.subject}, std::pair{"sha256 Fingerprint=", &view.fingerprint},
+                  std::pair{"notBefore=", &view.notBefore}, std::pair{"notAfter=", &view.notAfter}}) {
                 if (line.starts_with(prefix))
                     *field = line.substr(std::string_view(prefix).size());
             }
         }
+        // iso_8601 prints "2024-05-01 12:00:00Z".
+        for (std::string* date : {&view.notBefore, &view.notAfter})
+            std::replace(date->begin(), date->end(), ' ', 'T');
         return view;
     }
     return std::nullopt;
 }
 
-// Our reading of every corpus certificate must agree with openssl's, and
-// the ASN.1 codec must give its bytes back.
+// Our reading of every corpus certificate, and its summary, must agree with
+// openssl's, and the ASN.1 codec must give its bytes back.
 TEST(CorpusCertificates, AgreeWithOpenssl) {
     const std::vector<std::filesystem::path> files = corpusCertificateFiles();
     if (files.empty())
@@ -95,6 +105,14 @@ TEST(CorpusCertificates, AgreeWithOpenssl) {
 
         ASSERT_TRUE(cert.getDN(true, true, ours, log, 0));
         EXPECT_EQ(dnKey(std::string(ours.view())), dnKey(expected->subject));
+
+        const CertificateSummary summary = summarizeCertificate(cert.x509());
+        EXPECT_EQ(dnKey(summary.subject), dnKey(expected->subject));
+        EXPECT_EQ(dnKey(summary.issuer), dnKey(expected->issuer));
+        EXPECT_EQ(summary.serialNumber, expected->serial);
+        EXPECT_EQ(summary.sha256Fingerprint, expected->fingerprint);
+        EXPECT_EQ(summary.notBefore, expected->notBefore);
+        EXPECT_EQ(summary.notAfter, expected->notAfter);
 
         DataBuffer der;
         ASSERT_TRUE(cert.getCertDer(der));

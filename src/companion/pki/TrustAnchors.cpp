@@ -1,0 +1,139 @@
+#include "companion/pki/TrustAnchors.h"
+
+#include "companion/fs/FileSys.h"
+#include "companion/log/LogBase.h"
+#include "companion/pki/CertFileReader.h"
+#include "companion/pki/CertificateSummary.h"
+#include "companion/pki/PkiHandles.h"
+
+#include <openssl/err.h>
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <vector>
+
+namespace {
+
+constexpr std::string_view kNoCertificate = ": no certificate could be read";
+constexpr std::string_view kNoCrl = ": no CRL could be read";
+constexpr std::string_view kKeyUsageReason =
+    "the signer certificate's key usage allows neither digitalSignature nor nonRepudiation";
+constexpr uint32_t kSigningKeyUsages = KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION;
+
+// The regular files of a directory in name order, or the path itself.
+std::vector<std::filesystem::path> filesOf(const std::filesystem::path& path) {
+    std::error_code ec;
+    if (!std::filesystem::is_directory(path, ec))
+        return {path};
+    std::vector<std::filesystem::path> files;
+    // Increments that report errors instead of throwing them.
+    for (std::filesystem::directory_iterator it(path, ec), end; !ec && it != end; it.increment(ec)) {
+        if (it->is_regular_file(ec))
+            files.push_back(it->path());
+    }
+    std::sort(files.begin(), files.end());
+    return files;
+}
+
+// Every X509 CRL block of PEM text, else one DER CRL.
+std::vector<X509CrlPtr> parseCrls(const std::string& bytes) {
+    std::vector<X509CrlPtr> crls;
+    const BioPtr bio(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
+    while (bio) {
+        X509CrlPtr crl(PEM_read_bio_X509_CRL(bio.get(), nullptr, nullptr, nullptr));
+        if (!crl)
+            break;
+        crls.push_back(std::move(crl));
+    }
+    if (crls.empty()) {
+        const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
+        if (X509CrlPtr crl{d2i_X509_CRL(nullptr, &p, static_cast<long>(bytes.size()))})
+            crls.push_back(std::move(crl));
+    }
+    // The PEM loop ends on the "no more blocks" error, which is expected.
+    ERR_clear_error();
+    return crls;
+}
+
+X509StackPtr stackOf(std::span<X509* const> certs) {
+    X509StackPtr stack(sk_X509_new_null());
+    for (X509* cert : certs) {
+        if (stack && cert)
+            sk_X509_push(stack.get(), cert);
+    }
+    return stack;
+}
+
+bool allowsSigning(X509* cert) {
+    return (X509_get_extension_flags(cert) & EXFLAG_KUSAGE) == 0 || (X509_get_key_usage(cert) & kSigningKeyUsages) != 0;
+}
+
+// False, with the error for `path`, when the file gave nothing.
+bool anyAdded(size_t added, const std::string& path, std::string_view nothingRead, std::string& error) {
+    ERR_clear_error();
+    if (added > 0)
+        return true;
+    error = path + std::string(nothingRead);
+    return false;
+}
+
+ChainOutcome untrusted(std::string reason) {
+    return {false, std::move(reason), {}};
+}
+
+} // namespace
+
+TrustAnchors::TrustAnchors() : m_store(X509_STORE_new()) {
+}
+
+bool TrustAnchors::addAnchors(const std::string& path, std::string& error) {
+    size_t added = 0;
+    for (const std::filesystem::path& file : filesOf(path)) {
+        std::vector<TavixX509> certs;
+        LogNull quiet;
+        if (!CertFileReader::readFile(file, certs, quiet))
+            continue;
+        for (const TavixX509& cert : certs) {
+            if (m_store && X509_STORE_add_cert(m_store.get(), cert.x509()) == 1)
+                ++added;
+        }
+    }
+    m_anchorCount += added;
+    return anyAdded(added, path, kNoCertificate, error);
+}
+
+bool TrustAnchors::addCrls(const std::string& path, std::string& error) {
+    std::string bytes;
+    size_t added = 0;
+    if (FileSys::readWholeFile(path, bytes)) {
+        for (const X509CrlPtr& crl : parseCrls(bytes)) {
+            if (m_store && X509_STORE_add_crl(m_store.get(), crl.get()) == 1)
+                ++added;
+        }
+    }
+    m_hasCrls = m_hasCrls || added > 0;
+    return anyAdded(added, path, kNoCrl, error);
+}
+
+ChainOutcome TrustAnchors::check(X509* signer, std::span<X509* const> untrustedPool, std::time_t at) const {
+    const X509StoreCtxPtr ctx(X509_STORE_CTX_new());
+    const X509StackPtr pool = stackOf(untrustedPool);
+    if (!signer || !ctx || !pool || X509_STORE_CTX_init(ctx.get(), m_store.get(), signer, pool.get()) != 1) {
+        ERR_clear_error();
+        return untrusted(X509_verify_cert_error_string(X509_V_ERR_UNSPECIFIED));
+    }
+    X509_VERIFY_PARAM* param = X509_STORE_CTX_get0_param(ctx.get());
+    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | (m_hasCrls ? X509_V_FLAG_CRL_CHECK : 0));
+    X509_VERIFY_PARAM_set_time(param, at);
+    const bool verified = X509_verify_cert(ctx.get()) == 1;
+    ERR_clear_error();
+    if (!verified)
+        return untrusted(X509_verify_cert_error_string(X509_STORE_CTX_get_error(ctx.get())));
+    if (!allowsSigning(signer))
+        return untrusted(std::string(kKeyUsageReason));
+    const STACK_OF(X509)* chain = X509_STORE_CTX_get0_chain(ctx.get());
+    X509* anchor = sk_X509_value(chain, sk_X509_num(chain) - 1);
+    return {true, {}, certificateNameText(X509_get_subject_name(anchor))};
+}

@@ -1,0 +1,40 @@
+#pragma once
+
+#include "companion/crypto/OpensslPtr.h"
+
+#include <ctime>
+#include <span>
+#include <string>
+
+struct ChainOutcome {
+    bool trusted = false;
+    std::string reason; // when not trusted: OpenSSL's reason text, or our key-usage text
+    std::string
+        anchorSubject; // when trusted: the subject of the anchor the chain ended at, as CertificateSummary writes it
+};
+
+// Trust anchors and CRLs, loaded once and then only read: one object may be
+// shared by any number of threads checking chains at the same time.
+class TrustAnchors {
+public:
+    TrustAnchors();
+
+    // The certificates of a file (PEM with one or many certificates, a bundle, or one DER certificate),
+    // or of every regular file in a directory (non-certificate files in a directory are skipped, but a
+    // directory without any certificate is an error). False with `error` ("PATH: no certificate could be read").
+    bool addAnchors(const std::string& path, std::string& error);
+    // CRLs of a file (PEM, possibly several, or DER). False with `error` ("PATH: no CRL could be read").
+    bool addCrls(const std::string& path, std::string& error);
+    bool empty() const { return m_anchorCount == 0; } // no anchor
+
+    // Whether `signer` chains to an anchor at time `at` (seconds since the epoch, UTC), with `untrusted`
+    // as the pool of intermediates: OpenSSL's chain verification (a chain may end at any anchor, so an
+    // intermediate given as an anchor works; the signer's revocation is checked when any CRL was added),
+    // then the signer's keyUsage, which when present must allow digitalSignature or nonRepudiation.
+    ChainOutcome check(X509* signer, std::span<X509* const> untrusted, std::time_t at) const;
+
+private:
+    X509StorePtr m_store;
+    size_t m_anchorCount = 0;
+    bool m_hasCrls = false;
+};

@@ -1,0 +1,207 @@
+#include "companion/pki/TrustAnchors.h"
+
+#include "support/TrustFixtures.h"
+
+#include <openssl/pem.h>
+#include <openssl/x509v3.h>
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <cstdio>
+#include <thread>
+#include <vector>
+
+using trust_test::Signer;
+using trust_test::TrustFixtures;
+
+namespace {
+
+constexpr const char* kNoLocalIssuer = "unable to get local issuer certificate";
+
+const TrustFixtures& fixtures() {
+    return TrustFixtures::shared();
+}
+
+X509Ptr loadPem(const std::filesystem::path& path) {
+    const BioPtr bio(BIO_new_file(path.c_str(), "r"));
+    X509Ptr cert(bio ? PEM_read_bio_X509(bio.get(), nullptr, nullptr, nullptr) : nullptr);
+    EXPECT_TRUE(cert) << path;
+    return cert;
+}
+
+X509Ptr loadSigner(Signer signer) {
+    return loadPem(fixtures().certificate(signer));
+}
+
+TrustAnchors anchorsOf(const std::vector<std::filesystem::path>& paths) {
+    TrustAnchors anchors;
+    std::string error;
+    for (const auto& path : paths)
+        EXPECT_TRUE(anchors.addAnchors(path.string(), error)) << error;
+    return anchors;
+}
+
+// Checks at the current time, with the intermediate in the pool or not.
+class Chain {
+public:
+    explicit Chain(const TrustAnchors& anchors)
+        : m_anchors(anchors), m_intermediate(loadPem(fixtures().intermediate())) {}
+
+    ChainOutcome withIntermediate(Signer signer, std::time_t at = std::time(nullptr)) const {
+        X509* const pool[] = {m_intermediate.get()};
+        return m_anchors.check(loadSigner(signer).get(), pool, at);
+    }
+    ChainOutcome alone(Signer signer) const {
+        return m_anchors.check(loadSigner(signer).get(), {}, std::time(nullptr));
+    }
+
+private:
+    const TrustAnchors& m_anchors;
+    X509Ptr m_intermediate;
+};
+
+TEST(TrustAnchors, ChainsThroughThePoolToAnAnchor) {
+    TrustAnchors none;
+    EXPECT_TRUE(none.empty());
+    const TrustAnchors root = anchorsOf({fixtures().root()});
+    EXPECT_FALSE(root.empty());
+
+    const ChainOutcome viaPool = Chain(root).withIntermediate(Signer::Good);
+    EXPECT_TRUE(viaPool.trusted) << viaPool.reason;
+    EXPECT_EQ(viaPool.anchorSubject, TrustFixtures::kRootSubject);
+    EXPECT_TRUE(viaPool.reason.empty());
+
+    const ChainOutcome missing = Chain(root).alone(Signer::Good);
+    EXPECT_FALSE(missing.trusted);
+    EXPECT_EQ(missing.reason, kNoLocalIssuer);
+    EXPECT_TRUE(missing.anchorSubject.empty());
+
+    const ChainOutcome unrelated = Chain(anchorsOf({fixtures().unrelatedRoot()})).withIntermediate(Signer::Good);
+    EXPECT_FALSE(unrelated.trusted);
+    EXPECT_EQ(unrelated.reason, kNoLocalIssuer);
+
+    // An intermediate given as an anchor ends the chain there.
+    const ChainOutcome partial = Chain(anchorsOf({fixtures().intermediate()})).alone(Signer::Good);
+    EXPECT_TRUE(partial.trusted) << partial.reason;
+    EXPECT_EQ(partial.anchorSubject, TrustFixtures::kIntermediateSubject);
+}
+
+TEST(TrustAnchors, ChecksValidityAtTheGivenTime) {
+    const TrustAnchors root = anchorsOf({fixtures().root()});
+    const Chain chain(root);
+    EXPECT_EQ(chain.withIntermediate(Signer::Expired).reason, "certificate has expired");
+    const ChainOutcome then = chain.withIntermediate(Signer::Expired, TrustFixtures::kWhileExpiredWasValid);
+    EXPECT_TRUE(then.trusted) << then.reason;
+    EXPECT_EQ(chain.withIntermediate(Signer::Good, TrustFixtures::kWhileExpiredWasValid).reason,
+              "certificate is not yet valid");
+}
+
+TEST(TrustAnchors, RequiresASigningKeyUsageWhenTheExtensionIsPresent) {
+    const TrustAnchors root = anchorsOf({fixtures().root()});
+    const ChainOutcome encipherment = Chain(root).withIntermediate(Signer::Encipherment);
+    EXPECT_FALSE(encipherment.trusted);
+    EXPECT_NE(encipherment.reason.find("digitalSignature nor nonRepudiation"), std::string::npos)
+        << encipherment.reason;
+    EXPECT_TRUE(encipherment.anchorSubject.empty());
+
+    // A self-signed anchor of its own without the extension signs.
+    test_support::TempDir dir;
+    test_support::runOpenssl(dir.path(), "req -x509 -nodes -newkey ec -pkeyopt ec_paramgen_curve:P-256 -keyout k.pem "
+                                         "-out plain.pem -subj /CN=Plain -days 1 -addext basicConstraints=CA:FALSE");
+    const X509Ptr plain = loadPem(dir.path() / "plain.pem");
+    ASSERT_EQ(X509_get_key_usage(plain.get()), UINT32_MAX) << "the certificate should have no keyUsage";
+    const ChainOutcome outcome = anchorsOf({dir.path() / "plain.pem"}).check(plain.get(), {}, std::time(nullptr));
+    EXPECT_TRUE(outcome.trusted) << outcome.reason;
+    EXPECT_EQ(outcome.anchorSubject, "CN=Plain");
+}
+
+TEST(TrustAnchors, RefusesARevokedSignerOnlyWithItsCrl) {
+    const TrustAnchors withoutCrl = anchorsOf({fixtures().root()});
+    EXPECT_TRUE(Chain(withoutCrl).withIntermediate(Signer::Revoked).trusted);
+
+    TrustAnchors withCrl = anchorsOf({fixtures().root()});
+    std::string error;
+    ASSERT_TRUE(withCrl.addCrls(fixtures().crl().string(), error)) << error;
+    const Chain chain(withCrl);
+    EXPECT_EQ(chain.withIntermediate(Signer::Revoked).reason, "certificate revoked");
+    EXPECT_TRUE(chain.withIntermediate(Signer::Good).trusted);
+
+    TrustAnchors wrongFile;
+    EXPECT_FALSE(wrongFile.addCrls(fixtures().root().string(), error));
+    EXPECT_EQ(error, fixtures().root().string() + ": no CRL could be read");
+}
+
+TEST(TrustAnchors, ReadsDirectoriesAndBundles) {
+    test_support::TempDir dir;
+    std::filesystem::copy_file(fixtures().root(), dir.path() / "root.pem");
+    test_support::runOpenssl(dir.path(), "x509 -in " + test_support::shellQuote(fixtures().unrelatedRoot().string()) +
+                                             " -outform DER -out unrelated.der");
+    test_support::writeFile(dir.path() / "README.txt", "not a certificate\n");
+    const TrustAnchors fromDir = anchorsOf({dir.path()});
+    const ChainOutcome viaDir = Chain(fromDir).withIntermediate(Signer::Good);
+    EXPECT_TRUE(viaDir.trusted) << viaDir.reason;
+    EXPECT_EQ(viaDir.anchorSubject, TrustFixtures::kRootSubject);
+
+    const auto bundle = dir.path() / "bundle.crt";
+    test_support::writeFile(bundle, test_support::readFile(fixtures().unrelatedRoot()) +
+                                        test_support::readFile(fixtures().root()));
+    EXPECT_TRUE(Chain(anchorsOf({bundle})).withIntermediate(Signer::Good).trusted);
+    EXPECT_FALSE(anchorsOf({dir.path() / "unrelated.der"}).empty());
+
+    test_support::TempDir empty;
+    test_support::writeFile(empty.path() / "README.txt", "not a certificate\n");
+    TrustAnchors anchors;
+    std::string error;
+    for (const auto& path : {empty.path(), dir.path() / "missing.pem"}) {
+        EXPECT_FALSE(anchors.addAnchors(path.string(), error));
+        EXPECT_EQ(error, path.string() + ": no certificate could be read");
+    }
+    EXPECT_TRUE(anchors.empty());
+}
+
+// One object, loaded once, checked from eight threads at the same time:
+// every outcome must be the one a single thread gets.
+TEST(TrustAnchors, EightThreadsShareOneObject) {
+    TrustAnchors anchors = anchorsOf({fixtures().root()});
+    std::string error;
+    ASSERT_TRUE(anchors.addCrls(fixtures().crl().string(), error)) << error;
+    const X509Ptr intermediate = loadPem(fixtures().intermediate());
+    const X509Ptr good = loadSigner(Signer::Good);
+    const X509Ptr revoked = loadSigner(Signer::Revoked);
+    X509* const pool[] = {intermediate.get()};
+    const std::time_t now = std::time(nullptr);
+
+    constexpr int kThreads = 8;
+    constexpr int kRounds = 40;
+    std::atomic<int> wrong{0};
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t) {
+        threads.emplace_back([&] {
+            for (int i = 0; i < kRounds; ++i) {
+                const ChainOutcome ok = anchors.check(good.get(), pool, now);
+                const ChainOutcome bad = anchors.check(revoked.get(), pool, now);
+                if (!ok.trusted || ok.anchorSubject != TrustFixtures::kRootSubject || bad.trusted ||
+                    bad.reason != "certificate revoked")
+                    ++wrong;
+            }
+        });
+    }
+    for (std::thread& thread : threads)
+        thread.join();
+    EXPECT_EQ(wrong.load(), 0);
+}
+
+// The documents that end-to-end tests verify: xmlsec1 chains each one only
+// when given the intermediate, which the document itself does not carry.
+TEST(TrustFixtures, DocumentsCarryTheSignerCertificateAlone) {
+    using test_support::shellQuote;
+    const std::string verify = "xmlsec1 --verify --trusted-pem " + shellQuote(fixtures().root().string());
+    const auto doc = shellQuote(fixtures().document(Signer::Good).string());
+    EXPECT_EQ(test_support::runProcess(verify + " " + doc).exitCode, 1);
+    const auto r = test_support::runProcess(verify + " --untrusted-pem " +
+                                            shellQuote(fixtures().intermediate().string()) + " " + doc);
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+}
+
+} // namespace

@@ -1,0 +1,137 @@
+#include "support/TrustFixtures.h"
+
+#include <gtest/gtest.h>
+
+namespace trust_test {
+
+using test_support::shellQuote;
+
+namespace {
+
+constexpr const char* kCaKey = "-newkey ec -pkeyopt ec_paramgen_curve:P-256";
+constexpr const char* kSignerKey = "-newkey rsa:2048";
+constexpr const char* kSubjectPrefix = "/C=EE/O=Trust Test/CN=";
+constexpr const char* kCaValidity = "-startdate 200101000000Z -enddate 391231235959Z";
+constexpr const char* kExpiredValidity = "-startdate 200601000000Z -enddate 210101000000Z";
+constexpr const char* kCurrentValidity = "-days 365";
+constexpr const char* kCrlValidity = "-crl_lastupdate 200101000000Z -crl_nextupdate 391231235959Z";
+// In the order of Signer.
+constexpr const char* kSignerNames[] = {"good", "expired", "encipherment", "revoked"};
+constexpr const char* kTemplate = XMLDSIG_SOURCE_DIR "/examples/templates/enveloped-rsa-x509.tmpl";
+
+// One openssl ca configuration per CA; the extension sections are what
+// each kind of certificate gets.
+constexpr const char* kCaConfig = R"([ca]
+default_ca = this
+[this]
+database = @.index
+serial = @.serial
+crlnumber = @.crlnumber
+new_certs_dir = .
+certificate = @.pem
+private_key = @.key
+default_md = sha256
+policy = anything
+unique_subject = no
+[anything]
+countryName = optional
+organizationName = optional
+commonName = supplied
+[ca_cert]
+basicConstraints = critical,CA:TRUE
+keyUsage = critical,keyCertSign,cRLSign
+subjectKeyIdentifier = hash
+[signing]
+basicConstraints = CA:FALSE
+keyUsage = critical,digitalSignature
+subjectKeyIdentifier = hash
+authorityKeyIdentifier = keyid
+[encipherment]
+basicConstraints = CA:FALSE
+keyUsage = critical,keyEncipherment
+subjectKeyIdentifier = hash
+authorityKeyIdentifier = keyid
+)";
+
+std::string replaceAll(std::string text, char placeholder, const std::string& value) {
+    for (size_t at = text.find(placeholder); at != std::string::npos; at = text.find(placeholder, at + value.size()))
+        text.replace(at, 1, value);
+    return text;
+}
+
+} // namespace
+
+const TrustFixtures& TrustFixtures::shared() {
+    static const TrustFixtures fixtures;
+    return fixtures;
+}
+
+TrustFixtures::TrustFixtures() {
+    makeRoots();
+    issue(Signer::Good, "signing", kCurrentValidity);
+    issue(Signer::Expired, "signing", kExpiredValidity);
+    issue(Signer::Encipherment, "encipherment", kCurrentValidity);
+    issue(Signer::Revoked, "signing", kCurrentValidity);
+    revokeAndPublishCrl();
+    for (Signer signer : kAllSigners)
+        sign(signer);
+}
+
+std::string TrustFixtures::nameOf(Signer signer) {
+    return kSignerNames[static_cast<size_t>(signer)];
+}
+
+void TrustFixtures::openssl(const std::string& args) const {
+    test_support::runOpenssl(dir(), args);
+}
+
+void TrustFixtures::writeCaConfig(const std::string& ca) const {
+    test_support::writeFile(dir() / (ca + ".cnf"), replaceAll(kCaConfig, '@', ca));
+    test_support::writeFile(dir() / (ca + ".index"), "");
+    test_support::writeFile(dir() / (ca + ".serial"), "1000\n");
+    test_support::writeFile(dir() / (ca + ".crlnumber"), "01\n");
+}
+
+void TrustFixtures::makeKeyAndRequest(const std::string& name, const std::string& keyOptions,
+                                      const std::string& cn) const {
+    openssl("req -new " + keyOptions + " -nodes -keyout " + name + ".key -out " + name + ".csr -subj " +
+            shellQuote(kSubjectPrefix + cn));
+}
+
+void TrustFixtures::makeRoots() const {
+    writeCaConfig("root");
+    writeCaConfig("intermediate");
+    makeKeyAndRequest("root", kCaKey, "Trust Test Root");
+    openssl(std::string("ca -batch -notext -config root.cnf -selfsign -extensions ca_cert ") + kCaValidity +
+            " -in root.csr -out root.pem");
+    makeKeyAndRequest("intermediate", kCaKey, "Trust Test Intermediate");
+    openssl(std::string("ca -batch -notext -config root.cnf -extensions ca_cert ") + kCaValidity +
+            " -in intermediate.csr -out intermediate.pem");
+    openssl(std::string("req -x509 -nodes ") + kCaKey + " -keyout unrelated-root.key -out unrelated-root.pem -subj " +
+            shellQuote(std::string(kSubjectPrefix) + "Unrelated Root") +
+            " -days 365 -addext basicConstraints=critical,CA:TRUE -addext keyUsage=critical,keyCertSign");
+}
+
+void TrustFixtures::issue(Signer signer, const std::string& extensions, const std::string& validity) const {
+    const std::string name = nameOf(signer);
+    makeKeyAndRequest(name, kSignerKey, name + " signer");
+    openssl("ca -batch -notext -config intermediate.cnf -extensions " + extensions + " " + validity + " -in " + name +
+            ".csr -out " + name + ".pem");
+}
+
+void TrustFixtures::revokeAndPublishCrl() const {
+    const std::string revoked = nameOf(Signer::Revoked) + ".pem";
+    openssl("ca -batch -config intermediate.cnf -revoke " + revoked);
+    openssl(std::string("ca -batch -config intermediate.cnf -gencrl ") + kCrlValidity + " -out intermediate.crl");
+}
+
+void TrustFixtures::sign(Signer signer) const {
+    const std::string name = nameOf(signer);
+    const auto r =
+        test_support::runProcess("xmlsec1 --sign --privkey-pem " + shellQuote((dir() / (name + ".key")).string()) +
+                                 "," + shellQuote(certificate(signer).string()) + " --output " +
+                                 shellQuote(document(signer).string()) + " " + shellQuote(kTemplate));
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+}
+
+} // namespace trust_test
