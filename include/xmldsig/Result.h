@@ -17,6 +17,7 @@ struct Certificate {
     std::string notBefore;         // "2024-05-01T12:00:00Z"
     std::string notAfter;          //
     std::string sha256Fingerprint; // "AB:CD:..."
+    std::vector<std::uint8_t> der; // the certificate itself
 };
 
 // The key that verified a signature and where it came from.

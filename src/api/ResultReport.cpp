@@ -24,10 +24,25 @@ const char* keyTypeName(const SignerIdentity& signer) {
     }
 }
 
+std::vector<std::uint8_t> derOf(X509* cert) {
+    const int length = i2d_X509(cert, nullptr);
+    if (length <= 0)
+        return {};
+    std::vector<std::uint8_t> der(static_cast<size_t>(length));
+    unsigned char* p = der.data();
+    i2d_X509(cert, &p);
+    return der;
+}
+
 Certificate certificateReport(X509* cert) {
     CertificateSummary s = summarizeCertificate(cert);
-    return {std::move(s.subject),   std::move(s.issuer),   std::move(s.serialNumber),
-            std::move(s.notBefore), std::move(s.notAfter), std::move(s.sha256Fingerprint)};
+    return {std::move(s.subject),
+            std::move(s.issuer),
+            std::move(s.serialNumber),
+            std::move(s.notBefore),
+            std::move(s.notAfter),
+            std::move(s.sha256Fingerprint),
+            derOf(cert)};
 }
 
 Reference::Target targetOf(ReferenceOutcome::Target target) {

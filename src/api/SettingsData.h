@@ -1,10 +1,13 @@
 #pragma once
 
 #include <ctime>
+#include <memory>
 #include <optional>
 #include <string>
 #include <utility>
 #include <vector>
+
+class TrustAnchors;
 
 namespace xmldsig {
 
@@ -19,6 +22,8 @@ struct SettingsData {
 
     std::vector<std::string> trustPaths;
     std::vector<std::string> crlPaths;
+    // Built from the paths above, then only read (shared by copies and threads).
+    std::shared_ptr<const TrustAnchors> anchors;
     std::optional<std::time_t> verificationTime;
 
     std::vector<std::string> externalRefDirs;

@@ -4,10 +4,13 @@
 #include "api/FailureReason.h"
 #include "api/ResultReport.h"
 #include "api/SettingsData.h"
+#include "api/TrustEvaluation.h"
 
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogContextExitor.h"
+#include "companion/pki/CertMgr.h"
 #include "companion/pki/ClsXmlCertVault.h"
+#include "companion/pki/TrustAnchors.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -55,6 +58,9 @@ Status VerifierEngine::configure() {
                 return failure(Errc::bad_certificate, path + ": no certificate could be read");
         }
         m_dsig->UseCertVault(*m_vault);
+        const CertMgr& certs = *m_vault->getCertMgr();
+        for (int i = 0; i < certs.getNumCerts(); ++i)
+            m_certificatePool.push_back(certs.certAt(i)->x509());
     }
     if (s.hmacKey) {
         XString key = utf8(*s.hmacKey), encoding = utf8(s.hmacEncoding);
@@ -177,10 +183,12 @@ SignatureResult VerifierEngine::verifySelected(int index) {
     const LogBase& log = m_dsig->m_log;
     r.failedReferences = failedReferences(log);
     r.references = referenceReport(m_dsig->referenceOutcomes());
-    if (r.valid)
+    if (r.valid) {
         r.signer = signerReport(m_dsig->signer());
-    else
+        judgeTrust(r);
+    } else {
         r.reason = failureReason(log, r.failedReferences);
+    }
     if (s.logText)
         r.logText = log.renderText();
     if (s.logJson)
@@ -190,6 +198,19 @@ SignatureResult VerifierEngine::verifySelected(int index) {
         sig->getAttrValue("Id", id);
     r.id = std::string(id.view());
     return r;
+}
+
+// Under trust anchors a valid signature stands only when its signer is
+// trusted.
+void VerifierEngine::judgeTrust(SignatureResult& r) const {
+    const SettingsData& s = m_settings.data();
+    if (!s.anchors || s.anchors->empty())
+        return;
+    r.trust = evaluateTrust(*s.anchors, m_dsig->signer(), m_certificatePool, s.verificationTime);
+    if (r.trust.status == Trust::Status::NotTrusted) {
+        r.valid = false;
+        r.reason = "signer not trusted: " + r.trust.reason;
+    }
 }
 
 } // namespace xmldsig

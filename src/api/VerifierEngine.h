@@ -3,6 +3,7 @@
 #include "xmldsig/Result.h"
 #include "xmldsig/Settings.h"
 
+#include "companion/crypto/OpensslPtr.h"
 #include "companion/text/RefCountedObject.h"
 
 #include <functional>
@@ -16,8 +17,6 @@ class ClsXmlDSig;
 class DataBuffer;
 
 namespace xmldsig {
-
-class TrustCheck;
 
 // The engine behind a Verifier: one signature object configured once from
 // the settings, then given document after document.
@@ -39,12 +38,15 @@ private:
     void useExternalRefDirs(const std::string& folder);
     bool selectedIndexes(Result& result, const std::string& name, std::vector<int>& indexes);
     SignatureResult verifySelected(int index);
+    void judgeTrust(SignatureResult& r) const;
 
     Settings m_settings;
     Status m_configured;
     std::unique_ptr<ClsXmlDSig> m_dsig;
     RefPtr<ClsPublicKey> m_key;
     RefPtr<ClsXmlCertVault> m_vault;
+    // The vault's certificates, as intermediates for a chain (owned by it).
+    std::vector<X509*> m_certificatePool;
 };
 
 } // namespace xmldsig

@@ -183,8 +183,31 @@ bool ClsXmlDSig::verifySignatureValue(const SignedInfoCheck& check, bool& ended,
     return signer != nullptr;
 }
 
+namespace {
+
+bool sameKey(const ClsPublicKey& a, const ClsPublicKey& b) {
+    DataBuffer derA, derB;
+    LogNull quiet;
+    return a.getDer(derA, quiet) && b.getDer(derB, quiet) && derA.equals(derB);
+}
+
+// The certificate of the verifying key: its own, or that of a candidate
+// with the same key (a KeyValue next to its certificate).
+X509* certificateOf(const ClsPublicKey& key, const ExtPtrArrayRc& candidates) {
+    if (key.certificate())
+        return key.certificate();
+    for (int i = 0; i < candidates.getSize(); ++i)
+        if (const ClsPublicKey* candidate = keyAt(candidates, i); candidate && candidate->certificate())
+            if (sameKey(key, *candidate))
+                return candidate->certificate();
+    return nullptr;
+}
+
+} // namespace
+
 // Who signed: the verifying key (null for the HMAC secret), where it was
-// found, and the certificates among the candidates for a chain.
+// found, its certificate, and the certificates among the candidates for a
+// chain.
 void ClsXmlDSig::noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates) {
     m_signer = SignerIdentity{};
     m_signer.signatureMethod = std::string(check.method.view());
@@ -196,9 +219,8 @@ void ClsXmlDSig::noteSigner(const SignedInfoCheck& check, const ClsPublicKey* ke
     m_signer.source = callerKey ? KeySource::CallerKey : static_cast<KeySource>(key->originTag());
     m_signer.keyType = key->keyType();
     m_signer.keyBits = key->bitLength();
-    m_signer.certificate = sharedX509(key->certificate());
+    m_signer.certificate = sharedX509(certificateOf(*key, candidates));
     for (int i = 0; i < candidates.getSize(); ++i)
-        if (const auto* candidate = static_cast<const ClsPublicKey*>(candidates.elementAt(i)))
-            if (candidate->certificate())
-                m_signer.keyInfoCertificates.push_back(sharedX509(candidate->certificate()));
+        if (const ClsPublicKey* candidate = keyAt(candidates, i); candidate && candidate->certificate())
+            m_signer.keyInfoCertificates.push_back(sharedX509(candidate->certificate()));
 }

@@ -1,8 +1,11 @@
 // The real-signer corpus through `xmldsig verify --all`: every row's verdict
 // against the manifest, the same verdicts on 8 threads as on one (from the
 // tool and from verifiers in this process that share their settings), and
-// from one verifier reused across files as from a fresh one per file.
+// from one verifier reused across files as from a fresh one per file; and
+// the signers reported for the certificate-carrying families.
 #include "TestSupport.h"
+#include "companion/pki/PkiTestSupport.h"
+#include "xmldsig/Verifier.h"
 
 #include "companion/base/ClsBinData.h"
 #include "companion/crypto/ClsPublicKey.h"
@@ -263,3 +266,45 @@ TEST(RealCorpus, VerifiersOnEightThreadsWithSharedSettingsGiveTheSerialVerdicts)
 }
 
 } // namespace
+
+// The API's signer for every valid ZATCA, XAdES and WS-Security row: a
+// certificate whose subject openssl reads the same.
+TEST(RealCorpus, SignerSubjectsAgreeWithOpenssl) {
+    const fs::path dir = corpusDir() / "real";
+    if (!fs::exists(dir / "MANIFEST.tsv"))
+        GTEST_SKIP() << "no real corpus";
+    const TempDir scratch;
+    int checked = 0;
+    for (const Row& row : realRows(dir)) {
+        if (row.expected != "valid" || (row.family != "zatca" && row.family != "xades" && row.family != "wss"))
+            continue;
+        SCOPED_TRACE(row.id);
+        const RowInputs in = inputsOf(dir, row);
+        xmldsig::Settings settings;
+        settings.selectAll();
+        settings.setOptions(in.options);
+        if (!in.key.empty()) {
+            ASSERT_TRUE(settings.setKeyFile(in.key.string()));
+        }
+        for (const fs::path& cert : in.certs) {
+            ASSERT_TRUE(settings.addCertificates(cert.string()));
+        }
+        for (const auto& [index, file] : in.refData)
+            settings.setRefDataFile(index, file.string());
+        const xmldsig::Result result = xmldsig::verifyFile(in.document, settings);
+        ASSERT_TRUE(result.valid()) << result.status.message;
+        for (const xmldsig::SignatureResult& s : result.signatures) {
+            ASSERT_TRUE(s.signer && s.signer->certificate) << "signature " << s.index;
+            const std::vector<std::uint8_t>& der = s.signer->certificate->der;
+            writeFile(scratch.path() / "signer.der", std::string(der.begin(), der.end()));
+            const ProcessResult openssl =
+                runProcess("openssl x509 -inform DER -noout -subject -nameopt RFC2253,-esc_msb -in " +
+                           shellQuote((scratch.path() / "signer.der").string()));
+            ASSERT_EQ(openssl.exitCode, 0) << openssl.err;
+            const std::string subject = openssl.out.substr(8, openssl.out.find('\n') - 8); // after "subject="
+            EXPECT_EQ(pki_test::dnKey(s.signer->certificate->subject), pki_test::dnKey(subject));
+            ++checked;
+        }
+    }
+    EXPECT_GE(checked, 30);
+}

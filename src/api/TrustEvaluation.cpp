@@ -1,0 +1,62 @@
+#include "api/TrustEvaluation.h"
+
+#include "companion/pki/TrustAnchors.h"
+#include "companion/text/XmlDateTime.h"
+
+#include <vector>
+
+namespace xmldsig {
+
+namespace {
+
+std::string isoTime(std::time_t t) {
+    struct tm utc {};
+    gmtime_r(&t, &utc);
+    char text[32];
+    const size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
+    return std::string(text, length);
+}
+
+// The time the chain is checked at, and where it came from.
+std::time_t checkTime(const SignerIdentity& signer, std::optional<std::time_t> at, Trust& trust) {
+    if (at) {
+        trust.timeSource = "given time";
+        return *at;
+    }
+    if (const std::optional<std::time_t> signed_ = parseXmlDateTime(signer.signingTime)) {
+        trust.timeSource = signer.signingTimeSource;
+        return *signed_;
+    }
+    trust.timeSource = "current time";
+    return std::time(nullptr);
+}
+
+} // namespace
+
+Trust evaluateTrust(const TrustAnchors& anchors, const SignerIdentity& signer, std::span<X509* const> pool,
+                    std::optional<std::time_t> at) {
+    Trust trust;
+    if (!signer.certificate) {
+        if (signer.source == KeySource::CallerKey) {
+            trust.status = Trust::Status::Trusted;
+            trust.reason = keySourceText(signer.source);
+        } else {
+            trust.status = Trust::Status::NotTrusted;
+            trust.reason =
+                std::string("no certificate to chain to a trust anchor (") + keySourceText(signer.source) + ")";
+        }
+        return trust;
+    }
+    const std::time_t when = checkTime(signer, at, trust);
+    trust.time = isoTime(when);
+    std::vector<X509*> untrusted(pool.begin(), pool.end());
+    for (const X509Ptr& cert : signer.keyInfoCertificates)
+        untrusted.push_back(cert.get());
+    const ChainOutcome outcome = anchors.check(signer.certificate.get(), untrusted, when);
+    trust.status = outcome.trusted ? Trust::Status::Trusted : Trust::Status::NotTrusted;
+    trust.anchorSubject = outcome.anchorSubject;
+    trust.reason = outcome.reason;
+    return trust;
+}
+
+} // namespace xmldsig

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "xmldsig/Result.h"
+
+#include "verifier/SignerIdentity.h"
+
+#include <ctime>
+#include <optional>
+#include <span>
+
+class TrustAnchors;
+
+namespace xmldsig {
+
+// Whether the signer of a verified signature chains to an anchor, with the
+// certificates key resolution read and `pool` as intermediates, at `at`
+// when given, else at the time the signature states, else now. A key the
+// caller gave is trusted as given; any other key without a certificate is
+// not trusted.
+Trust evaluateTrust(const TrustAnchors& anchors, const SignerIdentity& signer, std::span<X509* const> pool,
+                    std::optional<std::time_t> at);
+
+} // namespace xmldsig
