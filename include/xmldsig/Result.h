@@ -1,5 +1,7 @@
 #pragma once
 
+#include "xmldsig/Export.h"
+
 #include "xmldsig/Status.h"
 
 #include <cstdint>
@@ -92,7 +94,7 @@ struct Result {
     std::vector<SignatureResult> signatures;
 
     // Every signature asked for is valid (and trusted, when anchors were given).
-    bool valid() const noexcept;
+    XMLDSIG_API bool valid() const noexcept;
 };
 
 } // namespace xmldsig

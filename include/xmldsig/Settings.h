@@ -1,5 +1,7 @@
 #pragma once
 
+#include "xmldsig/Export.h"
+
 #include "xmldsig/Status.h"
 
 #include <ctime>
@@ -18,7 +20,7 @@ struct SettingsData;
 // file is reported there. Copies share what was loaded; once configured, one
 // object may be used by any number of threads at once (as long as none
 // changes it meanwhile).
-class Settings {
+class XMLDSIG_API Settings {
 public:
     Settings();
     ~Settings();

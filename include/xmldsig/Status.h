@@ -1,5 +1,7 @@
 #pragma once
 
+#include "xmldsig/Export.h"
+
 #include <string>
 #include <system_error>
 
@@ -19,8 +21,8 @@ enum class Errc {
     bad_option = 8,        // a malformed option, limit or time
 };
 
-const std::error_category& error_category() noexcept;
-std::error_code make_error_code(Errc e) noexcept;
+XMLDSIG_API const std::error_category& error_category() noexcept;
+XMLDSIG_API std::error_code make_error_code(Errc e) noexcept;
 
 // An error code and the one-line message that says what went wrong with
 // what ("keys/signer.pem: not a public key or certificate").

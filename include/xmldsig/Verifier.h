@@ -1,5 +1,7 @@
 #pragma once
 
+#include "xmldsig/Export.h"
+
 #include "xmldsig/Result.h"
 #include "xmldsig/Settings.h"
 
@@ -15,7 +17,7 @@ class VerifierEngine;
 
 // Verifies document after document with one set of settings. Keeps its
 // engine between documents; one object per thread.
-class Verifier {
+class XMLDSIG_API Verifier {
 public:
     explicit Verifier(Settings settings);
     ~Verifier();
@@ -31,8 +33,8 @@ private:
 };
 
 // One document with a verifier of its own.
-Result verify(std::span<const std::byte> document, const Settings& settings);
-Result verify(std::string_view document, const Settings& settings);
-Result verifyFile(const std::filesystem::path& path, const Settings& settings);
+XMLDSIG_API Result verify(std::span<const std::byte> document, const Settings& settings);
+XMLDSIG_API Result verify(std::string_view document, const Settings& settings);
+XMLDSIG_API Result verifyFile(const std::filesystem::path& path, const Settings& settings);
 
 } // namespace xmldsig
