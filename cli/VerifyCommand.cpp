@@ -1,5 +1,6 @@
 #include "CommandLine.h"
 #include "Commands.h"
+#include "ProgressMeter.h"
 #include "VerdictReport.h"
 #include "VerifySettings.h"
 
@@ -22,13 +23,17 @@ constexpr const char* kUsage =
 // Files are handed out one at a time to `jobs` threads, each with its own
 // verifier; results keep the order of the command line.
 std::vector<FileVerdict> verifyAll(const VerifySettings& settings) {
-    const unsigned jobs = std::min<unsigned>(settings.jobs, static_cast<unsigned>(settings.files.size()));
-    std::vector<FileVerdict> results(settings.files.size());
+    const size_t count = settings.files.size();
+    const unsigned jobs = std::min<unsigned>(settings.jobs, static_cast<unsigned>(count));
+    std::vector<FileVerdict> results(count);
+    ProgressMeter progress(count, ProgressMeter::wanted(count), std::cerr);
     std::atomic<size_t> next{0};
     auto work = [&] {
         xmldsig::Verifier verifier(settings.verification);
-        for (size_t i = next++; i < settings.files.size(); i = next++)
+        for (size_t i = next++; i < count; i = next++) {
             results[i] = {settings.files[i], verifier.verifyFile(settings.files[i])};
+            progress.fileDone(!results[i].result.valid());
+        }
     };
     std::vector<std::thread> threads;
     for (unsigned i = 1; i < jobs; ++i)
@@ -36,7 +41,23 @@ std::vector<FileVerdict> verifyAll(const VerifySettings& settings) {
     work();
     for (std::thread& t : threads)
         t.join();
+    progress.finish();
     return results;
+}
+
+// "2,000 files, 1,998 valid, 2 invalid, 0 errors"
+std::string summaryLine(const std::vector<FileVerdict>& results) {
+    size_t valid = 0, invalid = 0, errors = 0;
+    for (const FileVerdict& file : results) {
+        if (!file.result.status)
+            ++errors;
+        else if (file.result.valid())
+            ++valid;
+        else
+            ++invalid;
+    }
+    return withThousands(results.size()) + " files, " + withThousands(valid) + " valid, " + withThousands(invalid) +
+           " invalid, " + withThousands(errors) + " errors";
 }
 
 // Settings that no document can be verified with end the run at once.
@@ -91,5 +112,7 @@ int runVerify(CommandLine& args) {
         printVerdictJson(results, std::cout);
     else
         printVerdictLines(results, settings.printLog, settings.trustChecked, std::cout);
+    if (results.size() > 1)
+        std::cerr << summaryLine(results) << '\n';
     return exitCode(results);
 }

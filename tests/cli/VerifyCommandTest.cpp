@@ -165,10 +165,29 @@ TEST_F(VerifyCommand, UsageAndInputErrors) {
         EXPECT_EQ(r.exitCode, 2) << args;
         EXPECT_EQ(r.err.rfind("xmldsig: ", 0), 0u) << args << r.err;
         const bool usage = r.err.find("usage:") != std::string::npos;
+        // A run over several files ends with its summary line.
+        const bool summary = r.err.find(" files, ") != std::string::npos;
         if (!usage) {
-            EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), 1) << args << r.err;
+            EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), summary ? 2 : 1) << args << r.err;
         }
     }
+}
+
+// Many files: a summary line on stderr, and progress only when stderr is a
+// terminal (`script` gives the run one).
+TEST_F(VerifyCommand, ManyFilesGiveASummaryAndProgressOnlyOnATerminal) {
+    std::string args = q(path("badvalue.xml")) + " " + q(path("missing.xml"));
+    for (int i = 0; i < 300; ++i)
+        args += " " + q(path("two.xml"));
+    const ProcessResult piped = verify(rsa(args));
+    EXPECT_EQ(piped.exitCode, 2);
+    EXPECT_EQ(piped.err.find('\r'), std::string::npos) << piped.err;
+    EXPECT_NE(piped.err.find("\n302 files, 300 valid, 1 invalid, 1 errors\n"), std::string::npos) << piped.err;
+
+    const std::string command = shellQuote(toolPath().string()) + " verify " + rsa(args) + " >/dev/null";
+    const ProcessResult terminal = runProcess("script -qec " + shellQuote(command) + " /dev/null");
+    EXPECT_NE(terminal.out.find(" of 302 files, "), std::string::npos) << terminal.out;
+    EXPECT_NE(terminal.out.find("302 files, 300 valid, 1 invalid, 1 errors"), std::string::npos) << terminal.out;
 }
 
 } // namespace
