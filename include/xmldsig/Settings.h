@@ -9,6 +9,7 @@
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 namespace xmldsig {
 
@@ -77,6 +78,7 @@ public:
 
 private:
     SettingsData& mutableData();
+    Status addTrustFile(std::vector<std::string> SettingsData::*paths, std::string_view path, Errc failure);
     std::shared_ptr<SettingsData> m_data;
 };
 

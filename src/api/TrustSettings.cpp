@@ -24,26 +24,24 @@ std::shared_ptr<const TrustAnchors> anchorsOf(const SettingsData& d, std::string
 
 } // namespace
 
-Status Settings::addTrustAnchors(std::string_view path) {
+// The settings take the path only once all the paths read.
+Status Settings::addTrustFile(std::vector<std::string> SettingsData::*paths, std::string_view path, Errc failure) {
     SettingsData candidate = data();
-    candidate.trustPaths.emplace_back(path);
+    (candidate.*paths).emplace_back(path);
     std::string error;
     candidate.anchors = anchorsOf(candidate, error);
     if (!candidate.anchors)
-        return {make_error_code(Errc::bad_certificate), error};
+        return {make_error_code(failure), error};
     mutableData() = std::move(candidate);
     return {};
 }
 
+Status Settings::addTrustAnchors(std::string_view path) {
+    return addTrustFile(&SettingsData::trustPaths, path, Errc::bad_certificate);
+}
+
 Status Settings::addCrls(std::string_view path) {
-    SettingsData candidate = data();
-    candidate.crlPaths.emplace_back(path);
-    std::string error;
-    candidate.anchors = anchorsOf(candidate, error);
-    if (!candidate.anchors)
-        return {make_error_code(Errc::bad_crl), error};
-    mutableData() = std::move(candidate);
-    return {};
+    return addTrustFile(&SettingsData::crlPaths, path, Errc::bad_crl);
 }
 
 void Settings::setVerificationTime(std::optional<std::time_t> at) {
