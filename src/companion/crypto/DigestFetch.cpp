@@ -1,5 +1,6 @@
 #include "companion/crypto/DigestFetch.h"
 
+#include <openssl/crypto.h>
 #include <openssl/err.h>
 
 #include <map>
@@ -43,6 +44,10 @@ struct FetchedDigest {
 // the fixed table of hash algorithms, so the table stays small.
 class FetchedDigests {
 public:
+    // OpenSSL is set up first, so that its clean-up at exit, registered
+    // then, runs after the fetched digests are freed.
+    FetchedDigests() { OPENSSL_init_crypto(0, nullptr); }
+
     const FetchedDigest& get(const char* evpName) {
         const std::lock_guard lock(m_mutex);
         auto it = m_fetched.find(evpName);

@@ -2,6 +2,7 @@
 
 #include "companion/crypto/PublicKeyDecode.h"
 
+#include <openssl/crypto.h>
 #include <openssl/err.h>
 
 namespace {
@@ -44,6 +45,12 @@ PkeyPtr decodePublicKey(const X509& x509) {
 }
 
 } // namespace
+
+// OpenSSL is set up first, so that its clean-up at exit, registered then,
+// runs after the cached objects are freed.
+DecodedCertificateCache::DecodedCertificateCache() {
+    OPENSSL_init_crypto(0, nullptr);
+}
 
 DecodedCertificateCache& DecodedCertificateCache::process() {
     static DecodedCertificateCache cache;

@@ -31,6 +31,8 @@ public:
         size_t derLength = 0;
     };
 
+    DecodedCertificateCache();
+
     // The one the library uses.
     static DecodedCertificateCache& process();
 
