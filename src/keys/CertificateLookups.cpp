@@ -93,15 +93,12 @@ bool ClsXmlDSig::getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBas
 
 ClsPublicKey* ClsXmlDSig::publicKeyFromX509(TavixX509& cert, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromX509");
-    DataBuffer spki;
-    if (!cert.get_PublicKey(spki, log)) {
-        log.LogError("Failed to get public key from X.509 certificate.");
-        return nullptr;
-    }
+    // A fresh wrapper per document around the key that all holders of these
+    // certificate bytes share.
     RefPtr<ClsPublicKey> key(ClsPublicKey::createNewCls());
     if (!key)
         return nullptr;
-    if (!key->loadAnyDer(spki, log)) {
+    if (!key->loadPkey(cert.publicKey(), log)) {
         log.LogError("Failed to parse public key DER");
         return nullptr;
     }

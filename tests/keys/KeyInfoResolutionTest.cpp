@@ -364,4 +364,34 @@ TEST(KeyInfoResolution, SignatureValueDispatch) {
     EXPECT_EQ(hmac.log.firstError(), "HMAC validation failed.");
 }
 
+// Certificates are decoded once per process; a document carries only the
+// key of its own certificate bytes, not one decoded for an earlier document
+// with the same subject and serial.
+TEST(KeyInfoResolution, DecodedCertificatesServeOnlyTheirOwnBytes) {
+    const std::string sig =
+        opensslOverText("openssl dgst -sha256 -sign " + shellQuote(signers().keyPath[1]) + " -binary");
+    DataBuffer der, modulus;
+    ASSERT_TRUE(ContentCoding::decodeBase64ToDb(signers().certBase64[1], der));
+    ASSERT_TRUE(ContentCoding::decodeBase64ToDb(signers().modulusBase64[1], modulus));
+    std::string forged(der.view());
+    const size_t at = forged.find(modulus.view());
+    ASSERT_NE(at, std::string::npos);
+    forged[at + modulus.getSize() / 2] ^= 1;
+    StringBuffer forgedBase64;
+    ContentCoding::encodeBase64(forged.data(), forged.size(), forgedBase64);
+
+    auto verifies = [&](const std::string& certBase64) {
+        Signed doc;
+        doc.load(x509Data("<ds:X509Certificate>" + certBase64 + "</ds:X509Certificate>"));
+        ClsXmlDSig::SignedInfoCheck check = checkOf(7, 1, sig);
+        check.method.setString("http://www.w3.org/2001/04/xmldsig-more#rsa-sha256");
+        bool ended = false;
+        return doc.dsig.verifySignatureValue(check, ended, doc.log);
+    };
+    EXPECT_TRUE(verifies(signers().certBase64[1]));
+    EXPECT_FALSE(verifies(std::string(forgedBase64.view())));
+    EXPECT_FALSE(verifies(signers().certBase64[0]));
+    EXPECT_TRUE(verifies(signers().certBase64[1]));
+}
+
 } // namespace

@@ -81,6 +81,16 @@ bool ClsPublicKey::loadAnyDer(DataBuffer& der, LogBase& log) {
     return takeKey(std::move(pkey), log);
 }
 
+bool ClsPublicKey::loadPkey(PkeyPtr pkey, LogBase& log) {
+    LogContextExitor ctx(log, "loadPkey");
+    m_key.clear();
+    if (!pkey) {
+        log.LogError("The public key cannot be decoded.");
+        return false;
+    }
+    return takeKey(std::move(pkey), log);
+}
+
 bool ClsPublicKey::loadFromFile(XString& path, LogBase& log) {
     LogContextExitor ctx(log, "loadFromFile");
     m_key.clear();

@@ -29,6 +29,9 @@ public:
     bool loadXml(XString& xml, LogBase& log);
     // A DER SubjectPublicKeyInfo or PKCS#1 RSAPublicKey.
     bool loadAnyDer(DataBuffer& der, LogBase& log);
+    // A key already decoded (a certificate's, shared with its other
+    // holders); false for a null key.
+    bool loadPkey(PkeyPtr pkey, LogBase& log);
     bool loadFromFile(XString& path, LogBase& log);
     // Replaces out with the DER SubjectPublicKeyInfo.
     bool getDer(DataBuffer& out, LogBase& log) const;

@@ -7,6 +7,8 @@
 
 #include <openssl/core_names.h>
 
+#include <map>
+#include <mutex>
 #include <string>
 
 namespace {
@@ -18,13 +20,25 @@ const unsigned char* keyPointer(const void* key) {
     return key ? static_cast<const unsigned char*>(key) : &kEmptyKey;
 }
 
+// HMAC is fetched once per library context: a fetch by name takes the
+// library's locks and looks the name up on every call.
+EVP_MAC* hmacIn(OSSL_LIB_CTX* libCtx) {
+    static std::mutex mutex;
+    static std::map<OSSL_LIB_CTX*, MacPtr> fetched;
+    const std::lock_guard lock(mutex);
+    MacPtr& mac = fetched[libCtx];
+    if (!mac)
+        mac.reset(EVP_MAC_fetch(libCtx, "HMAC", nullptr));
+    return mac.get();
+}
+
 bool computeMac(const HashAlgorithm& alg, const void* data, size_t len, const void* key, size_t keyLen,
                 std::string& mac) {
     OSSL_LIB_CTX* libCtx = digestLibCtx(alg.evpName);
     if (!libCtx)
         return false;
-    const MacPtr hmac(EVP_MAC_fetch(libCtx, "HMAC", nullptr));
-    const MacCtxPtr ctx(hmac ? EVP_MAC_CTX_new(hmac.get()) : nullptr);
+    EVP_MAC* hmac = hmacIn(libCtx);
+    const MacCtxPtr ctx(hmac ? EVP_MAC_CTX_new(hmac) : nullptr);
     if (!ctx)
         return false;
     const OSSL_PARAM params[] = {

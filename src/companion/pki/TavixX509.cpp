@@ -1,6 +1,7 @@
 #include "companion/pki/TavixX509.h"
 
 #include "companion/log/LogBase.h"
+#include "companion/pki/DecodedCertificateCache.h"
 #include "companion/pki/PkiHandles.h"
 #include "companion/pki/SerialNumberText.h"
 #include "companion/pki/X509NameText.h"
@@ -42,16 +43,14 @@ TavixX509& TavixX509::operator=(const TavixX509& other) {
 bool TavixX509::loadX509Der(const DataBuffer& der, LogBase& log) {
     m_x509.reset();
     m_der.clear();
-    const unsigned char* p = der.getData();
-    X509Ptr x509(d2i_X509(nullptr, &p, static_cast<long>(der.getSize())));
-    if (!x509) {
-        ERR_clear_error();
+    DecodedCertificateCache::Certificate decoded = DecodedCertificateCache::process().certificate(der.view());
+    if (!decoded.x509) {
         log.LogError("The bytes are not a DER X.509 certificate.");
         log.LogDataLong("numBytes", der.getSize());
         return false;
     }
-    m_der.assign(reinterpret_cast<const char*>(der.getData()), static_cast<size_t>(p - der.getData()));
-    m_x509 = std::move(x509);
+    m_der.assign(der.view().substr(0, decoded.derLength));
+    m_x509 = std::move(decoded.x509);
     return true;
 }
 
@@ -73,6 +72,10 @@ bool TavixX509::get_PublicKey(DataBuffer& out, LogBase& log) const {
         return false;
     }
     return out.append(der, static_cast<size_t>(n));
+}
+
+PkeyPtr TavixX509::publicKey() const {
+    return isLoaded() ? DecodedCertificateCache::process().publicKey(m_der, *m_x509) : nullptr;
 }
 
 bool TavixX509::get_SerialNumber(StringBuffer& out) const {

@@ -33,6 +33,9 @@ public:
     bool getCertDer(DataBuffer& out) const;
     // The DER SubjectPublicKeyInfo, whatever the algorithm.
     bool get_PublicKey(DataBuffer& out, LogBase& log) const;
+    // The public key, decoded once for all holders of the same certificate
+    // bytes; null when nothing is loaded or the key cannot be decoded.
+    PkeyPtr publicKey() const;
     bool get_SerialNumber(StringBuffer& out) const;
     // The common name of the issuer (its most specific CN when it has
     // several); false when the issuer has none.

@@ -1,0 +1,117 @@
+#include "PkiTestSupport.h"
+
+#include "companion/log/LogBase.h"
+#include "companion/pki/DecodedCertificateCache.h"
+#include "companion/pki/TavixX509.h"
+#include "companion/text/StringBuffer.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+using pki_test::CertWorkshop;
+using Cert = pki_test::CertWorkshop::Request;
+
+namespace {
+
+// The same certificate with its last signature byte changed: still a
+// certificate to the decoder, but other bytes.
+std::string variant(std::string der, int n) {
+    der.back() = static_cast<char>(static_cast<unsigned char>(der.back()) ^ (n & 0xff));
+    der[der.size() - 2] = static_cast<char>(static_cast<unsigned char>(der[der.size() - 2]) ^ (n >> 8));
+    return der;
+}
+
+TavixX509 loaded(const std::string& der) {
+    DataBuffer bytes;
+    bytes.append(der);
+    LogNull log;
+    TavixX509 cert;
+    EXPECT_TRUE(cert.loadX509Der(bytes, log));
+    return cert;
+}
+
+class DecodedCertificateCacheTest : public ::testing::Test {
+protected:
+    void SetUp() override {
+        DecodedCertificateCache::process().clear();
+        ASSERT_TRUE(m_ws.make("a", Cert("/CN=Cache A")));
+        ASSERT_TRUE(m_ws.make("b", Cert("/CN=Cache B")));
+        m_a = std::string(m_ws.der("a").view());
+        m_b = std::string(m_ws.der("b").view());
+    }
+
+    CertWorkshop m_ws;
+    std::string m_a, m_b;
+};
+
+TEST_F(DecodedCertificateCacheTest, OnlyByteIdenticalCertificatesShareTheDecodedKey) {
+    const TavixX509 first = loaded(m_a), again = loaded(m_a);
+    EXPECT_EQ(first.x509(), again.x509());
+    EXPECT_EQ(first.publicKey().get(), again.publicKey().get());
+
+    const TavixX509 other = loaded(m_b);
+    EXPECT_NE(other.x509(), first.x509());
+    EXPECT_NE(other.publicKey().get(), first.publicKey().get());
+    EXPECT_NE(EVP_PKEY_eq(other.publicKey().get(), first.publicKey().get()), 1);
+
+    // Differing bytes with the same key inside get a decoding of their own.
+    const TavixX509 changed = loaded(variant(m_a, 1));
+    EXPECT_NE(changed.x509(), first.x509());
+    EXPECT_NE(changed.publicKey().get(), first.publicKey().get());
+    EXPECT_EQ(EVP_PKEY_eq(changed.publicKey().get(), first.publicKey().get()), 1);
+
+    // Bytes after the certificate are not part of it.
+    const TavixX509 trailed = loaded(m_a + "tail");
+    DataBuffer der;
+    ASSERT_TRUE(trailed.getCertDer(der));
+    EXPECT_EQ(der.view(), m_a);
+}
+
+TEST_F(DecodedCertificateCacheTest, KeepsAtMostItsBoundLeastRecentlyUsedFirst) {
+    DecodedCertificateCache& cache = DecodedCertificateCache::process();
+    const X509* firstA = loaded(m_a).x509();
+    for (size_t i = 1; i <= DecodedCertificateCache::kMaxEntries + 10; ++i) {
+        loaded(variant(m_b, static_cast<int>(i)));
+        if (i % 16 == 0) {
+            EXPECT_EQ(loaded(m_a).x509(), firstA) << "a recently used entry was evicted at " << i;
+        }
+        EXPECT_LE(cache.size(), DecodedCertificateCache::kMaxEntries);
+    }
+    EXPECT_EQ(cache.size(), DecodedCertificateCache::kMaxEntries);
+    EXPECT_EQ(loaded(m_a).x509(), firstA);
+
+    const std::string large(DecodedCertificateCache::kMaxCertificateBytes, 'x');
+    const size_t before = cache.size();
+    loaded(m_b + large);
+    EXPECT_EQ(cache.size(), before) << "an oversized input was kept";
+}
+
+// Run under ThreadSanitizer by scripts/run-sanitized-checks.
+TEST_F(DecodedCertificateCacheTest, EightThreadsShareOneDecoding) {
+    constexpr int kThreads = 8;
+    std::vector<const EVP_PKEY*> keys(kThreads);
+    std::vector<int> wrongKeys(kThreads, 0);
+    const PkeyPtr expected = loaded(m_a).publicKey();
+    std::vector<std::thread> threads;
+    for (int t = 0; t < kThreads; ++t)
+        threads.emplace_back([&, t] {
+            for (int i = 0; i < 200; ++i) {
+                const TavixX509 cert = loaded(i % 2 ? m_a : variant(m_b, i % 40 + 1));
+                const PkeyPtr key = cert.publicKey();
+                StringBuffer cn;
+                cert.get_SubjectCN(cn);
+                wrongKeys[t] += !key || (i % 2 && key.get() != expected.get());
+            }
+            keys[t] = loaded(m_a).publicKey().get();
+        });
+    for (std::thread& t : threads)
+        t.join();
+    EXPECT_EQ(wrongKeys, std::vector<int>(kThreads, 0));
+    for (const EVP_PKEY* key : keys)
+        EXPECT_EQ(key, expected.get());
+}
+
+} // namespace
