@@ -61,7 +61,22 @@ Reference::Target targetOf(ReferenceOutcome::Target target) {
 
 } // namespace
 
-Signer signerReport(const SignerIdentity& signer) {
+const Certificate& CertificateReports::of(X509* cert) {
+    for (const auto& [kept, report] : m_kept)
+        if (kept.get() == cert)
+            return report;
+    std::pair<X509Ptr, Certificate> entry{sharedX509(cert), certificateReport(cert)};
+    if (m_kept.size() < kKept) {
+        m_kept.push_back(std::move(entry));
+        return m_kept.back().second;
+    }
+    const size_t slot = m_next;
+    m_next = (m_next + 1) % kKept;
+    m_kept[slot] = std::move(entry);
+    return m_kept[slot].second;
+}
+
+Signer signerReport(const SignerIdentity& signer, CertificateReports& certificates) {
     Signer out;
     out.keySource = keySourceText(signer.source);
     out.algorithm = signer.algorithmName();
@@ -69,7 +84,7 @@ Signer signerReport(const SignerIdentity& signer) {
     out.keyType = keyTypeName(signer);
     out.keyBits = signer.keyBits;
     if (signer.certificate)
-        out.certificate = certificateReport(signer.certificate.get());
+        out.certificate = certificates.of(signer.certificate.get());
     out.signingTime = signer.signingTime;
     out.signingTimeSource = signer.signingTimeSource;
     return out;

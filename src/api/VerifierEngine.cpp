@@ -184,7 +184,7 @@ SignatureResult VerifierEngine::verifySelected(int index) {
     r.failedReferences = failedReferences(log);
     r.references = referenceReport(m_dsig->referenceOutcomes());
     if (r.valid) {
-        r.signer = signerReport(m_dsig->signer());
+        r.signer = signerReport(m_dsig->signer(), m_certificateReports);
         judgeTrust(r);
     } else {
         r.reason = failureReason(log, r.failedReferences);

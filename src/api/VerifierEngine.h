@@ -3,6 +3,8 @@
 #include "xmldsig/Result.h"
 #include "xmldsig/Settings.h"
 
+#include "api/ResultReport.h"
+
 #include "companion/crypto/OpensslPtr.h"
 #include "companion/text/RefCountedObject.h"
 
@@ -47,6 +49,7 @@ private:
     RefPtr<ClsXmlCertVault> m_vault;
     // The vault's certificates, as intermediates for a chain (owned by it).
     std::vector<X509*> m_certificatePool;
+    CertificateReports m_certificateReports;
 };
 
 } // namespace xmldsig
