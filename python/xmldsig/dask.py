@@ -15,6 +15,8 @@ must be readable on the workers). A path with a scheme (``s3://...``,
 from __future__ import annotations
 
 import os
+from collections.abc import Iterable, Mapping
+from typing import TYPE_CHECKING, Any
 
 import dask
 import dask.bag
@@ -22,6 +24,9 @@ import dask.dataframe
 import pandas
 
 from . import Error, Verifier
+
+if TYPE_CHECKING:
+    import distributed
 
 # One row per signature; a document that cannot be verified at all gives one
 # row with signature -1 and verdict "ERROR".
@@ -96,7 +101,13 @@ def _default_client():
     return _local_client
 
 
-def verify_many(paths_or_bag, settings=None, client=None, *, npartitions=None):
+def verify_many(
+    paths_or_bag: Iterable[str | os.PathLike[str]] | dask.bag.Bag,
+    settings: Mapping[str, Any] | None = None,
+    client: distributed.Client | None = None,
+    *,
+    npartitions: int | None = None,
+) -> dask.dataframe.DataFrame:
     """Verifies every document (a sequence of paths, or a dask.bag.Bag of
     them) on the cluster `client` points at, and returns a Dask DataFrame
     (file, signature, verdict, reason, signer, trusted) already being computed
