@@ -30,7 +30,11 @@ def test_two_worker_cluster_gives_the_tools_verdicts_on_the_real_corpus(tool):
     with distributed.LocalCluster(n_workers=2, threads_per_worker=1, processes=True,
                                   dashboard_address=None) as cluster, distributed.Client(cluster) as client:
         frame = xmldsig.dask.verify_many(files, {"all": True}, client).compute()
+        # A URL is read into bytes through fsspec, as an object-store path would be.
+        url = "file://" + files[0]
+        by_url = xmldsig.dask.verify_many([url], {"all": True}, client).compute()
     assert list(frame.columns) == list(xmldsig.dask.COLUMNS)
+    assert list(by_url.verdict) == list(frame[frame.file == files[0]].verdict)
     ours = {(f, int(s)): v for f, s, v in zip(frame.file, frame.signature, frame.verdict)}
     assert ours == tool_verdicts(tool, files)
     assert set(frame.file) == set(files)
