@@ -1,0 +1,113 @@
+import datetime
+import os
+from collections.abc import Iterable, Mapping
+from typing import Any, Literal, Union
+
+_Path = Union[str, os.PathLike[str]]
+_Paths = Union[_Path, Iterable[_Path]]
+_Document = Union[bytes, bytearray, memoryview, _Path]
+
+class Error(ValueError):
+    code: str
+
+class FileError(Error, OSError): ...
+
+class Signer:
+    key_source: str
+    algorithm: str
+    signature_method: str
+    key_type: str
+    key_bits: int
+    subject: str | None
+    issuer: str | None
+    serial_number: str | None
+    not_before: str | None
+    not_after: str | None
+    sha256_fingerprint: str | None
+    certificate_der: bytes | None
+    signing_time: str | None
+    signing_time_source: str | None
+
+class Reference:
+    index: int
+    uri: str
+    target: Literal["element", "document", "external", "unresolved"]
+    element: str | None
+    path: str | None
+    line: int
+    offset: int
+    external_file: str | None
+    transforms: list[str]
+    digest_method: str
+    matched: bool
+    failure: str | None
+
+class SignatureResult:
+    index: int
+    id: str
+    valid: bool
+    verdict: Literal["VALID", "INVALID"]
+    reason: str
+    signer: Signer | None
+    trusted: bool | None
+    trust_anchor: str | None
+    trust_reason: str | None
+    trust_time: str | None
+    references: list[Reference]
+    log_text: str
+    log_json: dict[str, Any] | None
+
+class Verifier:
+    def __init__(
+        self,
+        *,
+        keys: _Paths = ...,
+        certs: _Paths = ...,
+        trust: _Paths = ...,
+        crls: _Paths = ...,
+        at: str | datetime.datetime | float | None = ...,
+        hmac_key: str | bytes | None = ...,
+        options: str = ...,
+        all: bool = ...,
+        signature_id: str | None = ...,
+        selector: int = ...,
+        check_references: bool = ...,
+        ext_dirs: _Paths = ...,
+        ref_data: Mapping[int, _Path] | None = ...,
+        ignore_external_refs: bool = ...,
+        verify_options: str | Mapping[str, Any] | None = ...,
+        log_json: bool = ...,
+        verbose: bool = ...,
+    ) -> None: ...
+    def verify(self, data: _Document) -> list[SignatureResult]: ...
+
+def verify(
+    data: _Document,
+    *,
+    keys: _Paths = ...,
+    certs: _Paths = ...,
+    trust: _Paths = ...,
+    crls: _Paths = ...,
+    at: str | datetime.datetime | float | None = ...,
+    hmac_key: str | bytes | None = ...,
+    options: str = ...,
+    all: bool = ...,
+    signature_id: str | None = ...,
+    selector: int = ...,
+    check_references: bool = ...,
+    ext_dirs: _Paths = ...,
+    ref_data: Mapping[int, _Path] | None = ...,
+    ignore_external_refs: bool = ...,
+    verify_options: str | Mapping[str, Any] | None = ...,
+    log_json: bool = ...,
+    verbose: bool = ...,
+) -> list[SignatureResult]: ...
+def c14n(
+    data: _Document,
+    *,
+    exclusive: bool = ...,
+    c14n11: bool = ...,
+    with_comments: bool = ...,
+    prefixes: str | Iterable[str] = ...,
+    fragment: str | None = ...,
+) -> bytes: ...
