@@ -18,8 +18,12 @@ def tool_verdicts(tool, files):
     for line in run.stdout.splitlines():
         file, index, verdict = VERDICT_LINE.match(line).groups()
         verdicts[(file, int(index))] = verdict
+    # Error lines name their file; the run's summary line names none.
     for line in run.stderr.splitlines():
-        verdicts[(next(f for f in files if line.startswith(f + ":")), -1)] = "ERROR"
+        message = line.removeprefix("xmldsig: ")
+        failed = next((f for f in files if message.startswith(f + ":")), None)
+        if failed:
+            verdicts[(failed, -1)] = "ERROR"
     return verdicts
 
 
