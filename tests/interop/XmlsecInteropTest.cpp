@@ -333,27 +333,33 @@ TEST_F(XmlsecInterop, HmacTruncatedBelowTheMinimumIsRefused) {
 
 // What Canonical XML 1.1 signs of a fragment's ancestors: their joined base,
 // language and space, but not their xml:id.
-TEST_P(XmlsecInterop, AncestorXmlAttributesSignedAsC14n11Says) {
-    const InteropCase& c = GetParam();
-    if (c.layout != Layout::InContext)
-        GTEST_SKIP() << "no xml:* attributes around the signed fragment";
-    const std::string doc = signedDocument(c);
-    ASSERT_FALSE(doc.empty());
+TEST_F(XmlsecInterop, AncestorXmlAttributesSignedAsC14n11Says) {
     const std::pair<const char*, const char*> signedChanges[] = {
         {"xml:base=\"sub/../other/\"", "xml:base=\"sub/../others/\""},
         {"xml:base=\"http://example.org/dir/\"", "xml:base=\"http://example.org/dir2/\""},
         {"xml:lang=\"en\"", "xml:lang=\"de\""},
         {"xml:space=\"preserve\"", "xml:space=\"default\""},
     };
-    for (const auto& [from, to] : signedChanges) {
-        SCOPED_TRACE(to);
-        auto dsig = verifier(c, replaced(doc, from, to));
-        EXPECT_FALSE(dsig->VerifySignature(true));
-        EXPECT_EQ(failedReferenceIndexes(*dsig), std::vector<int>{0});
-        EXPECT_FALSE(dsig->VerifySignature(false));
+    int checked = 0;
+    for (const InteropCase& c : kCases) {
+        // Only a fragment in context has xml:* attributes around it.
+        if (c.layout != Layout::InContext)
+            continue;
+        SCOPED_TRACE(c.name);
+        const std::string doc = signedDocument(c);
+        ASSERT_FALSE(doc.empty());
+        for (const auto& [from, to] : signedChanges) {
+            SCOPED_TRACE(to);
+            auto dsig = verifier(c, replaced(doc, from, to));
+            EXPECT_FALSE(dsig->VerifySignature(true));
+            EXPECT_EQ(failedReferenceIndexes(*dsig), std::vector<int>{0});
+            EXPECT_FALSE(dsig->VerifySignature(false));
+        }
+        auto dsig = verifier(c, replaced(doc, "xml:id=\"top\"", "xml:id=\"other\""));
+        EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
+        ++checked;
     }
-    auto dsig = verifier(c, replaced(doc, "xml:id=\"top\"", "xml:id=\"other\""));
-    EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
+    EXPECT_GT(checked, 0);
 }
 
 // Names the case in test listings instead of dumping its bytes.
