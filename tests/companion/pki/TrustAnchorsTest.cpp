@@ -17,8 +17,6 @@ using trust_test::TrustFixtures;
 
 namespace {
 
-constexpr const char* kNoLocalIssuer = "unable to get local issuer certificate";
-
 const TrustFixtures& fixtures() {
     return TrustFixtures::shared();
 }
@@ -61,51 +59,20 @@ private:
     X509Ptr m_intermediate;
 };
 
-TEST(TrustAnchors, ChainsThroughThePoolToAnAnchor) {
-    TrustAnchors none;
-    EXPECT_TRUE(none.empty());
-    const TrustAnchors root = anchorsOf({fixtures().root()});
-    EXPECT_FALSE(root.empty());
-
-    const ChainOutcome viaPool = Chain(root).withIntermediate(Signer::Good);
-    EXPECT_TRUE(viaPool.trusted) << viaPool.reason;
-    EXPECT_EQ(viaPool.anchorSubject, TrustFixtures::kRootSubject);
-    EXPECT_TRUE(viaPool.reason.empty());
-
-    const ChainOutcome missing = Chain(root).alone(Signer::Good);
-    EXPECT_FALSE(missing.trusted);
-    EXPECT_EQ(missing.reason, kNoLocalIssuer);
-    EXPECT_TRUE(missing.anchorSubject.empty());
-
-    const ChainOutcome unrelated = Chain(anchorsOf({fixtures().unrelatedRoot()})).withIntermediate(Signer::Good);
-    EXPECT_FALSE(unrelated.trusted);
-    EXPECT_EQ(unrelated.reason, kNoLocalIssuer);
-
-    // An intermediate given as an anchor ends the chain there.
+// The chain cases the tool's trust tests cover end to end (missing or
+// unrelated issuer, expiry, key usage, revocation) are not repeated here.
+TEST(TrustAnchors, AnIntermediateAnchorEndsTheChain) {
+    EXPECT_TRUE(TrustAnchors().empty());
     const ChainOutcome partial = Chain(anchorsOf({fixtures().intermediate()})).alone(Signer::Good);
     EXPECT_TRUE(partial.trusted) << partial.reason;
     EXPECT_EQ(partial.anchorSubject, TrustFixtures::kIntermediateSubject);
-}
-
-TEST(TrustAnchors, ChecksValidityAtTheGivenTime) {
     const TrustAnchors root = anchorsOf({fixtures().root()});
-    const Chain chain(root);
-    EXPECT_EQ(chain.withIntermediate(Signer::Expired).reason, "certificate has expired");
-    const ChainOutcome then = chain.withIntermediate(Signer::Expired, TrustFixtures::kWhileExpiredWasValid);
-    EXPECT_TRUE(then.trusted) << then.reason;
-    EXPECT_EQ(chain.withIntermediate(Signer::Good, TrustFixtures::kWhileExpiredWasValid).reason,
+    EXPECT_EQ(Chain(root).withIntermediate(Signer::Good, TrustFixtures::kWhileExpiredWasValid).reason,
               "certificate is not yet valid");
 }
 
-TEST(TrustAnchors, RequiresASigningKeyUsageWhenTheExtensionIsPresent) {
-    const TrustAnchors root = anchorsOf({fixtures().root()});
-    const ChainOutcome encipherment = Chain(root).withIntermediate(Signer::Encipherment);
-    EXPECT_FALSE(encipherment.trusted);
-    EXPECT_NE(encipherment.reason.find("digitalSignature nor nonRepudiation"), std::string::npos)
-        << encipherment.reason;
-    EXPECT_TRUE(encipherment.anchorSubject.empty());
-
-    // A self-signed anchor of its own without the extension signs.
+// Without a keyUsage extension any key may sign.
+TEST(TrustAnchors, NoKeyUsageExtensionAllowsSigning) {
     test_support::TempDir dir;
     test_support::runOpenssl(dir.path(), "req -x509 -nodes -newkey ec -pkeyopt ec_paramgen_curve:P-256 -keyout k.pem "
                                          "-out plain.pem -subj /CN=Plain -days 1 -addext basicConstraints=CA:FALSE");
@@ -114,22 +81,6 @@ TEST(TrustAnchors, RequiresASigningKeyUsageWhenTheExtensionIsPresent) {
     const ChainOutcome outcome = anchorsOf({dir.path() / "plain.pem"}).check(plain.get(), {}, std::time(nullptr));
     EXPECT_TRUE(outcome.trusted) << outcome.reason;
     EXPECT_EQ(outcome.anchorSubject, "CN=Plain");
-}
-
-TEST(TrustAnchors, RefusesARevokedSignerOnlyWithItsCrl) {
-    const TrustAnchors withoutCrl = anchorsOf({fixtures().root()});
-    EXPECT_TRUE(Chain(withoutCrl).withIntermediate(Signer::Revoked).trusted);
-
-    TrustAnchors withCrl = anchorsOf({fixtures().root()});
-    std::string error;
-    ASSERT_TRUE(withCrl.addCrls(fixtures().crl().string(), error)) << error;
-    const Chain chain(withCrl);
-    EXPECT_EQ(chain.withIntermediate(Signer::Revoked).reason, "certificate revoked");
-    EXPECT_TRUE(chain.withIntermediate(Signer::Good).trusted);
-
-    TrustAnchors wrongFile;
-    EXPECT_FALSE(wrongFile.addCrls(fixtures().root().string(), error));
-    EXPECT_EQ(error, fixtures().root().string() + ": no CRL could be read");
 }
 
 TEST(TrustAnchors, ReadsDirectoriesAndBundles) {
