@@ -154,7 +154,6 @@ void LoopbackTsa::handle(int client) {
         m_firstAnswer = answer;
     sendAll(client, "HTTP/1.1 200 OK\r\nContent-Type: application/timestamp-reply\r\nContent-Length: " +
                         std::to_string(answer.size()) + "\r\nConnection: close\r\n\r\n" + answer);
-    ++m_answered;
 }
 
 } // namespace timestamp_test

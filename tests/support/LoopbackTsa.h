@@ -35,7 +35,6 @@ public:
     LoopbackTsa& operator=(const LoopbackTsa&) = delete;
 
     std::string url() const;
-    int requestsAnswered() const { return m_answered.load(); }
     // The header block of the last request read.
     std::string lastHeaders() const;
 
@@ -55,7 +54,6 @@ private:
     int m_port = 0;
     std::vector<int> m_heldOpen;
     std::atomic<bool> m_stop{false};
-    std::atomic<int> m_answered{0};
     int m_requestCount = 0;
     std::string m_firstAnswer;
     mutable std::mutex m_mutex;

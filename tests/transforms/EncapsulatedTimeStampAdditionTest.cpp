@@ -148,13 +148,6 @@ TEST_F(TimeStampAddition, FailuresAndRefusals) {
         EXPECT_TRUE(logHas(verifyLog, LogBase::Kind::Error, "Failed to parse ASN.1 of encapsulated timestamp."));
     }
     {
-        LogBase log;
-        const std::string once = addTimeStamp(s_lab->sign(kXadesBesTemplate), s_tsa->url(), log);
-        ASSERT_FALSE(once.empty());
-        EXPECT_EQ(addTimeStamp(once, s_tsa->url(), log), "");
-        EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "Already has an EncapsulatedTimeStamp."));
-    }
-    {
         const std::string sig =
             "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Id=\"s\"><ds:SignedInfo/>";
         struct Case {
