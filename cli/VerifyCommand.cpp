@@ -14,7 +14,7 @@
 namespace {
 
 constexpr const char* kUsage =
-    "usage: xmldsig verify [--selector N | --signature-id ID | --all] [--no-refs] [--key FILE]\n"
+    "usage: xmldsig verify [--selector N | --signature-id ID | --all] [--no-refs] [--key FILE]...\n"
     "         [--cert FILE|DIR]... [--hmac-key TEXT [--hmac-encoding ascii|hex|base64]]\n"
     "         [--trust FILE|DIR]... [--crl FILE]... [--at TIME]\n"
     "         [--ext-dir DIR[;DIR...]] [--ref-data INDEX=FILE]... [--ignore-external-refs]\n"

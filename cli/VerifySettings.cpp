@@ -68,9 +68,10 @@ private:
     }
 
     bool keys() {
-        std::string keyFile, hmacKey, encoding = "ascii";
-        if (m_args.takeValue("--key", keyFile) && !accepted(m_s.setKeyFile(keyFile)))
-            return false;
+        std::string hmacKey, encoding = "ascii";
+        for (const std::string& path : m_args.takeValues("--key"))
+            if (!accepted(m_s.addKeyFile(path)))
+                return false;
         for (const std::string& path : m_args.takeValues("--cert"))
             if (!accepted(m_s.addCertificates(path)))
                 return false;

@@ -31,8 +31,9 @@ public:
     Settings& operator=(Settings&&) noexcept;
 
     // Keys and certificates.
-    // A public key or certificate (PEM or DER) tried for every signature.
-    Status setKeyFile(std::string_view path);
+    // A public key or certificate (PEM or DER) tried for every signature,
+    // after what KeyInfo yields; several may be added.
+    Status addKeyFile(std::string_view path);
     // Certificates (a file, a bundle or a folder) that KeyInfo references are
     // looked up in, and that a chain to a trust anchor may pass through.
     Status addCertificates(std::string_view path);

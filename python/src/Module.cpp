@@ -36,7 +36,7 @@ void registerSettings(py::module_& m) {
     using S = xmldsig::Settings;
     py::class_<S>(m, "_Settings")
         .def(py::init<>())
-        .def("set_key_file", raising(&S::setKeyFile))
+        .def("add_key_file", raising(&S::addKeyFile))
         .def("add_certificates", raising(&S::addCertificates))
         .def("set_hmac_key", raising(&S::setHmacKey))
         .def("add_trust_anchors", raising(&S::addTrustAnchors))

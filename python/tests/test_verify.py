@@ -19,7 +19,8 @@ def test_examples_verify_with_signer_and_references():
     assert [(r.uri, r.target, r.matched, r.failure) for r in sig.references] == [("", "document", True, None)]
     assert "VerifySignature" in sig.log_text and sig.log_json is None
 
-    [ecdsa] = xmldsig.verify(str(EXAMPLES / "exc-c14n-ecdsa.xml"), keys=EXAMPLES / "keys" / "ecdsa-signer.pem")
+    keys = [EXAMPLES / "keys" / "rsa-signer.pem", EXAMPLES / "keys" / "ecdsa-signer.pem"]
+    [ecdsa] = xmldsig.verify(str(EXAMPLES / "exc-c14n-ecdsa.xml"), keys=keys)
     assert ecdsa.valid and ecdsa.signer.key_type == "ec"
     [hmac] = xmldsig.verify(EXAMPLES / "hmac-sha256.xml", hmac_key=HMAC_SECRET, log_json=True)
     assert hmac.valid and hmac.signer.subject is None and hmac.signer.key_source == "HMAC secret"

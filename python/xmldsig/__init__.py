@@ -56,11 +56,8 @@ def _settings(keys=_NO_PATHS, certs=_NO_PATHS, trust=_NO_PATHS, crls=_NO_PATHS, 
               options="", all=False, signature_id=None, selector=0, check_references=True, ext_dirs=_NO_PATHS,
               ref_data=None, ignore_external_refs=False, verify_options=None, log_json=False, verbose=False):
     s = _Settings()
-    key_files = _path_list(keys)
-    if len(key_files) > 1:
-        raise _error(Error, "keys: one key file at most (give further certificates with certs=)", "bad_option")
-    for key in key_files:
-        s.set_key_file(key)
+    for key in _path_list(keys):
+        s.add_key_file(key)
     for path in _path_list(certs):
         s.add_certificates(path)
     for path in _path_list(trust):
@@ -111,7 +108,7 @@ class Verifier:
     released while it works).
 
     Keyword arguments (all optional):
-      keys: a public key or certificate file (PEM or DER) tried for every signature
+      keys: public key or certificate files (PEM or DER) tried for every signature
       certs: certificate files or folders that KeyInfo may refer to
       trust, crls: trust anchors and CRLs; a valid signature then stands only
           when its signer chains to an anchor

@@ -68,11 +68,11 @@ SettingsData& Settings::mutableData() {
     return *m_data;
 }
 
-Status Settings::setKeyFile(std::string_view path) {
+Status Settings::addKeyFile(std::string_view path) {
     std::string p(path);
     if (!readableKey(p))
         return failure(Errc::bad_key, p + ": not a public key or certificate");
-    mutableData().keyFile = std::move(p);
+    mutableData().keyFiles.push_back(std::move(p));
     return {};
 }
 

@@ -15,7 +15,7 @@ namespace xmldsig {
 struct SettingsData {
     enum class Selection { Index, Id, All };
 
-    std::string keyFile;
+    std::vector<std::string> keyFiles;
     std::vector<std::string> certPaths;
     std::optional<std::string> hmacKey;
     std::string hmacEncoding = "ascii";

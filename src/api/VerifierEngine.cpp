@@ -43,11 +43,12 @@ VerifierEngine::~VerifierEngine() = default;
 // here, for this engine alone.
 Status VerifierEngine::configure() {
     const SettingsData& s = m_settings.data();
-    if (!s.keyFile.empty()) {
-        m_key.reset(ClsPublicKey::createNewCls());
-        XString path = utf8(s.keyFile);
-        if (!m_key->LoadFromFile(path))
-            return failure(Errc::bad_key, s.keyFile + ": not a public key or certificate");
+    for (const std::string& file : s.keyFiles) {
+        RefPtr<ClsPublicKey> key(ClsPublicKey::createNewCls());
+        XString path = utf8(file);
+        if (!key->LoadFromFile(path))
+            return failure(Errc::bad_key, file + ": not a public key or certificate");
+        m_dsig->addCallerKey(*key);
     }
     if (!s.certPaths.empty()) {
         m_vault.reset(ClsXmlCertVault::createNewCls());
@@ -168,9 +169,7 @@ bool VerifierEngine::selectedIndexes(Result& result, const std::string& name, st
 SignatureResult VerifierEngine::verifySelected(int index) {
     const SettingsData& s = m_settings.data();
     m_dsig->put_Selector(index);
-    // Keys and reference data are kept per signature index.
-    if (m_key)
-        m_dsig->SetPublicKey(*m_key);
+    // Reference data is kept per signature index.
     for (const auto& [refIndex, file] : s.refData) {
         XString path = utf8(file);
         m_dsig->SetRefDataFile(refIndex, path);

@@ -45,7 +45,6 @@ private:
     Settings m_settings;
     Status m_configured;
     std::unique_ptr<ClsXmlDSig> m_dsig;
-    RefPtr<ClsPublicKey> m_key;
     RefPtr<ClsXmlCertVault> m_vault;
     // The vault's certificates, as intermediates for a chain (owned by it).
     std::vector<X509*> m_certificatePool;

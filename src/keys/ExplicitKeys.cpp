@@ -22,6 +22,12 @@ bool ClsXmlDSig::SetPublicKey(ClsPublicKey& key) {
     return true;
 }
 
+void ClsXmlDSig::addCallerKey(ClsPublicKey& key) {
+    CritSecExitor lock(m_critSec);
+    key.incRefCount();
+    m_callerKeys.appendRefCounted(&key);
+}
+
 bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
     CritSecExitor lock(m_critSec);
     LogContextExitor ctx(*this, "SetHmacKey");

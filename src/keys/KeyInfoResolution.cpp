@@ -96,6 +96,11 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
             explicitKey->incRefCount();
             keys.appendRefCounted(explicitKey);
         }
+        for (int i = 0; i < m_callerKeys.getSize(); ++i) {
+            auto* callerKey = static_cast<ClsPublicKey*>(m_callerKeys.elementAt(i));
+            callerKey->incRefCount();
+            keys.appendRefCounted(callerKey);
+        }
     }
     return keys.getSize() > 0;
 }

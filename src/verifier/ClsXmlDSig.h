@@ -88,6 +88,9 @@ public:
     // the secret of HMAC signature methods.
     bool SetPublicKey(ClsPublicKey& key);
     bool SetHmacKey(XString& key, XString& encoding);
+    // A key tried for every signature, after those of KeyInfo and the one
+    // set for the signature's index; the caller may give several.
+    void addCallerKey(ClsPublicKey& key);
 
     // What each reference of the last verification covered and whether its
     // digest matched (empty when the references were not checked).
@@ -347,6 +350,7 @@ private:
     XString m_externalRefDirs;
     ExtPtrArrayRc m_signatures;
     ExtPtrArrayRc m_publicKeys;
+    ExtPtrArrayRc m_callerKeys;
     ExtPtrArray m_refExternalData;
     bool m_reservedFlag = true;
     // The last signature location found in m_sigXml; cleared by a load.

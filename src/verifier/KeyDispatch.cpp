@@ -215,7 +215,9 @@ void ClsXmlDSig::noteSigner(const SignedInfoCheck& check, const ClsPublicKey* ke
         m_signer.source = KeySource::HmacSecret;
         return;
     }
-    const bool callerKey = key == static_cast<const ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
+    bool callerKey = key == static_cast<const ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
+    for (int i = 0; i < m_callerKeys.getSize(); ++i)
+        callerKey = callerKey || key == keyAt(m_callerKeys, i);
     m_signer.source = callerKey ? KeySource::CallerKey : static_cast<KeySource>(key->originTag());
     m_signer.keyType = key->keyType();
     m_signer.keyBits = key->bitLength();

@@ -79,7 +79,8 @@ TEST(VerifyTrust, KeysWithoutCertificate) {
     document.erase(keyInfo, document.find("</ds:KeyInfo>") + 13 - keyInfo);
     const TempDir dir;
     writeFile(dir.path() / "bare.xml", document);
-    r = verify(root + "--key " + q(examples / "keys" / "ecdsa-signer.pem") + " " + q(dir.path() / "bare.xml"));
+    r = verify(root + "--key " + q(examples / "keys" / "rsa-signer.pem") + " --key " +
+               q(examples / "keys" / "ecdsa-signer.pem") + " " + q(dir.path() / "bare.xml"));
     EXPECT_EQ(r.exitCode, 0) << r.out << r.err;
     EXPECT_NE(verdictOf(r).find("signer trusted (caller's key)"), std::string::npos) << r.out;
 

@@ -284,7 +284,7 @@ TEST(RealCorpus, SignerSubjectsAgreeWithOpenssl) {
         settings.selectAll();
         settings.setOptions(in.options);
         if (!in.key.empty()) {
-            ASSERT_TRUE(settings.setKeyFile(in.key.string()));
+            ASSERT_TRUE(settings.addKeyFile(in.key.string()));
         }
         for (const fs::path& cert : in.certs) {
             ASSERT_TRUE(settings.addCertificates(cert.string()));
