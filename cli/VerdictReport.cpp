@@ -126,7 +126,7 @@ nlohmann::json signatureJson(const SignatureResult& s) {
 
 } // namespace
 
-void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, bool trustChecked, std::ostream& out) {
+void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, std::ostream& out) {
     for (const FileVerdict& file : results) {
         if (!file.result.status)
             continue;
@@ -138,7 +138,8 @@ void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, bo
             if (!s.valid)
                 out << ": " << s.reason;
             else if (s.signer)
-                out << ' ' << signerText(*s.signer) << (trustChecked ? ", " : "; ") << trustText(s.trust);
+                out << ' ' << signerText(*s.signer) << (s.trust.status == Trust::Status::NotChecked ? "; " : ", ")
+                    << trustText(s.trust);
             out << '\n';
             if (withLog)
                 out << s.logText << '\n';

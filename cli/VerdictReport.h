@@ -15,7 +15,7 @@ struct FileVerdict {
 // A line per signature: file, index, Id, VALID with the signer and its
 // trust, or INVALID and the reason; with `withLog`, each signature's log
 // follows its line.
-void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, bool trustChecked, std::ostream& out);
+void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, std::ostream& out);
 
 // One JSON document: per file and signature the verdict, RefFailReason, the
 // failing reference indexes, the signer, the trust, the references and the

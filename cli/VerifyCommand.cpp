@@ -111,7 +111,7 @@ int runVerify(CommandLine& args) {
     if (settings.json)
         printVerdictJson(results, std::cout);
     else
-        printVerdictLines(results, settings.printLog, settings.trustChecked, std::cout);
+        printVerdictLines(results, settings.printLog, std::cout);
     if (results.size() > 1)
         std::cerr << summaryLine(results) << '\n';
     return exitCode(results);

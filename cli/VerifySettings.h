@@ -11,7 +11,6 @@ class CommandLine;
 // to run and report.
 struct VerifySettings {
     xmldsig::Settings verification;
-    bool trustChecked = false;
     bool printLog = false;
     bool json = false;
     unsigned jobs = 1;

@@ -9,14 +9,6 @@ namespace xmldsig {
 
 namespace {
 
-std::string isoTime(std::time_t t) {
-    struct tm utc {};
-    gmtime_r(&t, &utc);
-    char text[32];
-    const size_t length = std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc);
-    return std::string(text, length);
-}
-
 // The time the chain is checked at, and where it came from.
 std::time_t checkTime(const SignerIdentity& signer, std::optional<std::time_t> at, Trust& trust) {
     if (at) {
@@ -48,7 +40,7 @@ Trust evaluateTrust(const TrustAnchors& anchors, const SignerIdentity& signer, s
         return trust;
     }
     const std::time_t when = checkTime(signer, at, trust);
-    trust.time = isoTime(when);
+    trust.time = formatXmlDateTime(when);
     std::vector<X509*> untrusted(pool.begin(), pool.end());
     for (const X509Ptr& cert : signer.keyInfoCertificates)
         untrusted.push_back(cert.get());

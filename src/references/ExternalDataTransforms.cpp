@@ -6,6 +6,7 @@
 #include "references/RefFailReason.h"
 #include "transforms/Base64Transform.h"
 #include "transforms/XPathNodeSet.h"
+#include "verifier/AlgorithmUris.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -15,12 +16,13 @@
 
 namespace {
 
+using algorithm_uri::kBase64Marker;
+using algorithm_uri::kInclusiveC14n;
+using algorithm_uri::kXPathFilter2Marker;
+using algorithm_uri::kXPathMarker;
+
 using namespace ref_fail_reason;
 
-constexpr std::string_view kXPathMarker = "REC-xpath";
-constexpr std::string_view kXPathFilter2Marker = "2002/06/xmldsig-filter2";
-constexpr std::string_view kBase64Marker = "xmldsig#base64";
-constexpr std::string_view kInclusiveC14n = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
 constexpr size_t kReadChunk = 64 * 1024;
 
 bool isXPath(const StringBuffer& algorithm) {

@@ -6,6 +6,7 @@
 #include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlIdIndex.h"
 #include "references/RefFailReason.h"
+#include "verifier/AlgorithmUris.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 #include "verifier/ProfileMarkers.h"
@@ -13,6 +14,9 @@
 #include <strings.h>
 
 namespace {
+
+using algorithm_uri::kEnvelopedSignature;
+using algorithm_uri::kInclusiveC14n;
 
 using namespace ref_fail_reason;
 
@@ -26,8 +30,6 @@ constexpr std::string_view kMimeTypeSuffix = "-MIME";
 constexpr std::string_view kXPointer = "#xpointer(";
 // The only transforms DigiDoc signers write; they leave the digest as the
 // rules below make it.
-constexpr std::string_view kEnvelopedTransform = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
-constexpr std::string_view kInclusiveC14n = "http://www.w3.org/TR/2001/REC-xml-c14n-20010315";
 
 std::string attributeValue(const XmlDocument& doc, uint32_t element, std::string_view name) {
     std::string value;
@@ -51,7 +53,7 @@ bool onlyDigiDocTransforms(const DSigReference& ref, LogBase& log) {
         RefPtr<ClsXml> transform(transforms->getChild(i));
         algorithm.clear();
         if (!transform || !transform->getAttrValue("Algorithm", algorithm) ||
-            !(algorithm.equals(kEnvelopedTransform) || algorithm.equals(kInclusiveC14n)))
+            !(algorithm.equals(kEnvelopedSignature) || algorithm.equals(kInclusiveC14n)))
             return false;
     }
     return true;

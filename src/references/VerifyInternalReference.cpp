@@ -7,6 +7,7 @@
 #include "references/StreamedDigest.h"
 #include "transforms/Base64Transform.h"
 #include "transforms/XPathNodeSet.h"
+#include "verifier/AlgorithmUris.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -16,20 +17,21 @@
 
 namespace {
 
+using algorithm_uri::kBase64Marker;
+using algorithm_uri::kEnvelopedSignature;
+using algorithm_uri::kExclusiveC14nMarker;
+using algorithm_uri::kInclusiveC14nMarker;
+using algorithm_uri::kXPathFilter2Marker;
+using algorithm_uri::kXPathMarker;
+using algorithm_uri::kXPointerMarker;
+
 using namespace ref_fail_reason;
 
-constexpr std::string_view kEnvelopedAlgorithm = "http://www.w3.org/2000/09/xmldsig#enveloped-signature";
-constexpr std::string_view kInclusiveC14n = "REC-xml-c14n-20010315";
-constexpr std::string_view kExclusiveC14n = "xml-exc-c14n";
-constexpr std::string_view kXPathAlgorithm = "REC-xpath";
-constexpr std::string_view kXPathFilter2Algorithm = "2002/06/xmldsig-filter2";
-constexpr std::string_view kXPointerAlgorithm = "xmldsig-more/xptr";
 constexpr std::string_view kXPathRouteTag = "xpathRoute";
 constexpr std::string_view kXadesNamespace = "http://uri.etsi.org/01903/v1.3.2#";
 constexpr std::string_view kDsigNamespaceDecl = " xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"";
 // ZATCA signers digest SignedProperties with an empty DigestMethod collapsed.
 constexpr std::string_view kSignedPropertiesMarker = "SignedProperties";
-constexpr std::string_view kBase64TransformMarker = "xmldsig#base64";
 // Entities could spell out text that post-processing looks for.
 constexpr std::string_view kEntityDeclaration = "<!ENTITY";
 constexpr std::string_view kZatcaDigestMethodEnd = "></ds:DigestMethod>";
@@ -91,8 +93,8 @@ bool digestBase64Content(const StringBuffer& xml, int hashAlg, DataBuffer& diges
 }
 
 bool isNodeSetTransform(const StringBuffer& algorithm) {
-    return algorithm.containsSubstring(kXPathAlgorithm) || algorithm.containsSubstring(kXPathFilter2Algorithm) ||
-           algorithm.containsSubstring(kXPointerAlgorithm);
+    return algorithm.containsSubstring(kXPathMarker) || algorithm.containsSubstring(kXPathFilter2Marker) ||
+           algorithm.containsSubstring(kXPointerMarker);
 }
 
 } // namespace
@@ -124,10 +126,10 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
             StringBuffer algorithm;
             CanonShortcut shortcut;
             if (uri.isEmpty()) {
-                algorithm.append(kEnvelopedAlgorithm);
+                algorithm.append(kEnvelopedSignature);
                 envelope(xml, ref, true, shortcut, log);
             }
-            algorithm.append(m_isZatca ? kExclusiveC14n : kInclusiveC14n);
+            algorithm.append(m_isZatca ? kExclusiveC14nMarker : kInclusiveC14nMarker);
             shortcut.sink = sink;
             shortcut.parsed = loadedTree();
             if (!transformCanonicalize(nullptr, xml, algorithm, uri, log, shortcut)) {
@@ -184,7 +186,7 @@ bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
     // Entities are declared before the root element; only that prolog is searched.
     const std::string_view prolog = m_sigXml.view().substr(0, m_xml ? m_xml->startTagBegin() : m_sigXml.getSize());
-    return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64TransformMarker) && !m_mayRemoveSwiftLau &&
+    return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64Marker) && !m_mayRemoveSwiftLau &&
            prolog.find(kEntityDeclaration) == std::string_view::npos;
 }
 
@@ -198,13 +200,13 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
         log.LogDataLong("numTransforms", chain.count);
 
     auto isCanonicalization = [](const StringBuffer& algorithm) {
-        return algorithm.containsSubstring("xml-c14n") || algorithm.containsSubstring("xml-exc-c14n");
+        return algorithm.containsSubstring("xml-c14n") || algorithm.containsSubstring(kExclusiveC14nMarker);
     };
     auto nextIsCanonicalization = [&](int i) {
         RefPtr<ClsXml> next(transforms->getChild(i + 1));
         StringBuffer algorithm;
         return next && next->getAttrValue("Algorithm", algorithm) && isCanonicalization(algorithm) &&
-               !algorithm.containsSubstring("REC-xpath") && !algorithm.containsSubstring("2002/06/xmldsig-filter2") &&
+               !algorithm.containsSubstring(kXPathMarker) && !algorithm.containsSubstring(kXPathFilter2Marker) &&
                !algorithm.containsSubstring("enveloped-signature");
     };
 
@@ -220,7 +222,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
         if (isNodeSetTransform(algorithm)) {
             // A recognised expression is carried out on the text as before;
             // any other is evaluated, and so is every one after that.
-            bool recognised = !nodes && !algorithm.containsSubstring(kXPointerAlgorithm) && !m_evaluateEveryXPath;
+            bool recognised = !nodes && !algorithm.containsSubstring(kXPointerMarker) && !m_evaluateEveryXPath;
             if (recognised) {
                 StringBuffer xPath;
                 if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
@@ -266,7 +268,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
             }
-        } else if (algorithm.containsSubstring(kBase64TransformMarker)) {
+        } else if (algorithm.containsSubstring(kBase64Marker)) {
             chain.base64Seen = true;
         } else {
             log.LogDataSb("unrecognizedTransform", algorithm);
@@ -277,7 +279,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     // A node-set still pending gets the default canonicalization; the
     // expressions decided what it holds, so nothing is cut from it.
     if (nodes) {
-        StringBuffer inclusive(kInclusiveC14n);
+        StringBuffer inclusive(kInclusiveC14nMarker);
         renderNodeSet(*nodes, nullptr, inclusive, sink, xml, log);
         return true;
     }
@@ -286,7 +288,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     if (!chain.envelopedSeen && uri.isEmpty() && !chain.nodeSetSeen)
         envelope(xml, ref, !chain.canonicalizationSeen, pending, log);
     if (!chain.canonicalizationSeen) {
-        StringBuffer inclusive(kInclusiveC14n);
+        StringBuffer inclusive(kInclusiveC14nMarker);
         pending.sink = sink;
         if (!transformCanonicalize(nullptr, xml, inclusive, uri, log, pending)) {
             m_refFailReason = kCanonicalizationFailed;
@@ -303,7 +305,7 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
         log.LogInfo("Retry with ZATCA rules...");
         StringBuffer retry(m_sigXml.view());
         preprocessXmlToTransform(uri, ref, retry, log);
-        StringBuffer exclusive(kExclusiveC14n);
+        StringBuffer exclusive(kExclusiveC14nMarker);
         transformCanonicalize(nullptr, retry, exclusive, uri, log);
         DataBuffer digest;
         zatcaSignedPropertiesDigest(retry, ref.getHashAlg(), digest);

@@ -1,12 +1,14 @@
 #include "companion/canon/XmlCanon.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "verifier/AlgorithmUris.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 namespace {
 
-constexpr const char* kExclusiveMarker = "xml-exc-c14n";
-constexpr const char* kC14n11Marker = "xml-c14n11";
+using algorithm_uri::kC14n11Marker;
+using algorithm_uri::kExclusiveC14nMarker;
+
 constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization attribute sorting bug...";
 // Each pass emits one authenticated element; a document has far fewer.
 constexpr unsigned kMaxEbicsPasses = 100;
@@ -34,7 +36,7 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
                                             StringBuffer& uri, LogBase& log, const CanonShortcut& shortcut) {
     LogContextExitor ctx(log, "transformCanonicalize");
     StringBuffer prefixList;
-    if (transform && algorithm.containsSubstring(kExclusiveMarker)) {
+    if (transform && algorithm.containsSubstring(kExclusiveC14nMarker)) {
         RefPtr<ClsXml> inclusive(transform->getNthChildWithTagUtf8("*:InclusiveNamespaces", 0, log));
         if (inclusive) {
             inclusive->getAttrValue("PrefixList", prefixList);
@@ -50,7 +52,7 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     // An XPointer URI keeps the comments that "" and "#id" leave out.
     const bool dropComments = m_commentsLeftOutOfBareReferences && !uri.beginsWith("xpointer(");
     canon.setWithComments(algorithm.containsSubstringNoCase("WithComments") && !dropComments);
-    if (algorithm.containsSubstring(kExclusiveMarker)) {
+    if (algorithm.containsSubstring(kExclusiveC14nMarker)) {
         canon.setMode(XmlCanon::Mode::Exclusive);
         if (!prefixList.isEmpty())
             prefixList.split(canon.inclusivePrefixes(), ' ', false, false);

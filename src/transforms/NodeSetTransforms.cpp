@@ -3,6 +3,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "transforms/XPathNodeSet.h"
+#include "verifier/AlgorithmUris.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -10,10 +11,11 @@
 
 namespace {
 
+using algorithm_uri::kExclusiveC14nMarker;
+using algorithm_uri::kXPathFilter2Marker;
+using algorithm_uri::kXPointerMarker;
+
 constexpr std::string_view kMaxXPathNodesKey = "MaxXPathNodes";
-constexpr std::string_view kFilter2Marker = "2002/06/xmldsig-filter2";
-constexpr std::string_view kXPointerMarker = "xmldsig-more/xptr";
-constexpr std::string_view kExclusiveMarker = "xml-exc-c14n";
 constexpr std::string_view kDefaultPrefixToken = "#default";
 
 std::vector<std::string> inclusivePrefixes(ClsXml& transform, LogBase& log) {
@@ -77,7 +79,7 @@ bool ClsXmlDSig::applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, c
     log.LogDataSb("xPath", expression);
     if (xpointer)
         return nodes.applyXPointer(expression.view(), log);
-    if (algorithm.containsSubstring(kFilter2Marker))
+    if (algorithm.containsSubstring(kXPathFilter2Marker))
         return nodes.applyFilter2(expression.view(), log);
     return nodes.applyXPath(expression.view(), log);
 }
@@ -85,7 +87,7 @@ bool ClsXmlDSig::applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, c
 void ClsXmlDSig::renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm,
                                CanonSink* sink, StringBuffer& xml, LogBase& log) {
     NodeSetCanon::Options options;
-    options.exclusive = algorithm.containsSubstring(kExclusiveMarker);
+    options.exclusive = algorithm.containsSubstring(kExclusiveC14nMarker);
     options.withComments = algorithm.containsSubstringNoCase("WithComments");
     if (transform && options.exclusive)
         options.inclusivePrefixes = inclusivePrefixes(*transform, log);

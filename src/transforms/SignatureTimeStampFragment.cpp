@@ -1,11 +1,13 @@
 #include "transforms/SignatureTimeStampFragment.h"
+#include "verifier/AlgorithmUris.h"
 
 namespace timestamp_fragment {
 
 namespace {
 
+using algorithm_uri::kExclusiveC14n;
+
 constexpr std::string_view kXadesNamespace = "http://uri.etsi.org/01903/v1.3.2#";
-constexpr std::string_view kExclusiveC14n = "http://www.w3.org/2001/10/xml-exc-c14n#";
 constexpr std::string_view kDerEncoding = "http://uri.etsi.org/01903/v1.2.2#DER";
 constexpr std::string_view kDsigNamespace = "http://www.w3.org/2000/09/xmldsig#";
 constexpr std::string_view kDsPrefix = "ds";

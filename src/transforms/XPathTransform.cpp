@@ -3,6 +3,7 @@
 #include "companion/xml/ClsXml.h"
 #include "companion/xml/XmlSigRemoval.h"
 #include "companion/xml/_tvXmlDtd.h"
+#include "verifier/AlgorithmUris.h"
 #include "verifier/DSigReference.h"
 #include "verifier/_clsXmlDSigBase.h"
 
@@ -13,8 +14,9 @@
 // to the XPath evaluator (XPathNodeSet).
 namespace {
 
+using algorithm_uri::kXPathFilter2;
+
 constexpr int kMaxRemovals = 100;
-constexpr const char* kXPathFilter2 = "http://www.w3.org/2002/06/xmldsig-filter2";
 constexpr const char* kZatcaQrTemplate = "<_cbc_:_ID_>_QR_</_cbc_:_ID_>";
 constexpr const char* kZatcaQrBlock = "<cbc:ID>QR</cbc:ID>";
 constexpr const char* kNotAncestorOrSelf = "not(//ancestor-or-self::";

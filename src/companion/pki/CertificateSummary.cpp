@@ -2,6 +2,7 @@
 
 #include "companion/pki/SerialNumberText.h"
 #include "companion/pki/X509NameText.h"
+#include "companion/text/XmlDateTime.h"
 #include "companion/text/_clsEncode.h"
 
 #include <openssl/err.h>
@@ -12,20 +13,7 @@
 
 namespace {
 
-constexpr char kIsoUtcFormat[] = "%Y-%m-%dT%H:%M:%SZ";
-constexpr size_t kIsoUtcLength = sizeof "2024-05-01T12:00:00Z";
 constexpr char kFingerprintSeparator = ':';
-
-// Empty for a time that does not decode.
-std::string isoUtc(const ASN1_TIME* time) {
-    std::tm tm{};
-    if (time == nullptr || ASN1_TIME_to_tm(time, &tm) != 1) {
-        ERR_clear_error();
-        return {};
-    }
-    char text[kIsoUtcLength] = {};
-    return std::string(text, std::strftime(text, sizeof text, kIsoUtcFormat, &tm));
-}
 
 std::string sha256Fingerprint(const X509* cert) {
     unsigned char digest[EVP_MAX_MD_SIZE];
@@ -56,8 +44,17 @@ CertificateSummary summarizeCertificate(X509* cert) {
     summary.subject = certificateNameText(X509_get_subject_name(cert));
     summary.issuer = certificateNameText(X509_get_issuer_name(cert));
     summary.serialNumber = SerialNumberText::fromInteger(X509_get0_serialNumber(cert));
-    summary.notBefore = isoUtc(X509_get0_notBefore(cert));
-    summary.notAfter = isoUtc(X509_get0_notAfter(cert));
+    summary.notBefore = asn1TimeText(X509_get0_notBefore(cert));
+    summary.notAfter = asn1TimeText(X509_get0_notAfter(cert));
     summary.sha256Fingerprint = sha256Fingerprint(cert);
     return summary;
+}
+
+std::string asn1TimeText(const ASN1_TIME* time) {
+    std::tm tm{};
+    if (time == nullptr || ASN1_TIME_to_tm(time, &tm) != 1) {
+        ERR_clear_error();
+        return {};
+    }
+    return formatXmlDateTime(tm);
 }

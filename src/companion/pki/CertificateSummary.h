@@ -17,3 +17,6 @@ CertificateSummary summarizeCertificate(X509* cert);
 
 // A name in the form of CertificateSummary's subject.
 std::string certificateNameText(const X509_NAME* name);
+
+// An ASN.1 time as xsd:dateTime in UTC; empty for a time that does not decode.
+std::string asn1TimeText(const ASN1_TIME* time);

@@ -118,3 +118,14 @@ std::optional<std::time_t> parseXmlDateTime(std::string_view text) {
     const sys_seconds utc = *date + *timeOfDay - *offset;
     return static_cast<std::time_t>(utc.time_since_epoch().count());
 }
+
+std::string formatXmlDateTime(const std::tm& utc) {
+    char text[sizeof "2024-05-01T12:00:00Z"] = {};
+    return std::string(text, std::strftime(text, sizeof text, "%Y-%m-%dT%H:%M:%SZ", &utc));
+}
+
+std::string formatXmlDateTime(std::time_t t) {
+    std::tm utc{};
+    gmtime_r(&t, &utc);
+    return formatXmlDateTime(utc);
+}
