@@ -31,8 +31,6 @@ void writeFile(const fs::path& path, const std::string& bytes) {
 
 std::vector<fs::path> corpusXmlFiles() {
     std::vector<fs::path> files;
-    if (!fs::exists(corpusDir()))
-        return files;
     for (const auto& entry : fs::recursive_directory_iterator(corpusDir())) {
         if (!entry.is_regular_file())
             continue;

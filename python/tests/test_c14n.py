@@ -18,8 +18,6 @@ VARIANTS = [
 @pytest.mark.parametrize("kwargs, flags", VARIANTS, ids=lambda v: str(v))
 @pytest.mark.parametrize("document", DOCUMENTS, ids=lambda p: p.name)
 def test_c14n_equals_the_tool(tool, document, kwargs, flags):
-    if not document.exists():
-        pytest.skip(f"{document} missing")
     expected = subprocess.run([tool, "c14n", *flags, str(document)], check=True, capture_output=True).stdout
     assert xmldsig.c14n(document, **kwargs) == expected
     assert xmldsig.c14n(document.read_bytes(), **kwargs) == expected
