@@ -1,4 +1,5 @@
-// Verifies the signatures of one document through the installed library.
+// Verifies the signatures of one document through the library, installed
+// (tests/consumer) or built by a parent project (tests/embed).
 //   consumer FILE
 // Prints a verdict per signature; exit status 0 all valid, 1 one invalid,
 // 2 an error.
