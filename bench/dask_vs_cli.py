@@ -34,7 +34,7 @@ def timed(run):
 def main():
     parser = argparse.ArgumentParser()
     parser.add_argument("--build", default="build")
-    parser.add_argument("--corpus", default=str(pathlib.Path(__file__).resolve().parents[2] / "shared/corpus/real"))
+    parser.add_argument("--corpus", default=str(pathlib.Path(__file__).resolve().parents[1] / "tests/data/corpus/real"))
     parser.add_argument("--repeat", type=int, default=20)
     args = parser.parse_args()
     files = corpus_files(pathlib.Path(args.corpus)) * args.repeat
