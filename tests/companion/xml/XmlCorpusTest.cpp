@@ -1,4 +1,4 @@
-// The tree against libxml2's xmllint on every XML document of the shared
+// The tree against libxml2's xmllint on every XML document of the test
 // corpus: the same documents load, and each loaded one keeps exact offsets
 // and serializes to text that reads back to the same tree.
 #include "TestSupport.h"
