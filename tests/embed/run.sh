@@ -28,7 +28,7 @@ grep -qx 'CMAKE_BUILD_TYPE:STRING=' "$cache" || fail "the build type was set: $(
 for option in XMLDSIG_TESTS XMLDSIG_BENCH XMLDSIG_PYTHON XMLDSIG_INSTALL; do
   grep -qx "$option:BOOL=OFF" "$cache" || fail "$option is not OFF: $(grep "^$option:" "$cache")"
 done
-for found in GTEST_INCLUDE_DIR LIBXML2_INCLUDE_DIR benchmark_DIR pybind11_DIR; do
+for found in GTest_DIR GTEST_INCLUDE_DIR LIBXML2_INCLUDE_DIR benchmark_DIR pybind11_DIR; do
   ! grep -q "^$found:" "$cache" || fail "looked for a package of the checks: $(grep "^$found:" "$cache")"
 done
 tests=$("$ctest" --test-dir "$build" -N)
