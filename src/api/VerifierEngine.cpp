@@ -179,15 +179,16 @@ SignatureResult VerifierEngine::verifySelected(int index) {
     r.index = index;
     r.valid = m_dsig->VerifySignature(s.checkReferences);
     r.refFailReason = m_dsig->get_RefFailReason();
-    const LogBase& log = m_dsig->m_log;
-    r.failedReferences = failedReferences(log);
-    r.references = referenceReport(m_dsig->referenceOutcomes());
+    const VerificationReport& report = m_dsig->report();
+    r.failedReferences = failedReferences(report);
+    r.references = referenceReport(report.references);
     if (r.valid) {
-        r.signer = signerReport(m_dsig->signer(), m_certificateReports);
+        r.signer = signerReport(report.signer, m_certificateReports);
         judgeTrust(r);
     } else {
-        r.reason = failureReason(log, r.failedReferences);
+        r.reason = failureReason(report);
     }
+    const LogBase& log = m_dsig->m_log;
     if (s.logText)
         r.logText = log.renderText();
     if (s.logJson)
@@ -205,7 +206,7 @@ void VerifierEngine::judgeTrust(SignatureResult& r) const {
     const SettingsData& s = m_settings.data();
     if (!s.anchors || s.anchors->empty())
         return;
-    r.trust = evaluateTrust(*s.anchors, m_dsig->signer(), m_certificatePool, s.verificationTime);
+    r.trust = evaluateTrust(*s.anchors, m_dsig->report().signer, m_certificatePool, s.verificationTime);
     if (r.trust.status == Trust::Status::NotTrusted) {
         r.valid = false;
         r.reason = "signer not trusted: " + r.trust.reason;

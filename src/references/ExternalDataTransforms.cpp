@@ -3,6 +3,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DSigExternalData.h"
+#include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
 #include "transforms/Base64Transform.h"
 #include "transforms/XPathNodeSet.h"
@@ -36,10 +37,11 @@ bool isCanonicalization(const StringBuffer& algorithm) {
 
 } // namespace
 
-bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref, DataBuffer& digest,
+bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref,
+                                               const DigestAttempt& attempt, DataBuffer& digest, bool& recognisedXPath,
                                                LogBase& log) {
     StringBuffer text;
-    if (!readExternalData(data, text, log) || !applyExternalTransforms(ref, text, log))
+    if (!readExternalData(data, text, log) || !applyExternalTransforms(ref, text, attempt, recognisedXPath, log))
         return false;
     return _tvHash::doHash(text.getString(), text.getSize(), ref.getHashAlg(), digest);
 }
@@ -60,9 +62,8 @@ bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer&
         if (n == 0)
             return true;
         out.appendN(reinterpret_cast<const char*>(chunk.data()), n);
-        if (!VerificationLimits::within(
-                out.getSize(), m_limits.maxExternalFileBytes,
-                "Bytes of external data to transform:", VerificationLimits::kMaxExternalFileBytes, log))
+        if (!withinLimit(out.getSize(), m_limits.maxExternalFileBytes,
+                         "Bytes of external data to transform:", VerificationLimits::kMaxExternalFileBytes, log))
             return false;
     }
 }
@@ -72,7 +73,8 @@ bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer&
 // expression of a recognised form edits the text, which stands for a
 // node-set; any other is evaluated on the data parsed as a document. The
 // default canonicalization serializes a node-set that no later transform does.
-bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log) {
+bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data, const DigestAttempt& attempt,
+                                         bool& recognisedXPath, LogBase& log) {
     RefPtr<ClsXml> transforms(ClsXml::createNewCls());
     if (!transforms || !transforms->loadXml(ref.m_transformsXml.view(), true, log))
         return false;
@@ -86,7 +88,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
         transform->getAttrValue("Algorithm", algorithm);
         log.LogDataSb("transformAlgorithm", algorithm);
         if (isXPath(algorithm)) {
-            if (!nodes && !m_evaluateEveryXPath) {
+            if (!nodes && !attempt.evaluateEveryXPath) {
                 StringBuffer xPath;
                 if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
                     log.LogError("No XPath found in transform.");
@@ -94,7 +96,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
                 }
                 bool recognised = true;
                 if (transformXPath(transform.get(), data, algorithm, xPath, log, &recognised)) {
-                    m_recognisedXPathOnExternalData = true;
+                    recognisedXPath = true;
                     nodeSetPending = true;
                     continue;
                 }
@@ -109,7 +111,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
             if (nodes) {
                 renderNodeSet(*nodes, transform.get(), algorithm, nullptr, data, log);
                 nodes.reset();
-            } else if (!canonicalizeExternalData(transform.get(), data, algorithm, log)) {
+            } else if (!canonicalizeExternalData(transform.get(), data, algorithm, attempt, log)) {
                 return false;
             }
             nodeSetPending = false;
@@ -140,7 +142,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
         renderNodeSet(*nodes, nullptr, inclusive, nullptr, data, log);
         return true;
     }
-    return !nodeSetPending || canonicalizeExternalData(nullptr, data, inclusive, log);
+    return !nodeSetPending || canonicalizeExternalData(nullptr, data, inclusive, attempt, log);
 }
 
 // Data from elsewhere has no tree loaded; the expressions are read in the
@@ -156,9 +158,9 @@ std::unique_ptr<XPathNodeSet> ClsXmlDSig::externalNodeSet(const StringBuffer& da
 
 // The whole of the data, with no tree of the loaded document to stand for it.
 bool ClsXmlDSig::canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm,
-                                          LogBase& log) {
+                                          const DigestAttempt& attempt, LogBase& log) {
     StringBuffer wholeDocument;
-    if (transformCanonicalize(transform, data, algorithm, wholeDocument, log))
+    if (transformCanonicalize(transform, data, algorithm, wholeDocument, attempt, log))
         return true;
     m_refFailReason = kCanonicalizationFailed;
     return false;

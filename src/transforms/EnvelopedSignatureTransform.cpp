@@ -19,12 +19,12 @@ bool cutJoinsLineEnd(std::string_view text, const ClsXmlDSig::EnvelopedRange& ra
 bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
                                              LogBase& log) {
     CanonShortcut noCanonicalizationFollows;
-    envelope(xml, ref, false, noCanonicalizationFollows, log);
+    envelope(xml, ref, false, m_isCmaStp, noCanonicalizationFollows, log);
     return true;
 }
 
-void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
-                          LogBase& log) {
+void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, bool stpDocumentOnly,
+                          CanonShortcut& pending, LogBase& log) {
     LogContextExitor ctx(log, "transformEnvelopedSignature");
     EnvelopedRange range;
     if (!envelopedSignatureRange(xml, ref, range, log))
@@ -32,8 +32,8 @@ void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicali
     // Left to the canonicalizer only when its offsets are the document's, the
     // cut is exactly one element, and cutting it from the text would not join
     // a CR before it and an LF after it into one line end.
-    if (canonicalizationFollows && isLoadedText(xml.view()) && !m_isCmaStp && range.length == range.signatureLength &&
-        !cutJoinsLineEnd(xml.view(), range)) {
+    if (canonicalizationFollows && isLoadedText(xml.view()) && !stpDocumentOnly &&
+        range.length == range.signatureLength && !cutJoinsLineEnd(xml.view(), range)) {
         pending.excludedStart = range.start;
         pending.excludedLength = range.length;
         return;

@@ -10,6 +10,7 @@
 #include "verifier/SignatureMethodParams.h"
 #include "verifier/SignerIdentity.h"
 #include "verifier/VerificationLimits.h"
+#include "verifier/VerificationReport.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 #include <memory>
@@ -32,6 +33,8 @@ class XmlDocument;
 class XPathNodeSet;
 class DSigReference;
 class ReferenceDigestMemo;
+struct DigestAttempt;
+struct ReferenceCheck;
 
 // Verifies the XML digital signatures of one loaded document.
 class ClsXmlDSig : public _clsXmlDSigBase, public SystemCertsHolder {
@@ -92,9 +95,10 @@ public:
     // set for the signature's index; the caller may give several.
     void addCallerKey(ClsPublicKey& key);
 
-    // What each reference of the last verification covered and whether its
-    // digest matched (empty when the references were not checked).
-    std::vector<ReferenceOutcome> referenceOutcomes();
+    // The facts of the last VerifySignature: the stage that decided, what
+    // each reference covered, the key that verified, the further attempts
+    // used, the limit hit.
+    const VerificationReport& report() const { return m_report; }
 
     // Internal operations; the caller holds the lock and passes the log.
     bool loadSignature(XString& xml, LogBase& log);
@@ -115,7 +119,7 @@ public:
     // a value is not a positive integer.
     bool readLimits(LogBase& log);
     // A certificate's text from the document within MaxCertificateBytes.
-    bool certificateWithinLimit(const StringBuffer& text, LogBase& log) const;
+    bool certificateWithinLimit(const StringBuffer& text, LogBase& log);
     const VerificationLimits& limits() const { return m_limits; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
@@ -139,35 +143,45 @@ public:
     bool envelopedSignatureRange(const StringBuffer& xml, DSigReference& ref, EnvelopedRange& range, LogBase& log);
     static unsigned signatureAndFollowingLength(std::string_view text, unsigned start, unsigned length);
 
-    // Reference digests: one reference with the sorting-bug retry, one
-    // attempt, and the same-document digest.
-    bool verifyReferenceDigest(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    // Reference digests: one reference with every attempt, one attempt, and
+    // the same-document digest.
+    bool verifyReferenceDigest(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyReferenceDigest2(int index, const DigestAttempt& attempt, ReferenceCheck& check,
+                                ExtPtrArraySb& externalRefDirs, LogBase& log);
+    // The reading the loaded document's signer profile asks for.
+    DigestAttempt profileAttempt(FurtherAttempt kind) const;
     // The literal attempt with the attribute-sorting retry, and the further
     // attempt with the node-set the W3C recommendation selects.
-    bool verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyByStandardSelection(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyWithSortBugRetry(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyByStandardSelection(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
     // The further attempt for an external reference whose bytes mismatched:
     // its transforms applied to its data.
-    bool verifyWithExternalTransforms(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
-                                      LogBase& log);
-    bool retryExternalWithXPathEvaluator(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
-                                         LogBase& log);
-    bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref, DataBuffer& digest,
+    bool verifyWithExternalTransforms(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref,
+                                       const DigestAttempt& attempt, DataBuffer& digest, bool& recognisedXPath,
                                        LogBase& log);
     bool readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log);
-    bool applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log);
-    bool canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm, LogBase& log);
+    bool applyExternalTransforms(DSigReference& ref, StringBuffer& data, const DigestAttempt& attempt,
+                                 bool& recognisedXPath, LogBase& log);
+    bool canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm,
+                                  const DigestAttempt& attempt, LogBase& log);
     std::unique_ptr<XPathNodeSet> externalNodeSet(const StringBuffer& data, LogBase& log);
     // Further attempts for signers that signed a part of the document as a
     // document of its own: the SII DTE, DigiDoc's SignedDoc parts.
-    bool verifyByFieldSignerRules(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyInSiiDteOwnContext(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyByFieldSignerRules(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyBySignedDocRules(int index, LogBase& log);
-    bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
+    // One attempt at a "" or "#id" reference, and at an external one.
+    bool verifyNamedSameDocumentReference(int index, StringBuffer& uri, DSigReference& ref,
+                                          const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log);
+    bool verifyExternalReference(int index, const StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 ReferenceCheck& check, LogBase& log);
     // The same-document digest, or during a run the outcome of an identical
     // earlier reference.
-    bool verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log);
+    bool verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                     ReferenceCheck& check, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
     // The elements of the loaded document that a same-document URI names by
     // identifier (none for the whole document or an unknown one).
@@ -246,10 +260,7 @@ public:
     // all (no key), in which case no outcome line is written.
     bool verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log);
     void noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates);
-
-    // Who signed the selected signature, when the last verification found
-    // its value valid (source None otherwise).
-    const SignerIdentity& signer() const { return m_signer; }
+    bool noteRefusal(bool mismatch, const std::string& error);
 
     // The profile flags, for callers that report them.
     struct ProfileFlags {
@@ -269,6 +280,10 @@ public:
 private:
     // The verification driver and its stages.
     bool verifySignature(bool verifyReferenceDigests, LogBase& log);
+    // Ends the run at `stage` for `reason` (logged as an error).
+    bool fail(VerificationStage stage, std::string_view reason, LogBase& log);
+    // A limit over which the run stops: recorded, logged.
+    bool withinLimit(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);
     bool verifyReferenceStage(LogBase& log);
     // Reads the limits and checks the selected signature against them: its
     // references, each one's transforms, its SignatureValue.
@@ -307,8 +322,8 @@ private:
         bool recognisedXPath = false; // an expression was carried out as a text edit
     };
     bool canStreamDigest(const DSigReference& ref) const;
-    bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
-                         CanonSink* sink, LogBase& log);
+    bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, const DigestAttempt& attempt,
+                         TransformChain& chain, CanonSink* sink, LogBase& log);
     // The node-set an evaluated XPath, XPath Filter 2.0 or XPointer transform
     // starts from, and its rendering by a canonicalization.
     std::unique_ptr<XPathNodeSet> startNodeSet(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
@@ -316,18 +331,18 @@ private:
     bool applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, const StringBuffer& algorithm, LogBase& log);
     void renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm, CanonSink* sink,
                        StringBuffer& xml, LogBase& log);
-    // Set for the retry that evaluates expressions of the recognised forms too.
-    bool m_evaluateEveryXPath = false;
-    bool retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log);
+    bool retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 ReferenceCheck& check, LogBase& log);
     // MaxXPathNodes of VerifyOptions, or the default.
     uint64_t maxXPathNodes(LogBase& log) const;
     // The enveloped-signature transform, or when a canonicalization of the
     // untouched document follows, the cut left to it through `pending`.
-    void envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
-                  LogBase& log);
+    void envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, bool stpDocumentOnly,
+                  CanonShortcut& pending, LogBase& log);
     // The ZATCA retry, a hex-written stored digest and AllowXmlDigestError.
-    bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
-                                 StringBuffer& calculated, LogBase& log);
+    bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 bool hasSignedProperties, StringBuffer& calculated, ReferenceCheck& check,
+                                 LogBase& log);
 
     // What X509Data of KeyInfo or of a SecurityTokenReference yields.
     void keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
@@ -369,12 +384,7 @@ private:
     static void logAmbiguousLocation(const LocateMemo& memo, LogBase& log);
     // The file the last external reference was hashed from (empty: caller data).
     std::string m_lastExternalFile;
-    // Set while the further attempt applies an external reference's transforms.
-    bool m_transformsOnExternalData = false;
-    // Set when the external chain carried out an expression as a text edit.
-    bool m_recognisedXPathOnExternalData = false;
-    std::vector<ReferenceOutcome> m_referenceOutcomes;
-    SignerIdentity m_signer;
+    VerificationReport m_report;
     // The genTime of the timestamp this run verified, as xsd:dateTime.
     std::string m_timestampTime;
     // The selected signature's Reference elements, listed once per signature

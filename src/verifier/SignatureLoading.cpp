@@ -51,8 +51,7 @@ void ClsXmlDSig::resetLoadedDocument() {
     m_siiDteXml.clear();
     m_siiDteOffset = 0;
     m_refFailReason = 0;
-    m_referenceOutcomes.clear();
-    m_signer = SignerIdentity{};
+    m_report = VerificationReport{};
     m_timestampTime.clear();
     releaseDocument();
     m_signatures.removeAllObjects();

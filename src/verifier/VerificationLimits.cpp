@@ -7,12 +7,13 @@
 
 namespace {
 
-bool readLimit(const ClsJsonObject& options, std::string_view name, uint64_t& limit, LogBase& log) {
+bool readLimit(const ClsJsonObject& options, std::string_view name, uint64_t& limit, std::string& error, LogBase& log) {
     if (!options.hasMember(name))
         return true;
     const long long value = options.intOf(name, 0);
     if (value < 1) {
-        log.LogError("VerifyOptions \"" + std::string(name) + "\" must be a positive integer.");
+        error = "VerifyOptions \"" + std::string(name) + "\" must be a positive integer.";
+        log.LogError(error);
         return false;
     }
     limit = static_cast<uint64_t>(value);
@@ -28,14 +29,16 @@ bool VerificationLimits::read(std::string_view optionsText, LogBase& log) {
     if (optionsText.find_first_not_of(" \t\r\n") == std::string_view::npos || !options.load(optionsText, quiet))
         return true;
     VerificationLimits read;
-    const bool ok = readLimit(options, kMaxReferences, read.maxReferences, log) &&
-                    readLimit(options, kMaxTransforms, read.maxTransforms, log) &&
-                    readLimit(options, kMaxSignatures, read.maxSignatures, log) &&
-                    readLimit(options, kMaxSignatureValueBytes, read.maxSignatureValueBytes, log) &&
-                    readLimit(options, kMaxCertificateBytes, read.maxCertificateBytes, log) &&
-                    readLimit(options, kMaxExternalFileBytes, read.maxExternalFileBytes, log);
+    const bool ok = readLimit(options, kMaxReferences, read.maxReferences, read.error, log) &&
+                    readLimit(options, kMaxTransforms, read.maxTransforms, read.error, log) &&
+                    readLimit(options, kMaxSignatures, read.maxSignatures, read.error, log) &&
+                    readLimit(options, kMaxSignatureValueBytes, read.maxSignatureValueBytes, read.error, log) &&
+                    readLimit(options, kMaxCertificateBytes, read.maxCertificateBytes, read.error, log) &&
+                    readLimit(options, kMaxExternalFileBytes, read.maxExternalFileBytes, read.error, log);
     if (ok)
         *this = read;
+    else
+        error = read.error;
     return ok;
 }
 
@@ -43,7 +46,11 @@ bool VerificationLimits::within(uint64_t count, uint64_t limit, std::string_view
                                 LogBase& log) {
     if (count <= limit)
         return true;
-    log.LogError(std::string(what) + " " + std::to_string(count) + ", over the limit of " + std::to_string(limit) +
-                 " (VerifyOptions \"" + std::string(option) + "\").");
+    log.LogError(excess(count, limit, what, option));
     return false;
+}
+
+std::string VerificationLimits::excess(uint64_t count, uint64_t limit, std::string_view what, std::string_view option) {
+    return std::string(what) + " " + std::to_string(count) + ", over the limit of " + std::to_string(limit) +
+           " (VerifyOptions \"" + std::string(option) + "\").";
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
 class ClsJsonObject;
@@ -30,6 +31,8 @@ struct VerificationLimits {
     uint64_t maxSignatureValueBytes = kDefaultMaxSignatureValueBytes;
     uint64_t maxCertificateBytes = kDefaultMaxCertificateBytes;
     uint64_t maxExternalFileBytes = kDefaultMaxExternalFileBytes;
+    // Why the last read failed.
+    std::string error;
 
     // The limits the options text (a JSON object) sets, the defaults for the
     // others. Text that is not a JSON object leaves every default (what it
@@ -39,4 +42,6 @@ struct VerificationLimits {
 
     // Logs why `count` is over `limit` and returns false; true within it.
     static bool within(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);
+    // "References in the signature: 1001, over the limit of 1000 (VerifyOptions "MaxReferences")."
+    static std::string excess(uint64_t count, uint64_t limit, std::string_view what, std::string_view option);
 };
