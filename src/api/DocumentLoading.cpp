@@ -35,7 +35,7 @@ bool loadDocument(ClsXmlDSig& dsig, DataBuffer& bytes, std::string_view name, st
     LogContextExitor ctx(dsig, "LoadSignatureBd");
     if (dsig.loadSignatureBd(bytes, dsig.m_log))
         return true;
-    const std::string reason = dsig.m_log.firstError();
+    const std::string& reason = dsig.lastFailure();
     error = std::string(name) + ": " + (reason.empty() ? "cannot be loaded as XML" : reason);
     return false;
 }

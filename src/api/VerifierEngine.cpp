@@ -5,6 +5,7 @@
 #include "api/ResultReport.h"
 #include "api/SettingsData.h"
 #include "api/TrustEvaluation.h"
+#include "verifier/VerificationReport.h"
 
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogContextExitor.h"
@@ -180,6 +181,11 @@ SignatureResult VerifierEngine::verifySelected(int index) {
     r.valid = m_dsig->VerifySignature(s.checkReferences);
     r.refFailReason = m_dsig->get_RefFailReason();
     const VerificationReport& report = m_dsig->report();
+    r.stage = verificationStageName(report.stage);
+    for (const AttemptUsed& used : report.attempts)
+        r.furtherAttempts.push_back({used.reference, furtherAttemptName(used.attempt)});
+    if (report.limit)
+        r.limit = LimitHit{report.limit->option, report.limit->count, report.limit->limit};
     r.failedReferences = failedReferences(report);
     r.references = referenceReport(report.references);
     if (r.valid) {

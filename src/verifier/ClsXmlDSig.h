@@ -22,6 +22,7 @@ class ClsHttp;
 class ClsJsonObject;
 class ClsPublicKey;
 class ClsStringArray;
+class FirstErrorLog;
 class DSigRefExternalData;
 class XmlCanon;
 struct XmlSigPositions;
@@ -99,6 +100,9 @@ public:
     // each reference covered, the key that verified, the further attempts
     // used, the limit hit.
     const VerificationReport& report() const { return m_report; }
+    // Why the last load or canonicalization failed, in one line (the first
+    // error it logged); empty after one that succeeded.
+    const std::string& lastFailure() const { return m_lastFailure; }
 
     // Internal operations; the caller holds the lock and passes the log.
     bool loadSignature(XString& xml, LogBase& log);
@@ -385,6 +389,8 @@ private:
     // The file the last external reference was hashed from (empty: caller data).
     std::string m_lastExternalFile;
     VerificationReport m_report;
+    std::string m_lastFailure;
+    bool noteFailure(bool ok, const FirstErrorLog& errors);
     // The genTime of the timestamp this run verified, as xsd:dateTime.
     std::string m_timestampTime;
     // The selected signature's Reference elements, listed once per signature

@@ -1,4 +1,5 @@
 #include "companion/base/RunAlongside.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
@@ -59,20 +60,27 @@ void ClsXmlDSig::resetLoadedDocument() {
 
 bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
     resetLoadedDocument();
-    checkSetZatca(log);
-    checkSetMyInvois(log);
+    FirstErrorLog errors(log);
+    checkSetZatca(errors);
+    checkSetMyInvois(errors);
     m_sigXml.setString(xml.view());
-    return parseLoadedText(log);
+    return noteFailure(parseLoadedText(errors), errors);
 }
 
 bool ClsXmlDSig::loadSignatureBd(DataBuffer& bytes, LogBase& log) {
     resetLoadedDocument();
+    FirstErrorLog errors(log);
     // Unlike the string loads, the profile options are not evaluated here:
     // they keep the values of the last load or verification.
-    if (!bytes.convertXmlToUtf8(log))
-        return false;
+    if (!bytes.convertXmlToUtf8(errors))
+        return noteFailure(false, errors);
     m_sigXml.takeFromDb(bytes);
-    return parseLoadedText(log);
+    return noteFailure(parseLoadedText(errors), errors);
+}
+
+bool ClsXmlDSig::noteFailure(bool ok, const FirstErrorLog& errors) {
+    m_lastFailure = ok ? std::string() : errors.firstErrorLine();
+    return ok;
 }
 
 // Profile detection and parsing only read the text, so a long text is
