@@ -1,5 +1,6 @@
 #include "companion/base/ClsJsonObject.h"
 #include "companion/canon/XmlCanon.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/net/ClsHttp.h"
 #include "companion/pki/CmsSignedData.h"
@@ -83,14 +84,16 @@ bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, ClsStringBu
     out.m_str.clear();
     m_log.LogDataLong("numSignatures", m_signatures.getSize());
     m_log.LogDataLong("selector", m_selector);
-    if (hasEncapsulatedTimeStamp(m_log)) {
-        m_log.LogError("Already has an EncapsulatedTimeStamp.");
-        return false;
+    m_timestampRequestError.clear();
+    FirstErrorLog errors(m_log);
+    if (hasEncapsulatedTimeStamp(errors)) {
+        errors.LogError("Already has an EncapsulatedTimeStamp.");
+        return noteFailure(false, errors);
     }
     XString result;
-    const bool ok = addEncapsulatedTimeStamp(tsaOptions, result, m_log);
+    const bool ok = addEncapsulatedTimeStamp(tsaOptions, result, errors);
     out.m_str.setString(result.view());
-    return ok;
+    return noteFailure(ok, errors);
 }
 
 bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log) {
@@ -130,7 +133,9 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
     data.append(canonical.view());
     // A failed request leaves the token empty; the fragment is written all
     // the same, and the request's own lines say what went wrong.
-    CmsSignedData::getTimestampToken(tsaOptions, data, *this, token, log);
+    FirstErrorLog requestErrors(log);
+    CmsSignedData::getTimestampToken(tsaOptions, data, *this, token, requestErrors);
+    m_timestampRequestError = requestErrors.firstErrorLine();
     StringBuffer tokenBase64;
     token.encodeDB("base64", tokenBase64);
     if (const size_t p = fragment.find(tsf::kTokenPlaceholder); p != std::string::npos)

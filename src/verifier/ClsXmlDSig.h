@@ -103,6 +103,9 @@ public:
     // Why the last load or canonicalization failed, in one line (the first
     // error it logged); empty after one that succeeded.
     const std::string& lastFailure() const { return m_lastFailure; }
+    // Why the last AddEncapsulatedTimeStamp got no token from the authority
+    // (the call itself succeeds and writes the block without one).
+    const std::string& timestampRequestError() const { return m_timestampRequestError; }
 
     // Internal operations; the caller holds the lock and passes the log.
     bool loadSignature(XString& xml, LogBase& log);
@@ -390,6 +393,7 @@ private:
     std::string m_lastExternalFile;
     VerificationReport m_report;
     std::string m_lastFailure;
+    std::string m_timestampRequestError;
     bool noteFailure(bool ok, const FirstErrorLog& errors);
     // The genTime of the timestamp this run verified, as xsd:dateTime.
     std::string m_timestampTime;
