@@ -62,7 +62,7 @@ bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer&
         if (n == 0)
             return true;
         out.appendN(reinterpret_cast<const char*>(chunk.data()), n);
-        if (!withinLimit(out.getSize(), m_limits.maxExternalFileBytes,
+        if (!withinLimit(out.getSize(), m_policy.limits.maxExternalFileBytes,
                          "Bytes of external data to transform:", VerificationLimits::kMaxExternalFileBytes, log))
             return false;
     }
@@ -149,7 +149,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
 // signature's document.
 std::unique_ptr<XPathNodeSet> ClsXmlDSig::externalNodeSet(const StringBuffer& data, LogBase& log) {
     auto nodes = std::make_unique<XPathNodeSet>();
-    nodes->setBudget(maxXPathNodes(log));
+    nodes->setBudget(m_policy.limits.maxXPathNodes);
     if (!nodes->loadOctets(data.view(), log))
         return nullptr;
     nodes->setSignedDocument(loadedTree());

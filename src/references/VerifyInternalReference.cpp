@@ -340,7 +340,7 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
             return true;
         }
     }
-    if (!m_uncommonOptions.containsSubstring("AllowXmlDigestError"))
+    if (!m_policy.profile.allowXmlDigestError)
         return false;
     check.matchedBy.push_back(FurtherAttempt::DigestErrorAllowed);
     return true;

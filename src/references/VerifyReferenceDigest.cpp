@@ -38,6 +38,7 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
     LogContextExitor ctx(*this, "VerifyReferenceDigest");
     m_log.clearLastJsonData();
     m_log.LogDataSb("uncommonOptions", m_uncommonOptions);
+    readPolicy();
     checkSetZatca(m_log);
     checkSetMyInvois(m_log);
 
@@ -164,7 +165,7 @@ bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSi
     DSigRefExternalData* data = getExtRef(index, false, log);
     std::unique_ptr<DSigRefExternalData> foundFile;
     if (!data && externalRefDirs.getSize() > 0) {
-        foundFile = findExternalFile(uri, externalRefDirs, m_limits.maxExternalFileBytes, log);
+        foundFile = findExternalFile(uri, externalRefDirs, m_policy.limits.maxExternalFileBytes, log);
         data = foundFile.get();
     }
     if (data)

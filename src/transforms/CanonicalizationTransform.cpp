@@ -2,12 +2,12 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DigestAttempt.h"
+#include "transforms/CanonicalizationMethod.h"
 #include "verifier/AlgorithmUris.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 namespace {
 
-using algorithm_uri::kC14n11Marker;
 using algorithm_uri::kExclusiveC14nMarker;
 
 constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization attribute sorting bug...";
@@ -53,14 +53,11 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     canon.setExcludedRange(shortcut.excludedStart, shortcut.excludedLength);
     // An XPointer URI keeps the comments that "" and "#id" leave out.
     const bool dropComments = attempt.commentsLeftOut && !uri.beginsWith("xpointer(");
-    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments") && !dropComments);
-    if (algorithm.containsSubstring(kExclusiveC14nMarker)) {
-        canon.setMode(XmlCanon::Mode::Exclusive);
-        if (!prefixList.isEmpty())
-            prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
-    } else if (algorithm.containsSubstring(kC14n11Marker)) {
-        canon.setMode(XmlCanon::Mode::Inclusive11);
-    }
+    const CanonicalizationMethod method = canonicalizationMethodOf(algorithm.view());
+    canon.setWithComments(method.withComments && !dropComments);
+    canon.setMode(method.mode);
+    if (method.mode == XmlCanon::Mode::Exclusive && !prefixList.isEmpty())
+        prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
     if (attempt.sortBugEmulation) {
         log.LogInfo(kSortBugMessage);
         canon.setSortBugEmulation(true);

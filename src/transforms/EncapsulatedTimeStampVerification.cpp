@@ -25,7 +25,7 @@ std::string hexOf(const DataBuffer& bytes) {
 }
 
 // Verifies the token's CMS signature and returns its encapsulated TSTInfo.
-bool verifiedTstInfo(const DataBuffer& token, _clsCades& options, SystemCerts& certs, DataBuffer& tstInfo,
+bool verifiedTstInfo(const DataBuffer& token, const VerificationPolicy& policy, SystemCerts& certs, DataBuffer& tstInfo,
                      LogBase& log) {
     CmsSignedData cms;
     bool detached = false;
@@ -33,7 +33,9 @@ bool verifiedTstInfo(const DataBuffer& token, _clsCades& options, SystemCerts& c
         log.LogError("Failed to parse ASN.1 of encapsulated timestamp.");
         return false;
     }
-    if (!cms.verifyOpaqueSignature(tstInfo, options, certs, log)) {
+    if (!policy.verifyOptionsReadable)
+        log.LogError("The CMS options are not a JSON object.");
+    if (!policy.verifyOptionsReadable || !cms.verifyOpaqueSignature(tstInfo, policy.validateTsaChain, certs, log)) {
         log.LogError("Verification of encapsulated timestamp failed.");
         return false;
     }
@@ -144,7 +146,7 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
     DataBuffer token, tstInfo;
     token.appendEncoded(tokenBase64.view(), "base64");
     TokenImprint imprint;
-    if (!verifiedTstInfo(token, *this, m_systemCerts, tstInfo, log) || !readImprint(tstInfo, imprint, log))
+    if (!verifiedTstInfo(token, m_policy, m_systemCerts, tstInfo, log) || !readImprint(tstInfo, imprint, log))
         return false;
 
     StringBuffer signatureValue, signatureValueId;

@@ -5,11 +5,6 @@
 
 #include <new>
 
-namespace {
-constexpr const char* kZatcaToken = "ZATCA";
-constexpr const char* kMyInvoisToken = "MYINVOIS";
-} // namespace
-
 ClsXmlDSig* ClsXmlDSig::createNewCls() {
     try {
         return new ClsXmlDSig();
@@ -70,12 +65,11 @@ void ClsXmlDSig::put_VerifyOptions(const XString& options) {
     CritSecExitor lock(m_critSec);
     put_CmsOptions(options);
     // Also read at each load and verification, where a bad value is logged.
-    LogNull quiet;
-    readLimits(quiet);
+    readPolicy();
 }
 
 bool ClsXmlDSig::checkSetZatca(LogBase& log) {
-    m_isZatca = m_uncommonOptions.containsSubstringNoCase(kZatcaToken);
+    m_isZatca = m_policy.profile.zatca;
     if (m_isZatca) {
         m_noSortBugRetry = true;
         log.LogInfo("Will validate according to ZATCA rules...");
@@ -84,7 +78,7 @@ bool ClsXmlDSig::checkSetZatca(LogBase& log) {
 }
 
 bool ClsXmlDSig::checkSetMyInvois(LogBase& log) {
-    m_isMyInvois = m_uncommonOptions.containsSubstringNoCase(kMyInvoisToken);
+    m_isMyInvois = m_policy.profile.myInvois;
     if (m_isMyInvois) {
         m_noSortBugRetry = true;
         log.LogInfo("Will validate according to MyInvois rules...");

@@ -9,7 +9,7 @@
 #include "verifier/ReferenceOutcome.h"
 #include "verifier/SignatureMethodParams.h"
 #include "verifier/SignerIdentity.h"
-#include "verifier/VerificationLimits.h"
+#include "verifier/VerificationPolicy.h"
 #include "verifier/VerificationReport.h"
 #include "verifier/_clsXmlDSigBase.h"
 
@@ -122,12 +122,15 @@ public:
     ClsXml* getReference(int index, LogBase& log);
     // Reference `index` parsed, with its URI trimmed; false when there is none.
     bool parsedReference(int index, DSigReference& ref, StringBuffer& uri, LogBase& log);
-    // The limits VerifyOptions sets, read again; false (and the defaults) when
-    // a value is not a positive integer.
-    bool readLimits(LogBase& log);
+    // Reads the policy UncommonOptions and VerifyOptions set, once per
+    // operation; a VerifyOptions value its member cannot take stops the
+    // operation where its limits are checked.
+    void readPolicy();
+    // False (logged) when the policy read has such a value.
+    bool policyIsValid(LogBase& log) const;
     // A certificate's text from the document within MaxCertificateBytes.
     bool certificateWithinLimit(const StringBuffer& text, LogBase& log);
-    const VerificationLimits& limits() const { return m_limits; }
+    const VerificationPolicy& policy() const { return m_policy; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
     // The SignedInfo child with this local name (a new reference), or null.
@@ -340,8 +343,6 @@ private:
                        StringBuffer& xml, LogBase& log);
     bool retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
                                  ReferenceCheck& check, LogBase& log);
-    // MaxXPathNodes of VerifyOptions, or the default.
-    uint64_t maxXPathNodes(LogBase& log) const;
     // The enveloped-signature transform, or when a canonicalization of the
     // untouched document follows, the cut left to it through `pending`.
     void envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, bool stpDocumentOnly,
@@ -406,7 +407,7 @@ private:
     };
     ReferenceList m_referenceList;
     const ReferenceList& selectedReferences();
-    VerificationLimits m_limits;
+    VerificationPolicy m_policy;
     // The outcomes of this VerifySignature run's references (null outside a run).
     ReferenceDigestMemo* m_runDigests = nullptr;
     DataBuffer m_hmacKey;

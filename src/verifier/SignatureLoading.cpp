@@ -60,6 +60,7 @@ void ClsXmlDSig::resetLoadedDocument() {
 
 bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
     resetLoadedDocument();
+    readPolicy();
     FirstErrorLog errors(log);
     checkSetZatca(errors);
     checkSetMyInvois(errors);
@@ -69,6 +70,7 @@ bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
 
 bool ClsXmlDSig::loadSignatureBd(DataBuffer& bytes, LogBase& log) {
     resetLoadedDocument();
+    readPolicy();
     FirstErrorLog errors(log);
     // Unlike the string loads, the profile options are not evaluated here:
     // they keep the values of the last load or verification.
@@ -107,8 +109,8 @@ bool ClsXmlDSig::parseLoadedText(LogBase& log) {
     if (!m_xml->findSignatures(m_signatures, log))
         return false;
     // Too many signatures fail the load: none is listed to be verified.
-    if (readLimits(log) &&
-        VerificationLimits::within(static_cast<uint64_t>(m_signatures.getSize()), m_limits.maxSignatures,
+    if (policyIsValid(log) &&
+        VerificationLimits::within(static_cast<uint64_t>(m_signatures.getSize()), m_policy.limits.maxSignatures,
                                    "Signatures in the document:", VerificationLimits::kMaxSignatures, log))
         return true;
     m_signatures.removeAllObjects();

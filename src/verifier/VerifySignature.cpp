@@ -3,6 +3,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/xml/ClsXml.h"
+#include "transforms/CanonicalizationMethod.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 #include "verifier/ProfileMarkers.h"
@@ -15,25 +16,18 @@ namespace {
 constexpr std::string_view kDodaStart = "<doda>";
 constexpr std::string_view kDodaEnd = "</doda>";
 
-// Inclusive unless the URI names exclusive C14N or C14N 1.1; an unknown URI
-// is logged and canonicalized inclusively, which is what such signers mostly
-// meant.
+// An unknown URI is logged and canonicalized inclusively.
 void configureCanonicalizer(const StringBuffer& algorithm, const StringBuffer& prefixList, XmlCanon& canon,
                             LogBase& log) {
     if (!prefixList.isEmpty())
         prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
-    if (algorithm.containsSubstring("xml-c14n11")) {
-        canon.setMode(XmlCanon::Mode::Inclusive11);
-    } else if (algorithm.containsSubstring("xml-c14n")) {
-        canon.setMode(XmlCanon::Mode::Inclusive);
-    } else if (algorithm.containsSubstring("xml-exc-c14n")) {
-        canon.setMode(XmlCanon::Mode::Exclusive);
-    } else {
+    const CanonicalizationMethod method = canonicalizationMethodOf(algorithm.view());
+    if (!method.recognised) {
         log.LogError("Unrecognized canonicalization method.");
         log.LogDataSb("canonicalizationMethod", algorithm);
-        canon.setMode(XmlCanon::Mode::Inclusive);
     }
-    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments"));
+    canon.setMode(method.mode);
+    canon.setWithComments(method.withComments);
 }
 
 } // namespace
@@ -47,6 +41,7 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
 
 bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     log.LogDataSb("uncommonOptions", m_uncommonOptions);
+    readPolicy();
     checkSetZatca(log);
     checkSetMyInvois(log);
     log.LogDataLong("verifyReferenceDigests", verifyReferenceDigests ? 1 : 0);
@@ -88,7 +83,7 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
         m_report.reason = "Unable to find the Signature by Id.";
         return false;
     }
-    if (m_uncommonOptions.containsSubstringNoCase("VerifyEncapsulatedTimeStamp") && !verifyTimeStampStage(locate, log))
+    if (m_policy.profile.verifyEncapsulatedTimeStamp && !verifyTimeStampStage(locate, log))
         return false;
 
     SignedInfoCheck check;

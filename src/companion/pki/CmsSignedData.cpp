@@ -100,17 +100,13 @@ bool CmsSignedData::loadPkcs7Der(const DataBuffer& der, const char* eContentType
     return true;
 }
 
-bool CmsSignedData::verifyOpaqueSignature(DataBuffer& content, _clsCades& options, SystemCerts& certs, LogBase& log) {
+bool CmsSignedData::verifyOpaqueSignature(DataBuffer& content, bool validateChain, SystemCerts& certs, LogBase& log) {
     LogContextExitor ctx(log, "verifyOpaqueSignature");
     content.clear();
     if (!m_cms) {
         log.LogError("No CMS SignedData loaded.");
         return false;
     }
-    ClsJsonObject cmsOptions;
-    if (!options.parsedCmsOptions(cmsOptions, log))
-        return false;
-    const bool validateChain = cmsOptions.boolOf(_clsCades::kValidateTsaChain, false);
     log.LogDataBool("validateTsaChain", validateChain);
 
     X509StackPtr known = storeCertificates(certs);

@@ -31,7 +31,9 @@ public:
     // returns the encapsulated content. The signer's certificate chain is
     // validated against certs only when the CMS options ask for it (see
     // _clsCades).
-    bool verifyOpaqueSignature(DataBuffer& content, _clsCades& options, SystemCerts& certs, LogBase& log);
+    // `validateChain`: the signer certificate must chain to `certs` and be fit
+    // for time stamping; otherwise only the signature is checked.
+    bool verifyOpaqueSignature(DataBuffer& content, bool validateChain, SystemCerts& certs, LogBase& log);
 
     // Asks a time-stamping authority for a token over the hash of data and
     // returns the token's DER. The request carries a random nonce and asks
