@@ -1,6 +1,7 @@
 #include "api/VerifierEngine.h"
 
 #include "api/DocumentLoading.h"
+#include "api/EngineOptions.h"
 #include "api/FailureReason.h"
 #include "api/ResultReport.h"
 #include "api/SettingsData.h"
@@ -70,9 +71,9 @@ Status VerifierEngine::configure() {
             return failure(Errc::bad_key, "the HMAC secret is not valid " + s.hmacEncoding);
     }
     m_dsig->put_IgnoreExternalRefs(s.ignoreExternalRefs);
-    XString options = utf8(s.options);
+    XString options = utf8(engineUncommonOptions(s));
     m_dsig->put_UncommonOptions(options);
-    XString verifyOptions = utf8(s.verifyOptions);
+    XString verifyOptions = utf8(engineVerifyOptions(s));
     m_dsig->put_VerifyOptions(verifyOptions);
     m_dsig->put_VerboseLogging(s.verboseLog);
     return {};
