@@ -6,11 +6,18 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace xmldsig {
 
 bool readDocumentFile(const std::string& path, DataBuffer& out, std::string& error) {
+    // A folder opens like a file, and its end offset is no size.
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec)) {
+        error = path + ": cannot open: " + std::strerror(EISDIR);
+        return false;
+    }
     std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in) {
         error = path + ": cannot open: " + std::strerror(errno);
