@@ -42,7 +42,7 @@ Status certificatesOf(LoadedDocument loaded, int signatureIndex, std::vector<Cer
     ClsXmlDSig& dsig = loaded.engine();
     ClsStringArray texts;
     if (!dsig.GetCerts(texts))
-        return loaded.failure(Errc::unresolved_key_info, dsig.m_log.firstError());
+        return loaded.failure(Errc::unresolved_key_info, dsig.lastFailure());
     for (int i = 0; i < texts.get_Count(); ++i) {
         XString text;
         texts.GetString(i, text);

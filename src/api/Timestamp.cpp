@@ -4,7 +4,7 @@
 
 #include "companion/base/ClsJsonObject.h"
 #include "companion/base/ClsStringBuilder.h"
-#include "companion/log/LogBase.h"
+#include "companion/log/FirstErrorLog.h"
 #include "verifier/ClsXmlDSig.h"
 
 namespace xmldsig {
@@ -16,9 +16,10 @@ namespace {
 template <typename Load> Status timestampLoaded(Load load, const TimestampRequest& request, std::string& out) {
     out.clear();
     ClsJsonObject options;
-    LogBase optionsLog;
-    if (!options.load(request.tsaOptions, optionsLog))
-        return {make_error_code(Errc::bad_option), optionsLog.firstError()};
+    LogNull quiet;
+    FirstErrorLog optionsErrors(quiet);
+    if (!options.load(request.tsaOptions, optionsErrors))
+        return {make_error_code(Errc::bad_option), optionsErrors.firstErrorLine()};
     options.updateString("TsaUrl", request.tsaUrl);
 
     LoadedDocument loaded = load();

@@ -1,5 +1,6 @@
 #include "companion/base/ClsStringArray.h"
 #include "companion/crypto/ClsPublicKey.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/SystemCerts.h"
 #include "companion/text/HashedStringSet.h"
@@ -13,8 +14,10 @@ bool ClsXmlDSig::GetCerts(ClsStringArray& out) {
     LogContextExitor ctx(*this, "GetCert");
     m_log.clearLastJsonData();
     bool result = true;
-    if (RefPtr<ClsXml> keyInfo(getKeyInfo(m_log)); keyInfo)
-        result = certsFromKeyInfo(*keyInfo, out, m_log);
+    FirstErrorLog errors(m_log);
+    if (RefPtr<ClsXml> keyInfo(getKeyInfo(errors)); keyInfo)
+        result = certsFromKeyInfo(*keyInfo, out, errors);
+    noteFailure(result, errors);
     // The outcome line reads as a failure whatever the result, as callers of
     // this interface have always seen it.
     logSuccessFailure(false);

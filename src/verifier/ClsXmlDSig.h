@@ -100,8 +100,9 @@ public:
     // each reference covered, the key that verified, the further attempts
     // used, the limit hit.
     const VerificationReport& report() const { return m_report; }
-    // Why the last load or canonicalization failed, in one line (the first
-    // error it logged); empty after one that succeeded.
+    // Why the last load, canonicalization, GetCerts or timestamp addition
+    // failed, in one line (the first error it logged); empty after one that
+    // succeeded.
     const std::string& lastFailure() const { return m_lastFailure; }
     // Why the last AddEncapsulatedTimeStamp got no token from the authority
     // (the call itself succeeds and writes the block without one).
