@@ -69,7 +69,7 @@ SignatureInfo signatureInfo(ClsXmlDSig& dsig, int index, LogBase& log) {
     return info;
 }
 
-std::vector<std::string> profileNames(const ClsXmlDSig::ProfileFlags& f) {
+std::vector<std::string> profileNames(const SignerProfile& f) {
     std::vector<std::string> names;
     auto add = [&names](bool on, const char* name) {
         if (on)

@@ -48,7 +48,7 @@ void _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool
 bool _clsXmlDSigBase::preprocessXmlToTransform(StringBuffer& uri, DSigReference&, StringBuffer& xml,
                                                std::string_view ownDocument, LogBase& log) {
     LogContextExitor ctx(log, "preprocessXmlToTransform");
-    if (m_isSiiCl) {
+    if (m_profile.isSiiCl) {
         log.LogInfo(std::string("Preprocessing for ") + std::string(profile_markers::kSiiChile));
         if (ownDocument.empty())
             extract_sii_cl_dte(xml, uri.getString(), true, log);

@@ -36,7 +36,7 @@ const XmlDocument* ClsXmlDSig::loadedTreeOfText() const {
 bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
                                           LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
-    if (!m_isSiiCl || !tree)
+    if (!m_profile.isSiiCl || !tree)
         return false;
     DSigReference ref;
     StringBuffer uri;
@@ -62,7 +62,7 @@ bool ClsXmlDSig::verifySignatureValueInSiiDteOwnContext(const XmlSigPositions& l
                                                         bool& ended, LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
     ElementAsOwnDocument dte;
-    if (!m_isSiiCl || !tree || !dteAsOwnDocument(*tree, tree->elementAt(locate.m_signatureLoc), dte))
+    if (!m_profile.isSiiCl || !tree || !dteAsOwnDocument(*tree, tree->elementAt(locate.m_signatureLoc), dte))
         return false;
 
     LogContextExitor ctx(log, "siiDteOwnContext");

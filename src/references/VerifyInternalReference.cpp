@@ -103,7 +103,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
                                          ReferenceCheck& check, LogBase& log) {
     LogContextExitor ctx(log, "verifyInternalReference");
     StringBuffer xml;
-    if (m_isDoda) {
+    if (m_profile.isDoda) {
         log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
         m_sigXml.getDelimited("<doda>", "</doda>", true, xml);
     } else {
@@ -121,7 +121,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
 
     TransformChain chain;
     if (ref.m_transformsXml.isEmpty()) {
-        if (m_isMyInvois) {
+        if (m_profile.isMyInvois) {
             takeMyInvoisSignedProperties(m_sigXml, xml);
         } else {
             StringBuffer algorithm;
@@ -130,7 +130,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
                 algorithm.append(kEnvelopedSignature);
                 envelope(xml, ref, true, attempt.stpDocumentOnly, shortcut, log);
             }
-            algorithm.append(m_isZatca ? kExclusiveC14nMarker : kInclusiveC14nMarker);
+            algorithm.append(m_profile.isZatca ? kExclusiveC14nMarker : kInclusiveC14nMarker);
             shortcut.sink = sink;
             shortcut.parsed = loadedTree();
             if (!transformCanonicalize(nullptr, xml, algorithm, uri, attempt, log, shortcut)) {
@@ -146,16 +146,16 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     DataBuffer digest;
     if (streamed.used()) {
         streamed.final(digest);
-        if (m_isMyInvois && chain.count == kMyInvoisDocumentTransforms)
+        if (m_profile.isMyInvois && chain.count == kMyInvoisDocumentTransforms)
             m_docDigest = digest;
     } else if (chain.base64Seen) {
         if (!digestBase64Content(xml, hashAlg, digest, log))
             return false;
-    } else if (m_isZatca && xml.containsSubstring(kSignedPropertiesMarker)) {
+    } else if (m_profile.isZatca && xml.containsSubstring(kSignedPropertiesMarker)) {
         zatcaSignedPropertiesDigest(xml, hashAlg, digest);
     } else {
         _tvHash::doHash(xml.getString(), xml.getSize(), hashAlg, digest);
-        if (m_isMyInvois && chain.count == kMyInvoisDocumentTransforms)
+        if (m_profile.isMyInvois && chain.count == kMyInvoisDocumentTransforms)
             m_docDigest = digest;
     }
 
@@ -192,8 +192,8 @@ bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
     // Entities are declared before the root element; only that prolog is searched.
     const std::string_view prolog = m_sigXml.view().substr(0, m_xml ? m_xml->startTagBegin() : m_sigXml.getSize());
-    return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64Marker) && !m_mayRemoveSwiftLau &&
-           prolog.find(kEntityDeclaration) == std::string_view::npos;
+    return !m_profile.isZatca && !ref.m_transformsXml.containsSubstring(kBase64Marker) &&
+           !m_profile.mayRemoveSwiftLau && prolog.find(kEntityDeclaration) == std::string_view::npos;
 }
 
 bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, const DigestAttempt& attempt,
@@ -308,7 +308,7 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
                                          bool hasSignedProperties, StringBuffer& calculated, ReferenceCheck& check,
                                          LogBase& log) {
     const StringBuffer& stored = ref.m_digestValue;
-    if (!m_isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
+    if (!m_profile.isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
         log.LogInfo("Retry with ZATCA rules...");
         StringBuffer retry(m_sigXml.view());
         preprocessXmlToTransform(uri, ref, retry, attempt.ownDocument, log);
@@ -321,8 +321,8 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
         log.LogDataSb("calculatedDigest2", calculated);
         log.LogDataSb("storedRefDigest2", stored);
         // From here on the document is treated as a ZATCA invoice.
-        m_noSortBugRetry = true;
-        m_isZatca = true;
+        m_profile.noSortBugRetry = true;
+        m_profile.isZatca = true;
         if (calculated.equals(stored.view())) {
             check.matchedBy.push_back(FurtherAttempt::ZatcaRules);
             return true;

@@ -53,8 +53,8 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
 DigestAttempt ClsXmlDSig::profileAttempt(FurtherAttempt kind) const {
     DigestAttempt attempt;
     attempt.kind = kind;
-    attempt.sortBugEmulation = m_dupC14nSortBug || m_isCsioz;
-    attempt.stpDocumentOnly = m_isCmaStp;
+    attempt.sortBugEmulation = m_profile.dupC14nSortBug || m_profile.isCsioz;
+    attempt.stpDocumentOnly = m_profile.isCmaStp;
     return attempt;
 }
 
@@ -75,11 +75,11 @@ bool ClsXmlDSig::verifyByFieldSignerRules(int index, ReferenceCheck& check, ExtP
     const int literalReason = m_refFailReason;
     if (literalReason != kMismatch && literalReason != kCanonicalizationFailed)
         return false;
-    const bool matched =
-        m_isSiiCl ? verifyInSiiDteOwnContext(index, check, externalRefDirs, log) : verifyBySignedDocRules(index, log);
+    const bool matched = m_profile.isSiiCl ? verifyInSiiDteOwnContext(index, check, externalRefDirs, log)
+                                           : verifyBySignedDocRules(index, log);
     if (!matched)
         m_refFailReason = literalReason;
-    else if (!m_isSiiCl)
+    else if (!m_profile.isSiiCl)
         check.matchedBy.push_back(FurtherAttempt::SignedDocRules);
     return matched;
 }
@@ -93,17 +93,17 @@ bool ClsXmlDSig::verifyWithSortBugRetry(int index, ReferenceCheck& check, ExtPtr
     if (m_refFailReason != kMismatch)
         return false;
 
-    if (m_dupC14nSortBug) {
+    if (m_profile.dupC14nSortBug) {
         log.LogInfo("Retry without duplication of common XML canonicalization attribute sorting bug...");
-        m_dupC14nSortBug = false;
+        m_profile.dupC14nSortBug = false;
         return verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugDropped), check, externalRefDirs,
                                       log);
     }
-    if (m_noSortBugRetry)
+    if (m_profile.noSortBugRetry)
         return false;
     log.LogInfo("Retry with duplication of common XML canonicalization attribute sorting bug...");
     // Left on when the retry fails too: the next reference starts with it.
-    m_dupC14nSortBug = true;
+    m_profile.dupC14nSortBug = true;
     if (!verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugEmulated), check, externalRefDirs, log))
         return false;
     log.LogInfo("This signature was produced by software having the attribute sorting bug.");
@@ -213,13 +213,13 @@ bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigR
                                              const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log) {
     if (!m_runDigests)
         return verifyInternalReference(uri, ref, attempt, check, log);
-    if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, attempt, m_isZatca)) {
+    if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, attempt, m_profile.isZatca)) {
         log.LogDataLong("sameAsReference", earlier->index);
         m_refFailReason = earlier->failReason;
         check.matchedBy = earlier->matchedBy;
         return earlier->matched;
     }
-    const bool zatcaRules = m_isZatca;
+    const bool zatcaRules = m_profile.isZatca;
     const bool matched = verifyInternalReference(uri, ref, attempt, check, log);
     m_runDigests->remember(ref, attempt, zatcaRules, {index, matched, m_refFailReason, check.matchedBy});
     return matched;

@@ -19,7 +19,7 @@ bool cutJoinsLineEnd(std::string_view text, const ClsXmlDSig::EnvelopedRange& ra
 bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
                                              LogBase& log) {
     CanonShortcut noCanonicalizationFollows;
-    envelope(xml, ref, false, m_isCmaStp, noCanonicalizationFollows, log);
+    envelope(xml, ref, false, m_profile.isCmaStp, noCanonicalizationFollows, log);
     return true;
 }
 
@@ -46,7 +46,7 @@ bool ClsXmlDSig::envelopedSignatureRange(const StringBuffer& xml, DSigReference&
     StringBuffer sigId;
     if (ClsXml* sig = selectedSignature())
         sig->getAttrValue("Id", sigId);
-    if (m_isZatca && sigId.equals(kZatcaSignatureId))
+    if (m_profile.isZatca && sigId.equals(kZatcaSignatureId))
         return false;
 
     if (!sigId.isEmpty() && log.verbose())

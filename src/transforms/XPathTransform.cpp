@@ -187,7 +187,7 @@ bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, Strin
         log.LogDataLong("commonXPathOption", 6);
         removeZatcaQrReference(xml, xPath, *this, log);
     } else if (xPath.matches("not(//ancestor-or-self::*)", true)) {
-        removeNamedElements(xml, xPath, m_isMyInvois, log);
+        removeNamedElements(xml, xPath, m_profile.isMyInvois, log);
     } else {
         log.LogDataLong("unhandledXPath", kNoFormMatched);
         result = false;

@@ -69,26 +69,21 @@ void ClsXmlDSig::put_VerifyOptions(const XString& options) {
 }
 
 bool ClsXmlDSig::checkSetZatca(LogBase& log) {
-    m_isZatca = m_policy.profile.zatca;
-    if (m_isZatca) {
-        m_noSortBugRetry = true;
+    m_profile.isZatca = m_policy.profile.zatca;
+    if (m_profile.isZatca) {
+        m_profile.noSortBugRetry = true;
         log.LogInfo("Will validate according to ZATCA rules...");
     }
-    return m_isZatca;
+    return m_profile.isZatca;
 }
 
 bool ClsXmlDSig::checkSetMyInvois(LogBase& log) {
-    m_isMyInvois = m_policy.profile.myInvois;
-    if (m_isMyInvois) {
-        m_noSortBugRetry = true;
+    m_profile.isMyInvois = m_policy.profile.myInvois;
+    if (m_profile.isMyInvois) {
+        m_profile.noSortBugRetry = true;
         log.LogInfo("Will validate according to MyInvois rules...");
     }
-    return m_isMyInvois;
-}
-
-ClsXmlDSig::ProfileFlags ClsXmlDSig::profileFlags() const {
-    return ProfileFlags{m_specialProfile, m_isSiiCl,        m_isDoda,         m_isCsioz,          m_isSunat, m_isZatca,
-                        m_isMyInvois,     m_dupC14nSortBug, m_noSortBugRetry, m_isSignedDocSkXml, m_isCmaStp};
+    return m_profile.isMyInvois;
 }
 
 ClsXml* ClsXmlDSig::selectedSignature() const {

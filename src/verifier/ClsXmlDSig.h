@@ -273,13 +273,8 @@ public:
     void noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates);
     bool noteRefusal(bool mismatch, const std::string& error);
 
-    // The profile flags, for callers that report them.
-    struct ProfileFlags {
-        uint32_t specialProfile;
-        bool isSiiCl, isDoda, isCsioz, isSunat, isZatca, isMyInvois;
-        bool dupC14nSortBug, noSortBugRetry, isSignedDocSkXml, isCmaStp;
-    };
-    ProfileFlags profileFlags() const;
+    // The signer profile of the loaded document, for callers that report it.
+    const SignerProfile& profileFlags() const { return m_profile; }
     // The selected signature element (borrowed), or null.
     ClsXml* selectedSignature() const;
     // Where the selected signature lies in `text` (the loaded text, or one

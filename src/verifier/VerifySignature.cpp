@@ -118,7 +118,7 @@ bool ClsXmlDSig::fail(VerificationStage stage, std::string_view reason, LogBase&
 
 bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log) {
     const std::string_view signedInfo = m_sigXml.view().substr(locate.m_signedInfoLoc, locate.m_signedInfoLen);
-    if (!m_isZatca)
+    if (!m_profile.isZatca)
         log.LogBracketed("signedInfo", signedInfo);
 
     XmlCanon canon;
@@ -137,18 +137,18 @@ bool ClsXmlDSig::signedInfoCanonicalizer(XmlCanon& canon, StringBuffer& method, 
     if (!getCanonicalizationMethod(method, prefixList, log))
         return fail(VerificationStage::SignedInfo, "Unable to get SignedInfo CanonicalizationMethod.", log);
     configureCanonicalizer(method, prefixList, canon, log);
-    if (m_isCsioz || m_dupC14nSortBug) {
+    if (m_profile.isCsioz || m_profile.dupC14nSortBug) {
         log.LogInfo("Will duplicate the XML canonicalization attribute sorting bug...");
         canon.setSortBugEmulation(true);
     }
     // SK-XML signers canonicalized SignedInfo as a document of its own.
-    if (m_isSignedDocSkXml)
+    if (m_profile.isSignedDocSkXml)
         canon.setInheritAncestorContext(false);
     return true;
 }
 
 bool ClsXmlDSig::canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log) {
-    if (m_isSiiCl && !m_siiDteXml.isEmpty() && m_siiDteOffset != 0 && m_siiDteOffset < signedInfoLoc) {
+    if (m_profile.isSiiCl && !m_siiDteXml.isEmpty() && m_siiDteOffset != 0 && m_siiDteOffset < signedInfoLoc) {
         if (canon.xmlCanonicalize(m_siiDteXml, nullptr, signedInfoLoc - m_siiDteOffset, out, log))
             return true;
         return fail(VerificationStage::SignedInfo,
@@ -156,7 +156,7 @@ bool ClsXmlDSig::canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, St
                         " SignedInfo fragment.",
                     log);
     }
-    if (m_isDoda) {
+    if (m_profile.isDoda) {
         StringBuffer doda;
         m_sigXml.getDelimited(kDodaStart, kDodaEnd, true, doda);
         const int dodaLoc = m_sigXml.findSubstr(kDodaStart);
@@ -165,7 +165,7 @@ bool ClsXmlDSig::canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, St
             return true;
         return fail(VerificationStage::SignedInfo, "Failed to canonicalize doda SignedInfo fragment.", log);
     }
-    if (m_isZatca) {
+    if (m_profile.isZatca) {
         // ZATCA signs the invoice hash that reference 0 carries.
         RefPtr<ClsXml> reference(getReference(0, log));
         if (!reference)
@@ -228,11 +228,11 @@ bool ClsXmlDSig::signatureMethodParamsToCheck(SignedInfoCheck& check, LogBase& l
 }
 
 void ClsXmlDSig::signedHash(SignedInfoCheck& check) {
-    if (m_isZatca) {
+    if (m_profile.isZatca) {
         DataBuffer invoiceHash;
         invoiceHash.appendEncoded(check.canonical.view(), "base64");
         _tvHash::doHash(invoiceHash.getData(), invoiceHash.getSize(), check.hashAlg, check.hash);
-    } else if (m_isMyInvois) {
+    } else if (m_profile.isMyInvois) {
         check.hash = m_docDigest;
     } else {
         _tvHash::doHash(check.canonical.getString(), check.canonical.getSize(), check.hashAlg, check.hash);

@@ -4,6 +4,7 @@
 #include "companion/pki/_clsCades.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
+#include "verifier/SignerProfile.h"
 
 #include <cstdint>
 #include <string_view>
@@ -54,25 +55,10 @@ public:
                                const CanonShortcut& shortcut = CanonShortcut{});
 
 protected:
-    // Profile flags: which signer family's deviations to accommodate.
-    uint32_t m_specialProfile = 0;
-    bool m_isSiiCl = false;
+    SignerProfile m_profile;
+    // The SII DTE the last reference stage extracted, and where it starts.
     uint32_t m_siiDteOffset = 0;
     StringBuffer m_siiDteXml;
-    // Reset together whenever a document is loaded.
-    bool m_isDoda = false;
-    bool m_isCsioz = false;
-    bool m_isSunat = false;
-    bool m_isZatca = false;
-    bool m_isMyInvois = false;
-    bool m_dupC14nSortBug = false;
-    bool m_noSortBugRetry = false;
-    bool m_isSignedDocSkXml = false;
-    bool m_isCmaStp = false;
-    // The loaded text has a LAU element, which the SWIFT Alliance
-    // post-processing may cut from the canonical text (found with the profile
-    // markers, not searched per reference).
-    bool m_mayRemoveSwiftLau = false;
     // The invoice document digest that MyInvois signatures sign.
     DataBuffer m_docDigest;
 };
