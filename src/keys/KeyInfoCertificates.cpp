@@ -121,7 +121,7 @@ bool ClsXmlDSig::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& s
     // Unlike key resolution, listing certificates takes no stand-in token.
     const key_info::TokenSearch search{"Need to locate BinarySecurityToken within XML....", false};
     StringBuffer certText;
-    if (!key_info::referencedTokenCertificate(*reference, m_xml, search, certText, *this, log))
+    if (!key_info::referencedTokenCertificate(*reference, m_document.tree.get(), search, certText, *this, log))
         return false;
     // A token that holds no valid certificate is left out, not an error.
     if (processCertBase64(certText, seen, log))

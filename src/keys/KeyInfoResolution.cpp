@@ -70,7 +70,7 @@ ClsXml* ClsXmlDSig::GetKeyInfo() {
 
 ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
     LogContextExitor ctx(log, "getKeyInfo");
-    log.LogDataLong("numSignatures", m_signatures.getSize());
+    log.LogDataLong("numSignatures", m_document.signatures.getSize());
     log.LogDataLong("selector", m_selector);
     ClsXml* sig = selectedSignature();
     if (!sig)
@@ -201,7 +201,7 @@ bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtP
         log.LogInfo("We have a *:Reference...");
     const key_info::TokenSearch search{"Need to locate BinarySecurityToken within XML...", true};
     StringBuffer certText;
-    if (!key_info::referencedTokenCertificate(*reference, m_xml, search, certText, *this, log))
+    if (!key_info::referencedTokenCertificate(*reference, m_document.tree.get(), search, certText, *this, log))
         return false;
     ClsPublicKey* key = publicKeyFromCertBase64(certText, seen, log);
     if (!key) {
@@ -226,9 +226,10 @@ bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArr
     log.LogInfo("Need to find the cert from the binary security token with a given SHA1 thumbprint...");
     log.LogDataSb("sbKeyIdentData", identifier);
     log.LogInfo("Need to locate BinarySecurityToken within XML...");
-    if (!m_xml)
+    if (!m_document.tree)
         return false;
-    RefPtr<ClsXml> bst(m_xml->searchForAttribute(nullptr, "*:BinarySecurityToken", "*:ValueType", false, "*#X509v3"));
+    RefPtr<ClsXml> bst(
+        m_document.tree->searchForAttribute(nullptr, "*:BinarySecurityToken", "*:ValueType", false, "*#X509v3"));
     if (!bst) {
         log.LogError("Failed to find the wsse:BinarySecurityToken element");
         return false;

@@ -133,7 +133,7 @@ bool ClsXmlDSig::verifyBySignedDocRules(int index, LogBase& log) {
         computed = dataFileDigest(*tree, target, hashAlg, digest, log);
     } else if (target != kNoNode) {
         log.LogInfo("Element canonicalized as a document of its own.");
-        computed = ownDocumentDigest(m_sigXml, tree->startTagBegin(target), hashAlg, digest, log);
+        computed = ownDocumentDigest(m_document.text, tree->startTagBegin(target), hashAlg, digest, log);
     }
     if (!computed)
         return false;

@@ -105,10 +105,10 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     StringBuffer xml;
     if (m_profile.isDoda) {
         log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
-        m_sigXml.getDelimited("<doda>", "</doda>", true, xml);
+        m_document.text.getDelimited("<doda>", "</doda>", true, xml);
     } else {
         // Shared, not copied: only a transform that edits the text copies it.
-        xml.shareFrom(m_sigXml);
+        xml.shareFrom(m_document.text);
     }
     preprocessXmlToTransform(uri, ref, xml, attempt.ownDocument, log);
 
@@ -122,7 +122,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     TransformChain chain;
     if (ref.m_transformsXml.isEmpty()) {
         if (m_profile.isMyInvois) {
-            takeMyInvoisSignedProperties(m_sigXml, xml);
+            takeMyInvoisSignedProperties(m_document.text, xml);
         } else {
             StringBuffer algorithm;
             CanonShortcut shortcut;
@@ -191,7 +191,8 @@ bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, 
 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
     // Entities are declared before the root element; only that prolog is searched.
-    const std::string_view prolog = m_sigXml.view().substr(0, m_xml ? m_xml->startTagBegin() : m_sigXml.getSize());
+    const std::string_view prolog = m_document.text.view().substr(0, m_document.tree ? m_document.tree->startTagBegin()
+                                                                                     : m_document.text.getSize());
     return !m_profile.isZatca && !ref.m_transformsXml.containsSubstring(kBase64Marker) &&
            !m_profile.mayRemoveSwiftLau && prolog.find(kEntityDeclaration) == std::string_view::npos;
 }
@@ -310,7 +311,7 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
     const StringBuffer& stored = ref.m_digestValue;
     if (!m_profile.isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
         log.LogInfo("Retry with ZATCA rules...");
-        StringBuffer retry(m_sigXml.view());
+        StringBuffer retry(m_document.text.view());
         preprocessXmlToTransform(uri, ref, retry, attempt.ownDocument, log);
         StringBuffer exclusive(kExclusiveC14nMarker);
         transformCanonicalize(nullptr, retry, exclusive, uri, attempt, log);

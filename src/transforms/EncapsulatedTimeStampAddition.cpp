@@ -82,7 +82,7 @@ bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, ClsStringBu
     LogContextExitor ctx(*this, "AddEncapsulatedTimeStamp");
     m_log.clearLastJsonData();
     out.m_str.clear();
-    m_log.LogDataLong("numSignatures", m_signatures.getSize());
+    m_log.LogDataLong("numSignatures", m_document.signatures.getSize());
     m_log.LogDataLong("selector", m_selector);
     m_timestampRequestError.clear();
     FirstErrorLog errors(m_log);
@@ -105,7 +105,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
         return false;
     }
     XmlSigPositions at;
-    if (!locateSignature(*this, *sig, m_sigXml.view(), at, log))
+    if (!locateSignature(*this, *sig, m_document.text.view(), at, log))
         return false;
     logPositions(at, log);
     StringBuffer valueId;
@@ -115,7 +115,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
     StringBuffer prefix, sigId, objectId, stampId;
     sig->getTagNamespace(prefix);
     sig->getAttrValue("Id", sigId);
-    const tsf::Placement placement = tsf::place(at, m_sigXml.view());
+    const tsf::Placement placement = tsf::place(at, m_document.text.view());
     if (placement.wrapping == tsf::Wrapping::Object)
         appendXmlAttrId(objectId, log);
     appendXmlAttrId(stampId, log);
@@ -127,7 +127,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
     XmlCanon canon;
     canon.setMode(XmlCanon::Mode::Exclusive);
     StringBuffer canonical;
-    canon.xmlCanonicalize(m_sigXml, valueId.getString(), 0, canonical, log);
+    canon.xmlCanonicalize(m_document.text, valueId.getString(), 0, canonical, log);
     canonical.toLF();
     DataBuffer data, token;
     data.append(canonical.view());
@@ -142,7 +142,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
         fragment.replace(p, tsf::kTokenPlaceholder.size(), tokenBase64.view());
 
     StringBuffer& text = out.getUtf8Sb_rw();
-    text.setString(m_sigXml.view());
+    text.setString(m_document.text.view());
     if (placement.offset)
         text.insertAt(placement.offset, fragment);
     logSuccessFailure(true);

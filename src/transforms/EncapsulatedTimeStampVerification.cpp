@@ -122,7 +122,7 @@ bool ClsXmlDSig::HasEncapsulatedTimeStamp() {
 
 bool ClsXmlDSig::hasEncapsulatedTimeStamp(LogBase& log) {
     LogContextExitor ctx(log, "hasEncapsulatedTimeStamp");
-    log.LogDataLong("numSignatures", m_signatures.getSize());
+    log.LogDataLong("numSignatures", m_document.signatures.getSize());
     log.LogDataLong("selector", m_selector);
     ClsXml* sig = selectedSignature();
     if (!sig) {
@@ -162,7 +162,7 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
     XmlCanon canon;
     canon.setMode(timestampCanonMode(sigDom, log));
     StringBuffer canonical;
-    canon.xmlCanonicalize(m_sigXml, signatureValueId.getString(), 0, canonical, log);
+    canon.xmlCanonicalize(m_document.text, signatureValueId.getString(), 0, canonical, log);
     canonical.toLF();
     log.LogDataSb("sbCanonSigValue", canonical);
 

@@ -19,7 +19,7 @@ ClsXmlDSig::~ClsXmlDSig() {
     try {
         CritSecExitor lock(m_critSec);
         releaseDocument();
-        m_signatures.removeAllObjects();
+        m_document.signatures.removeAllObjects();
         m_selector = 0;
         m_publicKeys.removeAllObjects();
     } catch (...) {
@@ -27,15 +27,12 @@ ClsXmlDSig::~ClsXmlDSig() {
 }
 
 void ClsXmlDSig::releaseDocument() {
-    if (m_xml) {
-        m_xml->decRefCount();
-        m_xml = nullptr;
-    }
+    m_document.tree.reset();
 }
 
 void ClsXmlDSig::put_Selector(int index) {
     CritSecExitor lock(m_critSec);
-    const int n = m_signatures.getSize();
+    const int n = m_document.signatures.getSize();
     if (index >= n)
         index = n - 1;
     m_selector = index < 0 ? 0 : index;
@@ -43,7 +40,7 @@ void ClsXmlDSig::put_Selector(int index) {
 
 int ClsXmlDSig::get_NumSignatures() {
     CritSecExitor lock(m_critSec);
-    return m_signatures.getSize();
+    return m_document.signatures.getSize();
 }
 
 void ClsXmlDSig::get_ExternalRefDirs(XString& out) {
@@ -87,5 +84,5 @@ bool ClsXmlDSig::checkSetMyInvois(LogBase& log) {
 }
 
 ClsXml* ClsXmlDSig::selectedSignature() const {
-    return static_cast<ClsXml*>(m_signatures.elementAt(m_selector));
+    return static_cast<ClsXml*>(m_document.signatures.elementAt(m_selector));
 }

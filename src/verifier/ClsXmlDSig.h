@@ -6,6 +6,7 @@
 #include "companion/text/ExtPtrArray.h"
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
+#include "verifier/LoadedDocument.h"
 #include "verifier/ReferenceOutcome.h"
 #include "verifier/SignatureMethodParams.h"
 #include "verifier/SignerIdentity.h"
@@ -364,28 +365,13 @@ private:
     bool m_withComments = false;
     bool m_ignoreExternalRefs = false;
     int m_refFailReason = 0;
-    StringBuffer m_sigXml;
-    ClsXml* m_xml = nullptr;
+    LoadedDocument m_document;
     XString m_externalRefDirs;
-    ExtPtrArrayRc m_signatures;
     ExtPtrArrayRc m_publicKeys;
     ExtPtrArrayRc m_callerKeys;
     ExtPtrArray m_refExternalData;
     bool m_reservedFlag = true;
-    // The last signature location found in m_sigXml; cleared by a load.
-    // `ambiguous`: the search by Id or digest landed on another signature.
-    struct LocateMemo {
-        bool valid = false;
-        bool byId = false;
-        bool found = false;
-        bool ambiguous = false;
-        uint32_t selectedLoc = 0;
-        uint32_t otherLoc = 0; // where the search landed when ambiguous
-        std::string key;
-        XmlSigPositions positions;
-    };
-    LocateMemo m_locateMemo;
-    static void logAmbiguousLocation(const LocateMemo& memo, LogBase& log);
+    static void logAmbiguousLocation(const SignatureLocateMemo& memo, LogBase& log);
     // The file the last external reference was hashed from (empty: caller data).
     std::string m_lastExternalFile;
     VerificationReport m_report;
@@ -394,15 +380,7 @@ private:
     bool noteFailure(bool ok, const FirstErrorLog& errors);
     // The genTime of the timestamp this run verified, as xsd:dateTime.
     std::string m_timestampTime;
-    // The selected signature's Reference elements, listed once per signature
-    // so that reference i is not found by walking i siblings.
-    struct ReferenceList {
-        const ClsXml* signature = nullptr;
-        bool hasSignedInfo = false;
-        ExtPtrArrayRc references;
-    };
-    ReferenceList m_referenceList;
-    const ReferenceList& selectedReferences();
+    const SignatureReferences& selectedReferences();
     VerificationPolicy m_policy;
     // The outcomes of this VerifySignature run's references (null outside a run).
     ReferenceDigestMemo* m_runDigests = nullptr;

@@ -44,9 +44,9 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
 
 void ClsXmlDSig::resetLoadedDocument() {
     m_selector = 0;
-    m_locateMemo = LocateMemo{};
-    m_referenceList.signature = nullptr;
-    m_referenceList.references.removeAllObjects();
+    m_document.located = SignatureLocateMemo{};
+    m_document.references.signature = nullptr;
+    m_document.references.references.removeAllObjects();
     // Nothing an earlier document computed may speak for this one.
     m_docDigest.clear();
     m_siiDteXml.clear();
@@ -55,7 +55,7 @@ void ClsXmlDSig::resetLoadedDocument() {
     m_report = VerificationReport{};
     m_timestampTime.clear();
     releaseDocument();
-    m_signatures.removeAllObjects();
+    m_document.signatures.removeAllObjects();
 }
 
 bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
@@ -64,7 +64,7 @@ bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
     FirstErrorLog errors(log);
     checkSetZatca(errors);
     checkSetMyInvois(errors);
-    m_sigXml.setString(xml.view());
+    m_document.text.setString(xml.view());
     return noteFailure(parseLoadedText(errors), errors);
 }
 
@@ -76,7 +76,7 @@ bool ClsXmlDSig::loadSignatureBd(DataBuffer& bytes, LogBase& log) {
     // they keep the values of the last load or verification.
     if (!bytes.convertXmlToUtf8(errors))
         return noteFailure(false, errors);
-    m_sigXml.takeFromDb(bytes);
+    m_document.text.takeFromDb(bytes);
     return noteFailure(parseLoadedText(errors), errors);
 }
 
@@ -92,27 +92,27 @@ bool ClsXmlDSig::noteFailure(bool ok, const FirstErrorLog& errors) {
 bool ClsXmlDSig::parseLoadedText(LogBase& log) {
     // Shared before the threads start: the parser then reads the same bytes
     // without changing the buffer.
-    const std::shared_ptr<const std::string> text = m_sigXml.share();
+    const std::shared_ptr<const std::string> text = m_document.text.share();
     uint64_t markers = 0;
     bool parsed = false;
     LogBase parseLog;
-    m_xml = ClsXml::createNewCls();
+    m_document.tree.reset(ClsXml::createNewCls());
     runAlongside(
         text->size() >= kDetectAlongsideFrom, [&] { markers = findProfileMarkers(*text); },
-        [&] { parsed = m_xml && m_xml->loadXml(m_sigXml, false, parseLog); });
+        [&] { parsed = m_document.tree && m_document.tree->loadXml(m_document.text, false, parseLog); });
     detectSpecial(markers, log);
     if (!parsed) {
         if (parseLog.hasErrors())
             log.LogError(parseLog.firstError());
         return false;
     }
-    if (!m_xml->findSignatures(m_signatures, log))
+    if (!m_document.tree->findSignatures(m_document.signatures, log))
         return false;
     // Too many signatures fail the load: none is listed to be verified.
-    if (policyIsValid(log) &&
-        VerificationLimits::within(static_cast<uint64_t>(m_signatures.getSize()), m_policy.limits.maxSignatures,
-                                   "Signatures in the document:", VerificationLimits::kMaxSignatures, log))
+    if (policyIsValid(log) && VerificationLimits::within(
+                                  static_cast<uint64_t>(m_document.signatures.getSize()), m_policy.limits.maxSignatures,
+                                  "Signatures in the document:", VerificationLimits::kMaxSignatures, log))
         return true;
-    m_signatures.removeAllObjects();
+    m_document.signatures.removeAllObjects();
     return false;
 }

@@ -46,9 +46,9 @@ bool ClsXmlDSig::verifyReferenceStage(LogBase& log) {
 
 bool ClsXmlDSig::verifyTimeStampStage(const XmlSigPositions& locate, LogBase& log) {
     LogContextExitor ctx(log, "checkEncapsulatedTimeStamp");
-    if (locate.m_signatureLoc >= m_sigXml.getSize())
+    if (locate.m_signatureLoc >= m_document.text.getSize())
         return true;
-    StringBuffer sigText(m_sigXml.view().substr(locate.m_signatureLoc, locate.m_signatureLen));
+    StringBuffer sigText(m_document.text.view().substr(locate.m_signatureLoc, locate.m_signatureLen));
     if (log.verbose())
         log.LogBracketed("signature", sigText.view());
     if (!sigText.containsSubstring("EncapsulatedTimeStamp"))

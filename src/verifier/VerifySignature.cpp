@@ -50,7 +50,7 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     m_timestampTime.clear();
 
     ClsXml* sig = selectedSignature();
-    if (m_signatures.getSize() == 0 || !sig)
+    if (m_document.signatures.getSize() == 0 || !sig)
         return fail(VerificationStage::Selection, "There are no signatures.", log);
     StringBuffer sigId;
     sig->getAttrValue("Id", sigId);
@@ -74,7 +74,7 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     ref.parseReference(*firstReference, log);
 
     XmlSigPositions locate;
-    if (!locateSelectedSignature(m_sigXml.view(), sigId, ref.m_digestValue, locate, log)) {
+    if (!locateSelectedSignature(m_document.text.view(), sigId, ref.m_digestValue, locate, log)) {
         if (sigId.isEmpty())
             return fail(VerificationStage::Location, "Unable to find the Signature.", log);
         log.LogInfo("Unable to find the Signature by Id.");
@@ -117,7 +117,7 @@ bool ClsXmlDSig::fail(VerificationStage stage, std::string_view reason, LogBase&
 }
 
 bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log) {
-    const std::string_view signedInfo = m_sigXml.view().substr(locate.m_signedInfoLoc, locate.m_signedInfoLen);
+    const std::string_view signedInfo = m_document.text.view().substr(locate.m_signedInfoLoc, locate.m_signedInfoLen);
     if (!m_profile.isZatca)
         log.LogBracketed("signedInfo", signedInfo);
 
@@ -158,8 +158,8 @@ bool ClsXmlDSig::canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, St
     }
     if (m_profile.isDoda) {
         StringBuffer doda;
-        m_sigXml.getDelimited(kDodaStart, kDodaEnd, true, doda);
-        const int dodaLoc = m_sigXml.findSubstr(kDodaStart);
+        m_document.text.getDelimited(kDodaStart, kDodaEnd, true, doda);
+        const int dodaLoc = m_document.text.findSubstr(kDodaStart);
         if (dodaLoc >= 0 && static_cast<unsigned>(dodaLoc) < signedInfoLoc &&
             canon.xmlCanonicalize(doda, nullptr, signedInfoLoc - static_cast<unsigned>(dodaLoc), out, log))
             return true;
@@ -175,7 +175,7 @@ bool ClsXmlDSig::canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, St
             return fail(VerificationStage::SignedInfo, "Failed to get invoiceHash for signature verification.", log);
         return true;
     }
-    if (canon.xmlCanonicalize(m_sigXml, nullptr, signedInfoLoc, out, log))
+    if (canon.xmlCanonicalize(m_document.text, nullptr, signedInfoLoc, out, log))
         return true;
     return fail(VerificationStage::SignedInfo, "Failed to canonicalize SignedInfo fragment.", log);
 }
