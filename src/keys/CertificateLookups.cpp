@@ -7,8 +7,10 @@
 #include "companion/pki/SystemCerts.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/text/HashedStringSet.h"
+#include "keys/KeyResolver.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/SignerIdentity.h"
+#include "verifier/VerificationLimits.h"
 
 namespace {
 
@@ -53,45 +55,45 @@ void recordCertificate(const TavixX509& cert, HashedStringSet& seen, LogBase& lo
 
 } // namespace
 
-ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex,
-                                                            LogBase& log) {
+ClsPublicKey* KeyResolver::getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex,
+                                                             LogBase& log) {
     LogContextExitor ctx(log, "getPublicKeyByIssuerNameAndSerial");
-    TavixX509* cert = findByIssuerAndSerial(m_systemCerts, issuerCN, serialHex, log);
+    TavixX509* cert = findByIssuerAndSerial(m_store, issuerCN, serialHex, log);
     return cert ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
-bool ClsXmlDSig::getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
-                                              LogBase& log) {
+bool KeyResolver::getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
+                                               LogBase& log) {
     LogContextExitor ctx(log, "getCertByIssuerNameAndSerial");
     outBase64.clear();
-    return certToBase64(findByIssuerAndSerial(m_systemCerts, issuerCN, serialHex, log), outBase64);
+    return certToBase64(findByIssuerAndSerial(m_store, issuerCN, serialHex, log), outBase64);
 }
 
-ClsPublicKey* ClsXmlDSig::getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log) {
+ClsPublicKey* KeyResolver::getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log) {
     LogContextExitor ctx(log, "getPublicKeyBySubjectName");
-    TavixX509* cert = findBySubjectName(m_systemCerts, dn, log);
+    TavixX509* cert = findBySubjectName(m_store, dn, log);
     return cert ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
-bool ClsXmlDSig::getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log) {
+bool KeyResolver::getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log) {
     LogContextExitor ctx(log, "getCertSubjectName");
     outBase64.clear();
-    return certToBase64(findBySubjectName(m_systemCerts, dn, log), outBase64);
+    return certToBase64(findBySubjectName(m_store, dn, log), outBase64);
 }
 
-ClsPublicKey* ClsXmlDSig::getPublicKeyBySKI(StringBuffer& ski, LogBase& log) {
+ClsPublicKey* KeyResolver::getPublicKeyBySKI(StringBuffer& ski, LogBase& log) {
     LogContextExitor ctx(log, "getPublicKeyBySKI");
-    TavixX509* cert = findBySki(m_systemCerts, ski, log);
+    TavixX509* cert = findBySki(m_store, ski, log);
     return cert ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
-bool ClsXmlDSig::getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log) {
+bool KeyResolver::getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log) {
     LogContextExitor ctx(log, "getCertBySKI");
     outBase64.clear();
-    return certToBase64(findBySki(m_systemCerts, ski, log), outBase64);
+    return certToBase64(findBySki(m_store, ski, log), outBase64);
 }
 
-ClsPublicKey* ClsXmlDSig::publicKeyFromX509(TavixX509& cert, LogBase& log) {
+ClsPublicKey* KeyResolver::publicKeyFromX509(TavixX509& cert, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromX509");
     // A fresh wrapper per document around the key that all holders of these
     // certificate bytes share.
@@ -139,7 +141,17 @@ bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, TavixX509Holder&
 
 } // namespace
 
-ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+bool KeyResolver::certificateWithinLimit(const StringBuffer& text, LogBase& log) {
+    if (VerificationLimits::within(text.getSize(), m_maxCertificateBytes,
+                                   "Bytes of certificate text:", VerificationLimits::kMaxCertificateBytes, log))
+        return true;
+    if (!m_limitHit)
+        m_limitHit =
+            LimitExceeded{std::string(VerificationLimits::kMaxCertificateBytes), text.getSize(), m_maxCertificateBytes};
+    return false;
+}
+
+ClsPublicKey* KeyResolver::publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromCertBase64");
     TavixX509Holder holder;
     if (!certificateWithinLimit(text, log) || !parseCertBase64(text, seen, holder, log))
@@ -147,13 +159,13 @@ ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& text, HashedStri
     return publicKeyFromX509(*holder.getX509Ptr(), log);
 }
 
-bool ClsXmlDSig::processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+bool KeyResolver::processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
     LogContextExitor ctx(log, "processCertBase64");
     TavixX509Holder holder;
     return certificateWithinLimit(text, log) && parseCertBase64(text, seen, holder, log);
 }
 
-void ClsXmlDSig::reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out, LogBase&) {
+void KeyResolver::reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out) {
     ExtPtrArraySb parts;
     dn.split(parts, ',', true, true);
     if (parts.getSize() == 0) {

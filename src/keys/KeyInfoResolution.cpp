@@ -8,6 +8,7 @@
 #include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
+#include "keys/KeyResolver.h"
 #include "keys/ParsedNameLookups.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/SignerIdentity.h"
@@ -81,13 +82,17 @@ ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
     return keyInfo;
 }
 
+KeyResolver ClsXmlDSig::keyResolver() {
+    return KeyResolver(m_systemCerts, m_document.tree.get(), m_policy.limits.maxCertificateBytes, m_report.limit);
+}
+
 bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
     LogContextExitor ctx(log, "getXmlDsigPublicKey");
     if (log.verbose())
         log.LogDataLong("bKeyInfoOnly", keyInfoOnly ? 1 : 0);
     if (RefPtr<ClsXml> keyInfo(getKeyInfo(log)); keyInfo) {
         // Keys found before a failure are used as they stand.
-        publicKeyFromKeyInfo(*keyInfo, keys, log);
+        keyResolver().publicKeyFromKeyInfo(*keyInfo, keys, log);
         if (log.verbose())
             log.LogDataLong("numPublicKeys", keys.getSize());
     }
@@ -105,7 +110,7 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
     return keys.getSize() > 0;
 }
 
-bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromKeyInfo");
     HashedStringSet seen(key_info::kDedupeBuckets);
 
@@ -130,7 +135,7 @@ bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogB
 
 // The certificates that X509Data of `parent` carries, then those it names
 // by issuer and serial, by subject name and by SKI.
-void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
     auto keyOf = [&](TavixX509* cert) { return cert ? publicKeyFromX509(*cert, log) : nullptr; };
     StringBuffer text;
     if (RefPtr<ClsXml> x509Data(parent.findChild("*:X509Data")); x509Data) {
@@ -150,7 +155,7 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
                 issuerSerial.hasCommonName
                     ? getPublicKeyByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, log)
                     : nullptr;
-            return key ? key : keyOf(key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log));
+            return key ? key : keyOf(key_info::certByIssuerRdnsAndSerial(m_store, issuerSerial, log));
         };
         ClsPublicKey* key = lookUp();
         if (!key && key_info::readSerialAsHex(issuerSerial, log))
@@ -160,10 +165,10 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
 
     if (key_info::unseenSubjectName(parent, seen, text, log)) {
         StringBuffer reversed;
-        reverseSubjectNameDN(text, reversed, log);
+        reverseSubjectNameDN(text, reversed);
         ClsPublicKey* key = getPublicKeyBySubjectName(reversed, log);
         if (!key)
-            key = keyOf(key_info::certBySubjectRdns(m_systemCerts, text, log));
+            key = keyOf(key_info::certBySubjectRdns(m_store, text, log));
         append(keys, key, KeySource::StoreBySubjectName);
     }
 
@@ -171,7 +176,7 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
         append(keys, getPublicKeyBySKI(text, log), KeySource::StoreBySki);
 }
 
-void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {
+void KeyResolver::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {
     StringBuffer identifier;
     if (!str.getChildContentUtf8("*:KeyIdentifier", identifier, false) || identifier.isEmpty())
         return;
@@ -182,18 +187,18 @@ void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, L
         if (!certificateWithinLimit(identifier, log))
             return;
         std::unique_ptr<CertificateHolder> holder =
-            CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_systemCerts, log);
+            CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_store, log);
         if (holder)
             if (TavixX509* cert = holder->getCertPtr(log))
                 append(keys, publicKeyFromX509(*cert, log), KeySource::WsSecurityToken);
         return;
     }
-    if (TavixX509Holder* holder = m_systemCerts.findBySubjectKeyId(identifier, log))
+    if (TavixX509Holder* holder = m_store.findBySubjectKeyId(identifier, log))
         if (TavixX509* cert = holder->getX509Ptr())
             append(keys, publicKeyFromX509(*cert, log), KeySource::StoreBySki);
 }
 
-bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
     RefPtr<ClsXml> reference(str.getChildWithTagUtf8("*:Reference"));
     if (!reference)
         return true;
@@ -201,7 +206,7 @@ bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtP
         log.LogInfo("We have a *:Reference...");
     const key_info::TokenSearch search{"Need to locate BinarySecurityToken within XML...", true};
     StringBuffer certText;
-    if (!key_info::referencedTokenCertificate(*reference, m_document.tree.get(), search, certText, *this, log))
+    if (!key_info::referencedTokenCertificate(*reference, m_document, search, certText, *this, log))
         return false;
     ClsPublicKey* key = publicKeyFromCertBase64(certText, seen, log);
     if (!key) {
@@ -212,7 +217,7 @@ bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtP
     return true;
 }
 
-bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
     RefPtr<ClsXml> keyIdentifier(str.getChildWithTagUtf8("*:KeyIdentifier"));
     if (!keyIdentifier)
         return true;
@@ -226,10 +231,10 @@ bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArr
     log.LogInfo("Need to find the cert from the binary security token with a given SHA1 thumbprint...");
     log.LogDataSb("sbKeyIdentData", identifier);
     log.LogInfo("Need to locate BinarySecurityToken within XML...");
-    if (!m_document.tree)
+    if (!m_document)
         return false;
     RefPtr<ClsXml> bst(
-        m_document.tree->searchForAttribute(nullptr, "*:BinarySecurityToken", "*:ValueType", false, "*#X509v3"));
+        m_document->searchForAttribute(nullptr, "*:BinarySecurityToken", "*:ValueType", false, "*#X509v3"));
     if (!bst) {
         log.LogError("Failed to find the wsse:BinarySecurityToken element");
         return false;

@@ -6,6 +6,7 @@
 #include "companion/text/ExtPtrArray.h"
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
+#include "keys/KeyResolver.h"
 #include "verifier/LoadedDocument.h"
 #include "verifier/ReferenceOutcome.h"
 #include "verifier/SignatureMethodParams.h"
@@ -130,8 +131,6 @@ public:
     void readPolicy();
     // False (logged) when the policy read has such a value.
     bool policyIsValid(LogBase& log) const;
-    // A certificate's text from the document within MaxCertificateBytes.
-    bool certificateWithinLimit(const StringBuffer& text, LogBase& log);
     const VerificationPolicy& policy() const { return m_policy; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
@@ -232,26 +231,12 @@ public:
     // The first public key KeyInfo yields (the caller releases it), or null.
     ClsPublicKey* GetPublicKey();
 
-    // Key resolution: the candidate public keys of the selected signature.
+    // Key resolution: the candidate public keys of the selected signature,
+    // from KeyInfo (through the key resolver) and the caller.
     ClsXml* getKeyInfo(LogBase& log);
     bool getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log);
-    bool publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
-    bool certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log);
-
-    // Certificate lookups in the certificate store and in KeyInfo texts.
-    ClsPublicKey* getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, LogBase& log);
-    bool getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
-                                      LogBase& log);
-    ClsPublicKey* getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log);
-    bool getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log);
-    ClsPublicKey* getPublicKeyBySKI(StringBuffer& ski, LogBase& log);
-    bool getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log);
-    ClsPublicKey* publicKeyFromX509(TavixX509& cert, LogBase& log);
-    ClsPublicKey* publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
-    bool processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
-    void reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out, LogBase& log);
-    // The signer's certificate (the last) of a WS-Security X509PKIPathv1 token.
-    bool pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log);
+    // A resolver over this verifier's certificate store and document.
+    KeyResolver keyResolver();
 
     // What the signature-value check needs: the SignedInfo hash and the
     // values it is checked against.
@@ -348,15 +333,6 @@ private:
     bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
                                  bool hasSignedProperties, StringBuffer& calculated, ReferenceCheck& check,
                                  LogBase& log);
-
-    // What X509Data of KeyInfo or of a SecurityTokenReference yields.
-    void keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    void certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
-    // The SecurityTokenReference forms of key resolution.
-    void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    bool certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
 
     void releaseDocument();
     void resetLoadedDocument();

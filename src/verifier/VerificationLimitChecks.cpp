@@ -15,11 +15,6 @@ bool ClsXmlDSig::policyIsValid(LogBase& log) const {
     return false;
 }
 
-bool ClsXmlDSig::certificateWithinLimit(const StringBuffer& text, LogBase& log) {
-    return withinLimit(text.getSize(), m_policy.limits.maxCertificateBytes,
-                       "Bytes of certificate text:", VerificationLimits::kMaxCertificateBytes, log);
-}
-
 bool ClsXmlDSig::withinLimit(uint64_t count, uint64_t limit, std::string_view what, std::string_view option,
                              LogBase& log) {
     if (count <= limit)
