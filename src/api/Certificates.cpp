@@ -6,7 +6,7 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertPem.h"
 #include "companion/pki/CertificateSummary.h"
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509Certificate.h"
 #include "companion/text/ContentCoding.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -18,7 +18,7 @@ namespace {
 // written; false when the text is not a certificate.
 bool certificateOf(std::string_view base64, Certificate& out) {
     DataBuffer der;
-    TavixX509 cert;
+    X509Certificate cert;
     LogNull log;
     if (!ContentCoding::decodeBase64ToDb(base64, der) || !cert.loadX509Der(der, log) || !cert.getCertDer(der))
         return false;

@@ -2,7 +2,7 @@
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
-#include "companion/pki/SystemCerts.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
@@ -51,7 +51,7 @@ void KeyResolver::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsSt
         if (processCertBase64(certBase64, seen, log))
             out.appendUtf8(certBase64.view());
     };
-    auto appendCert = [&](TavixX509* cert) {
+    auto appendCert = [&](X509Certificate* cert) {
         DataBuffer der;
         StringBuffer certBase64;
         if (cert && cert->getCertDer(der) && der.encodeDB("base64", certBase64))
@@ -76,7 +76,7 @@ void KeyResolver::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsSt
                 appendIfParsed(text);
                 return true;
             }
-            TavixX509* cert = key_info::certByIssuerRdnsAndSerial(m_store, issuerSerial, log);
+            X509Certificate* cert = key_info::certByIssuerRdnsAndSerial(m_store, issuerSerial, log);
             appendCert(cert);
             return cert != nullptr;
         };
@@ -105,7 +105,7 @@ bool KeyResolver::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& 
     StringBuffer identifier, text;
     if (str.getChildContentUtf8("*:KeyIdentifier", identifier, false) && !identifier.isEmpty()) {
         // Here the identifier is always read as a subject key identifier.
-        if (TavixX509Holder* holder = m_store.findBySubjectKeyId(identifier, log)) {
+        if (X509CertificateHolder* holder = m_store.findBySubjectKeyId(identifier, log)) {
             DataBuffer der;
             if (holder->getX509Ptr()->getCertDer(der) && der.encodeDB("base64", text) &&
                 processCertBase64(text, seen, log))

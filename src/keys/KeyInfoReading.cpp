@@ -3,8 +3,8 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/DistinguishedName.h"
 #include "companion/text/HashedStringSet.h"
+#include "companion/text/TextCodec.h"
 #include "companion/text/XString.h"
-#include "companion/text/_clsEncode.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyResolver.h"
 
@@ -26,7 +26,7 @@ bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log) {
     XString hex(serial.view());
     out.serialWrittenInHex.clear();
     if (!hex.reencode("decimal", "hex")) {
-        if (_clsEncode::isHexText(serial.view()))
+        if (TextCodec::isHexText(serial.view()))
             out.serialWrittenInHex.setString(serial.view());
         // Read as decimal, such a serial names no certificate.
         hex.clear();

@@ -1,10 +1,10 @@
 #include "companion/crypto/ClsPublicKey.h"
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/HashIds.h"
-#include "companion/crypto/_tvHash.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/CertificateHolder.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/DistinguishedName.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
@@ -83,7 +83,7 @@ ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
 }
 
 KeyResolver ClsXmlDSig::keyResolver() {
-    return KeyResolver(m_systemCerts, m_document.tree.get(), m_policy.limits.maxCertificateBytes, m_report.limit);
+    return KeyResolver(m_certificateStore, m_document.tree.get(), m_policy.limits.maxCertificateBytes, m_report.limit);
 }
 
 bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
@@ -136,7 +136,7 @@ bool KeyResolver::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, Log
 // The certificates that X509Data of `parent` carries, then those it names
 // by issuer and serial, by subject name and by SKI.
 void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
-    auto keyOf = [&](TavixX509* cert) { return cert ? publicKeyFromX509(*cert, log) : nullptr; };
+    auto keyOf = [&](X509Certificate* cert) { return cert ? publicKeyFromX509(*cert, log) : nullptr; };
     StringBuffer text;
     if (RefPtr<ClsXml> x509Data(parent.findChild("*:X509Data")); x509Data) {
         const int n = x509Data->numChildrenHavingTagUtf8("*:X509Certificate", log);
@@ -189,12 +189,12 @@ void KeyResolver::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, 
         std::unique_ptr<CertificateHolder> holder =
             CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_store, log);
         if (holder)
-            if (TavixX509* cert = holder->getCertPtr(log))
+            if (X509Certificate* cert = holder->getCertPtr(log))
                 append(keys, publicKeyFromX509(*cert, log), KeySource::WsSecurityToken);
         return;
     }
-    if (TavixX509Holder* holder = m_store.findBySubjectKeyId(identifier, log))
-        if (TavixX509* cert = holder->getX509Ptr())
+    if (X509CertificateHolder* holder = m_store.findBySubjectKeyId(identifier, log))
+        if (X509Certificate* cert = holder->getX509Ptr())
             append(keys, publicKeyFromX509(*cert, log), KeySource::StoreBySki);
 }
 
@@ -245,7 +245,7 @@ bool KeyResolver::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrAr
     // whatever its thumbprint, as the signers that use this form expect.
     DataBuffer der, sha1;
     der.appendEncoded(certText.view(), "base64");
-    _tvHash::doHash(der.getData(), der.getSize(), hash_alg::kSha1, sha1);
+    Digest::doHash(der.getData(), der.getSize(), hash_alg::kSha1, sha1);
     StringBuffer sha1Base64;
     sha1.encodeDB("base64", sha1Base64);
     log.LogDataSb("sbSha1Base64", sha1Base64);

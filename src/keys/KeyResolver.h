@@ -12,8 +12,8 @@ class ClsStringArray;
 class ClsXml;
 class HashedStringSet;
 class LogBase;
-class SystemCerts;
-class TavixX509;
+class CertificateStore;
+class X509Certificate;
 
 // Finds the keys and certificates a signature's KeyInfo yields: the key
 // values it writes, the certificates it carries (directly, in WS-Security
@@ -24,7 +24,7 @@ class KeyResolver {
 public:
     // Certificate text over `maxCertificateBytes` is not decoded; the first
     // such certificate is recorded in `limitHit`.
-    KeyResolver(SystemCerts& store, ClsXml* document, uint64_t maxCertificateBytes,
+    KeyResolver(CertificateStore& store, ClsXml* document, uint64_t maxCertificateBytes,
                 std::optional<LimitExceeded>& limitHit)
         : m_store(store), m_document(document), m_maxCertificateBytes(maxCertificateBytes), m_limitHit(limitHit) {}
 
@@ -42,7 +42,7 @@ public:
     bool getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log);
     ClsPublicKey* getPublicKeyBySKI(StringBuffer& ski, LogBase& log);
     bool getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log);
-    ClsPublicKey* publicKeyFromX509(TavixX509& cert, LogBase& log);
+    ClsPublicKey* publicKeyFromX509(X509Certificate& cert, LogBase& log);
     ClsPublicKey* publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
     bool processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
     static void reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out);
@@ -60,7 +60,7 @@ private:
     bool keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
     bool certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
 
-    SystemCerts& m_store;
+    CertificateStore& m_store;
     ClsXml* m_document;
     uint64_t m_maxCertificateBytes;
     std::optional<LimitExceeded>& m_limitHit;

@@ -1,5 +1,5 @@
-#include "companion/crypto/_tvHash.h"
-#include "companion/fs/_tvFileDataSource.h"
+#include "companion/crypto/Digest.h"
+#include "companion/fs/FileDataSource.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DSigExternalData.h"
@@ -43,7 +43,7 @@ bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, 
     StringBuffer text;
     if (!readExternalData(data, text, log) || !applyExternalTransforms(ref, text, attempt, recognisedXPath, log))
         return false;
-    return _tvHash::doHash(text.getString(), text.getSize(), ref.getHashAlg(), digest);
+    return Digest::doHash(text.getString(), text.getSize(), ref.getHashAlg(), digest);
 }
 
 // Transforms need the data whole, so a file is read within
@@ -51,7 +51,7 @@ bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, 
 bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log) {
     if (!data.m_data.isEmpty())
         return out.append(data.m_data.view());
-    _tvFileDataSource source;
+    FileDataSource source;
     if (!source.openDataSourceFile(data.m_path, log))
         return false;
     std::vector<unsigned char> chunk(kReadChunk);

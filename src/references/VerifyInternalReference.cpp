@@ -1,6 +1,6 @@
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "companion/log/LogContextExitor.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
@@ -68,7 +68,7 @@ void takeMyInvoisSignedProperties(const StringBuffer& document, StringBuffer& xm
 // The ZATCA retry takes a stored digest clearly longer than the base64 text
 // of a computed one for hex text.
 bool storedDigestLooksHex(const DSigReference& ref, int hashAlg) {
-    const size_t base64Length = (_tvHash::hashLen(hashAlg) + 2) / 3 * 4;
+    const size_t base64Length = (Digest::hashLen(hashAlg) + 2) / 3 * 4;
     return ref.m_digestValue.getSize() > base64Length + kZatcaRetryLengthMargin;
 }
 
@@ -76,7 +76,7 @@ bool storedDigestLooksHex(const DSigReference& ref, int hashAlg) {
 void zatcaSignedPropertiesDigest(StringBuffer& xml, int hashAlg, DataBuffer& digest) {
     xml.replaceFirstOccurance(kZatcaDigestMethodEnd, kZatcaDigestMethodCollapsed);
     DataBuffer raw;
-    _tvHash::doHash(xml.getString(), xml.getSize(), hashAlg, raw);
+    Digest::doHash(xml.getString(), xml.getSize(), hashAlg, raw);
     StringBuffer hex;
     raw.encodeDB("hex_lower", hex);
     digest.clear();
@@ -89,7 +89,7 @@ bool digestBase64Content(const StringBuffer& xml, int hashAlg, DataBuffer& diges
     DataBuffer decoded;
     if (!base64DecodeXmlContent(xml, decoded, log))
         return false;
-    return _tvHash::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
+    return Digest::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
 }
 
 bool isNodeSetTransform(const StringBuffer& algorithm) {
@@ -154,7 +154,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     } else if (m_profile.isZatca && xml.containsSubstring(kSignedPropertiesMarker)) {
         zatcaSignedPropertiesDigest(xml, hashAlg, digest);
     } else {
-        _tvHash::doHash(xml.getString(), xml.getSize(), hashAlg, digest);
+        Digest::doHash(xml.getString(), xml.getSize(), hashAlg, digest);
         if (m_profile.isMyInvois && chain.count == kMyInvoisDocumentTransforms)
             m_docDigest = digest;
     }
@@ -329,7 +329,7 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
             return true;
         }
     }
-    if (_clsEncode::isHexText(stored.view())) {
+    if (TextCodec::isHexText(stored.view())) {
         log.LogError("Checking to see if the signed XML's digest is hex.  Will convert to base64 and re-compare.");
         DataBuffer bytes;
         bytes.appendEncoded(stored.view(), "hex");

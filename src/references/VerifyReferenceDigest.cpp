@@ -1,5 +1,5 @@
-#include "companion/crypto/_tvHash.h"
-#include "companion/fs/_tvFileDataSource.h"
+#include "companion/crypto/Digest.h"
+#include "companion/fs/FileDataSource.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DSigExternalData.h"
@@ -187,13 +187,13 @@ bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSi
         if (!digestTransformedExternalData(*data, ref, attempt, digest, check.recognisedXPathOnExternalData, log))
             return false;
     } else if (!data->m_data.isEmpty()) {
-        _tvHash::doHash(data->m_data.getData(), data->m_data.getSize(), hashAlg, digest);
+        Digest::doHash(data->m_data.getData(), data->m_data.getSize(), hashAlg, digest);
     } else {
         // Streamed: an external file is never held in memory whole.
-        _tvFileDataSource source;
+        FileDataSource source;
         if (!source.openDataSourceFile(data->m_path, log))
             return false;
-        if (!_tvHash::hashDataSource(source, hashAlg, nullptr, digest, nullptr, log)) {
+        if (!Digest::hashDataSource(source, hashAlg, nullptr, digest, nullptr, log)) {
             log.LogError("Failed to hash the external file data.");
             m_refFailReason = kExternalDataMissing;
             return false;

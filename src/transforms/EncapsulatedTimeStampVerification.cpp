@@ -1,5 +1,5 @@
 #include "companion/canon/XmlCanon.h"
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/Asn1XmlCodec.h"
 #include "companion/pki/CmsSignedData.h"
@@ -25,8 +25,8 @@ std::string hexOf(const DataBuffer& bytes) {
 }
 
 // Verifies the token's CMS signature and returns its encapsulated TSTInfo.
-bool verifiedTstInfo(const DataBuffer& token, const VerificationPolicy& policy, SystemCerts& certs, DataBuffer& tstInfo,
-                     LogBase& log) {
+bool verifiedTstInfo(const DataBuffer& token, const VerificationPolicy& policy, CertificateStore& certs,
+                     DataBuffer& tstInfo, LogBase& log) {
     CmsSignedData cms;
     bool detached = false;
     if (!cms.loadPkcs7Der(token, nullptr, kSignedDataType, detached, nullptr, log)) {
@@ -96,11 +96,11 @@ XmlCanon::Mode timestampCanonMode(ClsXml& sigDom, LogBase& log) {
 // so a mismatch is tried once more in that form.
 bool imprintMatches(StringBuffer& canonical, int hashAlg, const DataBuffer& expected, LogBase& log) {
     DataBuffer computed;
-    _tvHash::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
+    Digest::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
     log.LogDataStr("computed_hash", hexOf(computed));
     if (!computed.equals(expected)) {
         canonical.toCRLF();
-        _tvHash::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
+        Digest::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
         log.LogDataStr("computed_hash_with_CRLF", hexOf(computed));
         if (!computed.equals(expected)) {
             log.LogError("Computed hash not equal to the expected hash.");
@@ -146,7 +146,7 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
     DataBuffer token, tstInfo;
     token.appendEncoded(tokenBase64.view(), "base64");
     TokenImprint imprint;
-    if (!verifiedTstInfo(token, m_policy, m_systemCerts, tstInfo, log) || !readImprint(tstInfo, imprint, log))
+    if (!verifiedTstInfo(token, m_policy, m_certificateStore, tstInfo, log) || !readImprint(tstInfo, imprint, log))
         return false;
 
     StringBuffer signatureValue, signatureValueId;
@@ -166,7 +166,7 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
     canonical.toLF();
     log.LogDataSb("sbCanonSigValue", canonical);
 
-    const int hashAlg = _tvHash::oidToHashAlg(imprint.hashOid.getString());
+    const int hashAlg = Digest::oidToHashAlg(imprint.hashOid.getString());
     log.LogDataLong("hashAlg", hashAlg);
     if (!imprintMatches(canonical, hashAlg, imprint.hash, log))
         return false;

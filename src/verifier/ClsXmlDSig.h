@@ -2,7 +2,7 @@
 
 #include "companion/base/ClsBinData.h"
 #include "companion/base/ClsStringBuilder.h"
-#include "companion/pki/SystemCerts.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/text/ExtPtrArray.h"
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
@@ -30,7 +30,7 @@ class XmlCanon;
 struct XmlSigPositions;
 class ClsXmlCertVault;
 class HashedStringSet;
-class TavixX509;
+class X509Certificate;
 class ClsXml;
 class XmlDocument;
 class XPathNodeSet;
@@ -40,7 +40,7 @@ struct DigestAttempt;
 struct ReferenceCheck;
 
 // Verifies the XML digital signatures of one loaded document.
-class ClsXmlDSig : public _clsXmlDSigBase, public SystemCertsHolder {
+class ClsXmlDSig : public _clsXmlDSigBase, public CertificateStoreHolder {
 public:
     static ClsXmlDSig* createNewCls();
     ClsXmlDSig();

@@ -1,5 +1,5 @@
 #include "companion/canon/XmlCanon.h"
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/xml/ClsXml.h"
@@ -221,8 +221,8 @@ bool ClsXmlDSig::signatureMethodParamsToCheck(SignedInfoCheck& check, LogBase& l
         return fail(VerificationStage::SignedInfo, error, log);
     check.hashAlg = check.pss.hashAlg;
     log.LogInfo("RSASSA-PSS parameters are read from RSAPSSParams.");
-    log.LogDataStr("pssDigest", _tvHash::hashName(check.pss.hashAlg));
-    log.LogDataStr("pssMgf1Digest", _tvHash::hashName(check.pss.mgf1HashAlg));
+    log.LogDataStr("pssDigest", Digest::hashName(check.pss.hashAlg));
+    log.LogDataStr("pssMgf1Digest", Digest::hashName(check.pss.mgf1HashAlg));
     log.LogDataLong("pssSaltLength", check.pss.saltLength);
     return true;
 }
@@ -231,10 +231,10 @@ void ClsXmlDSig::signedHash(SignedInfoCheck& check) {
     if (m_profile.isZatca) {
         DataBuffer invoiceHash;
         invoiceHash.appendEncoded(check.canonical.view(), "base64");
-        _tvHash::doHash(invoiceHash.getData(), invoiceHash.getSize(), check.hashAlg, check.hash);
+        Digest::doHash(invoiceHash.getData(), invoiceHash.getSize(), check.hashAlg, check.hash);
     } else if (m_profile.isMyInvois) {
         check.hash = m_docDigest;
     } else {
-        _tvHash::doHash(check.canonical.getString(), check.canonical.getSize(), check.hashAlg, check.hash);
+        Digest::doHash(check.canonical.getString(), check.canonical.getSize(), check.hashAlg, check.hash);
     }
 }

@@ -139,8 +139,7 @@ TEST(VerificationLimits, OverALimitFailsWithItsReasonBeforeAnyDigest) {
         uint64_t count, limit;
     } cases[] = {
         {"MaxReferences", manyRefs, R"({"MaxReferences": 10000})",
-         R"(References in the signature: 10000, over the limit of 1000 (VerifyOptions "MaxReferences").)", 10000,
-         1000},
+         R"(References in the signature: 10000, over the limit of 1000 (VerifyOptions "MaxReferences").)", 10000, 1000},
         {"MaxTransforms", referenceXml("", "AAAA") + deepRef, R"({"MaxTransforms": 17})",
          R"(Transforms in reference 1: 17, over the limit of 16 (VerifyOptions "MaxTransforms").)", 17, 16},
     };

@@ -1,4 +1,4 @@
-#include "companion/fs/_tvFileDataSource.h"
+#include "companion/fs/FileDataSource.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/text/XString.h"
@@ -6,7 +6,7 @@
 #include <cerrno>
 #include <cstring>
 
-bool _tvFileDataSource::openDataSourceFile(const XString& path, LogBase& log) {
+bool FileDataSource::openDataSourceFile(const XString& path, LogBase& log) {
     m_file.reset(std::fopen(path.getUtf8(), "rb"));
     if (!m_file) {
         log.LogError("Failed to open file.");
@@ -16,7 +16,7 @@ bool _tvFileDataSource::openDataSourceFile(const XString& path, LogBase& log) {
     return m_file != nullptr;
 }
 
-bool _tvFileDataSource::readSource(unsigned char* buf, size_t cap, size_t& n, LogBase& log) {
+bool FileDataSource::readSource(unsigned char* buf, size_t cap, size_t& n, LogBase& log) {
     n = 0;
     if (!m_file) {
         log.LogError("No file is open.");

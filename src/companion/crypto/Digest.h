@@ -6,10 +6,10 @@
 class DataBuffer;
 class HashProgress;
 class LogBase;
-class _tvDataSource;
+class DataSource;
 
 // Digests by hash identifier (HashIds.h).
-class _tvHash {
+class Digest {
 public:
     // Replaces out with the digest of the bytes; false (out empty) for an
     // unknown or unavailable algorithm.
@@ -19,7 +19,7 @@ public:
     // chunks. progress (optional) may abort the run; numBytesHashed
     // (optional) receives the byte count. False on an unknown algorithm, a
     // read error or an abort.
-    static bool hashDataSource(_tvDataSource& source, int hashAlg, HashProgress* progress, DataBuffer& out,
+    static bool hashDataSource(DataSource& source, int hashAlg, HashProgress* progress, DataBuffer& out,
                                uint64_t* numBytesHashed, LogBase& log);
 
     // The identifier of the hash with this dotted OID, or 0.

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "companion/pki/CertIndex.h"
-#include "companion/pki/TavixX509Holder.h"
+#include "companion/pki/X509CertificateHolder.h"
 
 #include <memory>
 #include <vector>
@@ -18,56 +18,57 @@ class XString;
 // subject key identifier. Lookups return a certificate that the store owns:
 // it stays valid until the store is cleared or destroyed. When several
 // certificates share a key, the one added first is returned.
-class SystemCerts {
+class CertificateStore {
 public:
-    SystemCerts() = default;
-    virtual ~SystemCerts() = default;
-    SystemCerts(const SystemCerts&) = delete;
-    SystemCerts& operator=(const SystemCerts&) = delete;
+    CertificateStore() = default;
+    virtual ~CertificateStore() = default;
+    CertificateStore(const CertificateStore&) = delete;
+    CertificateStore& operator=(const CertificateStore&) = delete;
 
     // True when the certificate is in the store afterwards (added now or
     // before); false when it is not loaded.
-    bool addCertificate(const TavixX509& cert, LogBase& log);
+    bool addCertificate(const X509Certificate& cert, LogBase& log);
     // Adds every certificate of a vault; true when all of them are held.
     bool addCertVault(CertMgr& certMgr, LogBase& log);
     int getNumCerts() const { return static_cast<int>(m_holders.size()); }
     // The index-th certificate in the order added, or null.
-    const TavixX509* certAt(int index) const;
+    const X509Certificate* certAt(int index) const;
     void clear();
 
-    // The certificate with that serial number (hex as TavixX509 writes it;
+    // The certificate with that serial number (hex as X509Certificate writes it;
     // letter case, colons, white space and leading zero bytes do not count)
     // whose issuer has that common name (compared without regard to ASCII
     // letter case). When issuerDn is given, the whole issuer DN must match
     // it as well. Null when there is none.
-    TavixX509* findX509(const StringBuffer& serialHex, const StringBuffer& issuerCN, const StringBuffer* issuerDn,
-                        LogBase& log);
+    X509Certificate* findX509(const StringBuffer& serialHex, const StringBuffer& issuerCN, const StringBuffer* issuerDn,
+                              LogBase& log);
     // The certificate whose subject DN has the canonical key of dn. With
     // tryValuesOnly, when there is none, the one whose subject values alone
     // match dnWithoutTags (DistinguishedName::removeDnTags), which finds
     // certificates named with attribute types we do not know.
-    TavixX509* findBySubjectDN_x509(const XString& dnWithoutTags, const XString& dn, bool tryValuesOnly, LogBase& log);
+    X509Certificate* findBySubjectDN_x509(const XString& dnWithoutTags, const XString& dn, bool tryValuesOnly,
+                                          LogBase& log);
     // The certificate whose subject key identifier is ski, given in base64
     // (as XML-DSig's X509SKI and WS-Security's KeyIdentifier write it) or in
     // hex. A certificate without the extension is known by the SHA-1 of its
     // public key. Null when there is none.
-    TavixX509Holder* findBySubjectKeyId(const StringBuffer& ski, LogBase& log);
+    X509CertificateHolder* findBySubjectKeyId(const StringBuffer& ski, LogBase& log);
     // The first certificate whose subject name equals `subject` as OpenSSL
     // compares names (X509_NAME_cmp: RDN by RDN in encoded order, types by
     // OID, string values with letter case and white space runs folded);
     // null when there is none.
-    TavixX509* findBySubjectName(const X509_NAME& subject) const;
+    X509Certificate* findBySubjectName(const X509_NAME& subject) const;
     // The same for the whole issuer name, of the certificate with that serial
     // number (as findX509 reads it).
-    TavixX509* findByIssuerNameAndSerial(const X509_NAME& issuer, const StringBuffer& serialHex) const;
+    X509Certificate* findByIssuerNameAndSerial(const X509_NAME& issuer, const StringBuffer& serialHex) const;
     // The held certificate with exactly these DER bytes, or null.
-    const TavixX509* findByDer(const DataBuffer& der) const;
+    const X509Certificate* findByDer(const DataBuffer& der) const;
 
 private:
-    TavixX509Holder* first(const CertIndex& index, const std::string& key) const;
-    void indexCertificate(const TavixX509& cert, size_t position);
+    X509CertificateHolder* first(const CertIndex& index, const std::string& key) const;
+    void indexCertificate(const X509Certificate& cert, size_t position);
 
-    std::vector<std::unique_ptr<TavixX509Holder>> m_holders;
+    std::vector<std::unique_ptr<X509CertificateHolder>> m_holders;
     CertIndex m_byDer;
     CertIndex m_byIssuerSerial;
     CertIndex m_bySubject;
@@ -76,11 +77,11 @@ private:
 };
 
 // Owns the certificate store of an object that looks certificates up.
-class SystemCertsHolder {
+class CertificateStoreHolder {
 public:
-    virtual ~SystemCertsHolder() = default;
-    SystemCerts& systemCerts() { return m_systemCerts; }
+    virtual ~CertificateStoreHolder() = default;
+    CertificateStore& systemCerts() { return m_certificateStore; }
 
 protected:
-    SystemCerts m_systemCerts;
+    CertificateStore m_certificateStore;
 };

@@ -1,8 +1,8 @@
 #include "companion/log/LogBase.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
+#include "companion/text/TextCodec.h"
 #include "companion/text/XString.h"
-#include "companion/text/_clsEncode.h"
 
 #include <gtest/gtest.h>
 
@@ -60,8 +60,8 @@ TEST(NamedEncoding, DecimalSerialBecomesCertificateStyleHex) {
     EXPECT_EQ(back.view(), "1234567890123456789012345678901234567890");
 }
 
-TEST(ClsEncode, DecodeBinaryReplacesOrAppendsAndReportsBadInput) {
-    _clsEncode enc;
+TEST(TextCodec, DecodeBinaryReplacesOrAppendsAndReportsBadInput) {
+    TextCodec enc;
     enc.put_EncodingMode(XString("hex"));
     LogBase log;
     DataBuffer db;

@@ -1,4 +1,4 @@
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/text/ContentCoding.h"
@@ -108,15 +108,15 @@ bool encodeDecimal(std::string_view bytes, std::string& out) {
 
 } // namespace
 
-void _clsEncode::put_EncodingMode(const XString& name) {
+void TextCodec::put_EncodingMode(const XString& name) {
     m_mode.assign(name.view());
 }
 
-void _clsEncode::get_EncodingMode(XString& out) const {
+void TextCodec::get_EncodingMode(XString& out) const {
     out.setFromUtf8(m_mode);
 }
 
-bool _clsEncode::decodeBinary(const XString& text, DataBuffer& out, bool append, LogBase& log) const {
+bool TextCodec::decodeBinary(const XString& text, DataBuffer& out, bool append, LogBase& log) const {
     if (!isKnownEncoding(m_mode)) {
         log.LogError("Unsupported encoding.");
         log.LogDataStr("encoding", m_mode);
@@ -136,7 +136,7 @@ bool _clsEncode::decodeBinary(const XString& text, DataBuffer& out, bool append,
     return true;
 }
 
-bool _clsEncode::encodeBinary(const DataBuffer& bytes, XString& out, bool append, LogBase& log) const {
+bool TextCodec::encodeBinary(const DataBuffer& bytes, XString& out, bool append, LogBase& log) const {
     std::string text = append ? std::string(out.view()) : std::string();
     if (!encodeByName(bytes.view(), m_mode, text)) {
         log.LogError("Unsupported encoding.");
@@ -147,11 +147,11 @@ bool _clsEncode::encodeBinary(const DataBuffer& bytes, XString& out, bool append
     return true;
 }
 
-bool _clsEncode::isKnownEncoding(std::string_view name) {
+bool TextCodec::isKnownEncoding(std::string_view name) {
     return encodingByName(name).has_value();
 }
 
-bool _clsEncode::decodeByName(std::string_view text, std::string_view encoding, std::string& out) {
+bool TextCodec::decodeByName(std::string_view text, std::string_view encoding, std::string& out) {
     const std::optional<Encoding> e = encodingByName(encoding);
     if (!e)
         return false;
@@ -170,7 +170,7 @@ bool _clsEncode::decodeByName(std::string_view text, std::string_view encoding, 
     return false;
 }
 
-bool _clsEncode::encodeByName(std::string_view bytes, std::string_view encoding, std::string& out) {
+bool TextCodec::encodeByName(std::string_view bytes, std::string_view encoding, std::string& out) {
     const std::optional<Encoding> e = encodingByName(encoding);
     if (!e)
         return false;
@@ -193,7 +193,7 @@ bool _clsEncode::encodeByName(std::string_view bytes, std::string_view encoding,
     return false;
 }
 
-void _clsEncode::encodeHex(std::string_view bytes, bool lowerCase, std::string& out) {
+void TextCodec::encodeHex(std::string_view bytes, bool lowerCase, std::string& out) {
     const std::string_view digits = lowerCase ? kLowerDigits : kUpperDigits;
     out.reserve(out.size() + bytes.size() * 2);
     for (char c : bytes) {
@@ -203,7 +203,7 @@ void _clsEncode::encodeHex(std::string_view bytes, bool lowerCase, std::string& 
     }
 }
 
-bool _clsEncode::decodeHex(std::string_view text, std::string& out) {
+bool TextCodec::decodeHex(std::string_view text, std::string& out) {
     const size_t start = out.size();
     int high = -1;
     for (char c : text) {
@@ -228,10 +228,10 @@ bool _clsEncode::decodeHex(std::string_view text, std::string& out) {
     return true;
 }
 
-bool _clsEncode::isHexDigit(char c) {
+bool TextCodec::isHexDigit(char c) {
     return std::isxdigit(static_cast<unsigned char>(c)) != 0;
 }
 
-bool _clsEncode::isHexText(std::string_view text) {
+bool TextCodec::isHexText(std::string_view text) {
     return !text.empty() && std::all_of(text.begin(), text.end(), isHexDigit);
 }

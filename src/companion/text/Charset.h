@@ -8,10 +8,10 @@ class DataBuffer;
 // A named character set, and conversions between it and UTF-8. Names are
 // those that iconv knows, case-insensitive, plus a few common aliases
 // ("ansi", "unicode", "utf-16" meaning little-endian without a BOM).
-class _tvCharset {
+class Charset {
 public:
-    _tvCharset() = default;
-    virtual ~_tvCharset() = default;
+    Charset() = default;
+    virtual ~Charset() = default;
 
     // False, leaving the charset as it was, when the name is unknown.
     bool setByName(std::string_view name);

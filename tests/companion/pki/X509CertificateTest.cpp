@@ -3,8 +3,8 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertPem.h"
 #include "companion/pki/CertificateHolder.h"
-#include "companion/pki/SystemCerts.h"
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/CertificateStore.h"
+#include "companion/pki/X509Certificate.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/text/XString.h"
@@ -19,7 +19,7 @@ using Cert = pki_test::CertWorkshop::Request;
 
 namespace {
 
-std::string serialOf(const TavixX509& cert) {
+std::string serialOf(const X509Certificate& cert) {
     StringBuffer sb;
     EXPECT_TRUE(cert.get_SerialNumber(sb));
     return std::string(sb.view());
@@ -39,7 +39,7 @@ std::string base64Of(const DataBuffer& bytes) {
 
 // Serial numbers written as X509SerialNumber (decimal) must meet the form
 // that the certificate gives, or issuer-serial lookups never match.
-TEST(TavixX509, SerialNumberAgreesWithOpensslAndDecimalToHex) {
+TEST(X509Certificate, SerialNumberAgreesWithOpensslAndDecimalToHex) {
     CertWorkshop ws;
     const std::vector<std::string> serials = {"0", "128",
                                               // 8F1E...34: the high bit set, so DER adds a sign byte
@@ -64,13 +64,13 @@ TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {
     auto holder =
         CertificateHolder::createFromBase64(wrapped.data(), static_cast<unsigned>(wrapped.size()), nullptr, log);
     ASSERT_TRUE(holder) << log.renderText();
-    TavixX509* cert = holder->getCertPtr(log);
+    X509Certificate* cert = holder->getCertPtr(log);
     ASSERT_TRUE(cert);
     EXPECT_EQ(serialOf(*cert), "01");
 
-    SystemCerts store;
+    CertificateStore store;
     ASSERT_TRUE(store.addCertificate(*cert, log));
-    const TavixX509 storeCopy = *store.findByDer(ws.der("c"));
+    const X509Certificate storeCopy = *store.findByDer(ws.der("c"));
     auto shared = CertificateHolder::createFromBase64(b64.data(), static_cast<unsigned>(b64.size()), &store, log);
     ASSERT_TRUE(shared);
     EXPECT_EQ(shared->getCertPtr(log)->x509(), storeCopy.x509());

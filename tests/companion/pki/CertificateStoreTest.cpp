@@ -2,8 +2,8 @@
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertMgr.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/DistinguishedName.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/text/XString.h"
 
@@ -19,7 +19,7 @@ namespace {
 
 // A CA, two leaves it issued (the second without a key identifier
 // extension) and an unrelated self-signed certificate with the same serial.
-class SystemCertsTest : public ::testing::Test {
+class CertificateStoreTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
         s_ws = std::make_unique<CertWorkshop>();
@@ -36,12 +36,12 @@ protected:
             ASSERT_TRUE(m_store.addCertificate(s_ws->load(name), m_log));
     }
 
-    std::string serialOf(const TavixX509* cert) {
+    std::string serialOf(const X509Certificate* cert) {
         StringBuffer serial;
         return cert && cert->get_SerialNumber(serial) ? std::string(serial.view()) : "<none>";
     }
 
-    std::string subjectCnOf(const TavixX509* cert) {
+    std::string subjectCnOf(const X509Certificate* cert) {
         StringBuffer cn;
         return cert && cert->get_SubjectCN(cn) ? std::string(cn.view()) : "<none>";
     }
@@ -60,12 +60,12 @@ protected:
 
     static std::unique_ptr<CertWorkshop> s_ws;
     LogBase m_log;
-    SystemCerts m_store;
+    CertificateStore m_store;
 };
 
-std::unique_ptr<CertWorkshop> SystemCertsTest::s_ws;
+std::unique_ptr<CertWorkshop> CertificateStoreTest::s_ws;
 
-TEST_F(SystemCertsTest, FindsByIssuerCommonNameAndSerial) {
+TEST_F(CertificateStoreTest, FindsByIssuerCommonNameAndSerial) {
     XString decimal("128");
     ASSERT_TRUE(decimal.reencode("decimal", "hex"));
     EXPECT_EQ(byIssuerSerial("Example CA", std::string(decimal.view())), "Leaf One");
@@ -78,7 +78,7 @@ TEST_F(SystemCertsTest, FindsByIssuerCommonNameAndSerial) {
     EXPECT_FALSE(m_log.hasErrors());
 }
 
-TEST_F(SystemCertsTest, IssuerDnSeparatesIssuersWithTheSameCommonName) {
+TEST_F(CertificateStoreTest, IssuerDnSeparatesIssuersWithTheSameCommonName) {
     ASSERT_TRUE(m_store.addCertificate(s_ws->load("other"), m_log));
     const StringBuffer exampleIssuer("C=EE, O=Example, CN=Example CA");
     const StringBuffer otherIssuer("cn=example ca, o=other, c=ee");
@@ -89,13 +89,13 @@ TEST_F(SystemCertsTest, IssuerDnSeparatesIssuersWithTheSameCommonName) {
     EXPECT_EQ(byIssuerSerial("Example CA", "80", &unknownIssuer), "<none>");
 }
 
-TEST_F(SystemCertsTest, AddingIsIdempotentAndClearEmpties) {
+TEST_F(CertificateStoreTest, AddingIsIdempotentAndClearEmpties) {
     EXPECT_EQ(m_store.getNumCerts(), 3);
     EXPECT_TRUE(m_store.addCertificate(s_ws->load("leaf1"), m_log));
     EXPECT_EQ(m_store.getNumCerts(), 3);
     EXPECT_TRUE(m_store.findByDer(s_ws->der("leaf1")));
     EXPECT_FALSE(m_store.findByDer(s_ws->der("other")));
-    EXPECT_FALSE(m_store.addCertificate(TavixX509(), m_log));
+    EXPECT_FALSE(m_store.addCertificate(X509Certificate(), m_log));
 
     CertMgr vault;
     ASSERT_TRUE(vault.addCertificate(s_ws->load("other")));

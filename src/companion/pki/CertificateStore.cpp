@@ -1,4 +1,4 @@
-#include "companion/pki/SystemCerts.h"
+#include "companion/pki/CertificateStore.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertMgr.h"
@@ -7,8 +7,8 @@
 #include "companion/text/ContentCoding.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
+#include "companion/text/TextCodec.h"
 #include "companion/text/XString.h"
-#include "companion/text/_clsEncode.h"
 
 #include <algorithm>
 #include <cctype>
@@ -31,7 +31,7 @@ std::string issuerSerialKey(std::string_view issuerCN, std::string_view serialHe
 
 std::string hexKey(std::string_view bytes) {
     std::string out;
-    _clsEncode::encodeHex(bytes, false, out);
+    TextCodec::encodeHex(bytes, false, out);
     return out;
 }
 
@@ -53,7 +53,7 @@ std::string valuesKeyOf(const StringBuffer& dn) {
 std::vector<std::string> keyIdCandidates(std::string_view text) {
     std::vector<std::string> out;
     std::string bytes;
-    if (_clsEncode::decodeHex(text, bytes) && !bytes.empty())
+    if (TextCodec::decodeHex(text, bytes) && !bytes.empty())
         out.push_back(bytes);
     bytes.clear();
     if (ContentCoding::decodeBase64(text, bytes) && !bytes.empty())
@@ -63,7 +63,7 @@ std::vector<std::string> keyIdCandidates(std::string_view text) {
 
 } // namespace
 
-bool SystemCerts::addCertificate(const TavixX509& cert, LogBase& log) {
+bool CertificateStore::addCertificate(const X509Certificate& cert, LogBase& log) {
     DataBuffer der;
     if (!cert.getCertDer(der)) {
         log.LogError("Cannot add a certificate that is not loaded.");
@@ -71,12 +71,12 @@ bool SystemCerts::addCertificate(const TavixX509& cert, LogBase& log) {
     }
     if (m_byDer.find(std::string(der.view())))
         return true;
-    m_holders.push_back(std::make_unique<TavixX509Holder>(cert));
+    m_holders.push_back(std::make_unique<X509CertificateHolder>(cert));
     indexCertificate(cert, m_holders.size() - 1);
     return true;
 }
 
-bool SystemCerts::addCertVault(CertMgr& certMgr, LogBase& log) {
+bool CertificateStore::addCertVault(CertMgr& certMgr, LogBase& log) {
     bool all = true;
     for (int i = 0; i < certMgr.getNumCerts(); ++i)
         all = addCertificate(*certMgr.certAt(i), log) && all;
@@ -84,13 +84,13 @@ bool SystemCerts::addCertVault(CertMgr& certMgr, LogBase& log) {
     return all;
 }
 
-void SystemCerts::clear() {
+void CertificateStore::clear() {
     m_holders.clear();
     for (CertIndex* index : {&m_byDer, &m_byIssuerSerial, &m_bySubject, &m_bySubjectValues, &m_byKeyId})
         index->clear();
 }
 
-void SystemCerts::indexCertificate(const TavixX509& cert, size_t position) {
+void CertificateStore::indexCertificate(const X509Certificate& cert, size_t position) {
     DataBuffer bytes;
     cert.getCertDer(bytes);
     m_byDer.add(std::string(bytes.view()), position);
@@ -112,20 +112,20 @@ void SystemCerts::indexCertificate(const TavixX509& cert, size_t position) {
         m_byKeyId.add(hexKey(bytes.view()), position);
 }
 
-TavixX509Holder* SystemCerts::first(const CertIndex& index, const std::string& key) const {
+X509CertificateHolder* CertificateStore::first(const CertIndex& index, const std::string& key) const {
     const std::vector<size_t>* positions = key.empty() ? nullptr : index.find(key);
     return positions ? m_holders[positions->front()].get() : nullptr;
 }
 
-TavixX509* SystemCerts::findX509(const StringBuffer& serialHex, const StringBuffer& issuerCN,
-                                 const StringBuffer* issuerDn, LogBase& log) {
+X509Certificate* CertificateStore::findX509(const StringBuffer& serialHex, const StringBuffer& issuerCN,
+                                            const StringBuffer* issuerDn, LogBase& log) {
     const std::string key = issuerSerialKey(issuerCN.view(), serialHex.view());
     const std::vector<size_t>* positions = key.empty() ? nullptr : m_byIssuerSerial.find(key);
     if (!positions)
         return nullptr;
     const std::string wantedIssuer = issuerDn ? dnKey(*issuerDn) : std::string();
     for (size_t position : *positions) {
-        TavixX509* cert = m_holders[position]->getX509Ptr();
+        X509Certificate* cert = m_holders[position]->getX509Ptr();
         StringBuffer issuer;
         if (!issuerDn || (cert->getDN(false, true, issuer, log, 0) && dnKey(issuer) == wantedIssuer))
             return cert;
@@ -133,9 +133,9 @@ TavixX509* SystemCerts::findX509(const StringBuffer& serialHex, const StringBuff
     return nullptr;
 }
 
-TavixX509* SystemCerts::findBySubjectDN_x509(const XString& dnWithoutTags, const XString& dn, bool tryValuesOnly,
-                                             LogBase& log) {
-    TavixX509Holder* found = first(m_bySubject, dnKey(dn.getUtf8Sb()));
+X509Certificate* CertificateStore::findBySubjectDN_x509(const XString& dnWithoutTags, const XString& dn,
+                                                        bool tryValuesOnly, LogBase& log) {
+    X509CertificateHolder* found = first(m_bySubject, dnKey(dn.getUtf8Sb()));
     if (!found && tryValuesOnly) {
         StringBuffer key;
         if (DistinguishedName::toValuesKey(dnWithoutTags, key))
@@ -146,9 +146,9 @@ TavixX509* SystemCerts::findBySubjectDN_x509(const XString& dnWithoutTags, const
     return found ? found->getX509Ptr() : nullptr;
 }
 
-TavixX509Holder* SystemCerts::findBySubjectKeyId(const StringBuffer& ski, LogBase& log) {
+X509CertificateHolder* CertificateStore::findBySubjectKeyId(const StringBuffer& ski, LogBase& log) {
     for (const std::string& bytes : keyIdCandidates(ski.view())) {
-        if (TavixX509Holder* found = first(m_byKeyId, hexKey(bytes)))
+        if (X509CertificateHolder* found = first(m_byKeyId, hexKey(bytes)))
             return found;
     }
     if (log.verbose())
@@ -156,22 +156,23 @@ TavixX509Holder* SystemCerts::findBySubjectKeyId(const StringBuffer& ski, LogBas
     return nullptr;
 }
 
-TavixX509* SystemCerts::findBySubjectName(const X509_NAME& subject) const {
+X509Certificate* CertificateStore::findBySubjectName(const X509_NAME& subject) const {
     for (const auto& holder : m_holders) {
-        TavixX509* cert = holder->getX509Ptr();
+        X509Certificate* cert = holder->getX509Ptr();
         if (X509_NAME_cmp(X509_get_subject_name(cert->x509()), &subject) == 0)
             return cert;
     }
     return nullptr;
 }
 
-TavixX509* SystemCerts::findByIssuerNameAndSerial(const X509_NAME& issuer, const StringBuffer& serialHex) const {
+X509Certificate* CertificateStore::findByIssuerNameAndSerial(const X509_NAME& issuer,
+                                                             const StringBuffer& serialHex) const {
     const std::string wanted = SerialNumberText::normalize(serialHex.view());
     if (wanted.empty())
         return nullptr;
     StringBuffer serial;
     for (const auto& holder : m_holders) {
-        TavixX509* cert = holder->getX509Ptr();
+        X509Certificate* cert = holder->getX509Ptr();
         if (cert->get_SerialNumber(serial) && SerialNumberText::normalize(serial.view()) == wanted &&
             X509_NAME_cmp(X509_get_issuer_name(cert->x509()), &issuer) == 0)
             return cert;
@@ -179,13 +180,13 @@ TavixX509* SystemCerts::findByIssuerNameAndSerial(const X509_NAME& issuer, const
     return nullptr;
 }
 
-const TavixX509* SystemCerts::certAt(int index) const {
+const X509Certificate* CertificateStore::certAt(int index) const {
     if (index < 0 || index >= getNumCerts())
         return nullptr;
     return m_holders[static_cast<size_t>(index)]->getX509Ptr();
 }
 
-const TavixX509* SystemCerts::findByDer(const DataBuffer& der) const {
-    const TavixX509Holder* found = first(m_byDer, std::string(der.view()));
+const X509Certificate* CertificateStore::findByDer(const DataBuffer& der) const {
+    const X509CertificateHolder* found = first(m_byDer, std::string(der.view()));
     return found ? found->getX509Ptr() : nullptr;
 }

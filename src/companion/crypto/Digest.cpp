@@ -1,9 +1,9 @@
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 
 #include "companion/crypto/HashAlgorithm.h"
 #include "companion/crypto/HashProgress.h"
 #include "companion/crypto/Hasher.h"
-#include "companion/fs/_tvDataSource.h"
+#include "companion/fs/DataSource.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/DataBuffer.h"
 
@@ -14,7 +14,7 @@ constexpr size_t kSourceChunkLen = 64 * 1024;
 constexpr const char* kUnknownName = "unknown";
 } // namespace
 
-bool _tvHash::doHash(const void* data, size_t len, int hashAlg, DataBuffer& out) {
+bool Digest::doHash(const void* data, size_t len, int hashAlg, DataBuffer& out) {
     Hasher hasher;
     if (!hasher.init(hashAlg) || !hasher.update(data, len)) {
         out.clear();
@@ -23,8 +23,8 @@ bool _tvHash::doHash(const void* data, size_t len, int hashAlg, DataBuffer& out)
     return hasher.final(out);
 }
 
-bool _tvHash::hashDataSource(_tvDataSource& source, int hashAlg, HashProgress* progress, DataBuffer& out,
-                             uint64_t* numBytesHashed, LogBase& log) {
+bool Digest::hashDataSource(DataSource& source, int hashAlg, HashProgress* progress, DataBuffer& out,
+                            uint64_t* numBytesHashed, LogBase& log) {
     LogContextExitor ctx(log, "hashDataSource");
     out.clear();
     Hasher hasher;
@@ -54,17 +54,17 @@ bool _tvHash::hashDataSource(_tvDataSource& source, int hashAlg, HashProgress* p
     return hasher.final(out);
 }
 
-int _tvHash::oidToHashAlg(const char* oid) {
+int Digest::oidToHashAlg(const char* oid) {
     const HashAlgorithm* alg = oid ? findHashAlgorithmByOid(oid) : nullptr;
     return alg ? alg->id : 0;
 }
 
-size_t _tvHash::hashLen(int hashAlg) {
+size_t Digest::hashLen(int hashAlg) {
     const HashAlgorithm* alg = findHashAlgorithm(hashAlg);
     return alg ? alg->digestLen : 0;
 }
 
-const char* _tvHash::hashName(int hashAlg) {
+const char* Digest::hashName(int hashAlg) {
     const HashAlgorithm* alg = findHashAlgorithm(hashAlg);
     return alg ? alg->name : kUnknownName;
 }

@@ -13,10 +13,10 @@ class XString;
 //   "hex_lower"                    lower-case when encoding
 //   "decimal"                      the bytes as one unsigned big-endian integer
 //   "ascii", "us-ascii", "utf-8", "utf8"   the bytes as they are
-class _clsEncode {
+class TextCodec {
 public:
-    _clsEncode() = default;
-    virtual ~_clsEncode() = default;
+    TextCodec() = default;
+    virtual ~TextCodec() = default;
 
     void put_EncodingMode(const XString& name);
     void get_EncodingMode(XString& out) const;

@@ -13,14 +13,14 @@ class StringBuffer;
 //
 // Serial numbers are written as SerialNumberText says: 0 is "00", 128 is
 // "80", 256 is "0100", as XString::reencode("decimal", "hex") writes them.
-class TavixX509 {
+class X509Certificate {
 public:
-    TavixX509() = default;
-    virtual ~TavixX509() = default;
-    TavixX509(const TavixX509& other);
-    TavixX509& operator=(const TavixX509& other);
-    TavixX509(TavixX509&&) noexcept = default;
-    TavixX509& operator=(TavixX509&&) noexcept = default;
+    X509Certificate() = default;
+    virtual ~X509Certificate() = default;
+    X509Certificate(const X509Certificate& other);
+    X509Certificate& operator=(const X509Certificate& other);
+    X509Certificate(X509Certificate&&) noexcept = default;
+    X509Certificate& operator=(X509Certificate&&) noexcept = default;
 
     // Parses a DER certificate, replacing any earlier one. Bytes after the
     // certificate are ignored and not kept. False, with an error line, when

@@ -1,4 +1,4 @@
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509Certificate.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/DecodedCertificateCache.h"
@@ -29,10 +29,10 @@ bool commonNameOf(const X509_NAME* name, StringBuffer& out) {
 
 } // namespace
 
-TavixX509::TavixX509(const TavixX509& other) : m_x509(sharedCopy(other.m_x509)), m_der(other.m_der) {
+X509Certificate::X509Certificate(const X509Certificate& other) : m_x509(sharedCopy(other.m_x509)), m_der(other.m_der) {
 }
 
-TavixX509& TavixX509::operator=(const TavixX509& other) {
+X509Certificate& X509Certificate::operator=(const X509Certificate& other) {
     if (this != &other) {
         m_x509 = sharedCopy(other.m_x509);
         m_der = other.m_der;
@@ -40,7 +40,7 @@ TavixX509& TavixX509::operator=(const TavixX509& other) {
     return *this;
 }
 
-bool TavixX509::loadX509Der(const DataBuffer& der, LogBase& log) {
+bool X509Certificate::loadX509Der(const DataBuffer& der, LogBase& log) {
     m_x509.reset();
     m_der.clear();
     DecodedCertificateCache::Certificate decoded = DecodedCertificateCache::process().certificate(der.view());
@@ -54,12 +54,12 @@ bool TavixX509::loadX509Der(const DataBuffer& der, LogBase& log) {
     return true;
 }
 
-bool TavixX509::getCertDer(DataBuffer& out) const {
+bool X509Certificate::getCertDer(DataBuffer& out) const {
     out.clear();
     return isLoaded() && out.append(m_der);
 }
 
-bool TavixX509::get_PublicKey(DataBuffer& out, LogBase& log) const {
+bool X509Certificate::get_PublicKey(DataBuffer& out, LogBase& log) const {
     out.clear();
     if (!isLoaded())
         return false;
@@ -74,11 +74,11 @@ bool TavixX509::get_PublicKey(DataBuffer& out, LogBase& log) const {
     return out.append(der, static_cast<size_t>(n));
 }
 
-PkeyPtr TavixX509::publicKey() const {
+PkeyPtr X509Certificate::publicKey() const {
     return isLoaded() ? DecodedCertificateCache::process().publicKey(m_der, *m_x509) : nullptr;
 }
 
-bool TavixX509::get_SerialNumber(StringBuffer& out) const {
+bool X509Certificate::get_SerialNumber(StringBuffer& out) const {
     out.clear();
     if (!isLoaded())
         return false;
@@ -86,17 +86,17 @@ bool TavixX509::get_SerialNumber(StringBuffer& out) const {
     return true;
 }
 
-bool TavixX509::get_IssuerCN(StringBuffer& out) const {
+bool X509Certificate::get_IssuerCN(StringBuffer& out) const {
     out.clear();
     return isLoaded() && commonNameOf(X509_get_issuer_name(m_x509.get()), out);
 }
 
-bool TavixX509::get_SubjectCN(StringBuffer& out) const {
+bool X509Certificate::get_SubjectCN(StringBuffer& out) const {
     out.clear();
     return isLoaded() && commonNameOf(X509_get_subject_name(m_x509.get()), out);
 }
 
-bool TavixX509::getDN(bool subject, bool mostSpecificFirst, StringBuffer& out, LogBase& log, int flags) const {
+bool X509Certificate::getDN(bool subject, bool mostSpecificFirst, StringBuffer& out, LogBase& log, int flags) const {
     out.clear();
     if (!isLoaded()) {
         log.LogError("No certificate is loaded.");
@@ -107,7 +107,7 @@ bool TavixX509::getDN(bool subject, bool mostSpecificFirst, StringBuffer& out, L
     return true;
 }
 
-bool TavixX509::getSubjectKeyId(DataBuffer& out) const {
+bool X509Certificate::getSubjectKeyId(DataBuffer& out) const {
     out.clear();
     if (!isLoaded())
         return false;
@@ -115,7 +115,7 @@ bool TavixX509::getSubjectKeyId(DataBuffer& out) const {
     return ski && out.append(ASN1_STRING_get0_data(ski), static_cast<size_t>(ASN1_STRING_length(ski)));
 }
 
-bool TavixX509::getPublicKeySha1(DataBuffer& out) const {
+bool X509Certificate::getPublicKeySha1(DataBuffer& out) const {
     out.clear();
     unsigned char digest[EVP_MAX_MD_SIZE];
     unsigned int n = 0;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "companion/fs/_tvDataSource.h"
+#include "companion/fs/DataSource.h"
 
 #include <cstdio>
 #include <memory>
@@ -8,7 +8,7 @@
 class XString;
 
 // A file read as a data source.
-class _tvFileDataSource : public _tvDataSource {
+class FileDataSource : public DataSource {
 public:
     // Opens the file for reading; false (logged) when it cannot be opened.
     bool openDataSourceFile(const XString& path, LogBase& log);

@@ -1,4 +1,4 @@
-#include "companion/text/_tvCharset.h"
+#include "companion/text/Charset.h"
 
 #include "companion/text/DataBuffer.h"
 #include "companion/text/IconvConverter.h"
@@ -37,7 +37,7 @@ std::string canonicalName(std::string_view name) {
 
 } // namespace
 
-bool _tvCharset::setByName(std::string_view name) {
+bool Charset::setByName(std::string_view name) {
     std::string canonical = canonicalName(name);
     if (canonical.empty() || !IconvConverter(canonical, std::string(kUtf8)).isOpen())
         return false;
@@ -45,11 +45,11 @@ bool _tvCharset::setByName(std::string_view name) {
     return true;
 }
 
-bool _tvCharset::isUtf8() const {
+bool Charset::isUtf8() const {
     return m_name == kUtf8;
 }
 
-bool _tvCharset::fromUtf8(std::string_view utf8, DataBuffer& out) const {
+bool Charset::fromUtf8(std::string_view utf8, DataBuffer& out) const {
     if (!isValidUtf8(utf8))
         return false;
     if (isUtf8())
@@ -60,7 +60,7 @@ bool _tvCharset::fromUtf8(std::string_view utf8, DataBuffer& out) const {
     return out.append(converted);
 }
 
-bool _tvCharset::toUtf8(std::string_view bytes, std::string& out) const {
+bool Charset::toUtf8(std::string_view bytes, std::string& out) const {
     if (isUtf8()) {
         if (!isValidUtf8(bytes))
             return false;

@@ -3,7 +3,7 @@
 class XString;
 
 // File-path composition.
-class _tvFilePath {
+class FilePath {
 public:
     // dir + '/' + file, with exactly one separator between them; a file name
     // that is already absolute is taken as it stands.

@@ -1,4 +1,4 @@
-#include "companion/fs/_tvFilePath.h"
+#include "companion/fs/FilePath.h"
 
 #include "companion/text/XString.h"
 
@@ -6,7 +6,7 @@ namespace {
 constexpr char kSeparator = '/';
 } // namespace
 
-void _tvFilePath::CombineDirAndFilepath(const XString& dir, const XString& file, XString& out) {
+void FilePath::CombineDirAndFilepath(const XString& dir, const XString& file, XString& out) {
     std::string_view d = dir.view();
     std::string_view f = file.view();
     std::string joined;
