@@ -48,7 +48,7 @@ ReferenceInfo referenceInfo(ClsXmlDSig& dsig, int index, LogBase& log) {
 SignatureInfo signatureInfo(ClsXmlDSig& dsig, int index, LogBase& log) {
     dsig.put_Selector(index);
     StringBuffer id, method, c14n, prefixes, value;
-    dsig.selectedSignatureId(id, log);
+    dsig.selectedSignatureId(id);
     dsig.getSignatureMethod(method, log);
     dsig.getCanonicalizationMethod(c14n, prefixes, log);
     dsig.getSignatureValue(value, log);

@@ -45,8 +45,8 @@ void _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool
     xml.takeSb(dteText);
 }
 
-bool _clsXmlDSigBase::preprocessXmlToTransform(StringBuffer& uri, DSigReference&, StringBuffer& xml,
-                                               std::string_view ownDocument, LogBase& log) {
+bool _clsXmlDSigBase::preprocessXmlToTransform(StringBuffer& uri, StringBuffer& xml, std::string_view ownDocument,
+                                               LogBase& log) {
     LogContextExitor ctx(log, "preprocessXmlToTransform");
     if (m_profile.isSiiCl) {
         log.LogInfo(std::string("Preprocessing for ") + std::string(profile_markers::kSiiChile));

@@ -110,7 +110,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
         // Shared, not copied: only a transform that edits the text copies it.
         xml.shareFrom(m_document.text);
     }
-    preprocessXmlToTransform(uri, ref, xml, attempt.ownDocument, log);
+    preprocessXmlToTransform(uri, xml, attempt.ownDocument, log);
 
     // The final canonical text is hashed as it is produced unless a later
     // step needs it whole. Only the ZATCA retry asks whether it holds the
@@ -141,7 +141,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     } else if (!applyTransforms(uri, ref, xml, attempt, chain, sink, log)) {
         return false;
     }
-    postProcessTransformedXml(uri, ref, xml, log);
+    postProcessTransformedXml(xml, log);
 
     DataBuffer digest;
     if (streamed.used()) {
@@ -312,7 +312,7 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
     if (!m_profile.isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
         log.LogInfo("Retry with ZATCA rules...");
         StringBuffer retry(m_document.text.view());
-        preprocessXmlToTransform(uri, ref, retry, attempt.ownDocument, log);
+        preprocessXmlToTransform(uri, retry, attempt.ownDocument, log);
         StringBuffer exclusive(kExclusiveC14nMarker);
         transformCanonicalize(nullptr, retry, exclusive, uri, attempt, log);
         DataBuffer digest;

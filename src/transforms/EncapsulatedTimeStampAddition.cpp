@@ -117,8 +117,8 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
     sig->getAttrValue("Id", sigId);
     const tsf::Placement placement = tsf::place(at, m_document.text.view());
     if (placement.wrapping == tsf::Wrapping::Object)
-        appendXmlAttrId(objectId, log);
-    appendXmlAttrId(stampId, log);
+        appendXmlAttrId(objectId);
+    appendXmlAttrId(stampId);
     std::string fragment = tsf::build(placement.wrapping, {prefix.view(), sig->hasAttribute("xmlns:xades"),
                                                            sigId.view(), objectId.view(), stampId.view()});
 

@@ -141,7 +141,7 @@ bool ClsXmlDSig::hasEncapsulatedTimeStamp(LogBase& log) {
 bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigDom, LogBase& log) {
     LogContextExitor ctx(log, "verifyEncapsulatedTimeStamp");
     StringBuffer tokenBase64;
-    if (!captureUniqueTagContent("EncapsulatedTimeStamp", sigText, tokenBase64, log))
+    if (!captureUniqueTagContent("EncapsulatedTimeStamp", sigText, tokenBase64))
         return true;
     DataBuffer token, tstInfo;
     token.appendEncoded(tokenBase64.view(), "base64");
@@ -150,7 +150,7 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
         return false;
 
     StringBuffer signatureValue, signatureValueId;
-    if (!captureUniqueTagContent("SignatureValue", sigText, signatureValue, log))
+    if (!captureUniqueTagContent("SignatureValue", sigText, signatureValue))
         return true;
     log.LogDataSb("signatureValue", signatureValue);
     if (!captureUniqueAttrContent("SignatureValue", "Id", sigText, signatureValueId, log))

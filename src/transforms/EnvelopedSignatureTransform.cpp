@@ -16,8 +16,7 @@ bool cutJoinsLineEnd(std::string_view text, const ClsXmlDSig::EnvelopedRange& ra
 
 } // namespace
 
-bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
-                                             LogBase& log) {
+bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, DSigReference& ref, LogBase& log) {
     CanonShortcut noCanonicalizationFollows;
     envelope(xml, ref, false, m_profile.isCmaStp, noCanonicalizationFollows, log);
     return true;

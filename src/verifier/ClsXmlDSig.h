@@ -121,7 +121,7 @@ public:
     bool checkSetZatca(LogBase& log);
     bool checkSetMyInvois(LogBase& log);
     bool selectBySignatureId(StringBuffer& id, LogBase& log);
-    bool selectedSignatureId(StringBuffer& out, LogBase& log);
+    bool selectedSignatureId(StringBuffer& out);
     ClsXml* getReference(int index, LogBase& log);
     // Reference `index` parsed, with its URI trimmed; false when there is none.
     bool parsedReference(int index, DSigReference& ref, StringBuffer& uri, LogBase& log);
@@ -142,8 +142,8 @@ public:
 
     // The enveloped-signature transform: cuts the selected signature (and the
     // signatures written directly behind it) out of the text.
-    bool transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref, LogBase& log);
-    bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase& log);
+    bool transformEnvelopedSignature(StringBuffer& xml, DSigReference& ref, LogBase& log);
+    bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length);
     // Where the enveloped-signature transform cuts: the signature and those
     // written directly behind it. False when nothing is to be cut.
     struct EnvelopedRange {
@@ -215,11 +215,11 @@ public:
     // text, raw-text extractors, and addition through a TSA.
     bool hasEncapsulatedTimeStamp(LogBase& log);
     bool verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigDom, LogBase& log);
-    bool captureUniqueTagContent(const char* tag, StringBuffer& xml, StringBuffer& out, LogBase& log);
+    bool captureUniqueTagContent(const char* tag, StringBuffer& xml, StringBuffer& out);
     bool captureUniqueAttrContent(const char* tag, const char* attr, StringBuffer& xml, StringBuffer& out,
                                   LogBase& log);
     bool addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log);
-    static void appendXmlAttrId(StringBuffer& out, LogBase& log);
+    static void appendXmlAttrId(StringBuffer& out);
 
     // Adds a vault's certificates to the store that KeyInfo references are
     // resolved against.

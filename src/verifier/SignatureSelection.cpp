@@ -23,7 +23,7 @@ bool ClsXmlDSig::selectBySignatureId(StringBuffer& id, LogBase& log) {
     return false;
 }
 
-bool ClsXmlDSig::selectedSignatureId(StringBuffer& out, LogBase&) {
+bool ClsXmlDSig::selectedSignatureId(StringBuffer& out) {
     out.clear();
     ClsXml* sig = selectedSignature();
     return sig && sig->getAttrValue("Id", out);

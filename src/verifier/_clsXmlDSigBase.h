@@ -37,10 +37,9 @@ public:
     // Text adjustments that reproduce what particular signers digested.
     void extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy, LogBase& log);
     // `ownDocument`: the text an attempt resolves the reference in instead.
-    bool preprocessXmlToTransform(StringBuffer& uri, DSigReference& ref, StringBuffer& xml,
-                                  std::string_view ownDocument, LogBase& log);
-    bool postProcessTransformedXml(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
-    bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml, LogBase& log);
+    bool preprocessXmlToTransform(StringBuffer& uri, StringBuffer& xml, std::string_view ownDocument, LogBase& log);
+    bool postProcessTransformedXml(StringBuffer& xml, LogBase& log);
+    bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml);
     bool removeXmlChunkContaining(const char* start, const char* end, const char* mustContain, StringBuffer& xml,
                                   LogBase& log);
     bool zatcaTransformInvoice(StringBuffer& xml, LogBase& log);
