@@ -1,14 +1,9 @@
 #include "CommandLine.h"
 #include "Commands.h"
-#include "DocumentLoader.h"
 
-#include "companion/base/ClsStringArray.h"
-#include "companion/pki/CertPem.h"
-#include "companion/text/ContentCoding.h"
-#include "verifier/ClsXmlDSig.h"
+#include "xmldsig/Certificates.h"
 
 #include <iostream>
-#include <memory>
 
 namespace {
 
@@ -25,30 +20,14 @@ int runCerts(CommandLine& args) {
         printError(args.error().empty() ? kUsage : args.error());
         return kExitUsage;
     }
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    std::string error;
-    if (!loadDocumentFile(*dsig, files[0], error)) {
-        printError(error);
-        return kExitUsage;
+    std::vector<xmldsig::Certificate> certs;
+    if (const xmldsig::Status status = xmldsig::keyInfoCertificatesOfFile(files[0], selector, certs); !status) {
+        printError(status.message);
+        // A document that loads but whose certificates cannot be read is a
+        // finding about the signature, not a usage error.
+        return status.code == xmldsig::Errc::unresolved_key_info ? kExitInvalid : kExitUsage;
     }
-    if (selector >= dsig->get_NumSignatures()) {
-        printError(files[0] + ": no signature at index " + std::to_string(selector));
-        return kExitUsage;
-    }
-    dsig->put_Selector(selector);
-    ClsStringArray certs;
-    if (!dsig->GetCerts(certs)) {
-        printError(files[0] + ": " + dsig->m_log.firstError());
-        return kExitInvalid;
-    }
-    LogBase log;
-    for (int i = 0; i < certs.get_Count(); ++i) {
-        XString text;
-        certs.GetString(i, text);
-        DataBuffer der;
-        StringBuffer pem;
-        if (ContentCoding::decodeBase64ToDb(text.view(), der) && CertPem::derToPem(der, pem, log))
-            std::cout << pem.view();
-    }
+    for (const xmldsig::Certificate& cert : certs)
+        std::cout << xmldsig::pem(cert);
     return kExitValid;
 }

@@ -1,93 +1,38 @@
 #include "CommandLine.h"
 #include "Commands.h"
-#include "DocumentLoader.h"
 
-#include "companion/text/DataBuffer.h"
-#include "companion/xml/ClsXml.h"
-#include "verifier/ClsXmlDSig.h"
-#include "verifier/DSigReference.h"
+#include "xmldsig/DocumentInfo.h"
 
 #include <nlohmann/json.hpp>
 
 #include <iostream>
-#include <memory>
 
 namespace {
 
 using nlohmann::json;
 
-// The Algorithm of every Transform of a Reference, in order.
-json transformAlgorithms(ClsXml& reference, LogBase& log) {
-    json algorithms = json::array();
-    RefPtr<ClsXml> transforms(reference.getChildWithTagUtf8("*:Transforms"));
-    if (!transforms)
-        return algorithms;
-    StringBuffer alg;
-    const int n = transforms->numChildrenHavingTagUtf8("*:Transform", log);
-    for (int i = 0; i < n; ++i) {
-        RefPtr<ClsXml> t(transforms->getNthChildWithTagUtf8("*:Transform", i, log));
-        t->getAttrValue("Algorithm", alg);
-        algorithms.push_back(std::string(alg.view()));
-    }
-    return algorithms;
+json referenceJson(const xmldsig::ReferenceInfo& ref) {
+    return {{"index", ref.index},
+            {"uri", ref.uri ? json(*ref.uri) : json(nullptr)},
+            {"id", ref.id},
+            {"digestMethod", ref.digestMethod},
+            {"transforms", ref.transforms},
+            {"digestValue", ref.digestValue}};
 }
 
-json describeReference(ClsXmlDSig& dsig, int index, LogBase& log) {
-    RefPtr<ClsXml> element(dsig.getReference(index, log));
-    if (!element)
-        return json::object();
-    DSigReference ref;
-    ref.parseReference(*element, log);
-    json out = {{"index", index},
-                {"uri", ref.m_uriOmitted ? json(nullptr) : json(std::string(ref.m_uri.view()))},
-                {"id", std::string(ref.m_id.view())},
-                {"digestMethod", std::string(ref.m_digestMethod.view())},
-                {"transforms", transformAlgorithms(*element, log)},
-                {"digestValue", std::string(ref.m_digestValue.view())}};
-    return out;
-}
-
-json describeSignature(ClsXmlDSig& dsig, int index, LogBase& log) {
-    dsig.put_Selector(index);
-    StringBuffer id, method, c14n, prefixes, value;
-    dsig.selectedSignatureId(id, log);
-    dsig.getSignatureMethod(method, log);
-    dsig.getCanonicalizationMethod(c14n, prefixes, log);
-    dsig.getSignatureValue(value, log);
-    DataBuffer decoded;
-    const bool valueDecodes = decoded.appendEncoded(value.view(), "base64");
-
-    json out = {{"index", index},
-                {"id", std::string(id.view())},
-                {"tag", std::string(dsig.selectedSignature()->tag())},
-                {"signatureMethod", std::string(method.view())},
-                {"canonicalizationMethod", std::string(c14n.view())},
-                {"prefixList", std::string(prefixes.view())},
-                {"signatureValueBytes", valueDecodes ? json(decoded.getSize()) : json(nullptr)}};
+json signatureJson(const xmldsig::SignatureInfo& sig) {
+    json out = {{"index", sig.index},
+                {"id", sig.id},
+                {"tag", sig.elementName},
+                {"signatureMethod", sig.signatureMethod},
+                {"canonicalizationMethod", sig.canonicalizationMethod},
+                {"prefixList", sig.inclusivePrefixes},
+                {"signatureValueBytes", sig.signatureValueBytes ? json(*sig.signatureValueBytes) : json(nullptr)}};
     json refs = json::array();
-    const int n = dsig.get_NumReferences();
-    for (int i = 0; i < n; ++i)
-        refs.push_back(describeReference(dsig, i, log));
+    for (const xmldsig::ReferenceInfo& ref : sig.references)
+        refs.push_back(referenceJson(ref));
     out["references"] = std::move(refs);
     return out;
-}
-
-json profileFlags(const ClsXmlDSig& dsig) {
-    const ClsXmlDSig::ProfileFlags f = dsig.profileFlags();
-    json flags = json::array();
-    auto add = [&flags](bool on, const char* name) {
-        if (on)
-            flags.push_back(name);
-    };
-    add(f.isSiiCl, "sii-cl");
-    add(f.isSunat, "sunat");
-    add(f.dupC14nSortBug, "c14n-sort-bug");
-    add(f.isCsioz, "csioz");
-    add(f.isCmaStp, "cma-stp");
-    add(f.isDoda, "doda");
-    add(f.isSignedDocSkXml, "signeddoc-sk-xml");
-    add(f.noSortBugRetry, "no-sort-bug-retry");
-    return flags;
 }
 
 std::string text(const json& v) {
@@ -145,17 +90,14 @@ int runInfo(CommandLine& args) {
         printError(args.error().empty() ? "usage: xmldsig info FILE [--json]" : args.error());
         return kExitUsage;
     }
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    std::string error;
-    if (!dsig || !loadDocumentFile(*dsig, files[0], error)) {
-        printError(error);
+    const xmldsig::DocumentInfo info = xmldsig::describeFile(files[0]);
+    if (!info.status) {
+        printError(info.status.message);
         return kExitUsage;
     }
-    LogNull log;
-    json doc = {{"file", files[0]}, {"signatures", json::array()}};
-    for (int i = 0; i < dsig->get_NumSignatures(); ++i)
-        doc["signatures"].push_back(describeSignature(*dsig, i, log));
-    doc["profile"] = profileFlags(*dsig);
+    json doc = {{"file", files[0]}, {"signatures", json::array()}, {"profile", info.profile}};
+    for (const xmldsig::SignatureInfo& sig : info.signatures)
+        doc["signatures"].push_back(signatureJson(sig));
 
     if (asJson)
         std::cout << doc.dump(2, ' ', false, json::error_handler_t::replace) << '\n';

@@ -117,6 +117,15 @@ nlohmann::json signatureJson(const SignatureResult& s) {
                         {"references", covered}};
     if (!s.valid)
         j["reason"] = s.reason;
+    j["stage"] = s.stage;
+    if (!s.furtherAttempts.empty()) {
+        nlohmann::json attempts = nlohmann::json::array();
+        for (const auto& attempt : s.furtherAttempts)
+            attempts.push_back({{"reference", attempt.reference}, {"attempt", attempt.name}});
+        j["furtherAttempts"] = attempts;
+    }
+    if (s.limit)
+        j["limit"] = {{"option", s.limit->option}, {"count", s.limit->count}, {"limit", s.limit->limit}};
     if (s.signer)
         j["signer"] = signerJson(*s.signer);
     j["trust"] = trustJson(s.trust);

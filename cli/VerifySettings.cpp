@@ -111,8 +111,9 @@ private:
         std::string options, verifyOptions;
         if (m_args.takeValue("--options", options))
             m_s.setOptions(options);
-        if (m_args.takeValue("--verify-options", verifyOptions) && !m_s.setVerifyOptions(verifyOptions))
-            return fail(ParseOutcome::UsageError, "--verify-options needs a JSON object, got " + verifyOptions);
+        if (m_args.takeValue("--verify-options", verifyOptions))
+            if (const xmldsig::Status status = m_s.setVerifyOptions(verifyOptions); !status)
+                return fail(ParseOutcome::UsageError, "--verify-options: " + status.message);
         return true;
     }
 

@@ -8,8 +8,8 @@
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/Asn1XmlCodec.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/CmsSignedData.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/pki/_clsCades.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
@@ -47,7 +47,7 @@ void requireStableXml(const DataBuffer& der) {
 void verifyToken(const DataBuffer& token) {
     LogNull log;
     CmsSignedData cms;
-    SystemCerts carried;
+    CertificateStore carried;
     bool detached = false;
     if (!cms.loadPkcs7Der(token, nullptr, kSignedDataType, detached, &carried, log))
         return;

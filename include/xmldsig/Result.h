@@ -68,12 +68,33 @@ struct Reference {
     std::string failure; // and its text: "digest mismatch", ...
 };
 
+// A reading tried after the literal one that made a reference, or the
+// signature value, verify: "attribute-sorting bug emulated", "comments left
+// out", "transforms applied to external data", ...
+struct FurtherAttemptUsed {
+    int reference = -1; // -1: the signature value
+    std::string name;
+};
+
+// A VerifyOptions limit the document went over.
+struct LimitHit {
+    std::string option; // "MaxReferences", ...
+    std::uint64_t count = 0;
+    std::uint64_t limit = 0;
+};
+
 struct SignatureResult {
     int index = 0;
     std::string id;
     bool valid = false;
     // For an invalid signature: the first reason.
     std::string reason;
+    // The stage that decided: "selection", "limits", "references",
+    // "location", "timestamp", "SignedInfo", "key resolution", "signature
+    // value" (for every signature whose value was checked, valid or not).
+    std::string stage;
+    std::vector<FurtherAttemptUsed> furtherAttempts;
+    std::optional<LimitHit> limit;
     // The engine's code for the first failing reference (0 when none).
     int refFailReason = 0;
     struct FailedReference {

@@ -4,6 +4,7 @@
 
 #include "xmldsig/Status.h"
 
+#include <cstdint>
 #include <ctime>
 #include <memory>
 #include <optional>
@@ -14,6 +15,26 @@
 namespace xmldsig {
 
 struct SettingsData;
+
+// Bounds on the work one document may ask of a verifier; a document over one
+// fails with the limit named. Each must be at least 1.
+struct Limits {
+    std::uint64_t maxReferences = 1000;
+    std::uint64_t maxTransforms = 16; // per reference
+    std::uint64_t maxSignatures = 1000;
+    std::uint64_t maxSignatureValueBytes = 1u << 20;
+    std::uint64_t maxCertificateBytes = 1u << 20;
+    std::uint64_t maxExternalFileBytes = 64u << 20;
+    std::uint64_t maxXPathNodes = 50'000'000; // nodes one XPath transform may visit
+};
+
+// Accommodations of particular signers, each off unless asked for.
+enum class Accommodation {
+    Zatca,                       // Saudi ZATCA e-invoices
+    MyInvois,                    // Malaysian MyInvois documents
+    VerifyEncapsulatedTimeStamp, // verify a XAdES SignatureTimeStamp before the value
+    AllowXmlDigestError,         // accept a reference whose digest does not match
+};
 
 // What a verification uses beyond the document: keys, certificates, trust
 // anchors, the HMAC secret, external data, profile options and limits, and
@@ -57,8 +78,19 @@ public:
     void setRefDataFile(int referenceIndex, std::string_view path);
     void setIgnoreExternalRefs(bool on);
 
-    // Profile options ("VerifyEncapsulatedTimeStamp", ...) and the limits
-    // object ({"MaxReferences": 1000, ...}).
+    // Limits, signer accommodations and the timestamp authority's chain
+    // check; a limit of 0 is refused, naming it.
+    Status setLimits(const Limits& limits);
+    const Limits& limits() const noexcept;
+    void allow(Accommodation accommodation, bool on = true);
+    // A timestamp token's signer must chain to the certificates given and be
+    // fit for time stamping; otherwise only the token's signature is checked.
+    void setValidateTsaChain(bool on);
+    // The same as text: the accommodations are the tokens "ZATCA",
+    // "MYINVOIS", "VerifyEncapsulatedTimeStamp", "AllowXmlDigestError"
+    // anywhere in it; the limits and the chain check a JSON object
+    // ({"MaxReferences": 1000, "ValidateTsaChain": true, ...}), with the
+    // defaults for what it leaves out.
     void setOptions(std::string_view options);
     Status setVerifyOptions(std::string_view json);
 

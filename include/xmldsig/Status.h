@@ -11,14 +11,16 @@ namespace xmldsig {
 // signature is a result, not an error).
 enum class Errc {
     ok = 0,
-    file_unreadable = 1,   // a document, key, certificate or data file cannot be read
-    not_xml = 2,           // the document cannot be loaded as XML
-    no_signature = 3,      // the document holds no signature
-    no_such_signature = 4, // no signature at the index or with the Id asked for
-    bad_key = 5,           // not a public key or certificate; an HMAC secret in the wrong encoding
-    bad_certificate = 6,   // a file or folder without any certificate
-    bad_crl = 7,           // a file without any CRL
-    bad_option = 8,        // a malformed option, limit or time
+    file_unreadable = 1,     // a document, key, certificate or data file cannot be read
+    not_xml = 2,             // the document cannot be loaded as XML
+    no_signature = 3,        // the document holds no signature
+    no_such_signature = 4,   // no signature at the index or with the Id asked for
+    bad_key = 5,             // not a public key or certificate; an HMAC secret in the wrong encoding
+    bad_certificate = 6,     // a file or folder without any certificate
+    bad_crl = 7,             // a file without any CRL
+    bad_option = 8,          // a malformed option, limit or time
+    unresolved_key_info = 9, // KeyInfo refers to a token the document does not hold
+    timestamp_failed = 10,   // the signature cannot take a timestamp, or the authority gave none
 };
 
 XMLDSIG_API const std::error_category& error_category() noexcept;

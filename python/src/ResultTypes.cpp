@@ -130,6 +130,20 @@ void registerSignatureResult(py::module_& m) {
         .def_readonly("valid", &SignatureResult::valid)
         .def_property_readonly("verdict", [](const SignatureResult& r) { return r.valid ? "VALID" : "INVALID"; })
         .def_readonly("reason", &SignatureResult::reason)
+        .def_readonly("stage", &SignatureResult::stage)
+        .def_property_readonly("further_attempts",
+                               [](const SignatureResult& r) {
+                                   py::list out;
+                                   for (const auto& a : r.furtherAttempts)
+                                       out.append(py::make_tuple(a.reference, a.name));
+                                   return out;
+                               })
+        .def_property_readonly("limit",
+                               [](const SignatureResult& r) -> py::object {
+                                   if (!r.limit)
+                                       return py::none();
+                                   return py::make_tuple(r.limit->option, r.limit->count, r.limit->limit);
+                               })
         .def_readonly("signer", &SignatureResult::signer)
         .def_property_readonly("trusted", &trusted)
         .def_property_readonly("trust_anchor", [](const SignatureResult& r) { return nonEmpty(r.trust.anchorSubject); })

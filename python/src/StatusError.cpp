@@ -27,6 +27,10 @@ const char* codeName(xmldsig::Errc code) {
         return "bad_certificate";
     case xmldsig::Errc::bad_crl:
         return "bad_crl";
+    case xmldsig::Errc::unresolved_key_info:
+        return "unresolved_key_info";
+    case xmldsig::Errc::timestamp_failed:
+        return "timestamp_failed";
     case xmldsig::Errc::bad_option:
         break;
     }

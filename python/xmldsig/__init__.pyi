@@ -48,6 +48,9 @@ class SignatureResult:
     valid: bool
     verdict: Literal["VALID", "INVALID"]
     reason: str
+    stage: str
+    further_attempts: list[tuple[int, str]]
+    limit: tuple[str, int, int] | None
     signer: Signer | None
     trusted: bool | None
     trust_anchor: str | None

@@ -1,6 +1,6 @@
 #include "xmldsig/Canonicalize.h"
 
-#include "companion/log/LogBase.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/XString.h"
 #include "verifier/ClsXmlDSig.h"
@@ -31,10 +31,10 @@ const char* versionName(CanonicalizeOptions::Method method) {
 bool toUtf8(std::string_view document, XString& text, std::string& error) {
     DataBuffer bytes;
     bytes.takeString(std::string(document));
-    LogBase log;
-    log.enterContext("canonicalize");
-    if (!bytes.convertXmlToUtf8(log)) {
-        error = log.firstError();
+    LogNull quiet;
+    FirstErrorLog errors(quiet);
+    if (!bytes.convertXmlToUtf8(errors)) {
+        error = errors.firstErrorLine();
         return false;
     }
     text.getUtf8Sb_rw().takeFromDb(bytes);
@@ -52,7 +52,7 @@ Status canonicalize(std::string_view document, const CanonicalizeOptions& option
     XString fragmentId(options.fragmentId), version(versionName(options.method)), prefixList(options.inclusivePrefixes),
         canonical;
     if (!dsig->CanonicalizeFragment(xml, fragmentId, version, prefixList, options.withComments, canonical)) {
-        const std::string reason = dsig->m_log.firstError();
+        const std::string& reason = dsig->lastFailure();
         return notXml(reason.empty() ? "cannot be canonicalized" : reason);
     }
     out.assign(canonical.getUtf8(), canonical.getSizeUtf8());

@@ -6,11 +6,18 @@
 
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <fstream>
 
 namespace xmldsig {
 
 bool readDocumentFile(const std::string& path, DataBuffer& out, std::string& error) {
+    // A folder opens like a file, and its end offset is no size.
+    std::error_code ec;
+    if (std::filesystem::is_directory(path, ec)) {
+        error = path + ": cannot open: " + std::strerror(EISDIR);
+        return false;
+    }
     std::ifstream in(path, std::ios::binary | std::ios::ate);
     if (!in) {
         error = path + ": cannot open: " + std::strerror(errno);
@@ -35,7 +42,7 @@ bool loadDocument(ClsXmlDSig& dsig, DataBuffer& bytes, std::string_view name, st
     LogContextExitor ctx(dsig, "LoadSignatureBd");
     if (dsig.loadSignatureBd(bytes, dsig.m_log))
         return true;
-    const std::string reason = dsig.m_log.firstError();
+    const std::string& reason = dsig.lastFailure();
     error = std::string(name) + ": " + (reason.empty() ? "cannot be loaded as XML" : reason);
     return false;
 }

@@ -1,22 +1,9 @@
 #include "api/FailureReason.h"
 
-#include "companion/log/LogBase.h"
 #include "references/RefFailReason.h"
-
-#include <array>
-#include <charconv>
+#include "verifier/VerificationReport.h"
 
 namespace xmldsig {
-
-namespace {
-
-int toInt(const std::string& text) {
-    int value = 0;
-    std::from_chars(text.data(), text.data() + text.size(), value);
-    return value;
-}
-
-} // namespace
 
 std::string referenceFailureText(int reason) {
     switch (reason) {
@@ -35,57 +22,25 @@ std::string referenceFailureText(int reason) {
     }
 }
 
-namespace {
-
-// Error lines by which the key dispatch says the value itself is wrong.
-bool saysValueInvalid(const std::string& message) {
-    constexpr std::array kMarkers = {"found the signature to be invalid", "HMAC validation failed",
-                                     "DSA verify hash failed"};
-    for (const char* marker : kMarkers)
-        if (message.find(marker) != std::string::npos)
-            return true;
-    return false;
-}
-
-} // namespace
-
-std::vector<SignatureResult::FailedReference> failedReferences(const LogBase& log) {
+std::vector<SignatureResult::FailedReference> failedReferences(const VerificationReport& report) {
     std::vector<SignatureResult::FailedReference> refs;
-    int lastReason = 0;
-    for (const LogBase::Entry& e : log.entries()) {
-        if (e.kind != LogBase::Kind::Data)
-            continue;
-        if (e.tag == "invalidDigestReason")
-            lastReason = toInt(e.value);
-        else if (e.tag == "referenceIndex")
-            refs.push_back({toInt(e.value), lastReason});
-    }
+    refs.reserve(report.failedReferences.size());
+    for (const auto& failed : report.failedReferences)
+        refs.push_back({failed.index, failed.reason});
     return refs;
 }
 
-std::string failureReason(const LogBase& log, const std::vector<SignatureResult::FailedReference>& refs) {
-    // Without a failure count the listed references were excused (missing
+std::string failureReason(const VerificationReport& report) {
+    // Without a counted failure the listed references were excused (missing
     // external data under IgnoreExternalRefs).
-    bool refsCounted = false;
-    // A value that no candidate key verifies reads to the RSA primitive as
-    // made by another key; earlier errors are then only lookup remarks.
-    bool noKeyMatched = false;
-    std::string lastError;
-    for (const LogBase::Entry& e : log.entries()) {
-        if (e.kind == LogBase::Kind::Data && e.tag == "refFailureCount")
-            refsCounted = true;
-        else if (e.kind == LogBase::Kind::Error)
-            lastError = e.value;
-        else if (e.kind == LogBase::Kind::Info && e.value == "Not the correct key.")
-            noKeyMatched = true;
-    }
-    if (refsCounted && !refs.empty()) {
-        const auto& first = refs.front();
+    if (report.stage == VerificationStage::References && report.countedReferenceFailures > 0 &&
+        !report.failedReferences.empty()) {
+        const auto& first = report.failedReferences.front();
         return "reference " + std::to_string(first.index) + ": " + referenceFailureText(first.reason);
     }
-    if (lastError.empty() || noKeyMatched || saysValueInvalid(lastError))
+    if (report.valueMismatch || report.reason.empty())
         return "the signature value does not verify";
-    return lastError;
+    return report.reason;
 }
 
 } // namespace xmldsig

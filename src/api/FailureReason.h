@@ -5,19 +5,19 @@
 #include <string>
 #include <vector>
 
-class LogBase;
+struct VerificationReport;
 
 namespace xmldsig {
 
-// The references a verification counted as failed, read from its log, each
-// with the reason code of its first attempt.
-std::vector<SignatureResult::FailedReference> failedReferences(const LogBase& log);
+// The references a verification found failed, each with the reason code of
+// its first attempt.
+std::vector<SignatureResult::FailedReference> failedReferences(const VerificationReport& report);
 
 // "digest mismatch", ... for a reference's failure code.
 std::string referenceFailureText(int reason);
 
 // One line saying why a verification failed: the first failing reference,
 // or why the signature value was not accepted.
-std::string failureReason(const LogBase& log, const std::vector<SignatureResult::FailedReference>& refs);
+std::string failureReason(const VerificationReport& report);
 
 } // namespace xmldsig

@@ -1,6 +1,7 @@
 #include "xmldsig/Settings.h"
 
 #include "api/SettingsData.h"
+#include "verifier/VerificationPolicy.h"
 
 #include "companion/base/ClsJsonObject.h"
 #include "companion/crypto/ClsPublicKey.h"
@@ -9,6 +10,7 @@
 #include "companion/text/DataBuffer.h"
 #include "companion/text/XString.h"
 
+#include <array>
 #include <filesystem>
 
 namespace xmldsig {
@@ -41,6 +43,16 @@ bool decodes(std::string_view secret, std::string_view encoding) {
         return false;
     DataBuffer bytes;
     return bytes.appendEncoded(secret, encoding);
+}
+
+std::array<std::pair<std::string_view, std::uint64_t>, 7> limitMembers(const Limits& l) {
+    return {{{VerificationLimits::kMaxReferences, l.maxReferences},
+             {VerificationLimits::kMaxTransforms, l.maxTransforms},
+             {VerificationLimits::kMaxSignatures, l.maxSignatures},
+             {VerificationLimits::kMaxSignatureValueBytes, l.maxSignatureValueBytes},
+             {VerificationLimits::kMaxCertificateBytes, l.maxCertificateBytes},
+             {VerificationLimits::kMaxExternalFileBytes, l.maxExternalFileBytes},
+             {VerificationLimits::kMaxXPathNodes, l.maxXPathNodes}}};
 }
 
 bool isJsonObject(std::string_view text) {
@@ -105,14 +117,60 @@ void Settings::setIgnoreExternalRefs(bool on) {
     mutableData().ignoreExternalRefs = on;
 }
 
+Status Settings::setLimits(const Limits& limits) {
+    for (const auto& [name, value] : limitMembers(limits))
+        if (value == 0)
+            return failure(Errc::bad_option, "the limit " + std::string(name) + " must be a positive integer");
+    mutableData().limits = limits;
+    return {};
+}
+
+const Limits& Settings::limits() const noexcept {
+    return m_data->limits;
+}
+
+void Settings::allow(Accommodation accommodation, bool on) {
+    SettingsData& d = mutableData();
+    switch (accommodation) {
+    case Accommodation::Zatca:
+        d.zatca = on;
+        break;
+    case Accommodation::MyInvois:
+        d.myInvois = on;
+        break;
+    case Accommodation::VerifyEncapsulatedTimeStamp:
+        d.verifyEncapsulatedTimeStamp = on;
+        break;
+    case Accommodation::AllowXmlDigestError:
+        d.allowXmlDigestError = on;
+        break;
+    }
+}
+
+void Settings::setValidateTsaChain(bool on) {
+    mutableData().validateTsaChain = on;
+}
+
 void Settings::setOptions(std::string_view options) {
-    mutableData().options = std::string(options);
+    const ProfileOptions profile = ProfileOptions::parse(options);
+    SettingsData& d = mutableData();
+    d.zatca = profile.zatca;
+    d.myInvois = profile.myInvois;
+    d.verifyEncapsulatedTimeStamp = profile.verifyEncapsulatedTimeStamp;
+    d.allowXmlDigestError = profile.allowXmlDigestError;
 }
 
 Status Settings::setVerifyOptions(std::string_view json) {
     if (!isJsonObject(json))
         return failure(Errc::bad_option, "the verify options need a JSON object, got " + std::string(json));
-    mutableData().verifyOptions = std::string(json);
+    const VerificationPolicy policy = VerificationPolicy::parse({}, json);
+    if (!policy.error.empty())
+        return failure(Errc::bad_option, policy.error);
+    const VerificationLimits& l = policy.limits;
+    SettingsData& d = mutableData();
+    d.limits = Limits{l.maxReferences,       l.maxTransforms,        l.maxSignatures, l.maxSignatureValueBytes,
+                      l.maxCertificateBytes, l.maxExternalFileBytes, l.maxXPathNodes};
+    d.validateTsaChain = policy.validateTsaChain;
     return {};
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "xmldsig/Settings.h"
+
 #include <ctime>
 #include <memory>
 #include <optional>
@@ -29,8 +31,12 @@ struct SettingsData {
     std::vector<std::string> externalRefDirs;
     std::vector<std::pair<int, std::string>> refData;
     bool ignoreExternalRefs = false;
-    std::string options;
-    std::string verifyOptions;
+    Limits limits;
+    bool zatca = false;
+    bool myInvois = false;
+    bool verifyEncapsulatedTimeStamp = false;
+    bool allowXmlDigestError = false;
+    bool validateTsaChain = false;
 
     Selection selection = Selection::Index;
     int index = 0;

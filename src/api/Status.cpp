@@ -28,6 +28,10 @@ public:
             return "no CRL could be read";
         case Errc::bad_option:
             return "malformed option";
+        case Errc::unresolved_key_info:
+            return "KeyInfo refers to a token that is not there";
+        case Errc::timestamp_failed:
+            return "no timestamp could be added";
         }
         return "unknown error";
     }

@@ -1,10 +1,12 @@
 #include "api/VerifierEngine.h"
 
 #include "api/DocumentLoading.h"
+#include "api/EngineOptions.h"
 #include "api/FailureReason.h"
 #include "api/ResultReport.h"
 #include "api/SettingsData.h"
 #include "api/TrustEvaluation.h"
+#include "verifier/VerificationReport.h"
 
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogContextExitor.h"
@@ -69,9 +71,9 @@ Status VerifierEngine::configure() {
             return failure(Errc::bad_key, "the HMAC secret is not valid " + s.hmacEncoding);
     }
     m_dsig->put_IgnoreExternalRefs(s.ignoreExternalRefs);
-    XString options = utf8(s.options);
+    XString options = utf8(engineUncommonOptions(s));
     m_dsig->put_UncommonOptions(options);
-    XString verifyOptions = utf8(s.verifyOptions);
+    XString verifyOptions = utf8(engineVerifyOptions(s));
     m_dsig->put_VerifyOptions(verifyOptions);
     m_dsig->put_VerboseLogging(s.verboseLog);
     return {};
@@ -179,15 +181,21 @@ SignatureResult VerifierEngine::verifySelected(int index) {
     r.index = index;
     r.valid = m_dsig->VerifySignature(s.checkReferences);
     r.refFailReason = m_dsig->get_RefFailReason();
-    const LogBase& log = m_dsig->m_log;
-    r.failedReferences = failedReferences(log);
-    r.references = referenceReport(m_dsig->referenceOutcomes());
+    const VerificationReport& report = m_dsig->report();
+    r.stage = verificationStageName(report.stage);
+    for (const AttemptUsed& used : report.attempts)
+        r.furtherAttempts.push_back({used.reference, furtherAttemptName(used.attempt)});
+    if (report.limit)
+        r.limit = LimitHit{report.limit->option, report.limit->count, report.limit->limit};
+    r.failedReferences = failedReferences(report);
+    r.references = referenceReport(report.references);
     if (r.valid) {
-        r.signer = signerReport(m_dsig->signer(), m_certificateReports);
+        r.signer = signerReport(report.signer, m_certificateReports);
         judgeTrust(r);
     } else {
-        r.reason = failureReason(log, r.failedReferences);
+        r.reason = failureReason(report);
     }
+    const LogBase& log = m_dsig->m_log;
     if (s.logText)
         r.logText = log.renderText();
     if (s.logJson)
@@ -205,7 +213,7 @@ void VerifierEngine::judgeTrust(SignatureResult& r) const {
     const SettingsData& s = m_settings.data();
     if (!s.anchors || s.anchors->empty())
         return;
-    r.trust = evaluateTrust(*s.anchors, m_dsig->signer(), m_certificatePool, s.verificationTime);
+    r.trust = evaluateTrust(*s.anchors, m_dsig->report().signer, m_certificatePool, s.verificationTime);
     if (r.trust.status == Trust::Status::NotTrusted) {
         r.valid = false;
         r.reason = "signer not trusted: " + r.trust.reason;

@@ -2,33 +2,36 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/CertPem.h"
 #include "companion/pki/CertificateHolder.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/ClsXmlCertVault.h"
 #include "companion/pki/DistinguishedName.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/text/HashedStringSet.h"
+#include "keys/KeyResolver.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/SignerIdentity.h"
+#include "verifier/VerificationLimits.h"
 
 namespace {
 
-TavixX509* findByIssuerAndSerial(SystemCerts& store, StringBuffer& issuerCN, StringBuffer& serialHex, LogBase& log) {
+X509Certificate* findByIssuerAndSerial(CertificateStore& store, StringBuffer& issuerCN, StringBuffer& serialHex,
+                                       LogBase& log) {
     // Only the issuer's common name is matched, not its whole DN.
     return store.findX509(serialHex, issuerCN, nullptr, log);
 }
 
-TavixX509* findBySubjectName(SystemCerts& store, StringBuffer& dn, LogBase& log) {
+X509Certificate* findBySubjectName(CertificateStore& store, StringBuffer& dn, LogBase& log) {
     XString name(dn.view()), withoutTags;
     DistinguishedName::removeDnTags(name, withoutTags);
     return store.findBySubjectDN_x509(withoutTags, name, true, log);
 }
 
-TavixX509* findBySki(SystemCerts& store, StringBuffer& ski, LogBase& log) {
-    TavixX509Holder* holder = store.findBySubjectKeyId(ski, log);
+X509Certificate* findBySki(CertificateStore& store, StringBuffer& ski, LogBase& log) {
+    X509CertificateHolder* holder = store.findBySubjectKeyId(ski, log);
     return holder ? holder->getX509Ptr() : nullptr;
 }
 
-bool certToBase64(TavixX509* cert, StringBuffer& outBase64) {
+bool certToBase64(X509Certificate* cert, StringBuffer& outBase64) {
     if (!cert)
         return false;
     DataBuffer der;
@@ -38,7 +41,7 @@ bool certToBase64(TavixX509* cert, StringBuffer& outBase64) {
 }
 
 // The two keys that identify a certificate in a resolution's dedupe set.
-void recordCertificate(const TavixX509& cert, HashedStringSet& seen, LogBase& log) {
+void recordCertificate(const X509Certificate& cert, HashedStringSet& seen, LogBase& log) {
     StringBuffer issuerCN, serial, issuerSerial;
     cert.get_IssuerCN(issuerCN);
     cert.get_SerialNumber(serial);
@@ -53,45 +56,45 @@ void recordCertificate(const TavixX509& cert, HashedStringSet& seen, LogBase& lo
 
 } // namespace
 
-ClsPublicKey* ClsXmlDSig::getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex,
-                                                            LogBase& log) {
+ClsPublicKey* KeyResolver::getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex,
+                                                             LogBase& log) {
     LogContextExitor ctx(log, "getPublicKeyByIssuerNameAndSerial");
-    TavixX509* cert = findByIssuerAndSerial(m_systemCerts, issuerCN, serialHex, log);
+    X509Certificate* cert = findByIssuerAndSerial(m_store, issuerCN, serialHex, log);
     return cert ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
-bool ClsXmlDSig::getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
-                                              LogBase& log) {
+bool KeyResolver::getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
+                                               LogBase& log) {
     LogContextExitor ctx(log, "getCertByIssuerNameAndSerial");
     outBase64.clear();
-    return certToBase64(findByIssuerAndSerial(m_systemCerts, issuerCN, serialHex, log), outBase64);
+    return certToBase64(findByIssuerAndSerial(m_store, issuerCN, serialHex, log), outBase64);
 }
 
-ClsPublicKey* ClsXmlDSig::getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log) {
+ClsPublicKey* KeyResolver::getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log) {
     LogContextExitor ctx(log, "getPublicKeyBySubjectName");
-    TavixX509* cert = findBySubjectName(m_systemCerts, dn, log);
+    X509Certificate* cert = findBySubjectName(m_store, dn, log);
     return cert ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
-bool ClsXmlDSig::getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log) {
+bool KeyResolver::getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log) {
     LogContextExitor ctx(log, "getCertSubjectName");
     outBase64.clear();
-    return certToBase64(findBySubjectName(m_systemCerts, dn, log), outBase64);
+    return certToBase64(findBySubjectName(m_store, dn, log), outBase64);
 }
 
-ClsPublicKey* ClsXmlDSig::getPublicKeyBySKI(StringBuffer& ski, LogBase& log) {
+ClsPublicKey* KeyResolver::getPublicKeyBySKI(StringBuffer& ski, LogBase& log) {
     LogContextExitor ctx(log, "getPublicKeyBySKI");
-    TavixX509* cert = findBySki(m_systemCerts, ski, log);
+    X509Certificate* cert = findBySki(m_store, ski, log);
     return cert ? publicKeyFromX509(*cert, log) : nullptr;
 }
 
-bool ClsXmlDSig::getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log) {
+bool KeyResolver::getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log) {
     LogContextExitor ctx(log, "getCertBySKI");
     outBase64.clear();
-    return certToBase64(findBySki(m_systemCerts, ski, log), outBase64);
+    return certToBase64(findBySki(m_store, ski, log), outBase64);
 }
 
-ClsPublicKey* ClsXmlDSig::publicKeyFromX509(TavixX509& cert, LogBase& log) {
+ClsPublicKey* KeyResolver::publicKeyFromX509(X509Certificate& cert, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromX509");
     // A fresh wrapper per document around the key that all holders of these
     // certificate bytes share.
@@ -111,7 +114,7 @@ namespace {
 
 // Decodes certificate text from the document (cleaned of escaped carriage
 // returns in place) and records it in the dedupe set.
-bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, TavixX509Holder& holder, LogBase& log) {
+bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, X509CertificateHolder& holder, LogBase& log) {
     if (text.containsSubstring("&#13;"))
         text.replaceAllOccurances("&#13;", "");
     if (text.containsSubstring("&#xD;"))
@@ -126,7 +129,7 @@ bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, TavixX509Holder&
     // the DER reading loses nothing to this one.
     if (CertPem::pemToDer(der.view(), der))
         log.LogInfo("The certificate text is the base64 of PEM text: reading the certificate inside it.");
-    TavixX509* cert = holder.getX509Ptr();
+    X509Certificate* cert = holder.getX509Ptr();
     if (!cert)
         return false;
     if (!cert->loadX509Der(der, log)) {
@@ -139,21 +142,31 @@ bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, TavixX509Holder&
 
 } // namespace
 
-ClsPublicKey* ClsXmlDSig::publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+bool KeyResolver::certificateWithinLimit(const StringBuffer& text, LogBase& log) {
+    if (VerificationLimits::within(text.getSize(), m_maxCertificateBytes,
+                                   "Bytes of certificate text:", VerificationLimits::kMaxCertificateBytes, log))
+        return true;
+    if (!m_limitHit)
+        m_limitHit =
+            LimitExceeded{std::string(VerificationLimits::kMaxCertificateBytes), text.getSize(), m_maxCertificateBytes};
+    return false;
+}
+
+ClsPublicKey* KeyResolver::publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromCertBase64");
-    TavixX509Holder holder;
+    X509CertificateHolder holder;
     if (!certificateWithinLimit(text, log) || !parseCertBase64(text, seen, holder, log))
         return nullptr;
     return publicKeyFromX509(*holder.getX509Ptr(), log);
 }
 
-bool ClsXmlDSig::processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+bool KeyResolver::processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
     LogContextExitor ctx(log, "processCertBase64");
-    TavixX509Holder holder;
+    X509CertificateHolder holder;
     return certificateWithinLimit(text, log) && parseCertBase64(text, seen, holder, log);
 }
 
-void ClsXmlDSig::reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out, LogBase&) {
+void KeyResolver::reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out) {
     ExtPtrArraySb parts;
     dn.split(parts, ',', true, true);
     if (parts.getSize() == 0) {
@@ -176,7 +189,7 @@ bool ClsXmlDSig::UseCertVault(ClsXmlCertVault& vault) {
     LogContextExitor ctx(*this, "UseCertVault");
     m_log.clearLastJsonData();
     CertMgr* certMgr = vault.getCertMgr();
-    const bool ok = certMgr && m_systemCerts.addCertVault(*certMgr, m_log);
+    const bool ok = certMgr && m_certificateStore.addCertVault(*certMgr, m_log);
     logSuccessFailure(ok);
     return ok;
 }

@@ -1,6 +1,6 @@
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogContextExitor.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 #include "verifier/ClsXmlDSig.h"
 
 namespace {
@@ -34,7 +34,7 @@ bool ClsXmlDSig::SetHmacKey(XString& key, XString& encoding) {
     m_log.clearLastJsonData();
     m_hmacKey.secureClear();
     key.setSecureX(true);
-    _clsEncode decoder;
+    TextCodec decoder;
     decoder.put_EncodingMode(encoding);
     return decoder.decodeBinary(key, m_hmacKey, false, m_log);
 }

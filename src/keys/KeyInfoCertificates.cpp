@@ -1,10 +1,12 @@
 #include "companion/base/ClsStringArray.h"
 #include "companion/crypto/ClsPublicKey.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
-#include "companion/pki/SystemCerts.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
+#include "keys/KeyResolver.h"
 #include "keys/ParsedNameLookups.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -13,8 +15,10 @@ bool ClsXmlDSig::GetCerts(ClsStringArray& out) {
     LogContextExitor ctx(*this, "GetCert");
     m_log.clearLastJsonData();
     bool result = true;
-    if (RefPtr<ClsXml> keyInfo(getKeyInfo(m_log)); keyInfo)
-        result = certsFromKeyInfo(*keyInfo, out, m_log);
+    FirstErrorLog errors(m_log);
+    if (RefPtr<ClsXml> keyInfo(getKeyInfo(errors)); keyInfo)
+        result = keyResolver().certsFromKeyInfo(*keyInfo, out, errors);
+    noteFailure(result, errors);
     // The outcome line reads as a failure whatever the result, as callers of
     // this interface have always seen it.
     logSuccessFailure(false);
@@ -33,7 +37,7 @@ ClsPublicKey* ClsXmlDSig::GetPublicKey() {
     return first;
 }
 
-bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
+bool KeyResolver::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
     LogContextExitor ctx(log, "certsFromKeyInfo");
     HashedStringSet seen(key_info::kDedupeBuckets);
     certsFromX509Data(keyInfo, seen, out, log);
@@ -41,13 +45,13 @@ bool ClsXmlDSig::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase&
     return str ? certsFromSecurityTokenReference(*str, seen, out, log) : true;
 }
 
-void ClsXmlDSig::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log) {
+void KeyResolver::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log) {
     StringBuffer text;
     auto appendIfParsed = [&](StringBuffer& certBase64) {
         if (processCertBase64(certBase64, seen, log))
             out.appendUtf8(certBase64.view());
     };
-    auto appendCert = [&](TavixX509* cert) {
+    auto appendCert = [&](X509Certificate* cert) {
         DataBuffer der;
         StringBuffer certBase64;
         if (cert && cert->getCertDer(der) && der.encodeDB("base64", certBase64))
@@ -72,7 +76,7 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStr
                 appendIfParsed(text);
                 return true;
             }
-            TavixX509* cert = key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log);
+            X509Certificate* cert = key_info::certByIssuerRdnsAndSerial(m_store, issuerSerial, log);
             appendCert(cert);
             return cert != nullptr;
         };
@@ -82,12 +86,12 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStr
 
     if (key_info::unseenSubjectName(parent, seen, text, log)) {
         StringBuffer reversed;
-        reverseSubjectNameDN(text, reversed, log);
+        reverseSubjectNameDN(text, reversed);
         StringBuffer found;
         if (getCertBySubjectName(reversed, found, log))
             appendIfParsed(found);
         else
-            appendCert(key_info::certBySubjectRdns(m_systemCerts, text, log));
+            appendCert(key_info::certBySubjectRdns(m_store, text, log));
     }
 
     StringBuffer ski;
@@ -96,12 +100,12 @@ void ClsXmlDSig::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStr
         appendIfParsed(text);
 }
 
-bool ClsXmlDSig::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out,
-                                                 LogBase& log) {
+bool KeyResolver::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out,
+                                                  LogBase& log) {
     StringBuffer identifier, text;
     if (str.getChildContentUtf8("*:KeyIdentifier", identifier, false) && !identifier.isEmpty()) {
         // Here the identifier is always read as a subject key identifier.
-        if (TavixX509Holder* holder = m_systemCerts.findBySubjectKeyId(identifier, log)) {
+        if (X509CertificateHolder* holder = m_store.findBySubjectKeyId(identifier, log)) {
             DataBuffer der;
             if (holder->getX509Ptr()->getCertDer(der) && der.encodeDB("base64", text) &&
                 processCertBase64(text, seen, log))
@@ -118,7 +122,7 @@ bool ClsXmlDSig::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& s
     // Unlike key resolution, listing certificates takes no stand-in token.
     const key_info::TokenSearch search{"Need to locate BinarySecurityToken within XML....", false};
     StringBuffer certText;
-    if (!key_info::referencedTokenCertificate(*reference, m_xml, search, certText, *this, log))
+    if (!key_info::referencedTokenCertificate(*reference, m_document, search, certText, *this, log))
         return false;
     // A token that holds no valid certificate is left out, not an error.
     if (processCertBase64(certText, seen, log))

@@ -3,10 +3,10 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/DistinguishedName.h"
 #include "companion/text/HashedStringSet.h"
+#include "companion/text/TextCodec.h"
 #include "companion/text/XString.h"
-#include "companion/text/_clsEncode.h"
 #include "companion/xml/ClsXml.h"
-#include "verifier/ClsXmlDSig.h"
+#include "keys/KeyResolver.h"
 
 namespace key_info {
 
@@ -26,7 +26,7 @@ bool readIssuerSerial(ClsXml& parent, IssuerSerial& out, LogBase& log) {
     XString hex(serial.view());
     out.serialWrittenInHex.clear();
     if (!hex.reencode("decimal", "hex")) {
-        if (_clsEncode::isHexText(serial.view()))
+        if (TextCodec::isHexText(serial.view()))
             out.serialWrittenInHex.setString(serial.view());
         // Read as decimal, such a serial names no certificate.
         hex.clear();
@@ -80,20 +80,20 @@ ClsXml* findTokenById(ClsXml& root, const StringBuffer& uri) {
     return nullptr;
 }
 
-bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer& certBase64, ClsXmlDSig& dsig,
+bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer& certBase64, KeyResolver& resolver,
                       LogBase& log) {
     token.get_Content(certBase64);
     if (!valueType.containsSubstring("X509PKIPathv1"))
         return true;
     StringBuffer signerCert;
-    if (!dsig.pkiPathV1_to_cert(certBase64, signerCert, log))
+    if (!resolver.pkiPathV1_to_cert(certBase64, signerCert, log))
         return false;
     certBase64.takeSb(signerCert);
     return true;
 }
 
 bool referencedTokenCertificate(ClsXml& reference, ClsXml* document, const TokenSearch& search,
-                                StringBuffer& certBase64, ClsXmlDSig& dsig, LogBase& log) {
+                                StringBuffer& certBase64, KeyResolver& resolver, LogBase& log) {
     TokenReference token;
     if (!readTokenReference(reference, token, log))
         return false;
@@ -111,7 +111,7 @@ bool referencedTokenCertificate(ClsXml& reference, ClsXml* document, const Token
         log.LogError("Failed to find the wsse:BinarySecurityToken element");
         return false;
     }
-    return tokenCertificate(*bst, token.valueType, certBase64, dsig, log);
+    return tokenCertificate(*bst, token.valueType, certBase64, resolver, log);
 }
 
 } // namespace key_info

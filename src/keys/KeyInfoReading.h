@@ -3,7 +3,7 @@
 #include "companion/text/StringBuffer.h"
 
 class ClsXml;
-class ClsXmlDSig;
+class KeyResolver;
 class HashedStringSet;
 class LogBase;
 
@@ -50,7 +50,7 @@ ClsXml* findTokenById(ClsXml& root, const StringBuffer& uri);
 
 // The base64 certificate a token carries: the signer's (last) certificate
 // of a PkiPath token.
-bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer& certBase64, ClsXmlDSig& dsig,
+bool tokenCertificate(ClsXml& token, const StringBuffer& valueType, StringBuffer& certBase64, KeyResolver& resolver,
                       LogBase& log);
 
 // How a caller looks for the token a Reference names: the line it logs, and
@@ -64,6 +64,6 @@ struct TokenSearch {
 // SecurityTokenReference/Reference names in `document`; false (logged) when
 // the reference, the token or its certificate cannot be read.
 bool referencedTokenCertificate(ClsXml& reference, ClsXml* document, const TokenSearch& search,
-                                StringBuffer& certBase64, ClsXmlDSig& dsig, LogBase& log);
+                                StringBuffer& certBase64, KeyResolver& resolver, LogBase& log);
 
 } // namespace key_info

@@ -1,13 +1,14 @@
 #include "companion/crypto/ClsPublicKey.h"
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/HashIds.h"
-#include "companion/crypto/_tvHash.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/CertificateHolder.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/DistinguishedName.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
+#include "keys/KeyResolver.h"
 #include "keys/ParsedNameLookups.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/SignerIdentity.h"
@@ -70,7 +71,7 @@ ClsXml* ClsXmlDSig::GetKeyInfo() {
 
 ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
     LogContextExitor ctx(log, "getKeyInfo");
-    log.LogDataLong("numSignatures", m_signatures.getSize());
+    log.LogDataLong("numSignatures", m_document.signatures.getSize());
     log.LogDataLong("selector", m_selector);
     ClsXml* sig = selectedSignature();
     if (!sig)
@@ -81,13 +82,17 @@ ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
     return keyInfo;
 }
 
+KeyResolver ClsXmlDSig::keyResolver() {
+    return KeyResolver(m_certificateStore, m_document.tree.get(), m_policy.limits.maxCertificateBytes, m_report.limit);
+}
+
 bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
     LogContextExitor ctx(log, "getXmlDsigPublicKey");
     if (log.verbose())
         log.LogDataLong("bKeyInfoOnly", keyInfoOnly ? 1 : 0);
     if (RefPtr<ClsXml> keyInfo(getKeyInfo(log)); keyInfo) {
         // Keys found before a failure are used as they stand.
-        publicKeyFromKeyInfo(*keyInfo, keys, log);
+        keyResolver().publicKeyFromKeyInfo(*keyInfo, keys, log);
         if (log.verbose())
             log.LogDataLong("numPublicKeys", keys.getSize());
     }
@@ -105,7 +110,7 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
     return keys.getSize() > 0;
 }
 
-bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromKeyInfo");
     HashedStringSet seen(key_info::kDedupeBuckets);
 
@@ -130,8 +135,8 @@ bool ClsXmlDSig::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogB
 
 // The certificates that X509Data of `parent` carries, then those it names
 // by issuer and serial, by subject name and by SKI.
-void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
-    auto keyOf = [&](TavixX509* cert) { return cert ? publicKeyFromX509(*cert, log) : nullptr; };
+void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+    auto keyOf = [&](X509Certificate* cert) { return cert ? publicKeyFromX509(*cert, log) : nullptr; };
     StringBuffer text;
     if (RefPtr<ClsXml> x509Data(parent.findChild("*:X509Data")); x509Data) {
         const int n = x509Data->numChildrenHavingTagUtf8("*:X509Certificate", log);
@@ -150,7 +155,7 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
                 issuerSerial.hasCommonName
                     ? getPublicKeyByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, log)
                     : nullptr;
-            return key ? key : keyOf(key_info::certByIssuerRdnsAndSerial(m_systemCerts, issuerSerial, log));
+            return key ? key : keyOf(key_info::certByIssuerRdnsAndSerial(m_store, issuerSerial, log));
         };
         ClsPublicKey* key = lookUp();
         if (!key && key_info::readSerialAsHex(issuerSerial, log))
@@ -160,10 +165,10 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
 
     if (key_info::unseenSubjectName(parent, seen, text, log)) {
         StringBuffer reversed;
-        reverseSubjectNameDN(text, reversed, log);
+        reverseSubjectNameDN(text, reversed);
         ClsPublicKey* key = getPublicKeyBySubjectName(reversed, log);
         if (!key)
-            key = keyOf(key_info::certBySubjectRdns(m_systemCerts, text, log));
+            key = keyOf(key_info::certBySubjectRdns(m_store, text, log));
         append(keys, key, KeySource::StoreBySubjectName);
     }
 
@@ -171,7 +176,7 @@ void ClsXmlDSig::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrA
         append(keys, getPublicKeyBySKI(text, log), KeySource::StoreBySki);
 }
 
-void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {
+void KeyResolver::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {
     StringBuffer identifier;
     if (!str.getChildContentUtf8("*:KeyIdentifier", identifier, false) || identifier.isEmpty())
         return;
@@ -182,18 +187,18 @@ void ClsXmlDSig::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, L
         if (!certificateWithinLimit(identifier, log))
             return;
         std::unique_ptr<CertificateHolder> holder =
-            CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_systemCerts, log);
+            CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_store, log);
         if (holder)
-            if (TavixX509* cert = holder->getCertPtr(log))
+            if (X509Certificate* cert = holder->getCertPtr(log))
                 append(keys, publicKeyFromX509(*cert, log), KeySource::WsSecurityToken);
         return;
     }
-    if (TavixX509Holder* holder = m_systemCerts.findBySubjectKeyId(identifier, log))
-        if (TavixX509* cert = holder->getX509Ptr())
+    if (X509CertificateHolder* holder = m_store.findBySubjectKeyId(identifier, log))
+        if (X509Certificate* cert = holder->getX509Ptr())
             append(keys, publicKeyFromX509(*cert, log), KeySource::StoreBySki);
 }
 
-bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
     RefPtr<ClsXml> reference(str.getChildWithTagUtf8("*:Reference"));
     if (!reference)
         return true;
@@ -201,7 +206,7 @@ bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtP
         log.LogInfo("We have a *:Reference...");
     const key_info::TokenSearch search{"Need to locate BinarySecurityToken within XML...", true};
     StringBuffer certText;
-    if (!key_info::referencedTokenCertificate(*reference, m_xml, search, certText, *this, log))
+    if (!key_info::referencedTokenCertificate(*reference, m_document, search, certText, *this, log))
         return false;
     ClsPublicKey* key = publicKeyFromCertBase64(certText, seen, log);
     if (!key) {
@@ -212,7 +217,7 @@ bool ClsXmlDSig::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtP
     return true;
 }
 
-bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
     RefPtr<ClsXml> keyIdentifier(str.getChildWithTagUtf8("*:KeyIdentifier"));
     if (!keyIdentifier)
         return true;
@@ -226,9 +231,10 @@ bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArr
     log.LogInfo("Need to find the cert from the binary security token with a given SHA1 thumbprint...");
     log.LogDataSb("sbKeyIdentData", identifier);
     log.LogInfo("Need to locate BinarySecurityToken within XML...");
-    if (!m_xml)
+    if (!m_document)
         return false;
-    RefPtr<ClsXml> bst(m_xml->searchForAttribute(nullptr, "*:BinarySecurityToken", "*:ValueType", false, "*#X509v3"));
+    RefPtr<ClsXml> bst(
+        m_document->searchForAttribute(nullptr, "*:BinarySecurityToken", "*:ValueType", false, "*#X509v3"));
     if (!bst) {
         log.LogError("Failed to find the wsse:BinarySecurityToken element");
         return false;
@@ -239,7 +245,7 @@ bool ClsXmlDSig::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArr
     // whatever its thumbprint, as the signers that use this form expect.
     DataBuffer der, sha1;
     der.appendEncoded(certText.view(), "base64");
-    _tvHash::doHash(der.getData(), der.getSize(), hash_alg::kSha1, sha1);
+    Digest::doHash(der.getData(), der.getSize(), hash_alg::kSha1, sha1);
     StringBuffer sha1Base64;
     sha1.encodeDB("base64", sha1Base64);
     log.LogDataSb("sbSha1Base64", sha1Base64);

@@ -1,8 +1,8 @@
 #include "keys/ParsedNameLookups.h"
 
 #include "companion/log/LogBase.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/Rfc4514Name.h"
-#include "companion/pki/SystemCerts.h"
 #include "keys/KeyInfoReading.h"
 
 #include <algorithm>
@@ -23,7 +23,7 @@ X509NamePtr encodedName(const StringBuffer& text, LogBase& log) {
     return name;
 }
 
-TavixX509* reportMatch(TavixX509* cert, LogBase& log) {
+X509Certificate* reportMatch(X509Certificate* cert, LogBase& log) {
     log.LogInfo(cert ? "The certificate matched the parsed RDN sequence." : "No certificate has that RDN sequence.");
     return cert;
 }
@@ -32,7 +32,7 @@ TavixX509* reportMatch(TavixX509* cert, LogBase& log) {
 
 namespace key_info {
 
-TavixX509* certBySubjectRdns(SystemCerts& store, const StringBuffer& subjectName, LogBase& log) {
+X509Certificate* certBySubjectRdns(CertificateStore& store, const StringBuffer& subjectName, LogBase& log) {
     if (store.getNumCerts() == 0)
         return nullptr;
     log.LogInfo("Retry the subject name lookup with the name compared as a parsed RDN sequence...");
@@ -40,7 +40,7 @@ TavixX509* certBySubjectRdns(SystemCerts& store, const StringBuffer& subjectName
     return name ? reportMatch(store.findBySubjectName(*name), log) : nullptr;
 }
 
-TavixX509* certByIssuerRdnsAndSerial(SystemCerts& store, const IssuerSerial& issuerSerial, LogBase& log) {
+X509Certificate* certByIssuerRdnsAndSerial(CertificateStore& store, const IssuerSerial& issuerSerial, LogBase& log) {
     if (store.getNumCerts() == 0)
         return nullptr;
     log.LogInfo("Retry the issuer and serial lookup with the whole issuer name compared as a parsed RDN sequence...");

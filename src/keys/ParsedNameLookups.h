@@ -2,8 +2,8 @@
 
 class LogBase;
 class StringBuffer;
-class SystemCerts;
-class TavixX509;
+class CertificateStore;
+class X509Certificate;
 
 namespace key_info {
 
@@ -15,7 +15,7 @@ struct IssuerSerial;
 // sequences. The text's RDN order is reversed into the encoded order, as the
 // text lookup reverses it. Null when the store is empty, the text is not a
 // distinguished name or no certificate matches; each attempt is logged.
-TavixX509* certBySubjectRdns(SystemCerts& store, const StringBuffer& subjectName, LogBase& log);
-TavixX509* certByIssuerRdnsAndSerial(SystemCerts& store, const IssuerSerial& issuerSerial, LogBase& log);
+X509Certificate* certBySubjectRdns(CertificateStore& store, const StringBuffer& subjectName, LogBase& log);
+X509Certificate* certByIssuerRdnsAndSerial(CertificateStore& store, const IssuerSerial& issuerSerial, LogBase& log);
 
 } // namespace key_info

@@ -1,11 +1,12 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/Asn1XmlCodec.h"
 #include "companion/xml/ClsXml.h"
+#include "keys/KeyResolver.h"
 #include "verifier/ClsXmlDSig.h"
 
 // A PkiPath runs from the trust anchor to the signer, so the signer's
 // certificate is the last element of the sequence.
-bool ClsXmlDSig::pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log) {
+bool KeyResolver::pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log) {
     LogContextExitor ctx(log, "pkiPathV1_to_cert");
     outBase64.clear();
     if (!certificateWithinLimit(tokenBase64, log))

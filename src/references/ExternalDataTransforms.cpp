@@ -1,8 +1,9 @@
-#include "companion/crypto/_tvHash.h"
-#include "companion/fs/_tvFileDataSource.h"
+#include "companion/crypto/Digest.h"
+#include "companion/fs/FileDataSource.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DSigExternalData.h"
+#include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
 #include "transforms/Base64Transform.h"
 #include "transforms/XPathNodeSet.h"
@@ -36,12 +37,13 @@ bool isCanonicalization(const StringBuffer& algorithm) {
 
 } // namespace
 
-bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref, DataBuffer& digest,
+bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref,
+                                               const DigestAttempt& attempt, DataBuffer& digest, bool& recognisedXPath,
                                                LogBase& log) {
     StringBuffer text;
-    if (!readExternalData(data, text, log) || !applyExternalTransforms(ref, text, log))
+    if (!readExternalData(data, text, log) || !applyExternalTransforms(ref, text, attempt, recognisedXPath, log))
         return false;
-    return _tvHash::doHash(text.getString(), text.getSize(), ref.getHashAlg(), digest);
+    return Digest::doHash(text.getString(), text.getSize(), ref.getHashAlg(), digest);
 }
 
 // Transforms need the data whole, so a file is read within
@@ -49,7 +51,7 @@ bool ClsXmlDSig::digestTransformedExternalData(const DSigRefExternalData& data, 
 bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log) {
     if (!data.m_data.isEmpty())
         return out.append(data.m_data.view());
-    _tvFileDataSource source;
+    FileDataSource source;
     if (!source.openDataSourceFile(data.m_path, log))
         return false;
     std::vector<unsigned char> chunk(kReadChunk);
@@ -60,9 +62,8 @@ bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer&
         if (n == 0)
             return true;
         out.appendN(reinterpret_cast<const char*>(chunk.data()), n);
-        if (!VerificationLimits::within(
-                out.getSize(), m_limits.maxExternalFileBytes,
-                "Bytes of external data to transform:", VerificationLimits::kMaxExternalFileBytes, log))
+        if (!withinLimit(out.getSize(), m_policy.limits.maxExternalFileBytes,
+                         "Bytes of external data to transform:", VerificationLimits::kMaxExternalFileBytes, log))
             return false;
     }
 }
@@ -72,7 +73,8 @@ bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer&
 // expression of a recognised form edits the text, which stands for a
 // node-set; any other is evaluated on the data parsed as a document. The
 // default canonicalization serializes a node-set that no later transform does.
-bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log) {
+bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data, const DigestAttempt& attempt,
+                                         bool& recognisedXPath, LogBase& log) {
     RefPtr<ClsXml> transforms(ClsXml::createNewCls());
     if (!transforms || !transforms->loadXml(ref.m_transformsXml.view(), true, log))
         return false;
@@ -86,7 +88,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
         transform->getAttrValue("Algorithm", algorithm);
         log.LogDataSb("transformAlgorithm", algorithm);
         if (isXPath(algorithm)) {
-            if (!nodes && !m_evaluateEveryXPath) {
+            if (!nodes && !attempt.evaluateEveryXPath) {
                 StringBuffer xPath;
                 if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
                     log.LogError("No XPath found in transform.");
@@ -94,7 +96,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
                 }
                 bool recognised = true;
                 if (transformXPath(transform.get(), data, algorithm, xPath, log, &recognised)) {
-                    m_recognisedXPathOnExternalData = true;
+                    recognisedXPath = true;
                     nodeSetPending = true;
                     continue;
                 }
@@ -109,7 +111,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
             if (nodes) {
                 renderNodeSet(*nodes, transform.get(), algorithm, nullptr, data, log);
                 nodes.reset();
-            } else if (!canonicalizeExternalData(transform.get(), data, algorithm, log)) {
+            } else if (!canonicalizeExternalData(transform.get(), data, algorithm, attempt, log)) {
                 return false;
             }
             nodeSetPending = false;
@@ -140,14 +142,14 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
         renderNodeSet(*nodes, nullptr, inclusive, nullptr, data, log);
         return true;
     }
-    return !nodeSetPending || canonicalizeExternalData(nullptr, data, inclusive, log);
+    return !nodeSetPending || canonicalizeExternalData(nullptr, data, inclusive, attempt, log);
 }
 
 // Data from elsewhere has no tree loaded; the expressions are read in the
 // signature's document.
 std::unique_ptr<XPathNodeSet> ClsXmlDSig::externalNodeSet(const StringBuffer& data, LogBase& log) {
     auto nodes = std::make_unique<XPathNodeSet>();
-    nodes->setBudget(maxXPathNodes(log));
+    nodes->setBudget(m_policy.limits.maxXPathNodes);
     if (!nodes->loadOctets(data.view(), log))
         return nullptr;
     nodes->setSignedDocument(loadedTree());
@@ -156,9 +158,9 @@ std::unique_ptr<XPathNodeSet> ClsXmlDSig::externalNodeSet(const StringBuffer& da
 
 // The whole of the data, with no tree of the loaded document to stand for it.
 bool ClsXmlDSig::canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm,
-                                          LogBase& log) {
+                                          const DigestAttempt& attempt, LogBase& log) {
     StringBuffer wholeDocument;
-    if (transformCanonicalize(transform, data, algorithm, wholeDocument, log))
+    if (transformCanonicalize(transform, data, algorithm, wholeDocument, attempt, log))
         return true;
     m_refFailReason = kCanonicalizationFailed;
     return false;

@@ -1,6 +1,6 @@
 #include "companion/base/ClsBinData.h"
 #include "companion/log/LogContextExitor.h"
-#include "companion/text/_tvCharset.h"
+#include "companion/text/Charset.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DSigExternalData.h"
 #include "verifier/ClsXmlDSig.h"
@@ -63,7 +63,7 @@ bool ClsXmlDSig::SetRefDataSb(int index, ClsStringBuilder& text, XString& charse
     DSigRefExternalData* holder = clearedExtRef(index, m_log);
     if (!holder)
         return false;
-    _tvCharset cs;
+    Charset cs;
     bool ok = cs.setByName(charset.view());
     if (!ok)
         m_log.LogDataX("unsupportedCharset", charset);

@@ -1,6 +1,6 @@
-#include "companion/base/ScopedFlag.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
@@ -19,7 +19,7 @@ bool isExternal(const StringBuffer& uri) {
 // external reference apply to its data, which the literal attempt hashes as
 // it is. Same-document references never come here, so the run's memo of
 // their outcomes is not consulted.
-bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+bool ClsXmlDSig::verifyWithExternalTransforms(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
                                               LogBase& log) {
     DSigReference ref;
     StringBuffer uri;
@@ -30,30 +30,27 @@ bool ClsXmlDSig::verifyWithExternalTransforms(int index, bool& externalDataMissi
 
     LogContextExitor ctx(log, "externalTransforms");
     log.LogInfo("Retry with the reference's transforms applied to the external data...");
-    const ScopedFlag transformed(m_transformsOnExternalData, true);
     // The loaded document's signer accommodations say nothing about how data
     // from elsewhere was canonicalized.
-    const ScopedFlag noSortBug(m_dupC14nSortBug, false);
-    const ScopedFlag noCsiozSortBug(m_isCsioz, false);
-    const ScopedFlag noStpTrimming(m_isCmaStp, false);
-    m_recognisedXPathOnExternalData = false;
-    if (verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log) ||
-        (m_recognisedXPathOnExternalData &&
-         retryExternalWithXPathEvaluator(index, externalDataMissing, externalRefDirs, log))) {
+    DigestAttempt attempt;
+    attempt.kind = FurtherAttempt::ExternalTransforms;
+    attempt.transformsOnExternalData = true;
+    check.recognisedXPathOnExternalData = false;
+    bool matched = verifyReferenceDigest2(index, attempt, check, externalRefDirs, log);
+    if (!matched && check.recognisedXPathOnExternalData) {
+        // As for same-document references: a recognised form reads an
+        // expression by its text alone, the evaluator as XPath does.
+        log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
+        DigestAttempt evaluated = attempt.further(FurtherAttempt::EveryXPathEvaluated);
+        evaluated.evaluateEveryXPath = true;
+        matched = verifyReferenceDigest2(index, evaluated, check, externalRefDirs, log);
+    }
+    if (matched) {
         log.LogInfo("The external reference matched with its transforms applied.");
         return true;
     }
     // The literal attempt's mismatch stays the reason.
-    if (!externalDataMissing)
+    if (!check.externalDataMissing)
         m_refFailReason = kMismatch;
     return false;
-}
-
-// As for same-document references: a recognised form reads an expression by
-// its text alone, the evaluator as XPath does.
-bool ClsXmlDSig::retryExternalWithXPathEvaluator(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
-                                                 LogBase& log) {
-    log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
-    const ScopedFlag evaluated(m_evaluateEveryXPath, true);
-    return verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
 }

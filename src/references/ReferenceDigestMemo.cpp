@@ -1,5 +1,6 @@
 #include "references/ReferenceDigestMemo.h"
 
+#include "references/DigestAttempt.h"
 #include "verifier/DSigReference.h"
 
 namespace {
@@ -12,15 +13,24 @@ void appendField(std::string& key, std::string_view field) {
     key.push_back(kFieldSeparator);
 }
 
+void appendFlag(std::string& key, bool flag) {
+    key.push_back(flag ? '1' : '0');
+}
+
 } // namespace
 
-std::string ReferenceDigestMemo::key(const DSigReference& ref, Settings settings) {
+// The attempt's settings, not its name: two attempts that read a reference
+// alike digest it alike.
+std::string ReferenceDigestMemo::key(const DSigReference& ref, const DigestAttempt& attempt, bool zatcaRules) {
     std::string key;
-    key.push_back(settings.sortBugEmulation ? '1' : '0');
-    key.push_back(settings.zatcaRules ? '1' : '0');
-    key.push_back(settings.commentsLeftOut ? '1' : '0');
-    key.push_back(settings.siiDteOwnContext ? '1' : '0');
-    key.push_back(ref.m_uriOmitted ? '1' : '0');
+    appendFlag(key, attempt.sortBugEmulation);
+    appendFlag(key, attempt.stpDocumentOnly);
+    appendFlag(key, attempt.commentsLeftOut);
+    appendFlag(key, attempt.transformsOnExternalData);
+    appendFlag(key, attempt.evaluateEveryXPath);
+    appendFlag(key, !attempt.ownDocument.empty());
+    appendFlag(key, zatcaRules);
+    appendFlag(key, ref.m_uriOmitted);
     appendField(key, ref.m_uri.view());
     appendField(key, ref.m_transformsXml.view());
     appendField(key, ref.m_digestMethod.view());
@@ -28,11 +38,13 @@ std::string ReferenceDigestMemo::key(const DSigReference& ref, Settings settings
     return key;
 }
 
-const ReferenceDigestMemo::Outcome* ReferenceDigestMemo::find(const DSigReference& ref, Settings settings) const {
-    const auto it = m_outcomes.find(key(ref, settings));
+const ReferenceDigestMemo::Outcome* ReferenceDigestMemo::find(const DSigReference& ref, const DigestAttempt& attempt,
+                                                              bool zatcaRules) const {
+    const auto it = m_outcomes.find(key(ref, attempt, zatcaRules));
     return it == m_outcomes.end() ? nullptr : &it->second;
 }
 
-void ReferenceDigestMemo::remember(const DSigReference& ref, Settings settings, const Outcome& outcome) {
-    m_outcomes.try_emplace(key(ref, settings), outcome);
+void ReferenceDigestMemo::remember(const DSigReference& ref, const DigestAttempt& attempt, bool zatcaRules,
+                                   Outcome outcome) {
+    m_outcomes.try_emplace(key(ref, attempt, zatcaRules), std::move(outcome));
 }

@@ -1,13 +1,17 @@
 #pragma once
 
+#include "verifier/FurtherAttempt.h"
+
 #include <string>
 #include <unordered_map>
+#include <vector>
 
 class DSigReference;
+struct DigestAttempt;
 
 // The outcomes of the same-document references of one verification run. A
 // reference whose URI, transforms, digest method and digest value repeat an
-// earlier one's, under the same canonicalization settings, has the same
+// earlier one's, digested under the same attempt settings, has the same
 // outcome: it is looked up instead of being digested again. Lives for one
 // run only, so nothing carries over to another document or run.
 class ReferenceDigestMemo {
@@ -16,17 +20,13 @@ public:
         int index = 0; // the reference that was digested
         bool matched = false;
         int failReason = 0;
-    };
-    // What, besides the reference itself, the outcome depends on.
-    struct Settings {
-        bool sortBugEmulation = false;
-        bool zatcaRules = false;
-        bool commentsLeftOut = false;
-        bool siiDteOwnContext = false;
+        std::vector<FurtherAttempt> matchedBy;
     };
 
-    const Outcome* find(const DSigReference& ref, Settings settings) const;
-    void remember(const DSigReference& ref, Settings settings, const Outcome& outcome);
+    // `zatcaRules`: the one profile fact a run may learn midway (from a
+    // digest that only ZATCA's rules match) that changes later digests.
+    const Outcome* find(const DSigReference& ref, const DigestAttempt& attempt, bool zatcaRules) const;
+    void remember(const DSigReference& ref, const DigestAttempt& attempt, bool zatcaRules, Outcome outcome);
 
     // Installs a memo for the scope of a run.
     class Scope {
@@ -41,7 +41,7 @@ public:
     };
 
 private:
-    static std::string key(const DSigReference& ref, Settings settings);
+    static std::string key(const DSigReference& ref, const DigestAttempt& attempt, bool zatcaRules);
 
     std::unordered_map<std::string, Outcome> m_outcomes;
 };

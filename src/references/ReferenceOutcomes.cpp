@@ -89,8 +89,3 @@ ReferenceOutcome ClsXmlDSig::referenceOutcome(int index, bool matched, LineCount
     }
     return out;
 }
-
-std::vector<ReferenceOutcome> ClsXmlDSig::referenceOutcomes() {
-    CritSecExitor lock(m_critSec);
-    return m_referenceOutcomes;
-}

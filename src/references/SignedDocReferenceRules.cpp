@@ -1,5 +1,5 @@
 #include "companion/canon/XmlCanon.h"
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/xml/ClsXml.h"
@@ -66,7 +66,7 @@ bool ownDocumentDigest(const StringBuffer& text, unsigned startOffset, int hashA
     StringBuffer canonical;
     if (!canon.xmlCanonicalize(text, nullptr, startOffset, canonical, log))
         return false;
-    return _tvHash::doHash(canonical.getString(), canonical.getSize(), hashAlg, digest);
+    return Digest::doHash(canonical.getString(), canonical.getSize(), hashAlg, digest);
 }
 
 // What the container signs of a data file, by its content type and format.
@@ -75,7 +75,7 @@ bool dataFileDigest(const XmlDocument& doc, uint32_t dataFile, int hashAlg, Data
     if (contentType == kHashcode) {
         // The content was left out; the DigestValue attribute stands for it.
         const std::string digestType = attributeValue(doc, dataFile, "DigestType");
-        if (strcasecmp(digestType.c_str(), _tvHash::hashName(hashAlg)) != 0) {
+        if (strcasecmp(digestType.c_str(), Digest::hashName(hashAlg)) != 0) {
             log.LogDataStr("dataFileDigestType", digestType);
             return false;
         }
@@ -92,7 +92,7 @@ bool dataFileDigest(const XmlDocument& doc, uint32_t dataFile, int hashAlg, Data
     doc.appendContent(dataFile, content);
     DataBuffer decoded;
     return ContentCoding::decodeBase64ToDb(content, decoded) &&
-           _tvHash::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
+           Digest::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
 }
 
 } // namespace
@@ -128,12 +128,12 @@ bool ClsXmlDSig::verifyBySignedDocRules(int index, LogBase& log) {
             return false;
         log.LogInfo("The MIME type of the data file is digested.");
         const std::string mimeType = attributeValue(*tree, dataFile, "MimeType");
-        computed = _tvHash::doHash(mimeType.data(), static_cast<unsigned>(mimeType.size()), hashAlg, digest);
+        computed = Digest::doHash(mimeType.data(), static_cast<unsigned>(mimeType.size()), hashAlg, digest);
     } else if (isNamed(*tree, target, kDataFile)) {
         computed = dataFileDigest(*tree, target, hashAlg, digest, log);
     } else if (target != kNoNode) {
         log.LogInfo("Element canonicalized as a document of its own.");
-        computed = ownDocumentDigest(m_sigXml, tree->startTagBegin(target), hashAlg, digest, log);
+        computed = ownDocumentDigest(m_document.text, tree->startTagBegin(target), hashAlg, digest, log);
     }
     if (!computed)
         return false;

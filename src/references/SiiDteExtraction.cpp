@@ -45,14 +45,15 @@ void _clsXmlDSigBase::extract_sii_cl_dte(StringBuffer& xml, const char* id, bool
     xml.takeSb(dteText);
 }
 
-bool _clsXmlDSigBase::preprocessXmlToTransform(StringBuffer& uri, DSigReference&, StringBuffer& xml, LogBase& log) {
+bool _clsXmlDSigBase::preprocessXmlToTransform(StringBuffer& uri, StringBuffer& xml, std::string_view ownDocument,
+                                               LogBase& log) {
     LogContextExitor ctx(log, "preprocessXmlToTransform");
-    if (m_isSiiCl) {
+    if (m_profile.isSiiCl) {
         log.LogInfo(std::string("Preprocessing for ") + std::string(profile_markers::kSiiChile));
-        if (m_siiDteOwnContextXml.isEmpty())
+        if (ownDocument.empty())
             extract_sii_cl_dte(xml, uri.getString(), true, log);
         else
-            xml.setString(m_siiDteOwnContextXml.view());
+            xml.setString(ownDocument);
     }
     return true;
 }

@@ -4,6 +4,7 @@
 #include "companion/xml/XmlDocument.h"
 #include "companion/xml/XmlIdIndex.h"
 #include "companion/xml/XmlSigPositions.h"
+#include "references/DigestAttempt.h"
 #include "references/ElementAsOwnDocument.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
@@ -32,10 +33,10 @@ const XmlDocument* ClsXmlDSig::loadedTreeOfText() const {
     return tree && isLoadedText(tree->source()) ? tree : nullptr;
 }
 
-bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
                                           LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
-    if (!m_isSiiCl || !tree)
+    if (!m_profile.isSiiCl || !tree)
         return false;
     DSigReference ref;
     StringBuffer uri;
@@ -49,9 +50,9 @@ bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, bool& externalDataMissing, 
 
     LogContextExitor ctx(log, "siiDteOwnContext");
     log.LogInfo("Retry with the DTE as a document of its own, the context it was signed in...");
-    m_siiDteOwnContextXml.setString(dte.text);
-    const bool matched = verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
-    m_siiDteOwnContextXml.clear();
+    DigestAttempt attempt = profileAttempt(FurtherAttempt::SiiDteOwnContext);
+    attempt.ownDocument = dte.text;
+    const bool matched = verifyReferenceDigest2(index, attempt, check, externalRefDirs, log);
     if (matched)
         log.LogInfo("The reference matched in the DTE's own context.");
     return matched;
@@ -61,7 +62,7 @@ bool ClsXmlDSig::verifySignatureValueInSiiDteOwnContext(const XmlSigPositions& l
                                                         bool& ended, LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
     ElementAsOwnDocument dte;
-    if (!m_isSiiCl || !tree || !dteAsOwnDocument(*tree, tree->elementAt(locate.m_signatureLoc), dte))
+    if (!m_profile.isSiiCl || !tree || !dteAsOwnDocument(*tree, tree->elementAt(locate.m_signatureLoc), dte))
         return false;
 
     LogContextExitor ctx(log, "siiDteOwnContext");

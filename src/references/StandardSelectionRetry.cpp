@@ -1,6 +1,6 @@
-#include "companion/base/ScopedFlag.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
@@ -21,7 +21,7 @@ bool selectsWithoutComments(const StringBuffer& uri) {
 // The W3C reading where the literal one mismatched: a WithComments
 // canonicalization of a bare same-document reference still leaves the
 // comments out.
-bool ClsXmlDSig::verifyByStandardSelection(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+bool ClsXmlDSig::verifyByStandardSelection(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
                                            LogBase& log) {
     DSigReference ref;
     StringBuffer uri;
@@ -32,8 +32,9 @@ bool ClsXmlDSig::verifyByStandardSelection(int index, bool& externalDataMissing,
 
     LogContextExitor ctx(log, "standardNodeSetSelection");
     log.LogInfo("Retry with comments left out of the same-document reference, as XML-DSig selects them...");
-    const ScopedFlag commentsLeftOut(m_commentsLeftOutOfBareReferences, true);
-    const bool matched = verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
+    DigestAttempt attempt = profileAttempt(FurtherAttempt::CommentsLeftOut);
+    attempt.commentsLeftOut = true;
+    const bool matched = verifyReferenceDigest2(index, attempt, check, externalRefDirs, log);
     if (matched)
         log.LogInfo("The reference matched with its comments left out.");
     return matched;

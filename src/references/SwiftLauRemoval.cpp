@@ -9,7 +9,7 @@ constexpr std::string_view kLauEnd = "</LAU>";
 
 // SWIFT Alliance signs the message without its LAU (local authentication)
 // element, which is added afterwards.
-bool _clsXmlDSigBase::postProcessTransformedXml(StringBuffer&, DSigReference&, StringBuffer& xml, LogBase& log) {
+bool _clsXmlDSigBase::postProcessTransformedXml(StringBuffer& xml, LogBase& log) {
     LogContextExitor ctx(log, "postProcessTransformedXml");
     if (!xml.containsSubstring(profile_markers::kSwiftSaa) || !xml.containsSubstring(kSwiftLauStart) ||
         !xml.containsSubstring(kLauEnd))

@@ -1,8 +1,8 @@
-#include "companion/base/ScopedFlag.h"
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "companion/log/LogContextExitor.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 #include "companion/xml/ClsXml.h"
+#include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
 #include "references/StreamedDigest.h"
 #include "transforms/Base64Transform.h"
@@ -68,7 +68,7 @@ void takeMyInvoisSignedProperties(const StringBuffer& document, StringBuffer& xm
 // The ZATCA retry takes a stored digest clearly longer than the base64 text
 // of a computed one for hex text.
 bool storedDigestLooksHex(const DSigReference& ref, int hashAlg) {
-    const size_t base64Length = (_tvHash::hashLen(hashAlg) + 2) / 3 * 4;
+    const size_t base64Length = (Digest::hashLen(hashAlg) + 2) / 3 * 4;
     return ref.m_digestValue.getSize() > base64Length + kZatcaRetryLengthMargin;
 }
 
@@ -76,7 +76,7 @@ bool storedDigestLooksHex(const DSigReference& ref, int hashAlg) {
 void zatcaSignedPropertiesDigest(StringBuffer& xml, int hashAlg, DataBuffer& digest) {
     xml.replaceFirstOccurance(kZatcaDigestMethodEnd, kZatcaDigestMethodCollapsed);
     DataBuffer raw;
-    _tvHash::doHash(xml.getString(), xml.getSize(), hashAlg, raw);
+    Digest::doHash(xml.getString(), xml.getSize(), hashAlg, raw);
     StringBuffer hex;
     raw.encodeDB("hex_lower", hex);
     digest.clear();
@@ -89,7 +89,7 @@ bool digestBase64Content(const StringBuffer& xml, int hashAlg, DataBuffer& diges
     DataBuffer decoded;
     if (!base64DecodeXmlContent(xml, decoded, log))
         return false;
-    return _tvHash::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
+    return Digest::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
 }
 
 bool isNodeSetTransform(const StringBuffer& algorithm) {
@@ -99,17 +99,18 @@ bool isNodeSetTransform(const StringBuffer& algorithm) {
 
 } // namespace
 
-bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log) {
+bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                         ReferenceCheck& check, LogBase& log) {
     LogContextExitor ctx(log, "verifyInternalReference");
     StringBuffer xml;
-    if (m_isDoda) {
+    if (m_profile.isDoda) {
         log.LogInfo("Canonicalizing fragment from <doda> to </doda>");
-        m_sigXml.getDelimited("<doda>", "</doda>", true, xml);
+        m_document.text.getDelimited("<doda>", "</doda>", true, xml);
     } else {
         // Shared, not copied: only a transform that edits the text copies it.
-        xml.shareFrom(m_sigXml);
+        xml.shareFrom(m_document.text);
     }
-    preprocessXmlToTransform(uri, ref, xml, log);
+    preprocessXmlToTransform(uri, xml, attempt.ownDocument, log);
 
     // The final canonical text is hashed as it is produced unless a later
     // step needs it whole. Only the ZATCA retry asks whether it holds the
@@ -120,41 +121,41 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
 
     TransformChain chain;
     if (ref.m_transformsXml.isEmpty()) {
-        if (m_isMyInvois) {
-            takeMyInvoisSignedProperties(m_sigXml, xml);
+        if (m_profile.isMyInvois) {
+            takeMyInvoisSignedProperties(m_document.text, xml);
         } else {
             StringBuffer algorithm;
             CanonShortcut shortcut;
             if (uri.isEmpty()) {
                 algorithm.append(kEnvelopedSignature);
-                envelope(xml, ref, true, shortcut, log);
+                envelope(xml, ref, true, attempt.stpDocumentOnly, shortcut, log);
             }
-            algorithm.append(m_isZatca ? kExclusiveC14nMarker : kInclusiveC14nMarker);
+            algorithm.append(m_profile.isZatca ? kExclusiveC14nMarker : kInclusiveC14nMarker);
             shortcut.sink = sink;
             shortcut.parsed = loadedTree();
-            if (!transformCanonicalize(nullptr, xml, algorithm, uri, log, shortcut)) {
+            if (!transformCanonicalize(nullptr, xml, algorithm, uri, attempt, log, shortcut)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
             }
         }
-    } else if (!applyTransforms(uri, ref, xml, chain, sink, log)) {
+    } else if (!applyTransforms(uri, ref, xml, attempt, chain, sink, log)) {
         return false;
     }
-    postProcessTransformedXml(uri, ref, xml, log);
+    postProcessTransformedXml(xml, log);
 
     DataBuffer digest;
     if (streamed.used()) {
         streamed.final(digest);
-        if (m_isMyInvois && chain.count == kMyInvoisDocumentTransforms)
+        if (m_profile.isMyInvois && chain.count == kMyInvoisDocumentTransforms)
             m_docDigest = digest;
     } else if (chain.base64Seen) {
         if (!digestBase64Content(xml, hashAlg, digest, log))
             return false;
-    } else if (m_isZatca && xml.containsSubstring(kSignedPropertiesMarker)) {
+    } else if (m_profile.isZatca && xml.containsSubstring(kSignedPropertiesMarker)) {
         zatcaSignedPropertiesDigest(xml, hashAlg, digest);
     } else {
-        _tvHash::doHash(xml.getString(), xml.getSize(), hashAlg, digest);
-        if (m_isMyInvois && chain.count == kMyInvoisDocumentTransforms)
+        Digest::doHash(xml.getString(), xml.getSize(), hashAlg, digest);
+        if (m_profile.isMyInvois && chain.count == kMyInvoisDocumentTransforms)
             m_docDigest = digest;
     }
 
@@ -165,33 +166,39 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     const bool hasSignedProperties =
         streamed.used() ? streamed.sawMarker() : xml.containsSubstring(kSignedPropertiesMarker);
     if (calculated.equals(ref.m_digestValue.view()) ||
-        digestMatchesOnFallback(uri, ref, hasSignedProperties, calculated, log)) {
+        digestMatchesOnFallback(uri, ref, attempt, hasSignedProperties, calculated, check, log)) {
         m_refFailReason = kMatched;
         return true;
     }
     m_refFailReason = kMismatch;
-    if (chain.recognisedXPath && !m_evaluateEveryXPath)
-        return retryWithXPathEvaluator(uri, ref, log);
+    if (chain.recognisedXPath && !attempt.evaluateEveryXPath)
+        return retryWithXPathEvaluator(uri, ref, attempt, check, log);
     return false;
 }
 
 // A recognised form reads an expression by its text alone; the evaluator
 // reads it as XPath does, so its node-set is the one the signer meant.
-bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log) {
+bool ClsXmlDSig::retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                         ReferenceCheck& check, LogBase& log) {
     log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
-    const ScopedFlag evaluateEvery(m_evaluateEveryXPath, true);
-    return verifyInternalReference(uri, ref, log);
+    DigestAttempt evaluated = attempt.further(FurtherAttempt::EveryXPathEvaluated);
+    evaluated.evaluateEveryXPath = true;
+    if (!verifyInternalReference(uri, ref, evaluated, check, log))
+        return false;
+    check.matchedBy.push_back(FurtherAttempt::EveryXPathEvaluated);
+    return true;
 }
 
 bool ClsXmlDSig::canStreamDigest(const DSigReference& ref) const {
     // Entities are declared before the root element; only that prolog is searched.
-    const std::string_view prolog = m_sigXml.view().substr(0, m_xml ? m_xml->startTagBegin() : m_sigXml.getSize());
-    return !m_isZatca && !ref.m_transformsXml.containsSubstring(kBase64Marker) && !m_mayRemoveSwiftLau &&
-           prolog.find(kEntityDeclaration) == std::string_view::npos;
+    const std::string_view prolog = m_document.text.view().substr(0, m_document.tree ? m_document.tree->startTagBegin()
+                                                                                     : m_document.text.getSize());
+    return !m_profile.isZatca && !ref.m_transformsXml.containsSubstring(kBase64Marker) &&
+           !m_profile.mayRemoveSwiftLau && prolog.find(kEntityDeclaration) == std::string_view::npos;
 }
 
-bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
-                                 CanonSink* sink, LogBase& log) {
+bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, const DigestAttempt& attempt,
+                                 TransformChain& chain, CanonSink* sink, LogBase& log) {
     RefPtr<ClsXml> transforms(ClsXml::createNewCls());
     if (!transforms || !transforms->loadXml(ref.m_transformsXml.view(), true, log))
         return false;
@@ -222,7 +229,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
         if (isNodeSetTransform(algorithm)) {
             // A recognised expression is carried out on the text as before;
             // any other is evaluated, and so is every one after that.
-            bool recognised = !nodes && !algorithm.containsSubstring(kXPointerMarker) && !m_evaluateEveryXPath;
+            bool recognised = !nodes && !algorithm.containsSubstring(kXPointerMarker) && !attempt.evaluateEveryXPath;
             if (recognised) {
                 StringBuffer xPath;
                 if (!transform->getChildContentUtf8("*:XPath", xPath, false)) {
@@ -247,7 +254,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
             chain.envelopedSeen = true;
             EnvelopedRange range;
             if (!nodes)
-                envelope(xml, ref, nextIsCanonicalization(i), pending, log);
+                envelope(xml, ref, nextIsCanonicalization(i), attempt.stpDocumentOnly, pending, log);
             else if (envelopedSignatureRange(xml, ref, range, log))
                 nodes->subtractElementsIn(range.start, range.length);
         } else if (isCanonicalization(algorithm)) {
@@ -264,7 +271,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
             pending = CanonShortcut{};
             shortcut.sink = last ? sink : nullptr;
             shortcut.parsed = loadedTree();
-            if (!transformCanonicalize(transform.get(), xml, algorithm, uri, log, shortcut)) {
+            if (!transformCanonicalize(transform.get(), xml, algorithm, uri, attempt, log, shortcut)) {
                 m_refFailReason = kCanonicalizationFailed;
                 return false;
             }
@@ -286,11 +293,11 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     // A whole-document reference is always enveloped, even after the chain
     // already canonicalized.
     if (!chain.envelopedSeen && uri.isEmpty() && !chain.nodeSetSeen)
-        envelope(xml, ref, !chain.canonicalizationSeen, pending, log);
+        envelope(xml, ref, !chain.canonicalizationSeen, attempt.stpDocumentOnly, pending, log);
     if (!chain.canonicalizationSeen) {
         StringBuffer inclusive(kInclusiveC14nMarker);
         pending.sink = sink;
-        if (!transformCanonicalize(nullptr, xml, inclusive, uri, log, pending)) {
+        if (!transformCanonicalize(nullptr, xml, inclusive, uri, attempt, log, pending)) {
             m_refFailReason = kCanonicalizationFailed;
             return false;
         }
@@ -298,15 +305,16 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     return true;
 }
 
-bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
-                                         StringBuffer& calculated, LogBase& log) {
+bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                         bool hasSignedProperties, StringBuffer& calculated, ReferenceCheck& check,
+                                         LogBase& log) {
     const StringBuffer& stored = ref.m_digestValue;
-    if (!m_isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
+    if (!m_profile.isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
         log.LogInfo("Retry with ZATCA rules...");
-        StringBuffer retry(m_sigXml.view());
-        preprocessXmlToTransform(uri, ref, retry, log);
+        StringBuffer retry(m_document.text.view());
+        preprocessXmlToTransform(uri, retry, attempt.ownDocument, log);
         StringBuffer exclusive(kExclusiveC14nMarker);
-        transformCanonicalize(nullptr, retry, exclusive, uri, log);
+        transformCanonicalize(nullptr, retry, exclusive, uri, attempt, log);
         DataBuffer digest;
         zatcaSignedPropertiesDigest(retry, ref.getHashAlg(), digest);
         calculated.clear();
@@ -314,20 +322,27 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
         log.LogDataSb("calculatedDigest2", calculated);
         log.LogDataSb("storedRefDigest2", stored);
         // From here on the document is treated as a ZATCA invoice.
-        m_noSortBugRetry = true;
-        m_isZatca = true;
-        if (calculated.equals(stored.view()))
+        m_profile.noSortBugRetry = true;
+        m_profile.isZatca = true;
+        if (calculated.equals(stored.view())) {
+            check.matchedBy.push_back(FurtherAttempt::ZatcaRules);
             return true;
+        }
     }
-    if (_clsEncode::isHexText(stored.view())) {
+    if (TextCodec::isHexText(stored.view())) {
         log.LogError("Checking to see if the signed XML's digest is hex.  Will convert to base64 and re-compare.");
         DataBuffer bytes;
         bytes.appendEncoded(stored.view(), "hex");
         StringBuffer storedBase64;
         bytes.encodeDB("base64", storedBase64);
         log.LogDataSb("storedRefDigest_base64", storedBase64);
-        if (calculated.equals(storedBase64.view()))
+        if (calculated.equals(storedBase64.view())) {
+            check.matchedBy.push_back(FurtherAttempt::HexDigestValue);
             return true;
+        }
     }
-    return m_uncommonOptions.containsSubstring("AllowXmlDigestError");
+    if (!m_policy.profile.allowXmlDigestError)
+        return false;
+    check.matchedBy.push_back(FurtherAttempt::DigestErrorAllowed);
+    return true;
 }

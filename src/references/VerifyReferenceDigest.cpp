@@ -1,8 +1,9 @@
-#include "companion/crypto/_tvHash.h"
-#include "companion/fs/_tvFileDataSource.h"
+#include "companion/crypto/Digest.h"
+#include "companion/fs/FileDataSource.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "references/DSigExternalData.h"
+#include "references/DigestAttempt.h"
 #include "references/ExternalFileResolution.h"
 #include "references/ExternalRefDirs.h"
 #include "references/RefFailReason.h"
@@ -37,72 +38,84 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
     LogContextExitor ctx(*this, "VerifyReferenceDigest");
     m_log.clearLastJsonData();
     m_log.LogDataSb("uncommonOptions", m_uncommonOptions);
+    readPolicy();
     checkSetZatca(m_log);
     checkSetMyInvois(m_log);
 
     ExtPtrArraySb dirs;
     splitExternalRefDirs(m_externalRefDirs, dirs);
-    bool externalDataMissing = false;
-    const bool ok = verifyReferenceDigest(index, externalDataMissing, dirs, m_log);
+    ReferenceCheck check;
+    const bool ok = verifyReferenceDigest(index, check, dirs, m_log);
     logSuccessFailure(ok);
     return ok;
 }
 
-bool ClsXmlDSig::verifyReferenceDigest(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
-                                       LogBase& log) {
+DigestAttempt ClsXmlDSig::profileAttempt(FurtherAttempt kind) const {
+    DigestAttempt attempt;
+    attempt.kind = kind;
+    attempt.sortBugEmulation = m_profile.dupC14nSortBug || m_profile.isCsioz;
+    attempt.stpDocumentOnly = m_profile.isCmaStp;
+    return attempt;
+}
+
+bool ClsXmlDSig::verifyReferenceDigest(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log) {
     LogContextExitor ctx(log, "verifyReferenceDigest");
-    if (verifyWithSortBugRetry(index, externalDataMissing, externalRefDirs, log))
+    if (verifyWithSortBugRetry(index, check, externalRefDirs, log))
         return true;
-    if (m_refFailReason == kMismatch &&
-        (verifyByStandardSelection(index, externalDataMissing, externalRefDirs, log) ||
-         verifyWithExternalTransforms(index, externalDataMissing, externalRefDirs, log)))
+    if (m_refFailReason == kMismatch && (verifyByStandardSelection(index, check, externalRefDirs, log) ||
+                                         verifyWithExternalTransforms(index, check, externalRefDirs, log)))
         return true;
-    return verifyByFieldSignerRules(index, externalDataMissing, externalRefDirs, log);
+    return verifyByFieldSignerRules(index, check, externalRefDirs, log);
 }
 
 // After a mismatch, or a fragment the literal reading could not find. A
 // further attempt that fails leaves the literal reason standing.
-bool ClsXmlDSig::verifyByFieldSignerRules(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+bool ClsXmlDSig::verifyByFieldSignerRules(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
                                           LogBase& log) {
     const int literalReason = m_refFailReason;
     if (literalReason != kMismatch && literalReason != kCanonicalizationFailed)
         return false;
-    const bool matched = m_isSiiCl ? verifyInSiiDteOwnContext(index, externalDataMissing, externalRefDirs, log)
-                                   : verifyBySignedDocRules(index, log);
+    const bool matched = m_profile.isSiiCl ? verifyInSiiDteOwnContext(index, check, externalRefDirs, log)
+                                           : verifyBySignedDocRules(index, log);
     if (!matched)
         m_refFailReason = literalReason;
+    else if (!m_profile.isSiiCl)
+        check.matchedBy.push_back(FurtherAttempt::SignedDocRules);
     return matched;
 }
 
-bool ClsXmlDSig::verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
+bool ClsXmlDSig::verifyWithSortBugRetry(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
                                         LogBase& log) {
-    if (verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log))
+    if (verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::None), check, externalRefDirs, log))
         return true;
+    check.literalReason = m_refFailReason;
     log.LogDataLong("invalidDigestReason", m_refFailReason);
     if (m_refFailReason != kMismatch)
         return false;
 
-    if (m_dupC14nSortBug) {
+    if (m_profile.dupC14nSortBug) {
         log.LogInfo("Retry without duplication of common XML canonicalization attribute sorting bug...");
-        m_dupC14nSortBug = false;
-        return verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log);
+        m_profile.dupC14nSortBug = false;
+        return verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugDropped), check, externalRefDirs,
+                                      log);
     }
-    if (m_noSortBugRetry)
+    if (m_profile.noSortBugRetry)
         return false;
     log.LogInfo("Retry with duplication of common XML canonicalization attribute sorting bug...");
     // Left on when the retry fails too: the next reference starts with it.
-    m_dupC14nSortBug = true;
-    if (!verifyReferenceDigest2(index, externalDataMissing, externalRefDirs, log))
+    m_profile.dupC14nSortBug = true;
+    if (!verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugEmulated), check, externalRefDirs, log))
         return false;
     log.LogInfo("This signature was produced by software having the attribute sorting bug.");
     return true;
 }
 
-bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
-                                        LogBase& log) {
+bool ClsXmlDSig::verifyReferenceDigest2(int index, const DigestAttempt& attempt, ReferenceCheck& check,
+                                        ExtPtrArraySb& externalRefDirs, LogBase& log) {
     LogContextExitor ctx(log, "verifyReferenceDigest_inner");
     m_refFailReason = kOther;
-    externalDataMissing = false;
+    check.externalDataMissing = false;
+    check.matchedBy.clear();
 
     StringBuffer sigId;
     if (ClsXml* sig = selectedSignature())
@@ -122,6 +135,16 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
     uri.trim2();
 
     m_lastExternalFile.clear();
+    const bool matched = uri.beginsWith("#") || uri.isEmpty()
+                             ? verifyNamedSameDocumentReference(index, uri, ref, attempt, check, log)
+                             : verifyExternalReference(index, uri, ref, attempt, check, externalRefDirs, log);
+    if (matched && attempt.kind != FurtherAttempt::None)
+        check.matchedBy.push_back(attempt.kind);
+    return matched;
+}
+
+bool ClsXmlDSig::verifyNamedSameDocumentReference(int index, StringBuffer& uri, DSigReference& ref,
+                                                  const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log) {
     if (uri.beginsWith("#")) {
         if (!identifierIsUnique(uri.view(), log)) {
             m_refFailReason = kIdentifierNotUnique;
@@ -129,19 +152,20 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
         }
         uri.removeChunk(0, 1);
         log.LogDataSb("sameDocumentUri", uri);
-        return verifySameDocumentReference(index, uri, ref, log);
+    } else if (!attempt.stpDocumentOnly) {
+        log.LogInfo("URI is the entire XML document.");
     }
-    if (uri.isEmpty()) {
-        if (!m_isCmaStp)
-            log.LogInfo("URI is the entire XML document.");
-        return verifySameDocumentReference(index, uri, ref, log);
-    }
+    return verifySameDocumentReference(index, uri, ref, attempt, check, log);
+}
 
+bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSigReference& ref,
+                                         const DigestAttempt& attempt, ReferenceCheck& check,
+                                         ExtPtrArraySb& externalRefDirs, LogBase& log) {
     log.LogDataSb("externalUri", uri);
     DSigRefExternalData* data = getExtRef(index, false, log);
     std::unique_ptr<DSigRefExternalData> foundFile;
     if (!data && externalRefDirs.getSize() > 0) {
-        foundFile = findExternalFile(uri, externalRefDirs, m_limits.maxExternalFileBytes, log);
+        foundFile = findExternalFile(uri, externalRefDirs, m_policy.limits.maxExternalFileBytes, log);
         data = foundFile.get();
     }
     if (data)
@@ -153,23 +177,23 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
         log.LogInfo("Hint 2: Set the ExternalRefDirs property to specify a set of directories to look for the "
                     "referenced file.");
         m_refFailReason = kExternalDataMissing;
-        externalDataMissing = true;
+        check.externalDataMissing = true;
         return false;
     }
 
     const int hashAlg = ref.getHashAlg();
     DataBuffer digest;
-    if (m_transformsOnExternalData) {
-        if (!digestTransformedExternalData(*data, ref, digest, log))
+    if (attempt.transformsOnExternalData) {
+        if (!digestTransformedExternalData(*data, ref, attempt, digest, check.recognisedXPathOnExternalData, log))
             return false;
     } else if (!data->m_data.isEmpty()) {
-        _tvHash::doHash(data->m_data.getData(), data->m_data.getSize(), hashAlg, digest);
+        Digest::doHash(data->m_data.getData(), data->m_data.getSize(), hashAlg, digest);
     } else {
         // Streamed: an external file is never held in memory whole.
-        _tvFileDataSource source;
+        FileDataSource source;
         if (!source.openDataSourceFile(data->m_path, log))
             return false;
-        if (!_tvHash::hashDataSource(source, hashAlg, nullptr, digest, nullptr, log)) {
+        if (!Digest::hashDataSource(source, hashAlg, nullptr, digest, nullptr, log)) {
             log.LogError("Failed to hash the external file data.");
             m_refFailReason = kExternalDataMissing;
             return false;
@@ -185,17 +209,18 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, bool& externalDataMissing, Ex
     return matched;
 }
 
-bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log) {
+bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref,
+                                             const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log) {
     if (!m_runDigests)
-        return verifyInternalReference(uri, ref, log);
-    const ReferenceDigestMemo::Settings settings{m_dupC14nSortBug, m_isZatca, m_commentsLeftOutOfBareReferences,
-                                                 !m_siiDteOwnContextXml.isEmpty()};
-    if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, settings)) {
+        return verifyInternalReference(uri, ref, attempt, check, log);
+    if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, attempt, m_profile.isZatca)) {
         log.LogDataLong("sameAsReference", earlier->index);
         m_refFailReason = earlier->failReason;
+        check.matchedBy = earlier->matchedBy;
         return earlier->matched;
     }
-    const bool matched = verifyInternalReference(uri, ref, log);
-    m_runDigests->remember(ref, settings, {index, matched, m_refFailReason});
+    const bool zatcaRules = m_profile.isZatca;
+    const bool matched = verifyInternalReference(uri, ref, attempt, check, log);
+    m_runDigests->remember(ref, attempt, zatcaRules, {index, matched, m_refFailReason, check.matchedBy});
     return matched;
 }

@@ -23,7 +23,7 @@ Chunk findChunk(std::string_view text, std::string_view start, std::string_view 
 
 } // namespace
 
-bool _clsXmlDSigBase::removeXmlChunk(const char* start, const char* end, StringBuffer& xml, LogBase&) {
+bool _clsXmlDSigBase::removeXmlChunk(const char* start, const char* end, StringBuffer& xml) {
     const Chunk chunk = findChunk(xml.view(), start, end, 0);
     if (chunk.begin == std::string_view::npos)
         return false;

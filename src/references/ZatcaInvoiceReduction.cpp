@@ -45,14 +45,14 @@ bool _clsXmlDSigBase::zatcaTransformInvoice(StringBuffer& xml, LogBase& log) {
     xml.trim2();
     dropXmlDeclaration(xml.raw());
     flattenInvoiceStartTag(xml.raw());
-    for (int i = 0; i < kMaxRemovals && removeXmlChunk("<ext:UBLExtensions>", "</ext:UBLExtensions>", xml, log); ++i) {
+    for (int i = 0; i < kMaxRemovals && removeXmlChunk("<ext:UBLExtensions>", "</ext:UBLExtensions>", xml); ++i) {
     }
     for (int i = 0;
          i < kMaxRemovals && removeXmlChunkContaining("<cac:AdditionalDocumentReference>",
                                                       "</cac:AdditionalDocumentReference>", "<cbc:ID>QR", xml, log);
          ++i) {
     }
-    for (int i = 0; i < kMaxRemovals && removeXmlChunk("<cac:Signature>", "</cac:Signature>", xml, log); ++i) {
+    for (int i = 0; i < kMaxRemovals && removeXmlChunk("<cac:Signature>", "</cac:Signature>", xml); ++i) {
     }
     return true;
 }

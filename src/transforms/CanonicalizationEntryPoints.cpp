@@ -1,4 +1,5 @@
 #include "companion/canon/XmlCanon.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -33,7 +34,9 @@ bool ClsXmlDSig::CanonicalizeFragment(XString& xml, XString& fragmentId, XString
     canon.setMode(modeOf(version));
     if (canon.mode() == XmlCanon::Mode::Exclusive)
         prefixList.getUtf8Sb().split(canon.inclusivePrefixes(), ' ', false, false);
-    return canon.xmlCanonicalize(xml.getUtf8Sb(), fragmentId.getUtf8(), 0, outXml.getUtf8Sb_rw(), m_log);
+    FirstErrorLog errors(m_log);
+    return noteFailure(canon.xmlCanonicalize(xml.getUtf8Sb(), fragmentId.getUtf8(), 0, outXml.getUtf8Sb_rw(), errors),
+                       errors);
 }
 
 bool ClsXmlDSig::CanonicalizeXml(XString& xml, XString& version, bool withComments, XString& outXml) {
@@ -45,5 +48,6 @@ bool ClsXmlDSig::CanonicalizeXml(XString& xml, XString& version, bool withCommen
     XmlCanon canon;
     canon.setWithComments(withComments);
     canon.setMode(modeOf(version));
-    return canon.xmlCanonicalize(xml.getUtf8Sb(), nullptr, 0, outXml.getUtf8Sb_rw(), m_log);
+    FirstErrorLog errors(m_log);
+    return noteFailure(canon.xmlCanonicalize(xml.getUtf8Sb(), nullptr, 0, outXml.getUtf8Sb_rw(), errors), errors);
 }

@@ -1,12 +1,13 @@
 #include "companion/canon/XmlCanon.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "references/DigestAttempt.h"
+#include "transforms/CanonicalizationMethod.h"
 #include "verifier/AlgorithmUris.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 namespace {
 
-using algorithm_uri::kC14n11Marker;
 using algorithm_uri::kExclusiveC14nMarker;
 
 constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization attribute sorting bug...";
@@ -33,7 +34,8 @@ void keepOnlyStpDocument(StringBuffer& xml) {
 } // namespace
 
 bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm,
-                                            StringBuffer& uri, LogBase& log, const CanonShortcut& shortcut) {
+                                            StringBuffer& uri, const DigestAttempt& attempt, LogBase& log,
+                                            const CanonShortcut& shortcut) {
     LogContextExitor ctx(log, "transformCanonicalize");
     StringBuffer prefixList;
     if (transform && algorithm.containsSubstring(kExclusiveC14nMarker)) {
@@ -50,16 +52,13 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     canon.setParsedDocument(shortcut.parsed);
     canon.setExcludedRange(shortcut.excludedStart, shortcut.excludedLength);
     // An XPointer URI keeps the comments that "" and "#id" leave out.
-    const bool dropComments = m_commentsLeftOutOfBareReferences && !uri.beginsWith("xpointer(");
-    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments") && !dropComments);
-    if (algorithm.containsSubstring(kExclusiveC14nMarker)) {
-        canon.setMode(XmlCanon::Mode::Exclusive);
-        if (!prefixList.isEmpty())
-            prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
-    } else if (algorithm.containsSubstring(kC14n11Marker)) {
-        canon.setMode(XmlCanon::Mode::Inclusive11);
-    }
-    if (m_dupC14nSortBug || m_isCsioz) {
+    const bool dropComments = attempt.commentsLeftOut && !uri.beginsWith("xpointer(");
+    const CanonicalizationMethod method = canonicalizationMethodOf(algorithm.view());
+    canon.setWithComments(method.withComments && !dropComments);
+    canon.setMode(method.mode);
+    if (method.mode == XmlCanon::Mode::Exclusive && !prefixList.isEmpty())
+        prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
+    if (attempt.sortBugEmulation) {
         log.LogInfo(kSortBugMessage);
         canon.setSortBugEmulation(true);
     }
@@ -81,7 +80,7 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
                 break;
         }
     } else {
-        if (m_isCmaStp && uri.isEmpty())
+        if (attempt.stpDocumentOnly && uri.isEmpty())
             keepOnlyStpDocument(xml);
         ok = canon.xmlCanonicalize(xml, uri.getString(), 0, out, log);
     }

@@ -1,5 +1,6 @@
 #include "companion/base/ClsJsonObject.h"
 #include "companion/canon/XmlCanon.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/net/ClsHttp.h"
 #include "companion/pki/CmsSignedData.h"
@@ -81,16 +82,18 @@ bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, ClsStringBu
     LogContextExitor ctx(*this, "AddEncapsulatedTimeStamp");
     m_log.clearLastJsonData();
     out.m_str.clear();
-    m_log.LogDataLong("numSignatures", m_signatures.getSize());
+    m_log.LogDataLong("numSignatures", m_document.signatures.getSize());
     m_log.LogDataLong("selector", m_selector);
-    if (hasEncapsulatedTimeStamp(m_log)) {
-        m_log.LogError("Already has an EncapsulatedTimeStamp.");
-        return false;
+    m_timestampRequestError.clear();
+    FirstErrorLog errors(m_log);
+    if (hasEncapsulatedTimeStamp(errors)) {
+        errors.LogError("Already has an EncapsulatedTimeStamp.");
+        return noteFailure(false, errors);
     }
     XString result;
-    const bool ok = addEncapsulatedTimeStamp(tsaOptions, result, m_log);
+    const bool ok = addEncapsulatedTimeStamp(tsaOptions, result, errors);
     out.m_str.setString(result.view());
-    return ok;
+    return noteFailure(ok, errors);
 }
 
 bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log) {
@@ -102,7 +105,7 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
         return false;
     }
     XmlSigPositions at;
-    if (!locateSignature(*this, *sig, m_sigXml.view(), at, log))
+    if (!locateSignature(*this, *sig, m_document.text.view(), at, log))
         return false;
     logPositions(at, log);
     StringBuffer valueId;
@@ -112,10 +115,10 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
     StringBuffer prefix, sigId, objectId, stampId;
     sig->getTagNamespace(prefix);
     sig->getAttrValue("Id", sigId);
-    const tsf::Placement placement = tsf::place(at, m_sigXml.view());
+    const tsf::Placement placement = tsf::place(at, m_document.text.view());
     if (placement.wrapping == tsf::Wrapping::Object)
-        appendXmlAttrId(objectId, log);
-    appendXmlAttrId(stampId, log);
+        appendXmlAttrId(objectId);
+    appendXmlAttrId(stampId);
     std::string fragment = tsf::build(placement.wrapping, {prefix.view(), sig->hasAttribute("xmlns:xades"),
                                                            sigId.view(), objectId.view(), stampId.view()});
 
@@ -124,20 +127,22 @@ bool ClsXmlDSig::addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& ou
     XmlCanon canon;
     canon.setMode(XmlCanon::Mode::Exclusive);
     StringBuffer canonical;
-    canon.xmlCanonicalize(m_sigXml, valueId.getString(), 0, canonical, log);
+    canon.xmlCanonicalize(m_document.text, valueId.getString(), 0, canonical, log);
     canonical.toLF();
     DataBuffer data, token;
     data.append(canonical.view());
     // A failed request leaves the token empty; the fragment is written all
     // the same, and the request's own lines say what went wrong.
-    CmsSignedData::getTimestampToken(tsaOptions, data, *this, token, log);
+    FirstErrorLog requestErrors(log);
+    CmsSignedData::getTimestampToken(tsaOptions, data, *this, token, requestErrors);
+    m_timestampRequestError = requestErrors.firstErrorLine();
     StringBuffer tokenBase64;
     token.encodeDB("base64", tokenBase64);
     if (const size_t p = fragment.find(tsf::kTokenPlaceholder); p != std::string::npos)
         fragment.replace(p, tsf::kTokenPlaceholder.size(), tokenBase64.view());
 
     StringBuffer& text = out.getUtf8Sb_rw();
-    text.setString(m_sigXml.view());
+    text.setString(m_document.text.view());
     if (placement.offset)
         text.insertAt(placement.offset, fragment);
     logSuccessFailure(true);

@@ -1,5 +1,5 @@
 #include "companion/canon/XmlCanon.h"
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/Asn1XmlCodec.h"
 #include "companion/pki/CmsSignedData.h"
@@ -25,15 +25,17 @@ std::string hexOf(const DataBuffer& bytes) {
 }
 
 // Verifies the token's CMS signature and returns its encapsulated TSTInfo.
-bool verifiedTstInfo(const DataBuffer& token, _clsCades& options, SystemCerts& certs, DataBuffer& tstInfo,
-                     LogBase& log) {
+bool verifiedTstInfo(const DataBuffer& token, const VerificationPolicy& policy, CertificateStore& certs,
+                     DataBuffer& tstInfo, LogBase& log) {
     CmsSignedData cms;
     bool detached = false;
     if (!cms.loadPkcs7Der(token, nullptr, kSignedDataType, detached, nullptr, log)) {
         log.LogError("Failed to parse ASN.1 of encapsulated timestamp.");
         return false;
     }
-    if (!cms.verifyOpaqueSignature(tstInfo, options, certs, log)) {
+    if (!policy.verifyOptionsReadable)
+        log.LogError("The CMS options are not a JSON object.");
+    if (!policy.verifyOptionsReadable || !cms.verifyOpaqueSignature(tstInfo, policy.validateTsaChain, certs, log)) {
         log.LogError("Verification of encapsulated timestamp failed.");
         return false;
     }
@@ -94,11 +96,11 @@ XmlCanon::Mode timestampCanonMode(ClsXml& sigDom, LogBase& log) {
 // so a mismatch is tried once more in that form.
 bool imprintMatches(StringBuffer& canonical, int hashAlg, const DataBuffer& expected, LogBase& log) {
     DataBuffer computed;
-    _tvHash::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
+    Digest::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
     log.LogDataStr("computed_hash", hexOf(computed));
     if (!computed.equals(expected)) {
         canonical.toCRLF();
-        _tvHash::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
+        Digest::doHash(canonical.getString(), canonical.getSize(), hashAlg, computed);
         log.LogDataStr("computed_hash_with_CRLF", hexOf(computed));
         if (!computed.equals(expected)) {
             log.LogError("Computed hash not equal to the expected hash.");
@@ -120,7 +122,7 @@ bool ClsXmlDSig::HasEncapsulatedTimeStamp() {
 
 bool ClsXmlDSig::hasEncapsulatedTimeStamp(LogBase& log) {
     LogContextExitor ctx(log, "hasEncapsulatedTimeStamp");
-    log.LogDataLong("numSignatures", m_signatures.getSize());
+    log.LogDataLong("numSignatures", m_document.signatures.getSize());
     log.LogDataLong("selector", m_selector);
     ClsXml* sig = selectedSignature();
     if (!sig) {
@@ -139,16 +141,16 @@ bool ClsXmlDSig::hasEncapsulatedTimeStamp(LogBase& log) {
 bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigDom, LogBase& log) {
     LogContextExitor ctx(log, "verifyEncapsulatedTimeStamp");
     StringBuffer tokenBase64;
-    if (!captureUniqueTagContent("EncapsulatedTimeStamp", sigText, tokenBase64, log))
+    if (!captureUniqueTagContent("EncapsulatedTimeStamp", sigText, tokenBase64))
         return true;
     DataBuffer token, tstInfo;
     token.appendEncoded(tokenBase64.view(), "base64");
     TokenImprint imprint;
-    if (!verifiedTstInfo(token, *this, m_systemCerts, tstInfo, log) || !readImprint(tstInfo, imprint, log))
+    if (!verifiedTstInfo(token, m_policy, m_certificateStore, tstInfo, log) || !readImprint(tstInfo, imprint, log))
         return false;
 
     StringBuffer signatureValue, signatureValueId;
-    if (!captureUniqueTagContent("SignatureValue", sigText, signatureValue, log))
+    if (!captureUniqueTagContent("SignatureValue", sigText, signatureValue))
         return true;
     log.LogDataSb("signatureValue", signatureValue);
     if (!captureUniqueAttrContent("SignatureValue", "Id", sigText, signatureValueId, log))
@@ -160,11 +162,11 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
     XmlCanon canon;
     canon.setMode(timestampCanonMode(sigDom, log));
     StringBuffer canonical;
-    canon.xmlCanonicalize(m_sigXml, signatureValueId.getString(), 0, canonical, log);
+    canon.xmlCanonicalize(m_document.text, signatureValueId.getString(), 0, canonical, log);
     canonical.toLF();
     log.LogDataSb("sbCanonSigValue", canonical);
 
-    const int hashAlg = _tvHash::oidToHashAlg(imprint.hashOid.getString());
+    const int hashAlg = Digest::oidToHashAlg(imprint.hashOid.getString());
     log.LogDataLong("hashAlg", hashAlg);
     if (!imprintMatches(canonical, hashAlg, imprint.hash, log))
         return false;

@@ -16,15 +16,14 @@ bool cutJoinsLineEnd(std::string_view text, const ClsXmlDSig::EnvelopedRange& ra
 
 } // namespace
 
-bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref,
-                                             LogBase& log) {
+bool ClsXmlDSig::transformEnvelopedSignature(StringBuffer& xml, DSigReference& ref, LogBase& log) {
     CanonShortcut noCanonicalizationFollows;
-    envelope(xml, ref, false, noCanonicalizationFollows, log);
+    envelope(xml, ref, false, m_profile.isCmaStp, noCanonicalizationFollows, log);
     return true;
 }
 
-void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
-                          LogBase& log) {
+void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, bool stpDocumentOnly,
+                          CanonShortcut& pending, LogBase& log) {
     LogContextExitor ctx(log, "transformEnvelopedSignature");
     EnvelopedRange range;
     if (!envelopedSignatureRange(xml, ref, range, log))
@@ -32,8 +31,8 @@ void ClsXmlDSig::envelope(StringBuffer& xml, DSigReference& ref, bool canonicali
     // Left to the canonicalizer only when its offsets are the document's, the
     // cut is exactly one element, and cutting it from the text would not join
     // a CR before it and an LF after it into one line end.
-    if (canonicalizationFollows && isLoadedText(xml.view()) && !m_isCmaStp && range.length == range.signatureLength &&
-        !cutJoinsLineEnd(xml.view(), range)) {
+    if (canonicalizationFollows && isLoadedText(xml.view()) && !stpDocumentOnly &&
+        range.length == range.signatureLength && !cutJoinsLineEnd(xml.view(), range)) {
         pending.excludedStart = range.start;
         pending.excludedLength = range.length;
         return;
@@ -46,7 +45,7 @@ bool ClsXmlDSig::envelopedSignatureRange(const StringBuffer& xml, DSigReference&
     StringBuffer sigId;
     if (ClsXml* sig = selectedSignature())
         sig->getAttrValue("Id", sigId);
-    if (m_isZatca && sigId.equals(kZatcaSignatureId))
+    if (m_profile.isZatca && sigId.equals(kZatcaSignatureId))
         return false;
 
     if (!sigId.isEmpty() && log.verbose())

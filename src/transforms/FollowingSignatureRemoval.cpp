@@ -53,7 +53,7 @@ unsigned ClsXmlDSig::signatureAndFollowingLength(std::string_view text, unsigned
     return static_cast<unsigned>(total);
 }
 
-bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase&) {
+bool ClsXmlDSig::removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length) {
     xml.removeChunk(start, signatureAndFollowingLength(xml.view(), start, length));
     return true;
 }

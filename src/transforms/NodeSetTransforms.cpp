@@ -1,7 +1,7 @@
-#include "companion/base/ClsJsonObject.h"
 #include "companion/canon/CanonSink.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "transforms/CanonicalizationMethod.h"
 #include "transforms/XPathNodeSet.h"
 #include "verifier/AlgorithmUris.h"
 #include "verifier/ClsXmlDSig.h"
@@ -11,11 +11,9 @@
 
 namespace {
 
-using algorithm_uri::kExclusiveC14nMarker;
 using algorithm_uri::kXPathFilter2Marker;
 using algorithm_uri::kXPointerMarker;
 
-constexpr std::string_view kMaxXPathNodesKey = "MaxXPathNodes";
 constexpr std::string_view kDefaultPrefixToken = "#default";
 
 std::vector<std::string> inclusivePrefixes(ClsXml& transform, LogBase& log) {
@@ -33,22 +31,10 @@ std::vector<std::string> inclusivePrefixes(ClsXml& transform, LogBase& log) {
 
 } // namespace
 
-uint64_t ClsXmlDSig::maxXPathNodes(LogBase& log) const {
-    ClsJsonObject options;
-    if (!parsedCmsOptions(options, log) || !options.hasMember(kMaxXPathNodesKey))
-        return XPathNodeSet::kDefaultBudget;
-    const long long nodes = options.intOf(kMaxXPathNodesKey, 0);
-    if (nodes <= 0) {
-        log.LogError("MaxXPathNodes is not a positive whole number; the default applies.");
-        return XPathNodeSet::kDefaultBudget;
-    }
-    return static_cast<uint64_t>(nodes);
-}
-
 std::unique_ptr<XPathNodeSet> ClsXmlDSig::startNodeSet(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
                                                        CanonShortcut& pending, LogBase& log) {
     auto nodes = std::make_unique<XPathNodeSet>();
-    nodes->setBudget(maxXPathNodes(log));
+    nodes->setBudget(m_policy.limits.maxXPathNodes);
     // The text an enveloped-signature transform cut may have lost the
     // identified element (one inside the signature).
     const bool targetMayBeCut = !uri.isEmpty() && !elementsNamedBy(uri.view()).empty();
@@ -87,8 +73,9 @@ bool ClsXmlDSig::applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, c
 void ClsXmlDSig::renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm,
                                CanonSink* sink, StringBuffer& xml, LogBase& log) {
     NodeSetCanon::Options options;
-    options.exclusive = algorithm.containsSubstring(kExclusiveC14nMarker);
-    options.withComments = algorithm.containsSubstringNoCase("WithComments");
+    const CanonicalizationMethod method = canonicalizationMethodOf(algorithm.view());
+    options.exclusive = method.mode == XmlCanon::Mode::Exclusive;
+    options.withComments = method.withComments;
     if (transform && options.exclusive)
         options.inclusivePrefixes = inclusivePrefixes(*transform, log);
     std::string out;

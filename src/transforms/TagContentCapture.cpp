@@ -28,7 +28,7 @@ std::string normalizedTag(std::string_view tag, std::string_view attr) {
 
 } // namespace
 
-bool ClsXmlDSig::captureUniqueTagContent(const char* tag, StringBuffer& xml, StringBuffer& out, LogBase&) {
+bool ClsXmlDSig::captureUniqueTagContent(const char* tag, StringBuffer& xml, StringBuffer& out) {
     out.clear();
     const std::string_view text = xml.view();
     const size_t at = tag ? text.find(tag) : std::string_view::npos;

@@ -155,7 +155,7 @@ bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, Strin
         ref.removeEbXmlFragments(xml, log);
     } else if (xPath.containsSubstring("ancestor-or-self::sig:UBLDocumentSignatures")) {
         log.LogDataLong("commonXPathOption", 3);
-        removeXmlChunk("<sig:UBLDocumentSignatures>", "</sig:UBLDocumentSignatures>", xml, log);
+        removeXmlChunk("<sig:UBLDocumentSignatures>", "</sig:UBLDocumentSignatures>", xml);
         log.LogInfo("Found UBLDocumentSignatures transform.");
     } else if (isFilter2 && (xPath.containsSubstring("/descendant::ds:Signature") ||
                              xPath.containsSubstring("/descendant::*[name()='ds:Signature']"))) {
@@ -176,7 +176,7 @@ bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, Strin
         childAttribute(transform, 1, "Filter", filter);
         childContent(transform, 1, expression);
         if (filter.equals("subtract") && expression.containsSubstring("ancestor::ext:UBLExtensions/ext:UBLExtension")) {
-            removeXmlChunk("<ext:UBLExtensions>", "</ext:UBLExtensions>", xml, log);
+            removeXmlChunk("<ext:UBLExtensions>", "</ext:UBLExtensions>", xml);
         } else {
             log.LogDataLong("unhandledXPath", kFilterOtherExpression);
             result = false;
@@ -187,7 +187,7 @@ bool _clsXmlDSigBase::transformXPath(ClsXml* transform, StringBuffer& xml, Strin
         log.LogDataLong("commonXPathOption", 6);
         removeZatcaQrReference(xml, xPath, *this, log);
     } else if (xPath.matches("not(//ancestor-or-self::*)", true)) {
-        removeNamedElements(xml, xPath, m_isMyInvois, log);
+        removeNamedElements(xml, xPath, m_profile.isMyInvois, log);
     } else {
         log.LogDataLong("unhandledXPath", kNoFormMatched);
         result = false;

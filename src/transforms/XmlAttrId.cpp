@@ -24,7 +24,7 @@ uint32_t nextState() {
 
 } // namespace
 
-void ClsXmlDSig::appendXmlAttrId(StringBuffer& out, LogBase&) {
+void ClsXmlDSig::appendXmlAttrId(StringBuffer& out) {
     for (int i = 0; i < kGroups; ++i) {
         out.appendInt64(Psdk::toIntRange(nextState(), kGroupLow, kGroupHigh));
         if (i + 1 < kGroups)

@@ -5,11 +5,6 @@
 
 #include <new>
 
-namespace {
-constexpr const char* kZatcaToken = "ZATCA";
-constexpr const char* kMyInvoisToken = "MYINVOIS";
-} // namespace
-
 ClsXmlDSig* ClsXmlDSig::createNewCls() {
     try {
         return new ClsXmlDSig();
@@ -24,7 +19,7 @@ ClsXmlDSig::~ClsXmlDSig() {
     try {
         CritSecExitor lock(m_critSec);
         releaseDocument();
-        m_signatures.removeAllObjects();
+        m_document.signatures.removeAllObjects();
         m_selector = 0;
         m_publicKeys.removeAllObjects();
     } catch (...) {
@@ -32,15 +27,12 @@ ClsXmlDSig::~ClsXmlDSig() {
 }
 
 void ClsXmlDSig::releaseDocument() {
-    if (m_xml) {
-        m_xml->decRefCount();
-        m_xml = nullptr;
-    }
+    m_document.tree.reset();
 }
 
 void ClsXmlDSig::put_Selector(int index) {
     CritSecExitor lock(m_critSec);
-    const int n = m_signatures.getSize();
+    const int n = m_document.signatures.getSize();
     if (index >= n)
         index = n - 1;
     m_selector = index < 0 ? 0 : index;
@@ -48,7 +40,7 @@ void ClsXmlDSig::put_Selector(int index) {
 
 int ClsXmlDSig::get_NumSignatures() {
     CritSecExitor lock(m_critSec);
-    return m_signatures.getSize();
+    return m_document.signatures.getSize();
 }
 
 void ClsXmlDSig::get_ExternalRefDirs(XString& out) {
@@ -70,33 +62,27 @@ void ClsXmlDSig::put_VerifyOptions(const XString& options) {
     CritSecExitor lock(m_critSec);
     put_CmsOptions(options);
     // Also read at each load and verification, where a bad value is logged.
-    LogNull quiet;
-    readLimits(quiet);
+    readPolicy();
 }
 
 bool ClsXmlDSig::checkSetZatca(LogBase& log) {
-    m_isZatca = m_uncommonOptions.containsSubstringNoCase(kZatcaToken);
-    if (m_isZatca) {
-        m_noSortBugRetry = true;
+    m_profile.isZatca = m_policy.profile.zatca;
+    if (m_profile.isZatca) {
+        m_profile.noSortBugRetry = true;
         log.LogInfo("Will validate according to ZATCA rules...");
     }
-    return m_isZatca;
+    return m_profile.isZatca;
 }
 
 bool ClsXmlDSig::checkSetMyInvois(LogBase& log) {
-    m_isMyInvois = m_uncommonOptions.containsSubstringNoCase(kMyInvoisToken);
-    if (m_isMyInvois) {
-        m_noSortBugRetry = true;
+    m_profile.isMyInvois = m_policy.profile.myInvois;
+    if (m_profile.isMyInvois) {
+        m_profile.noSortBugRetry = true;
         log.LogInfo("Will validate according to MyInvois rules...");
     }
-    return m_isMyInvois;
-}
-
-ClsXmlDSig::ProfileFlags ClsXmlDSig::profileFlags() const {
-    return ProfileFlags{m_specialProfile, m_isSiiCl,        m_isDoda,         m_isCsioz,          m_isSunat, m_isZatca,
-                        m_isMyInvois,     m_dupC14nSortBug, m_noSortBugRetry, m_isSignedDocSkXml, m_isCmaStp};
+    return m_profile.isMyInvois;
 }
 
 ClsXml* ClsXmlDSig::selectedSignature() const {
-    return static_cast<ClsXml*>(m_signatures.elementAt(m_selector));
+    return static_cast<ClsXml*>(m_document.signatures.elementAt(m_selector));
 }

@@ -2,14 +2,17 @@
 
 #include "companion/base/ClsBinData.h"
 #include "companion/base/ClsStringBuilder.h"
-#include "companion/pki/SystemCerts.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/text/ExtPtrArray.h"
 #include "companion/text/XString.h"
 #include "companion/xml/XmlSigPositions.h"
+#include "keys/KeyResolver.h"
+#include "verifier/LoadedDocument.h"
 #include "verifier/ReferenceOutcome.h"
 #include "verifier/SignatureMethodParams.h"
 #include "verifier/SignerIdentity.h"
-#include "verifier/VerificationLimits.h"
+#include "verifier/VerificationPolicy.h"
+#include "verifier/VerificationReport.h"
 #include "verifier/_clsXmlDSigBase.h"
 
 #include <memory>
@@ -21,20 +24,23 @@ class ClsHttp;
 class ClsJsonObject;
 class ClsPublicKey;
 class ClsStringArray;
+class FirstErrorLog;
 class DSigRefExternalData;
 class XmlCanon;
 struct XmlSigPositions;
 class ClsXmlCertVault;
 class HashedStringSet;
-class TavixX509;
+class X509Certificate;
 class ClsXml;
 class XmlDocument;
 class XPathNodeSet;
 class DSigReference;
 class ReferenceDigestMemo;
+struct DigestAttempt;
+struct ReferenceCheck;
 
 // Verifies the XML digital signatures of one loaded document.
-class ClsXmlDSig : public _clsXmlDSigBase, public SystemCertsHolder {
+class ClsXmlDSig : public _clsXmlDSigBase, public CertificateStoreHolder {
 public:
     static ClsXmlDSig* createNewCls();
     ClsXmlDSig();
@@ -92,9 +98,17 @@ public:
     // set for the signature's index; the caller may give several.
     void addCallerKey(ClsPublicKey& key);
 
-    // What each reference of the last verification covered and whether its
-    // digest matched (empty when the references were not checked).
-    std::vector<ReferenceOutcome> referenceOutcomes();
+    // The facts of the last VerifySignature: the stage that decided, what
+    // each reference covered, the key that verified, the further attempts
+    // used, the limit hit.
+    const VerificationReport& report() const { return m_report; }
+    // Why the last load, canonicalization, GetCerts or timestamp addition
+    // failed, in one line (the first error it logged); empty after one that
+    // succeeded.
+    const std::string& lastFailure() const { return m_lastFailure; }
+    // Why the last AddEncapsulatedTimeStamp got no token from the authority
+    // (the call itself succeeds and writes the block without one).
+    const std::string& timestampRequestError() const { return m_timestampRequestError; }
 
     // Internal operations; the caller holds the lock and passes the log.
     bool loadSignature(XString& xml, LogBase& log);
@@ -107,16 +121,17 @@ public:
     bool checkSetZatca(LogBase& log);
     bool checkSetMyInvois(LogBase& log);
     bool selectBySignatureId(StringBuffer& id, LogBase& log);
-    bool selectedSignatureId(StringBuffer& out, LogBase& log);
+    bool selectedSignatureId(StringBuffer& out);
     ClsXml* getReference(int index, LogBase& log);
     // Reference `index` parsed, with its URI trimmed; false when there is none.
     bool parsedReference(int index, DSigReference& ref, StringBuffer& uri, LogBase& log);
-    // The limits VerifyOptions sets, read again; false (and the defaults) when
-    // a value is not a positive integer.
-    bool readLimits(LogBase& log);
-    // A certificate's text from the document within MaxCertificateBytes.
-    bool certificateWithinLimit(const StringBuffer& text, LogBase& log) const;
-    const VerificationLimits& limits() const { return m_limits; }
+    // Reads the policy UncommonOptions and VerifyOptions set, once per
+    // operation; a VerifyOptions value its member cannot take stops the
+    // operation where its limits are checked.
+    void readPolicy();
+    // False (logged) when the policy read has such a value.
+    bool policyIsValid(LogBase& log) const;
+    const VerificationPolicy& policy() const { return m_policy; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
     // The SignedInfo child with this local name (a new reference), or null.
@@ -127,8 +142,8 @@ public:
 
     // The enveloped-signature transform: cuts the selected signature (and the
     // signatures written directly behind it) out of the text.
-    bool transformEnvelopedSignature(StringBuffer& xml, StringBuffer&, StringBuffer&, DSigReference& ref, LogBase& log);
-    bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length, LogBase& log);
+    bool transformEnvelopedSignature(StringBuffer& xml, DSigReference& ref, LogBase& log);
+    bool removeSignatureAndFollowingSigs(StringBuffer& xml, unsigned start, unsigned length);
     // Where the enveloped-signature transform cuts: the signature and those
     // written directly behind it. False when nothing is to be cut.
     struct EnvelopedRange {
@@ -139,35 +154,45 @@ public:
     bool envelopedSignatureRange(const StringBuffer& xml, DSigReference& ref, EnvelopedRange& range, LogBase& log);
     static unsigned signatureAndFollowingLength(std::string_view text, unsigned start, unsigned length);
 
-    // Reference digests: one reference with the sorting-bug retry, one
-    // attempt, and the same-document digest.
-    bool verifyReferenceDigest(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyReferenceDigest2(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    // Reference digests: one reference with every attempt, one attempt, and
+    // the same-document digest.
+    bool verifyReferenceDigest(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyReferenceDigest2(int index, const DigestAttempt& attempt, ReferenceCheck& check,
+                                ExtPtrArraySb& externalRefDirs, LogBase& log);
+    // The reading the loaded document's signer profile asks for.
+    DigestAttempt profileAttempt(FurtherAttempt kind) const;
     // The literal attempt with the attribute-sorting retry, and the further
     // attempt with the node-set the W3C recommendation selects.
-    bool verifyWithSortBugRetry(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyByStandardSelection(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyWithSortBugRetry(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyByStandardSelection(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
     // The further attempt for an external reference whose bytes mismatched:
     // its transforms applied to its data.
-    bool verifyWithExternalTransforms(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
-                                      LogBase& log);
-    bool retryExternalWithXPathEvaluator(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs,
-                                         LogBase& log);
-    bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref, DataBuffer& digest,
+    bool verifyWithExternalTransforms(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref,
+                                       const DigestAttempt& attempt, DataBuffer& digest, bool& recognisedXPath,
                                        LogBase& log);
     bool readExternalData(const DSigRefExternalData& data, StringBuffer& out, LogBase& log);
-    bool applyExternalTransforms(DSigReference& ref, StringBuffer& data, LogBase& log);
-    bool canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm, LogBase& log);
+    bool applyExternalTransforms(DSigReference& ref, StringBuffer& data, const DigestAttempt& attempt,
+                                 bool& recognisedXPath, LogBase& log);
+    bool canonicalizeExternalData(ClsXml* transform, StringBuffer& data, StringBuffer& algorithm,
+                                  const DigestAttempt& attempt, LogBase& log);
     std::unique_ptr<XPathNodeSet> externalNodeSet(const StringBuffer& data, LogBase& log);
     // Further attempts for signers that signed a part of the document as a
     // document of its own: the SII DTE, DigiDoc's SignedDoc parts.
-    bool verifyByFieldSignerRules(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyInSiiDteOwnContext(int index, bool& externalDataMissing, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyByFieldSignerRules(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
     bool verifyBySignedDocRules(int index, LogBase& log);
-    bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, LogBase& log);
+    // One attempt at a "" or "#id" reference, and at an external one.
+    bool verifyNamedSameDocumentReference(int index, StringBuffer& uri, DSigReference& ref,
+                                          const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log);
+    bool verifyExternalReference(int index, const StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 ReferenceCheck& check, LogBase& log);
     // The same-document digest, or during a run the outcome of an identical
     // earlier reference.
-    bool verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, LogBase& log);
+    bool verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                     ReferenceCheck& check, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
     // The elements of the loaded document that a same-document URI names by
     // identifier (none for the whole document or an unknown one).
@@ -190,11 +215,11 @@ public:
     // text, raw-text extractors, and addition through a TSA.
     bool hasEncapsulatedTimeStamp(LogBase& log);
     bool verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigDom, LogBase& log);
-    bool captureUniqueTagContent(const char* tag, StringBuffer& xml, StringBuffer& out, LogBase& log);
+    bool captureUniqueTagContent(const char* tag, StringBuffer& xml, StringBuffer& out);
     bool captureUniqueAttrContent(const char* tag, const char* attr, StringBuffer& xml, StringBuffer& out,
                                   LogBase& log);
     bool addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log);
-    static void appendXmlAttrId(StringBuffer& out, LogBase& log);
+    static void appendXmlAttrId(StringBuffer& out);
 
     // Adds a vault's certificates to the store that KeyInfo references are
     // resolved against.
@@ -206,26 +231,12 @@ public:
     // The first public key KeyInfo yields (the caller releases it), or null.
     ClsPublicKey* GetPublicKey();
 
-    // Key resolution: the candidate public keys of the selected signature.
+    // Key resolution: the candidate public keys of the selected signature,
+    // from KeyInfo (through the key resolver) and the caller.
     ClsXml* getKeyInfo(LogBase& log);
     bool getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log);
-    bool publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
-    bool certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log);
-
-    // Certificate lookups in the certificate store and in KeyInfo texts.
-    ClsPublicKey* getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, LogBase& log);
-    bool getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
-                                      LogBase& log);
-    ClsPublicKey* getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log);
-    bool getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log);
-    ClsPublicKey* getPublicKeyBySKI(StringBuffer& ski, LogBase& log);
-    bool getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log);
-    ClsPublicKey* publicKeyFromX509(TavixX509& cert, LogBase& log);
-    ClsPublicKey* publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
-    bool processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
-    void reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out, LogBase& log);
-    // The signer's certificate (the last) of a WS-Security X509PKIPathv1 token.
-    bool pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log);
+    // A resolver over this verifier's certificate store and document.
+    KeyResolver keyResolver();
 
     // What the signature-value check needs: the SignedInfo hash and the
     // values it is checked against.
@@ -246,18 +257,10 @@ public:
     // all (no key), in which case no outcome line is written.
     bool verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log);
     void noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates);
+    bool noteRefusal(bool mismatch, const std::string& error);
 
-    // Who signed the selected signature, when the last verification found
-    // its value valid (source None otherwise).
-    const SignerIdentity& signer() const { return m_signer; }
-
-    // The profile flags, for callers that report them.
-    struct ProfileFlags {
-        uint32_t specialProfile;
-        bool isSiiCl, isDoda, isCsioz, isSunat, isZatca, isMyInvois;
-        bool dupC14nSortBug, noSortBugRetry, isSignedDocSkXml, isCmaStp;
-    };
-    ProfileFlags profileFlags() const;
+    // The signer profile of the loaded document, for callers that report it.
+    const SignerProfile& profileFlags() const { return m_profile; }
     // The selected signature element (borrowed), or null.
     ClsXml* selectedSignature() const;
     // Where the selected signature lies in `text` (the loaded text, or one
@@ -269,6 +272,10 @@ public:
 private:
     // The verification driver and its stages.
     bool verifySignature(bool verifyReferenceDigests, LogBase& log);
+    // Ends the run at `stage` for `reason` (logged as an error).
+    bool fail(VerificationStage stage, std::string_view reason, LogBase& log);
+    // A limit over which the run stops: recorded, logged.
+    bool withinLimit(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);
     bool verifyReferenceStage(LogBase& log);
     // Reads the limits and checks the selected signature against them: its
     // references, each one's transforms, its SignatureValue.
@@ -307,8 +314,8 @@ private:
         bool recognisedXPath = false; // an expression was carried out as a text edit
     };
     bool canStreamDigest(const DSigReference& ref) const;
-    bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, TransformChain& chain,
-                         CanonSink* sink, LogBase& log);
+    bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, const DigestAttempt& attempt,
+                         TransformChain& chain, CanonSink* sink, LogBase& log);
     // The node-set an evaluated XPath, XPath Filter 2.0 or XPointer transform
     // starts from, and its rendering by a canonicalization.
     std::unique_ptr<XPathNodeSet> startNodeSet(StringBuffer& uri, DSigReference& ref, const StringBuffer& xml,
@@ -316,27 +323,16 @@ private:
     bool applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, const StringBuffer& algorithm, LogBase& log);
     void renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm, CanonSink* sink,
                        StringBuffer& xml, LogBase& log);
-    // Set for the retry that evaluates expressions of the recognised forms too.
-    bool m_evaluateEveryXPath = false;
-    bool retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, LogBase& log);
-    // MaxXPathNodes of VerifyOptions, or the default.
-    uint64_t maxXPathNodes(LogBase& log) const;
+    bool retryWithXPathEvaluator(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 ReferenceCheck& check, LogBase& log);
     // The enveloped-signature transform, or when a canonicalization of the
     // untouched document follows, the cut left to it through `pending`.
-    void envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, CanonShortcut& pending,
-                  LogBase& log);
+    void envelope(StringBuffer& xml, DSigReference& ref, bool canonicalizationFollows, bool stpDocumentOnly,
+                  CanonShortcut& pending, LogBase& log);
     // The ZATCA retry, a hex-written stored digest and AllowXmlDigestError.
-    bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, bool hasSignedProperties,
-                                 StringBuffer& calculated, LogBase& log);
-
-    // What X509Data of KeyInfo or of a SecurityTokenReference yields.
-    void keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    void certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
-    // The SecurityTokenReference forms of key resolution.
-    void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    bool certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
+    bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
+                                 bool hasSignedProperties, StringBuffer& calculated, ReferenceCheck& check,
+                                 LogBase& log);
 
     void releaseDocument();
     void resetLoadedDocument();
@@ -345,48 +341,23 @@ private:
     bool m_withComments = false;
     bool m_ignoreExternalRefs = false;
     int m_refFailReason = 0;
-    StringBuffer m_sigXml;
-    ClsXml* m_xml = nullptr;
+    LoadedDocument m_document;
     XString m_externalRefDirs;
-    ExtPtrArrayRc m_signatures;
     ExtPtrArrayRc m_publicKeys;
     ExtPtrArrayRc m_callerKeys;
     ExtPtrArray m_refExternalData;
     bool m_reservedFlag = true;
-    // The last signature location found in m_sigXml; cleared by a load.
-    // `ambiguous`: the search by Id or digest landed on another signature.
-    struct LocateMemo {
-        bool valid = false;
-        bool byId = false;
-        bool found = false;
-        bool ambiguous = false;
-        uint32_t selectedLoc = 0;
-        uint32_t otherLoc = 0; // where the search landed when ambiguous
-        std::string key;
-        XmlSigPositions positions;
-    };
-    LocateMemo m_locateMemo;
-    static void logAmbiguousLocation(const LocateMemo& memo, LogBase& log);
+    static void logAmbiguousLocation(const SignatureLocateMemo& memo, LogBase& log);
     // The file the last external reference was hashed from (empty: caller data).
     std::string m_lastExternalFile;
-    // Set while the further attempt applies an external reference's transforms.
-    bool m_transformsOnExternalData = false;
-    // Set when the external chain carried out an expression as a text edit.
-    bool m_recognisedXPathOnExternalData = false;
-    std::vector<ReferenceOutcome> m_referenceOutcomes;
-    SignerIdentity m_signer;
+    VerificationReport m_report;
+    std::string m_lastFailure;
+    std::string m_timestampRequestError;
+    bool noteFailure(bool ok, const FirstErrorLog& errors);
     // The genTime of the timestamp this run verified, as xsd:dateTime.
     std::string m_timestampTime;
-    // The selected signature's Reference elements, listed once per signature
-    // so that reference i is not found by walking i siblings.
-    struct ReferenceList {
-        const ClsXml* signature = nullptr;
-        bool hasSignedInfo = false;
-        ExtPtrArrayRc references;
-    };
-    ReferenceList m_referenceList;
-    const ReferenceList& selectedReferences();
-    VerificationLimits m_limits;
+    const SignatureReferences& selectedReferences();
+    VerificationPolicy m_policy;
     // The outcomes of this VerifySignature run's references (null outside a run).
     ReferenceDigestMemo* m_runDigests = nullptr;
     DataBuffer m_hmacKey;

@@ -9,13 +9,30 @@
 
 namespace {
 
+// Why no candidate verified the value: under some key the value itself did
+// not verify, or a check could not be carried out at all.
+struct ValueRefusal {
+    bool mismatch = false;
+    std::string error;
+
+    void refuse(std::string_view text, LogBase& log) {
+        log.LogError(text);
+        error = text;
+    }
+    void mismatched(std::string_view text, LogBase& log) {
+        log.LogError(text);
+        mismatch = true;
+    }
+};
+
 // Signature-value encodings the DSA-style primitives accept.
 constexpr int kEcdsaAnyFormat = 0;
 constexpr int kDsaRawFormat = 1;
 
 // Some signers wrap the base64 text over lines or truncate the MAC to
 // HMACOutputLength: the bytes decide once the text does not match as a whole.
-bool decodedHmacMatches(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& mac, LogBase& log) {
+bool decodedHmacMatches(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& mac, ValueRefusal& refusal,
+                        LogBase& log) {
     switch (hmac_comparison::compare(mac, check.signatureValue, check.hmacOutputBits)) {
     case hmac_comparison::Outcome::Match:
         log.LogInfo("HMAC matched on the decoded SignatureValue");
@@ -23,25 +40,25 @@ bool decodedHmacMatches(const ClsXmlDSig::SignedInfoCheck& check, const DataBuff
             log.LogDataLong("hmacOutputLength", check.hmacOutputBits);
         return true;
     case hmac_comparison::Outcome::BelowMinimum:
-        log.LogError("HMAC output length below the allowed minimum");
+        refusal.refuse("HMAC output length below the allowed minimum", log);
         log.LogDataLong("hmacOutputLength", check.hmacOutputBits);
         return false;
     case hmac_comparison::Outcome::NotByteLength:
-        log.LogError("HMAC output length is not a whole number of bytes within the MAC");
+        refusal.refuse("HMAC output length is not a whole number of bytes within the MAC", log);
         log.LogDataLong("hmacOutputLength", check.hmacOutputBits);
         return false;
     case hmac_comparison::Outcome::Mismatch:
         break;
     }
-    log.LogError("HMAC validation failed.");
+    refusal.mismatched("HMAC validation failed.", log);
     return false;
 }
 
-bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key, LogBase& log) {
+bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key, ValueRefusal& refusal, LogBase& log) {
     DataBuffer mac;
     if (!Hmac::doHMAC(check.canonical.getString(), check.canonical.getSize(), key.getData(), key.getSize(),
                       check.hashAlg, mac, log)) {
-        log.LogError("HMAC verify failed.");
+        refusal.refuse("HMAC verify failed.", log);
         return false;
     }
     StringBuffer computed, stored(check.signatureBase64);
@@ -49,7 +66,7 @@ bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key,
     stored.trim2();
     if (computed.equals(stored.view()))
         return true;
-    return decodedHmacMatches(check, mac, log);
+    return decodedHmacMatches(check, mac, refusal, log);
 }
 
 ClsPublicKey* keyAt(const ExtPtrArrayRc& keys, int i) {
@@ -75,7 +92,8 @@ ClsPublicKey* verifyDsaStyle(const ExtPtrArrayRc& keys, GetKey getKey, Verify ve
 }
 
 // The candidate that verified, or null.
-ClsPublicKey* verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, LogBase& log) {
+ClsPublicKey* verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, ValueRefusal& refusal,
+                        LogBase& log) {
     const int padding = signatureMethodToRsaPadding(check.method);
     const bool pssWithParams = isPssWithParams(check.method);
     const int mgf1HashAlg = pssWithParams ? check.pss.mgf1HashAlg : check.hashAlg;
@@ -86,23 +104,25 @@ ClsPublicKey* verifyRsa(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrAr
             continue;
         const RsaKey* rsa = candidate->getRsaKey();
         if (!rsa) {
-            log.LogError("Public key is not an RSA key.");
+            refusal.refuse("Public key is not an RSA key.", log);
             continue;
         }
         bool valid = false, keyMismatch = false;
         if (!RsaVerifier::verifyHashExt(check.signatureValue, check.hash, check.hashAlg, padding, mgf1HashAlg, valid,
                                         *rsa, false, true, keyMismatch, log, saltLength)) {
-            if (keyMismatch)
+            if (keyMismatch) {
                 log.LogInfo("Not the correct key.");
-            else
-                log.LogError("RSA verify hash failed.");
+                refusal.mismatch = true;
+            } else {
+                refusal.refuse("RSA verify hash failed.", log);
+            }
             continue;
         }
         if (valid) {
             log.LogInfo("The RSA signature was verified.");
             return candidate;
         }
-        log.LogError("RSA verify hash found the signature to be invalid.");
+        refusal.mismatched("RSA verify hash found the signature to be invalid.", log);
         StringBuffer hashHex;
         check.hash.encodeDB("hex", hashHex);
         log.LogDataSb("signedInfoHash", hashHex);
@@ -119,7 +139,7 @@ namespace {
 
 // The candidate of `keys` that verifies the signature value, or null.
 ClsPublicKey* verifyingKey(const ClsXmlDSig::SignedInfoCheck& check, const ExtPtrArrayRc& keys, bool& ended,
-                           LogBase& log) {
+                           ValueRefusal& refusal, LogBase& log) {
     switch (check.keyType) {
     case signature_method::kEcdsa: {
         log.LogDataLong("numEcdsaKeys", keys.getSize());
@@ -130,7 +150,7 @@ ClsPublicKey* verifyingKey(const ClsXmlDSig::SignedInfoCheck& check, const ExtPt
             },
             ended);
         if (!signer && !ended && keys.getSize() > 0)
-            log.LogError("ECDSA verify hash found the signature to be invalid.");
+            refusal.mismatched("ECDSA verify hash found the signature to be invalid.", log);
         return signer;
     }
     case signature_method::kDsa: {
@@ -142,15 +162,15 @@ ClsPublicKey* verifyingKey(const ClsXmlDSig::SignedInfoCheck& check, const ExtPt
             },
             ended);
         if (!signer && !ended && keys.getSize() > 0)
-            log.LogError("DSA verify hash failed.");
+            refusal.mismatched("DSA verify hash failed.", log);
         return signer;
     }
     case signature_method::kRsa:
         log.LogDataLong("numRsaKeys", keys.getSize());
-        return verifyRsa(check, keys, log);
+        return verifyRsa(check, keys, refusal, log);
     default:
         log.LogInfo("Unknown key type...");
-        log.LogError("Invalid key type");
+        refusal.refuse("Invalid key type", log);
         return nullptr;
     }
 }
@@ -159,28 +179,39 @@ ClsPublicKey* verifyingKey(const ClsXmlDSig::SignedInfoCheck& check, const ExtPt
 
 bool ClsXmlDSig::verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log) {
     ended = false;
+    ValueRefusal refusal;
     if (check.keyType == signature_method::kHmac) {
         if (m_hmacKey.isEmpty()) {
-            log.LogError("No HMAC key available to verify signature.");
             ended = true;
-            return false;
+            return fail(VerificationStage::KeyResolution, "No HMAC key available to verify signature.", log);
         }
-        const bool valid = verifyHmac(check, m_hmacKey, log);
-        if (valid)
+        m_report.stage = VerificationStage::SignatureValue;
+        if (verifyHmac(check, m_hmacKey, refusal, log)) {
             noteSigner(check, nullptr, {});
-        return valid;
+            return true;
+        }
+        return noteRefusal(refusal.mismatch, refusal.error);
     }
 
     ExtPtrArrayRc keys;
     if (!getPublicKey(false, keys, log)) {
-        log.LogError("No public key available to verify signature.");
         ended = true;
-        return false;
+        return fail(VerificationStage::KeyResolution, "No public key available to verify signature.", log);
     }
-    ClsPublicKey* signer = verifyingKey(check, keys, ended, log);
-    if (signer)
-        noteSigner(check, signer, keys);
-    return signer != nullptr;
+    m_report.stage = VerificationStage::SignatureValue;
+    ClsPublicKey* signer = verifyingKey(check, keys, ended, refusal, log);
+    if (!signer)
+        return noteRefusal(refusal.mismatch, refusal.error);
+    noteSigner(check, signer, keys);
+    return true;
+}
+
+// A check that could not be carried out names its error; otherwise the value
+// did not verify under any candidate.
+bool ClsXmlDSig::noteRefusal(bool mismatch, const std::string& error) {
+    m_report.valueMismatch = mismatch || error.empty();
+    m_report.reason = m_report.valueMismatch ? std::string() : error;
+    return false;
 }
 
 namespace {
@@ -209,20 +240,20 @@ X509* certificateOf(const ClsPublicKey& key, const ExtPtrArrayRc& candidates) {
 // found, its certificate, and the certificates among the candidates for a
 // chain.
 void ClsXmlDSig::noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates) {
-    m_signer = SignerIdentity{};
-    m_signer.signatureMethod = std::string(check.method.view());
+    m_report.signer = SignerIdentity{};
+    m_report.signer.signatureMethod = std::string(check.method.view());
     if (!key) {
-        m_signer.source = KeySource::HmacSecret;
+        m_report.signer.source = KeySource::HmacSecret;
         return;
     }
     bool callerKey = key == static_cast<const ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
     for (int i = 0; i < m_callerKeys.getSize(); ++i)
         callerKey = callerKey || key == keyAt(m_callerKeys, i);
-    m_signer.source = callerKey ? KeySource::CallerKey : static_cast<KeySource>(key->originTag());
-    m_signer.keyType = key->keyType();
-    m_signer.keyBits = key->bitLength();
-    m_signer.certificate = sharedX509(certificateOf(*key, candidates));
+    m_report.signer.source = callerKey ? KeySource::CallerKey : static_cast<KeySource>(key->originTag());
+    m_report.signer.keyType = key->keyType();
+    m_report.signer.keyBits = key->bitLength();
+    m_report.signer.certificate = sharedX509(certificateOf(*key, candidates));
     for (int i = 0; i < candidates.getSize(); ++i)
         if (const ClsPublicKey* candidate = keyAt(candidates, i); candidate && candidate->certificate())
-            m_signer.keyInfoCertificates.push_back(sharedX509(candidate->certificate()));
+            m_report.signer.keyInfoCertificates.push_back(sharedX509(candidate->certificate()));
 }

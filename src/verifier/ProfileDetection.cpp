@@ -30,8 +30,8 @@ uint64_t ClsXmlDSig::findProfileMarkers(std::string_view text) {
 
 void ClsXmlDSig::detectSpecial(uint64_t found, LogBase& log) {
     using namespace profile_markers;
-    m_isDoda = m_isCsioz = m_isSunat = m_isSiiCl = false;
-    m_dupC14nSortBug = m_noSortBugRetry = m_isSignedDocSkXml = m_isCmaStp = false;
+    m_profile.isDoda = m_profile.isCsioz = m_profile.isSunat = m_profile.isSiiCl = false;
+    m_profile.dupC14nSortBug = m_profile.noSortBugRetry = m_profile.isSignedDocSkXml = m_profile.isCmaStp = false;
 
     auto contains = [found](std::string_view marker) {
         const auto& all = allMarkers();
@@ -39,28 +39,28 @@ void ClsXmlDSig::detectSpecial(uint64_t found, LogBase& log) {
         return (found >> at) & 1;
     };
     if (contains(kSiiChile)) {
-        m_isSiiCl = true;
-        m_noSortBugRetry = true;
+        m_profile.isSiiCl = true;
+        m_profile.noSortBugRetry = true;
         m_siiDteXml.clear();
     } else if (contains(kSunatUbl)) {
-        m_specialProfile = kSunatProfile;
-        m_isSunat = true;
+        m_profile.specialProfile = kSunatProfile;
+        m_profile.isSunat = true;
     } else if (std::any_of(kSortBugSigners.begin(), kSortBugSigners.end(), contains)) {
         log.LogInfo(kSortBugMessage);
-        m_dupC14nSortBug = true;
+        m_profile.dupC14nSortBug = true;
     } else if (contains(kCsioz)) {
         log.LogInfo(kSortBugMessage);
-        m_dupC14nSortBug = true;
-        m_isCsioz = true;
+        m_profile.dupC14nSortBug = true;
+        m_profile.isCsioz = true;
     } else if (contains(kCmaStp)) {
-        m_isCmaStp = true;
+        m_profile.isCmaStp = true;
     } else if (contains(kSatSiat) && contains(kDodaTag)) {
-        m_isDoda = true;
+        m_profile.isDoda = true;
     }
 
     // The namespace may reach the canonical text only through a character
     // reference, but a LAU element is always written as such.
-    m_mayRemoveSwiftLau = contains(kSwiftLauStart);
+    m_profile.mayRemoveSwiftLau = contains(kSwiftLauStart);
     if (contains(kSignedDocTag) && contains(kSkXmlFormat))
-        m_isSignedDocSkXml = true;
+        m_profile.isSignedDocSkXml = true;
 }

@@ -1,4 +1,5 @@
 #include "companion/base/RunAlongside.h"
+#include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
@@ -43,37 +44,45 @@ bool ClsXmlDSig::LoadSignatureBd(ClsBinData& bd) {
 
 void ClsXmlDSig::resetLoadedDocument() {
     m_selector = 0;
-    m_locateMemo = LocateMemo{};
-    m_referenceList.signature = nullptr;
-    m_referenceList.references.removeAllObjects();
+    m_document.located = SignatureLocateMemo{};
+    m_document.references.signature = nullptr;
+    m_document.references.references.removeAllObjects();
     // Nothing an earlier document computed may speak for this one.
     m_docDigest.clear();
     m_siiDteXml.clear();
     m_siiDteOffset = 0;
     m_refFailReason = 0;
-    m_referenceOutcomes.clear();
-    m_signer = SignerIdentity{};
+    m_report = VerificationReport{};
     m_timestampTime.clear();
     releaseDocument();
-    m_signatures.removeAllObjects();
+    m_document.signatures.removeAllObjects();
 }
 
 bool ClsXmlDSig::loadSignature(XString& xml, LogBase& log) {
     resetLoadedDocument();
-    checkSetZatca(log);
-    checkSetMyInvois(log);
-    m_sigXml.setString(xml.view());
-    return parseLoadedText(log);
+    readPolicy();
+    FirstErrorLog errors(log);
+    checkSetZatca(errors);
+    checkSetMyInvois(errors);
+    m_document.text.setString(xml.view());
+    return noteFailure(parseLoadedText(errors), errors);
 }
 
 bool ClsXmlDSig::loadSignatureBd(DataBuffer& bytes, LogBase& log) {
     resetLoadedDocument();
+    readPolicy();
+    FirstErrorLog errors(log);
     // Unlike the string loads, the profile options are not evaluated here:
     // they keep the values of the last load or verification.
-    if (!bytes.convertXmlToUtf8(log))
-        return false;
-    m_sigXml.takeFromDb(bytes);
-    return parseLoadedText(log);
+    if (!bytes.convertXmlToUtf8(errors))
+        return noteFailure(false, errors);
+    m_document.text.takeFromDb(bytes);
+    return noteFailure(parseLoadedText(errors), errors);
+}
+
+bool ClsXmlDSig::noteFailure(bool ok, const FirstErrorLog& errors) {
+    m_lastFailure = ok ? std::string() : errors.firstErrorLine();
+    return ok;
 }
 
 // Profile detection and parsing only read the text, so a long text is
@@ -83,27 +92,27 @@ bool ClsXmlDSig::loadSignatureBd(DataBuffer& bytes, LogBase& log) {
 bool ClsXmlDSig::parseLoadedText(LogBase& log) {
     // Shared before the threads start: the parser then reads the same bytes
     // without changing the buffer.
-    const std::shared_ptr<const std::string> text = m_sigXml.share();
+    const std::shared_ptr<const std::string> text = m_document.text.share();
     uint64_t markers = 0;
     bool parsed = false;
     LogBase parseLog;
-    m_xml = ClsXml::createNewCls();
+    m_document.tree.reset(ClsXml::createNewCls());
     runAlongside(
         text->size() >= kDetectAlongsideFrom, [&] { markers = findProfileMarkers(*text); },
-        [&] { parsed = m_xml && m_xml->loadXml(m_sigXml, false, parseLog); });
+        [&] { parsed = m_document.tree && m_document.tree->loadXml(m_document.text, false, parseLog); });
     detectSpecial(markers, log);
     if (!parsed) {
         if (parseLog.hasErrors())
             log.LogError(parseLog.firstError());
         return false;
     }
-    if (!m_xml->findSignatures(m_signatures, log))
+    if (!m_document.tree->findSignatures(m_document.signatures, log))
         return false;
     // Too many signatures fail the load: none is listed to be verified.
-    if (readLimits(log) &&
-        VerificationLimits::within(static_cast<uint64_t>(m_signatures.getSize()), m_limits.maxSignatures,
-                                   "Signatures in the document:", VerificationLimits::kMaxSignatures, log))
+    if (policyIsValid(log) && VerificationLimits::within(
+                                  static_cast<uint64_t>(m_document.signatures.getSize()), m_policy.limits.maxSignatures,
+                                  "Signatures in the document:", VerificationLimits::kMaxSignatures, log))
         return true;
-    m_signatures.removeAllObjects();
+    m_document.signatures.removeAllObjects();
     return false;
 }

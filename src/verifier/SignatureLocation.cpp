@@ -19,18 +19,18 @@ bool findByIdOrDigest(const XmlDocument* tree, std::string_view text, std::strin
 
 } // namespace
 
-void ClsXmlDSig::logAmbiguousLocation(const LocateMemo& memo, LogBase& log) {
+void ClsXmlDSig::logAmbiguousLocation(const SignatureLocateMemo& memo, LogBase& log) {
     log.LogInfo("Another signature has the same Id or reference digest; the selected one is verified where it stands.");
     log.LogDataLong("selectedSignatureOffset", memo.positions.m_signatureLoc);
     log.LogDataLong("otherSignatureOffset", memo.otherLoc);
 }
 
 bool ClsXmlDSig::isLoadedText(std::string_view text) const {
-    return text.data() == m_sigXml.view().data() && text.size() == m_sigXml.getSize();
+    return text.data() == m_document.text.view().data() && text.size() == m_document.text.getSize();
 }
 
 const XmlDocument* ClsXmlDSig::loadedTree() const {
-    return m_xml ? m_xml->parsedDocument() : nullptr;
+    return m_document.tree ? m_document.tree->parsedDocument() : nullptr;
 }
 
 bool ClsXmlDSig::locateSelectedSignature(std::string_view text, const StringBuffer& sigId,
@@ -42,7 +42,7 @@ bool ClsXmlDSig::locateSelectedSignature(std::string_view text, const StringBuff
     // An edited text has no tree to say where the selected element went; the
     // search is trusted there only when the loaded text showed it cannot land
     // on another signature.
-    if (m_locateMemo.ambiguous) {
+    if (m_document.located.ambiguous) {
         log.LogError("Another signature has the same Id or reference digest; the selected signature cannot be told "
                      "apart in the transformed text.");
         return false;
@@ -60,16 +60,16 @@ bool ClsXmlDSig::locateInLoadedText(const StringBuffer& sigId, const StringBuffe
     const uint32_t selectedLoc = sig ? sig->startTagBegin() : 0;
     const bool byId = !sigId.isEmpty();
     const std::string_view key = byId ? sigId.view() : digestValue.view();
-    if (m_locateMemo.valid && m_locateMemo.selectedLoc == selectedLoc && m_locateMemo.byId == byId &&
-        m_locateMemo.key == key) {
-        out = m_locateMemo.positions;
-        if (m_locateMemo.ambiguous)
-            logAmbiguousLocation(m_locateMemo, log);
-        return m_locateMemo.found;
+    if (m_document.located.valid && m_document.located.selectedLoc == selectedLoc && m_document.located.byId == byId &&
+        m_document.located.key == key) {
+        out = m_document.located.positions;
+        if (m_document.located.ambiguous)
+            logAmbiguousLocation(m_document.located, log);
+        return m_document.located.found;
     }
     XmlSigPositions searched;
     bool found =
-        sig && findByIdOrDigest(loadedTree(), m_sigXml.view(), sigId.view(), digestValue.view(), searched, log);
+        sig && findByIdOrDigest(loadedTree(), m_document.text.view(), sigId.view(), digestValue.view(), searched, log);
     bool ambiguous = false;
     uint32_t otherLoc = 0;
     // The search's answer stands when it is the selected element; only
@@ -78,14 +78,15 @@ bool ClsXmlDSig::locateInLoadedText(const StringBuffer& sigId, const StringBuffe
         XmlSigLocate own;
         own.setParsedDocument(loadedTree());
         _tvXmlDtd dtd;
-        found = own.FindXmlSigAt(selectedLoc, m_sigXml.view(), dtd, log);
+        found = own.FindXmlSigAt(selectedLoc, m_document.text.view(), dtd, log);
         ambiguous = found;
         otherLoc = searched.m_signatureLoc;
         searched = own;
     }
     out = searched;
-    m_locateMemo = LocateMemo{true, byId, found, ambiguous, selectedLoc, otherLoc, std::string(key), out};
+    m_document.located =
+        SignatureLocateMemo{true, byId, found, ambiguous, selectedLoc, otherLoc, std::string(key), out};
     if (ambiguous)
-        logAmbiguousLocation(m_locateMemo, log);
+        logAmbiguousLocation(m_document.located, log);
     return found;
 }

@@ -8,6 +8,7 @@
 #include "verifier/SignatureMethodMapping.h"
 
 #include <charconv>
+#include <string>
 #include <string_view>
 
 namespace signature_method {
@@ -31,7 +32,7 @@ bool readNumber(const ClsXml& parent, const char* tag, int& value) {
 
 // The hash of a DigestMethod child, or `fallback` when there is none. False
 // (logged) for a digest the PSS primitive does not offer.
-bool readDigestMethod(const ClsXml& parent, int fallback, int& hashAlg, LogBase& log) {
+bool readDigestMethod(const ClsXml& parent, int fallback, int& hashAlg, std::string& error, LogBase& log) {
     StringBuffer uri;
     if (!parent.getChildAttrValue("*:DigestMethod", "Algorithm", uri)) {
         hashAlg = fallback;
@@ -41,12 +42,12 @@ bool readDigestMethod(const ClsXml& parent, int fallback, int& hashAlg, LogBase&
     const HashAlgorithm* alg = findHashAlgorithm(hashAlg);
     if (alg && *alg->evpName != '\0')
         return true;
-    log.LogError("Unsupported DigestMethod in RSAPSSParams.");
+    error = "Unsupported DigestMethod in RSAPSSParams.";
     log.LogDataSb("digestMethod", uri);
     return false;
 }
 
-bool readMaskGeneration(const ClsXml& params, PssParams& out, LogBase& log) {
+bool readMaskGeneration(const ClsXml& params, PssParams& out, std::string& error, LogBase& log) {
     RefPtr<ClsXml> mgf(params.getChildWithTagUtf8("*:MaskGenerationFunction"));
     if (!mgf) {
         out.mgf1HashAlg = out.hashAlg;
@@ -54,44 +55,44 @@ bool readMaskGeneration(const ClsXml& params, PssParams& out, LogBase& log) {
     }
     StringBuffer algorithm;
     if (mgf->getAttrValue("Algorithm", algorithm) && !algorithm.equals(kMgf1Uri)) {
-        log.LogError("Unsupported MaskGenerationFunction in RSAPSSParams.");
+        error = "Unsupported MaskGenerationFunction in RSAPSSParams.";
         log.LogDataSb("maskGenerationFunction", algorithm);
         return false;
     }
-    return readDigestMethod(*mgf, out.hashAlg, out.mgf1HashAlg, log);
+    return readDigestMethod(*mgf, out.hashAlg, out.mgf1HashAlg, error, log);
 }
 
 } // namespace
 
-bool readPssParams(const ClsXml& method, PssParams& out, LogBase& log) {
+bool readPssParams(const ClsXml& method, PssParams& out, std::string& error, LogBase& log) {
     out = PssParams{kDefaultPssHash, kDefaultPssHash, 0};
     RefPtr<ClsXml> params(method.getChildWithTagUtf8("*:RSAPSSParams"));
-    if (params &&
-        (!readDigestMethod(*params, kDefaultPssHash, out.hashAlg, log) || !readMaskGeneration(*params, out, log)))
+    if (params && (!readDigestMethod(*params, kDefaultPssHash, out.hashAlg, error, log) ||
+                   !readMaskGeneration(*params, out, error, log)))
         return false;
     out.saltLength = static_cast<int>(findHashAlgorithm(out.hashAlg)->digestLen);
     int trailerField = kTrailerFieldBc;
     if (params && (!readNumber(*params, "*:SaltLength", out.saltLength) ||
                    !readNumber(*params, "*:TrailerField", trailerField))) {
-        log.LogError("SaltLength and TrailerField of RSAPSSParams must be non-negative numbers.");
+        error = "SaltLength and TrailerField of RSAPSSParams must be non-negative numbers.";
         return false;
     }
     if (trailerField != kTrailerFieldBc) {
-        log.LogError("Only TrailerField 1 is defined for RSASSA-PSS.");
+        error = "Only TrailerField 1 is defined for RSASSA-PSS.";
         log.LogDataLong("trailerField", trailerField);
         return false;
     }
     return true;
 }
 
-bool readHmacOutputLength(const ClsXml& method, int& bits, LogBase& log) {
+bool readHmacOutputLength(const ClsXml& method, int& bits, std::string& error, LogBase& log) {
     bits = kNoHmacOutputLength;
     StringBuffer text;
     if (!method.getChildContentUtf8("*:HMACOutputLength", text, true))
         return true;
     if (readNumber(method, "*:HMACOutputLength", bits))
         return true;
-    log.LogError("HMACOutputLength is not a number.");
+    error = "HMACOutputLength is not a number.";
     log.LogDataSb("hmacOutputLength", text);
     return false;
 }

@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 class ClsXml;
 class LogBase;
 
@@ -19,11 +21,12 @@ inline constexpr int kNoHmacOutputLength = -1;
 // Reads RSAPSSParams of the method element, with the defaults of RFC 6931
 // for what it leaves out (SHA-256, MGF1 over the message hash, a salt as
 // long as that hash). False (logged) for a hash, mask generation function,
-// salt length or trailer field that cannot be verified.
-bool readPssParams(const ClsXml& method, PssParams& out, LogBase& log);
+// salt length or trailer field that cannot be verified, with `error` saying
+// which (the caller logs it).
+bool readPssParams(const ClsXml& method, PssParams& out, std::string& error, LogBase& log);
 
-// Reads HMACOutputLength, in bits: kNoHmacOutputLength when absent. False
-// (logged) when its text is not a non-negative decimal number.
-bool readHmacOutputLength(const ClsXml& method, int& bits, LogBase& log);
+// Reads HMACOutputLength, in bits: kNoHmacOutputLength when absent. False,
+// with `error`, when its text is not a non-negative decimal number.
+bool readHmacOutputLength(const ClsXml& method, int& bits, std::string& error, LogBase& log);
 
 } // namespace signature_method

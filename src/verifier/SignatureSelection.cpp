@@ -12,8 +12,8 @@ bool ClsXmlDSig::selectBySignatureId(StringBuffer& id, LogBase& log) {
     LogContextExitor ctx(log, "selectBySignatureId");
     log.LogDataSb("signatureId", id);
     StringBuffer value;
-    for (int i = 0; i < m_signatures.getSize(); ++i) {
-        auto* sig = static_cast<ClsXml*>(m_signatures.elementAt(i));
+    for (int i = 0; i < m_document.signatures.getSize(); ++i) {
+        auto* sig = static_cast<ClsXml*>(m_document.signatures.elementAt(i));
         if (sig && sig->getAttrValue("Id", value) && value.equals(id.view())) {
             m_selector = i;
             return true;
@@ -23,7 +23,7 @@ bool ClsXmlDSig::selectBySignatureId(StringBuffer& id, LogBase& log) {
     return false;
 }
 
-bool ClsXmlDSig::selectedSignatureId(StringBuffer& out, LogBase&) {
+bool ClsXmlDSig::selectedSignatureId(StringBuffer& out) {
     out.clear();
     ClsXml* sig = selectedSignature();
     return sig && sig->getAttrValue("Id", out);
@@ -40,7 +40,7 @@ ClsXml* ClsXmlDSig::getReference(int index, LogBase& log) {
         log.LogDataLong("selectorIndex", m_selector);
         return nullptr;
     }
-    const ReferenceList& list = selectedReferences();
+    const SignatureReferences& list = selectedReferences();
     if (!list.hasSignedInfo) {
         log.LogError("No SignedInfo child.");
         return nullptr;
@@ -55,17 +55,17 @@ ClsXml* ClsXmlDSig::getReference(int index, LogBase& log) {
     return reference;
 }
 
-const ClsXmlDSig::ReferenceList& ClsXmlDSig::selectedReferences() {
+const SignatureReferences& ClsXmlDSig::selectedReferences() {
     ClsXml* sig = selectedSignature();
-    if (m_referenceList.signature == sig)
-        return m_referenceList;
-    m_referenceList.signature = sig;
-    m_referenceList.references.removeAllObjects();
+    if (m_document.references.signature == sig)
+        return m_document.references;
+    m_document.references.signature = sig;
+    m_document.references.references.removeAllObjects();
     RefPtr<ClsXml> signedInfo(sig ? sig->getChildWithTagUtf8(kSignedInfoTag) : nullptr);
-    m_referenceList.hasSignedInfo = static_cast<bool>(signedInfo);
+    m_document.references.hasSignedInfo = static_cast<bool>(signedInfo);
     if (signedInfo)
-        signedInfo->childrenWithTag(kReferenceTag, m_referenceList.references);
-    return m_referenceList;
+        signedInfo->childrenWithTag(kReferenceTag, m_document.references.references);
+    return m_document.references;
 }
 
 bool ClsXmlDSig::parsedReference(int index, DSigReference& ref, StringBuffer& uri, LogBase& log) {

@@ -14,21 +14,21 @@ constexpr const char* kSigningTimePath = "*:SignedSignatureProperties|*:SigningT
 // SignedProperties holding it: otherwise anyone could have written it.
 void ClsXmlDSig::noteSigningTime() {
     if (!m_timestampTime.empty()) {
-        m_signer.signingTime = m_timestampTime;
-        m_signer.signingTimeSource = "signature timestamp";
+        m_report.signer.signingTime = m_timestampTime;
+        m_report.signer.signingTimeSource = "signature timestamp";
     } else if (ClsXml* sig = selectedSignature()) {
         RefPtr<ClsXml> properties(sig->searchForTag(sig, kSignedPropertiesTag));
         if (!properties || properties->startTagBegin() >= sig->endTagBegin())
             return;
         const uint32_t offset = properties->startTagBegin();
-        const bool covered = std::any_of(m_referenceOutcomes.begin(), m_referenceOutcomes.end(), [&](const auto& r) {
+        const bool covered = std::any_of(m_report.references.begin(), m_report.references.end(), [&](const auto& r) {
             return r.matched && r.target == ReferenceOutcome::Target::Element && r.offset == offset;
         });
         StringBuffer time;
         if (!covered || !properties->getChildContentUtf8(kSigningTimePath, time, false) || time.isEmpty())
             return;
         time.trim2();
-        m_signer.signingTime = time.view();
-        m_signer.signingTimeSource = "SigningTime";
+        m_report.signer.signingTime = time.view();
+        m_report.signer.signingTimeSource = "SigningTime";
     }
 }

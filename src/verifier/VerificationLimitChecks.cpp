@@ -4,37 +4,51 @@
 
 #include <string>
 
-bool ClsXmlDSig::readLimits(LogBase& log) {
-    return m_limits.read(m_cmsOptions.view(), log);
+void ClsXmlDSig::readPolicy() {
+    m_policy = VerificationPolicy::parse(m_uncommonOptions.view(), m_cmsOptions.view());
 }
 
-bool ClsXmlDSig::certificateWithinLimit(const StringBuffer& text, LogBase& log) const {
-    return VerificationLimits::within(text.getSize(), m_limits.maxCertificateBytes,
-                                      "Bytes of certificate text:", VerificationLimits::kMaxCertificateBytes, log);
+bool ClsXmlDSig::policyIsValid(LogBase& log) const {
+    if (m_policy.error.empty())
+        return true;
+    log.LogError(m_policy.error);
+    return false;
+}
+
+bool ClsXmlDSig::withinLimit(uint64_t count, uint64_t limit, std::string_view what, std::string_view option,
+                             LogBase& log) {
+    if (count <= limit)
+        return true;
+    const std::string message = VerificationLimits::excess(count, limit, what, option);
+    log.LogError(message);
+    m_report.limit = LimitExceeded{std::string(option), count, limit};
+    m_report.reason = message;
+    return false;
 }
 
 // Checked before any digest is computed, so that a document over a limit
 // costs a walk of its SignedInfo and nothing more.
 bool ClsXmlDSig::withinVerificationLimits(ClsXml& signature, LogBase& log) {
     LogContextExitor ctx(log, "verificationLimits");
-    if (!readLimits(log))
+    if (!policyIsValid(log)) {
+        m_report.reason = m_policy.error;
         return false;
+    }
     const ExtPtrArrayRc& references = selectedReferences().references;
-    if (!VerificationLimits::within(static_cast<uint64_t>(references.getSize()), m_limits.maxReferences,
-                                    "References in the signature:", VerificationLimits::kMaxReferences, log))
+    if (!withinLimit(static_cast<uint64_t>(references.getSize()), m_policy.limits.maxReferences,
+                     "References in the signature:", VerificationLimits::kMaxReferences, log))
         return false;
     for (int i = 0; i < references.getSize(); ++i) {
         const auto* reference = static_cast<const ClsXml*>(references.elementAt(i));
         RefPtr<ClsXml> transforms(reference ? reference->getChildWithTagUtf8("*:Transforms") : nullptr);
         const int count = transforms ? transforms->get_NumChildren() : 0;
-        if (!VerificationLimits::within(static_cast<uint64_t>(count), m_limits.maxTransforms,
-                                        "Transforms in reference " + std::to_string(i) + ":",
-                                        VerificationLimits::kMaxTransforms, log))
+        if (!withinLimit(static_cast<uint64_t>(count), m_policy.limits.maxTransforms,
+                         "Transforms in reference " + std::to_string(i) + ":", VerificationLimits::kMaxTransforms, log))
             return false;
     }
     // The element's bytes bound its text without copying it.
     RefPtr<ClsXml> value(signature.getChildWithTagUtf8("*:SignatureValue"));
     const uint64_t valueBytes = value ? value->endTagBegin() - value->startTagEnd() : 0;
-    return VerificationLimits::within(valueBytes, m_limits.maxSignatureValueBytes,
-                                      "Bytes of SignatureValue:", VerificationLimits::kMaxSignatureValueBytes, log);
+    return withinLimit(valueBytes, m_policy.limits.maxSignatureValueBytes,
+                       "Bytes of SignatureValue:", VerificationLimits::kMaxSignatureValueBytes, log);
 }

@@ -1,9 +1,9 @@
 #pragma once
 
 #include <cstdint>
+#include <string>
 #include <string_view>
 
-class ClsJsonObject;
 class LogBase;
 
 // Bounds on the work one signed document can ask of the verifier, so that a
@@ -16,6 +16,7 @@ struct VerificationLimits {
     static constexpr std::string_view kMaxSignatureValueBytes = "MaxSignatureValueBytes";
     static constexpr std::string_view kMaxCertificateBytes = "MaxCertificateBytes";
     static constexpr std::string_view kMaxExternalFileBytes = "MaxExternalFileBytes";
+    static constexpr std::string_view kMaxXPathNodes = "MaxXPathNodes";
 
     static constexpr uint64_t kDefaultMaxReferences = 1000;
     static constexpr uint64_t kDefaultMaxTransforms = 16;
@@ -23,6 +24,7 @@ struct VerificationLimits {
     static constexpr uint64_t kDefaultMaxSignatureValueBytes = 1u << 20;
     static constexpr uint64_t kDefaultMaxCertificateBytes = 1u << 20;
     static constexpr uint64_t kDefaultMaxExternalFileBytes = 64u << 20;
+    static constexpr uint64_t kDefaultMaxXPathNodes = 50'000'000;
 
     uint64_t maxReferences = kDefaultMaxReferences;
     uint64_t maxTransforms = kDefaultMaxTransforms;
@@ -30,13 +32,11 @@ struct VerificationLimits {
     uint64_t maxSignatureValueBytes = kDefaultMaxSignatureValueBytes;
     uint64_t maxCertificateBytes = kDefaultMaxCertificateBytes;
     uint64_t maxExternalFileBytes = kDefaultMaxExternalFileBytes;
-
-    // The limits the options text (a JSON object) sets, the defaults for the
-    // others. Text that is not a JSON object leaves every default (what it
-    // means for timestamps is decided there). False, with an error line and
-    // the defaults kept, when a member is present but not a positive integer.
-    bool read(std::string_view optionsText, LogBase& log);
+    // The nodes one XPath, XPath Filter 2.0 or XPointer transform may visit.
+    uint64_t maxXPathNodes = kDefaultMaxXPathNodes;
 
     // Logs why `count` is over `limit` and returns false; true within it.
     static bool within(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);
+    // "References in the signature: 1001, over the limit of 1000 (VerifyOptions "MaxReferences")."
+    static std::string excess(uint64_t count, uint64_t limit, std::string_view what, std::string_view option);
 };

@@ -1,8 +1,9 @@
 #include "companion/canon/XmlCanon.h"
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/xml/ClsXml.h"
+#include "transforms/CanonicalizationMethod.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 #include "verifier/ProfileMarkers.h"
@@ -15,25 +16,18 @@ namespace {
 constexpr std::string_view kDodaStart = "<doda>";
 constexpr std::string_view kDodaEnd = "</doda>";
 
-// Inclusive unless the URI names exclusive C14N or C14N 1.1; an unknown URI
-// is logged and canonicalized inclusively, which is what such signers mostly
-// meant.
+// An unknown URI is logged and canonicalized inclusively.
 void configureCanonicalizer(const StringBuffer& algorithm, const StringBuffer& prefixList, XmlCanon& canon,
                             LogBase& log) {
     if (!prefixList.isEmpty())
         prefixList.split(canon.inclusivePrefixes(), ' ', false, false);
-    if (algorithm.containsSubstring("xml-c14n11")) {
-        canon.setMode(XmlCanon::Mode::Inclusive11);
-    } else if (algorithm.containsSubstring("xml-c14n")) {
-        canon.setMode(XmlCanon::Mode::Inclusive);
-    } else if (algorithm.containsSubstring("xml-exc-c14n")) {
-        canon.setMode(XmlCanon::Mode::Exclusive);
-    } else {
+    const CanonicalizationMethod method = canonicalizationMethodOf(algorithm.view());
+    if (!method.recognised) {
         log.LogError("Unrecognized canonicalization method.");
         log.LogDataSb("canonicalizationMethod", algorithm);
-        canon.setMode(XmlCanon::Mode::Inclusive);
     }
-    canon.setWithComments(algorithm.containsSubstringNoCase("WithComments"));
+    canon.setMode(method.mode);
+    canon.setWithComments(method.withComments);
 }
 
 } // namespace
@@ -47,28 +41,26 @@ bool ClsXmlDSig::VerifySignature(bool verifyReferenceDigests) {
 
 bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     log.LogDataSb("uncommonOptions", m_uncommonOptions);
+    readPolicy();
     checkSetZatca(log);
     checkSetMyInvois(log);
     log.LogDataLong("verifyReferenceDigests", verifyReferenceDigests ? 1 : 0);
     log.LogDataLong("selector", m_selector);
-    m_referenceOutcomes.clear();
-    m_signer = SignerIdentity{};
+    m_report = VerificationReport{};
     m_timestampTime.clear();
 
     ClsXml* sig = selectedSignature();
-    if (m_signatures.getSize() == 0 || !sig) {
-        log.LogError("There are no signatures.");
-        return false;
-    }
+    if (m_document.signatures.getSize() == 0 || !sig)
+        return fail(VerificationStage::Selection, "There are no signatures.", log);
     StringBuffer sigId;
     sig->getAttrValue("Id", sigId);
     log.LogDataSb("SignatureId", sigId);
-    if (numReferences(*sig, log) == 0) {
-        log.LogError("There are no references.");
+    if (numReferences(*sig, log) == 0)
+        return fail(VerificationStage::Selection, "There are no references.", log);
+    if (!withinVerificationLimits(*sig, log)) {
+        m_report.stage = VerificationStage::Limits;
         return false;
     }
-    if (!withinVerificationLimits(*sig, log))
-        return false;
     // The MyInvois document digest belongs to this run. The SII DTE stays
     // as the last reference stage of this document extracted it.
     m_docDigest.clear();
@@ -76,24 +68,22 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
         return false;
 
     RefPtr<ClsXml> firstReference(getReference(0, log));
-    if (!firstReference) {
-        log.LogError("No Reference at index 0");
-        return false;
-    }
+    if (!firstReference)
+        return fail(VerificationStage::Selection, "No Reference at index 0", log);
     DSigReference ref;
     ref.parseReference(*firstReference, log);
 
     XmlSigPositions locate;
-    if (!locateSelectedSignature(m_sigXml.view(), sigId, ref.m_digestValue, locate, log)) {
-        if (!sigId.isEmpty()) {
-            log.LogInfo("Unable to find the Signature by Id.");
-            log.LogDataSb("signatureId", sigId);
-        } else {
-            log.LogError("Unable to find the Signature.");
-        }
+    if (!locateSelectedSignature(m_document.text.view(), sigId, ref.m_digestValue, locate, log)) {
+        if (sigId.isEmpty())
+            return fail(VerificationStage::Location, "Unable to find the Signature.", log);
+        log.LogInfo("Unable to find the Signature by Id.");
+        log.LogDataSb("signatureId", sigId);
+        m_report.stage = VerificationStage::Location;
+        m_report.reason = "Unable to find the Signature by Id.";
         return false;
     }
-    if (m_uncommonOptions.containsSubstringNoCase("VerifyEncapsulatedTimeStamp") && !verifyTimeStampStage(locate, log))
+    if (m_policy.profile.verifyEncapsulatedTimeStamp && !verifyTimeStampStage(locate, log))
         return false;
 
     SignedInfoCheck check;
@@ -104,18 +94,31 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
 
     bool ended = false;
     bool valid = verifySignatureValue(check, ended, log);
-    if (!valid && !ended)
-        valid = verifySignatureValueInSiiDteOwnContext(locate, check, ended, log);
-    if (valid)
+    if (!valid && !ended && verifySignatureValueInSiiDteOwnContext(locate, check, ended, log)) {
+        valid = true;
+        m_report.attempts.push_back({AttemptUsed::kSignatureValue, FurtherAttempt::SignedInfoInSiiDteOwnContext});
+    }
+    if (valid) {
         noteSigningTime();
+        m_report.valid = true;
+        m_report.reason.clear();
+        m_report.valueMismatch = false;
+    }
     if (!ended)
         logSuccessFailure(valid);
     return valid;
 }
 
+bool ClsXmlDSig::fail(VerificationStage stage, std::string_view reason, LogBase& log) {
+    log.LogError(reason);
+    m_report.stage = stage;
+    m_report.reason = reason;
+    return false;
+}
+
 bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoCheck& check, LogBase& log) {
-    const std::string_view signedInfo = m_sigXml.view().substr(locate.m_signedInfoLoc, locate.m_signedInfoLen);
-    if (!m_isZatca)
+    const std::string_view signedInfo = m_document.text.view().substr(locate.m_signedInfoLoc, locate.m_signedInfoLen);
+    if (!m_profile.isZatca)
         log.LogBracketed("signedInfo", signedInfo);
 
     XmlCanon canon;
@@ -131,84 +134,69 @@ bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoChec
 
 bool ClsXmlDSig::signedInfoCanonicalizer(XmlCanon& canon, StringBuffer& method, LogBase& log) {
     StringBuffer prefixList;
-    if (!getCanonicalizationMethod(method, prefixList, log)) {
-        log.LogError("Unable to get SignedInfo CanonicalizationMethod.");
-        return false;
-    }
+    if (!getCanonicalizationMethod(method, prefixList, log))
+        return fail(VerificationStage::SignedInfo, "Unable to get SignedInfo CanonicalizationMethod.", log);
     configureCanonicalizer(method, prefixList, canon, log);
-    if (m_isCsioz || m_dupC14nSortBug) {
+    if (m_profile.isCsioz || m_profile.dupC14nSortBug) {
         log.LogInfo("Will duplicate the XML canonicalization attribute sorting bug...");
         canon.setSortBugEmulation(true);
     }
     // SK-XML signers canonicalized SignedInfo as a document of its own.
-    if (m_isSignedDocSkXml)
+    if (m_profile.isSignedDocSkXml)
         canon.setInheritAncestorContext(false);
     return true;
 }
 
 bool ClsXmlDSig::canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log) {
-    if (m_isSiiCl && !m_siiDteXml.isEmpty() && m_siiDteOffset != 0 && m_siiDteOffset < signedInfoLoc) {
+    if (m_profile.isSiiCl && !m_siiDteXml.isEmpty() && m_siiDteOffset != 0 && m_siiDteOffset < signedInfoLoc) {
         if (canon.xmlCanonicalize(m_siiDteXml, nullptr, signedInfoLoc - m_siiDteOffset, out, log))
             return true;
-        log.LogError(std::string("Failed to canonicalize ") + std::string(profile_markers::kSiiChile) +
-                     " SignedInfo fragment.");
-        return false;
+        return fail(VerificationStage::SignedInfo,
+                    std::string("Failed to canonicalize ") + std::string(profile_markers::kSiiChile) +
+                        " SignedInfo fragment.",
+                    log);
     }
-    if (m_isDoda) {
+    if (m_profile.isDoda) {
         StringBuffer doda;
-        m_sigXml.getDelimited(kDodaStart, kDodaEnd, true, doda);
-        const int dodaLoc = m_sigXml.findSubstr(kDodaStart);
+        m_document.text.getDelimited(kDodaStart, kDodaEnd, true, doda);
+        const int dodaLoc = m_document.text.findSubstr(kDodaStart);
         if (dodaLoc >= 0 && static_cast<unsigned>(dodaLoc) < signedInfoLoc &&
             canon.xmlCanonicalize(doda, nullptr, signedInfoLoc - static_cast<unsigned>(dodaLoc), out, log))
             return true;
-        log.LogError("Failed to canonicalize doda SignedInfo fragment.");
-        return false;
+        return fail(VerificationStage::SignedInfo, "Failed to canonicalize doda SignedInfo fragment.", log);
     }
-    if (m_isZatca) {
+    if (m_profile.isZatca) {
         // ZATCA signs the invoice hash that reference 0 carries.
         RefPtr<ClsXml> reference(getReference(0, log));
-        if (!reference) {
-            log.LogError("Failed to get first reference for signature verification.");
-            return false;
-        }
-        if (!reference->getChildContentUtf8("*:DigestValue", out, false)) {
-            log.LogError("Failed to get invoiceHash for signature verification.");
-            return false;
-        }
+        if (!reference)
+            return fail(VerificationStage::SignedInfo, "Failed to get first reference for signature verification.",
+                        log);
+        if (!reference->getChildContentUtf8("*:DigestValue", out, false))
+            return fail(VerificationStage::SignedInfo, "Failed to get invoiceHash for signature verification.", log);
         return true;
     }
-    if (canon.xmlCanonicalize(m_sigXml, nullptr, signedInfoLoc, out, log))
+    if (canon.xmlCanonicalize(m_document.text, nullptr, signedInfoLoc, out, log))
         return true;
-    log.LogError("Failed to canonicalize SignedInfo fragment.");
-    return false;
+    return fail(VerificationStage::SignedInfo, "Failed to canonicalize SignedInfo fragment.", log);
 }
 
 bool ClsXmlDSig::signatureValueToCheck(SignedInfoCheck& check, LogBase& log) {
-    if (!getSignatureValue(check.signatureBase64, log)) {
-        log.LogError("Unable to find the SignatureValue element.");
-        return false;
-    }
-    if (!ContentCoding::decodeBase64ToDb(check.signatureBase64.view(), check.signatureValue)) {
-        log.LogError("Failed to decode base64 SignatureValue.");
-        return false;
-    }
-    if (!getSignedInfoField("SignatureMethod", "Algorithm", check.method, log)) {
-        log.LogError("Unable to location the SignatureMethod algorithm within the SignedInfo.");
-        return false;
-    }
+    if (!getSignatureValue(check.signatureBase64, log))
+        return fail(VerificationStage::SignedInfo, "Unable to find the SignatureValue element.", log);
+    if (!ContentCoding::decodeBase64ToDb(check.signatureBase64.view(), check.signatureValue))
+        return fail(VerificationStage::SignedInfo, "Failed to decode base64 SignatureValue.", log);
+    if (!getSignedInfoField("SignatureMethod", "Algorithm", check.method, log))
+        return fail(VerificationStage::SignedInfo,
+                    "Unable to location the SignatureMethod algorithm within the SignedInfo.", log);
     log.LogDataSb("SignatureMethod", check.method);
     check.hashAlg = signatureMethodToHashAlg(check.method, log);
     check.keyType = signatureMethodToKeyType(check.method, log);
     if (!signatureMethodParamsToCheck(check, log))
         return false;
-    if (check.hashAlg < 0) {
-        log.LogError("Hash algorithm not implemented yet by Tavix.");
-        return false;
-    }
-    if (check.keyType < 0) {
-        log.LogError("Key type not implemented yet by Tavix.");
-        return false;
-    }
+    if (check.hashAlg < 0)
+        return fail(VerificationStage::SignedInfo, "Hash algorithm not implemented yet by Tavix.", log);
+    if (check.keyType < 0)
+        return fail(VerificationStage::SignedInfo, "Key type not implemented yet by Tavix.", log);
     if (check.hashAlg != 0)
         signedHash(check);
     return true;
@@ -222,27 +210,31 @@ bool ClsXmlDSig::signatureMethodParamsToCheck(SignedInfoCheck& check, LogBase& l
         return true;
     RefPtr<ClsXml> method(signedInfoChild("SignatureMethod", log));
     if (!method)
-        return false;
-    if (check.keyType == signature_method::kHmac)
-        return signature_method::readHmacOutputLength(*method, check.hmacOutputBits, log);
-    if (!signature_method::readPssParams(*method, check.pss, log))
-        return false;
+        return fail(VerificationStage::SignedInfo, "No SignatureMethod in SignedInfo.", log);
+    std::string error;
+    if (check.keyType == signature_method::kHmac) {
+        if (signature_method::readHmacOutputLength(*method, check.hmacOutputBits, error, log))
+            return true;
+        return fail(VerificationStage::SignedInfo, error, log);
+    }
+    if (!signature_method::readPssParams(*method, check.pss, error, log))
+        return fail(VerificationStage::SignedInfo, error, log);
     check.hashAlg = check.pss.hashAlg;
     log.LogInfo("RSASSA-PSS parameters are read from RSAPSSParams.");
-    log.LogDataStr("pssDigest", _tvHash::hashName(check.pss.hashAlg));
-    log.LogDataStr("pssMgf1Digest", _tvHash::hashName(check.pss.mgf1HashAlg));
+    log.LogDataStr("pssDigest", Digest::hashName(check.pss.hashAlg));
+    log.LogDataStr("pssMgf1Digest", Digest::hashName(check.pss.mgf1HashAlg));
     log.LogDataLong("pssSaltLength", check.pss.saltLength);
     return true;
 }
 
 void ClsXmlDSig::signedHash(SignedInfoCheck& check) {
-    if (m_isZatca) {
+    if (m_profile.isZatca) {
         DataBuffer invoiceHash;
         invoiceHash.appendEncoded(check.canonical.view(), "base64");
-        _tvHash::doHash(invoiceHash.getData(), invoiceHash.getSize(), check.hashAlg, check.hash);
-    } else if (m_isMyInvois) {
+        Digest::doHash(invoiceHash.getData(), invoiceHash.getSize(), check.hashAlg, check.hash);
+    } else if (m_profile.isMyInvois) {
         check.hash = m_docDigest;
     } else {
-        _tvHash::doHash(check.canonical.getString(), check.canonical.getSize(), check.hashAlg, check.hash);
+        Digest::doHash(check.canonical.getString(), check.canonical.getSize(), check.hashAlg, check.hash);
     }
 }

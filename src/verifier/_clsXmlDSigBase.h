@@ -4,14 +4,17 @@
 #include "companion/pki/_clsCades.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
+#include "verifier/SignerProfile.h"
 
 #include <cstdint>
+#include <string_view>
 
 class CanonSink;
 class ClsXml;
 class DSigReference;
 class LogBase;
 class XmlDocument;
+struct DigestAttempt;
 
 // Shortcuts for a canonicalization that ends a reference's processing: the
 // output goes to a sink (and the text is emptied) instead of replacing the
@@ -33,9 +36,10 @@ public:
 
     // Text adjustments that reproduce what particular signers digested.
     void extract_sii_cl_dte(StringBuffer& xml, const char* id, bool keepCopy, LogBase& log);
-    bool preprocessXmlToTransform(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
-    bool postProcessTransformedXml(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, LogBase& log);
-    bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml, LogBase& log);
+    // `ownDocument`: the text an attempt resolves the reference in instead.
+    bool preprocessXmlToTransform(StringBuffer& uri, StringBuffer& xml, std::string_view ownDocument, LogBase& log);
+    bool postProcessTransformedXml(StringBuffer& xml, LogBase& log);
+    bool removeXmlChunk(const char* start, const char* end, StringBuffer& xml);
     bool removeXmlChunkContaining(const char* start, const char* end, const char* mustContain, StringBuffer& xml,
                                   LogBase& log);
     bool zatcaTransformInvoice(StringBuffer& xml, LogBase& log);
@@ -46,34 +50,14 @@ public:
     bool transformXPath(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& xPath,
                         LogBase& log, bool* recognised = nullptr);
     bool transformCanonicalize(ClsXml* transform, StringBuffer& xml, StringBuffer& algorithm, StringBuffer& uri,
-                               LogBase& log, const CanonShortcut& shortcut = CanonShortcut{});
+                               const DigestAttempt& attempt, LogBase& log,
+                               const CanonShortcut& shortcut = CanonShortcut{});
 
 protected:
-    // Profile flags: which signer family's deviations to accommodate.
-    uint32_t m_specialProfile = 0;
-    bool m_isSiiCl = false;
+    SignerProfile m_profile;
+    // The SII DTE the last reference stage extracted, and where it starts.
     uint32_t m_siiDteOffset = 0;
     StringBuffer m_siiDteXml;
-    // Set for the retry that digests a reference in its DTE's own context:
-    // that DTE as a document of its own.
-    StringBuffer m_siiDteOwnContextXml;
-    // Reset together whenever a document is loaded.
-    bool m_isDoda = false;
-    bool m_isCsioz = false;
-    bool m_isSunat = false;
-    bool m_isZatca = false;
-    bool m_isMyInvois = false;
-    bool m_dupC14nSortBug = false;
-    bool m_noSortBugRetry = false;
-    bool m_isSignedDocSkXml = false;
-    bool m_isCmaStp = false;
-    // The loaded text has a LAU element, which the SWIFT Alliance
-    // post-processing may cut from the canonical text (found with the profile
-    // markers, not searched per reference).
-    bool m_mayRemoveSwiftLau = false;
     // The invoice document digest that MyInvois signatures sign.
     DataBuffer m_docDigest;
-    // Set for the retry that canonicalizes "" and "#id" references without
-    // comments even under a WithComments algorithm.
-    bool m_commentsLeftOutOfBareReferences = false;
 };

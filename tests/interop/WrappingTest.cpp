@@ -149,7 +149,7 @@ TEST(Wrapping, EveryVariantIsInvalidOrReportsTheSignedElement) {
                 EXPECT_FALSE(valid && v.duplicatesTheId) << "signature " << i;
                 if (!valid)
                     continue;
-                for (const ReferenceOutcome& r : dsig.referenceOutcomes()) {
+                for (const ReferenceOutcome& r : dsig.report().references) {
                     ASSERT_EQ(r.target, ReferenceOutcome::Target::Element);
                     EXPECT_EQ(r.offset, signedAt) << r.path;
                     EXPECT_EQ(doc.compare(r.offset, startTag.size(), startTag), 0) << r.path;

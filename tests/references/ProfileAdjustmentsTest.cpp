@@ -39,11 +39,11 @@ TEST(SwiftLauRemoval, RemovesTheLauElementUnlessItStartsTheText) {
     DSigReference ref;
     LogNull log;
     StringBuffer msg("<Saa xmlns=\"urn:swift:saa:xsd:saa.2.0\"><Body/><LAU><x/></LAU></Saa>");
-    v.postProcessTransformedXml(uri, ref, msg, log);
+    v.postProcessTransformedXml(msg, log);
     EXPECT_EQ(msg.view(), "<Saa xmlns=\"urn:swift:saa:xsd:saa.2.0\"><Body/></Saa>");
 
     StringBuffer onlyLau("<LAU xmlns=\"urn:swift:saa:xsd:saa.2.0\"></LAU>");
-    v.postProcessTransformedXml(uri, ref, onlyLau, log);
+    v.postProcessTransformedXml(onlyLau, log);
     EXPECT_EQ(onlyLau.view(), "<LAU xmlns=\"urn:swift:saa:xsd:saa.2.0\"></LAU>");
 }
 

@@ -1,7 +1,7 @@
 #include "references/StreamedDigest.h"
 #include "companion/canon/XmlCanon.h"
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/HashIds.h"
-#include "companion/crypto/_tvHash.h"
 #include "companion/log/LogBase.h"
 #include "companion/text/DataBuffer.h"
 
@@ -13,7 +13,7 @@ namespace {
 
 DataBuffer digestOf(std::string_view text) {
     DataBuffer out;
-    _tvHash::doHash(text.data(), text.size(), hash_alg::kSha256, out);
+    Digest::doHash(text.data(), text.size(), hash_alg::kSha256, out);
     return out;
 }
 

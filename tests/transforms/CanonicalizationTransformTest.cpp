@@ -1,5 +1,6 @@
 #include "companion/log/LogBase.h"
 #include "companion/xml/ClsXml.h"
+#include "references/DigestAttempt.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <gtest/gtest.h>
@@ -8,19 +9,13 @@
 
 namespace {
 
-// Opens the profile switches that the transform reads.
-class Verifier : public ClsXmlDSig {
-public:
-    using _clsXmlDSigBase::m_isCmaStp;
-};
-
 struct Result {
     bool ok;
     std::string text;
 };
 
-Result canonicalize(Verifier& v, const std::string& xml, const std::string& algorithm, const std::string& uri = "",
-                    const std::string& transformXml = "") {
+Result canonicalize(ClsXmlDSig& v, const DigestAttempt& attempt, const std::string& xml, const std::string& algorithm,
+                    const std::string& uri = "", const std::string& transformXml = "") {
     LogNull log;
     RefPtr<ClsXml> transform;
     if (!transformXml.empty()) {
@@ -28,16 +23,17 @@ Result canonicalize(Verifier& v, const std::string& xml, const std::string& algo
         EXPECT_TRUE(transform->loadXml(std::string_view(transformXml), false, log));
     }
     StringBuffer text(xml), alg(algorithm), u(uri);
-    const bool ok = v.transformCanonicalize(transform.get(), text, alg, u, log);
+    const bool ok = v.transformCanonicalize(transform.get(), text, alg, u, attempt, log);
     return {ok, std::string(text.view())};
 }
 
 TEST(CanonicalizationTransform, StpDocumentIsCutOutOfItsWrapper) {
-    Verifier v;
-    v.m_isCmaStp = true;
+    ClsXmlDSig v;
+    DigestAttempt stp;
+    stp.stpDocumentOnly = true;
     const std::string doc = "<?xml version=\"1.0\"?><!--x--><Wrap><Document xmlns=\"urn:cma:stp:xsd:stp.1.0\">"
                             "<a/></Document><Sig/></Wrap>";
-    EXPECT_EQ(canonicalize(v, doc, "c14n").text, "<Document xmlns=\"urn:cma:stp:xsd:stp.1.0\"><a></a></Document>");
+    EXPECT_EQ(canonicalize(v, stp, doc, "c14n").text, "<Document xmlns=\"urn:cma:stp:xsd:stp.1.0\"><a></a></Document>");
 }
 
 TEST(CanonicalizationEntryPoints, VersionTextSelectsTheMode) {

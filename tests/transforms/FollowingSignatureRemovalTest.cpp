@@ -15,7 +15,7 @@ std::string removeFirst(const std::string& following) {
     ClsXmlDSig dsig;
     LogNull log;
     StringBuffer text(xml);
-    dsig.removeSignatureAndFollowingSigs(text, 3, static_cast<unsigned>(std::string(kSig).size()), log);
+    dsig.removeSignatureAndFollowingSigs(text, 3, static_cast<unsigned>(std::string(kSig).size()));
     return std::string(text.view());
 }
 

@@ -10,7 +10,7 @@ namespace {
 
 class Verifier : public ClsXmlDSig {
 public:
-    using _clsXmlDSigBase::m_isMyInvois;
+    using _clsXmlDSigBase::m_profile;
 };
 
 constexpr const char* kXPath1 = "http://www.w3.org/TR/1999/REC-xpath-19991116";
@@ -68,7 +68,7 @@ TEST(XPathTransform, NamedElementsAreRemovedExceptMyInvoisFirstExtensions) {
     Verifier plain;
     EXPECT_EQ(apply(plain, doc, kXPath1, expr).text, "<Invoice><a/></Invoice>");
     Verifier myInvois;
-    myInvois.m_isMyInvois = true;
+    myInvois.m_profile.isMyInvois = true;
     EXPECT_EQ(apply(myInvois, doc, kXPath1, expr).text,
               "<Invoice><ext:UBLExtensions>1</ext:UBLExtensions><a/></Invoice>");
 }

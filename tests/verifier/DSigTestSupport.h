@@ -3,7 +3,7 @@
 #include "TestSupport.h"
 #include "companion/base/ClsBinData.h"
 #include "companion/crypto/ClsPublicKey.h"
-#include "companion/crypto/_tvHash.h"
+#include "companion/crypto/Digest.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <gtest/gtest.h>
@@ -83,7 +83,7 @@ inline std::string replaced(std::string s, std::string_view from, std::string_vi
 // SHA-256 of the bytes, base64 or lower-case hex.
 inline std::string sha256Of(const std::string& bytes, const char* encoding = "base64") {
     DataBuffer digest;
-    _tvHash::doHash(bytes.data(), bytes.size(), 7, digest);
+    Digest::doHash(bytes.data(), bytes.size(), 7, digest);
     StringBuffer out;
     digest.encodeDB(encoding, out);
     return std::string(out.view());

@@ -86,8 +86,8 @@ TEST_F(SelectedSignature, NestedCopyWithTheSameIdIsInvalid) {
     auto dsig = verifier(replaced(doc, "</Signature>", "<Object>" + copy + "</Object></Signature>"));
     ASSERT_EQ(dsig->get_NumSignatures(), 2);
     EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
-    ASSERT_EQ(dsig->referenceOutcomes().size(), 1u);
-    EXPECT_EQ(dsig->referenceOutcomes()[0].target, ReferenceOutcome::Target::WholeDocument);
+    ASSERT_EQ(dsig->report().references.size(), 1u);
+    EXPECT_EQ(dsig->report().references[0].target, ReferenceOutcome::Target::WholeDocument);
     dsig->put_Selector(1);
     EXPECT_FALSE(dsig->VerifySignature(true));
     EXPECT_EQ(failedReferenceIndexes(*dsig), std::vector<int>{0});
@@ -97,7 +97,7 @@ TEST_F(SelectedSignature, ReportsWhatEachReferenceCovered) {
     const std::string doc = sign("", referenceXml("#a", "", {std::string(kC14n)}) + referenceXml("data.txt", ""));
     auto dsig = verifier(doc);
     ASSERT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
-    const std::vector<ReferenceOutcome> refs = dsig->referenceOutcomes();
+    const std::vector<ReferenceOutcome> refs = dsig->report().references;
     ASSERT_EQ(refs.size(), 2u);
     EXPECT_EQ(refs[0].target, ReferenceOutcome::Target::Element);
     EXPECT_EQ(refs[0].uri, "#a");
@@ -115,8 +115,8 @@ TEST_F(SelectedSignature, ReportsWhatEachReferenceCovered) {
     // A tampered paragraph: the same element, reported as not matched.
     auto tampered = verifier(replaced(doc, ">one<", ">One<"));
     EXPECT_FALSE(tampered->VerifySignature(true));
-    EXPECT_FALSE(tampered->referenceOutcomes()[0].matched);
-    EXPECT_EQ(tampered->referenceOutcomes()[0].path, "/doc/p[1]");
+    EXPECT_FALSE(tampered->report().references[0].matched);
+    EXPECT_EQ(tampered->report().references[0].path, "/doc/p[1]");
 }
 
 // Any spelling of an identifier counts, a DTD ID attribute included; one

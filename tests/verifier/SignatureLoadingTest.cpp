@@ -24,7 +24,7 @@ std::unique_ptr<ClsXmlDSig> loaded(const std::string& xml, const char* options =
 }
 
 TEST(ProfileDetection, MarkersInTheTextAndOptionsSetTheFlags) {
-    using Flags = ClsXmlDSig::ProfileFlags;
+    using Flags = SignerProfile;
     const struct {
         std::string body;
         const char* options;

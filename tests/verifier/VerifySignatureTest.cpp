@@ -134,30 +134,39 @@ TEST(VerificationLimits, OverALimitFailsWithItsReasonBeforeAnyDigest) {
         manyRefs += referenceXml("", "AAAA");
     const std::string deepRef = referenceXml("", "AAAA", std::vector<std::string>(17, std::string(kEnveloped)));
     const struct {
-        const char* what;
+        const char* option;
         std::string references, raised, reason;
+        uint64_t count, limit;
     } cases[] = {
-        {"references", manyRefs, R"({"MaxReferences": 10000})",
-         R"(References in the signature: 10000, over the limit of 1000 (VerifyOptions "MaxReferences").)"},
-        {"transforms", referenceXml("", "AAAA") + deepRef, R"({"MaxTransforms": 17})",
-         R"(Transforms in reference 1: 17, over the limit of 16 (VerifyOptions "MaxTransforms").)"},
+        {"MaxReferences", manyRefs, R"({"MaxReferences": 10000})",
+         R"(References in the signature: 10000, over the limit of 1000 (VerifyOptions "MaxReferences").)", 10000, 1000},
+        {"MaxTransforms", referenceXml("", "AAAA") + deepRef, R"({"MaxTransforms": 17})",
+         R"(Transforms in reference 1: 17, over the limit of 16 (VerifyOptions "MaxTransforms").)", 17, 16},
     };
     for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
+        SCOPED_TRACE(c.option);
         ClsXmlDSig dsig;
         ASSERT_TRUE(loadXml(dsig, documentWithReferences("", c.references)));
         EXPECT_FALSE(dsig.VerifySignature(true));
-        EXPECT_EQ(lastLoggedError(dsig), c.reason);
-        EXPECT_TRUE(loggedData(dsig, "calculatedDigest").empty());
+        const VerificationReport& report = dsig.report();
+        EXPECT_EQ(report.stage, VerificationStage::Limits);
+        EXPECT_EQ(report.reason, c.reason);
+        ASSERT_TRUE(report.limit);
+        EXPECT_EQ(report.limit->option, c.option);
+        EXPECT_EQ(report.limit->count, c.count);
+        EXPECT_EQ(report.limit->limit, c.limit);
+        EXPECT_TRUE(report.references.empty());
 
         dsig.put_VerifyOptions(XString(c.raised));
         EXPECT_FALSE(dsig.VerifySignature(true));
-        EXPECT_FALSE(loggedLine(dsig, "over the limit"));
-        EXPECT_FALSE(loggedData(dsig, "calculatedDigest").empty());
+        EXPECT_EQ(dsig.report().stage, VerificationStage::References);
+        EXPECT_FALSE(dsig.report().limit);
+        EXPECT_FALSE(dsig.report().references.empty());
     }
 
     // The SignatureValue's text ("AAAA") against its limit; a value that is
-    // not a positive integer fails rather than lifting the limit.
+    // not a positive integer, for any member, fails rather than lifting the
+    // limit.
     ClsXmlDSig dsig;
     ASSERT_TRUE(loadXml(dsig, documentWithReferences("", referenceXml("", "AAAA"))));
     for (const auto& [options, reason] : {
@@ -166,14 +175,16 @@ TEST(VerificationLimits, OverALimitFailsWithItsReasonBeforeAnyDigest) {
                                                  R"("MaxSignatureValueBytes").)"},
              {R"({"MaxReferences": 0})", R"(VerifyOptions "MaxReferences" must be a positive integer.)"},
              {R"({"MaxTransforms": "20"})", R"(VerifyOptions "MaxTransforms" must be a positive integer.)"},
+             {R"({"MaxXPathNodes": -5})", R"(VerifyOptions "MaxXPathNodes" must be a positive integer.)"},
          }) {
         dsig.put_VerifyOptions(XString(options));
         EXPECT_FALSE(dsig.VerifySignature(false)) << options;
-        EXPECT_EQ(lastLoggedError(dsig), reason);
+        EXPECT_EQ(dsig.report().stage, VerificationStage::Limits) << options;
+        EXPECT_EQ(dsig.report().reason, reason);
     }
     dsig.put_VerifyOptions(XString(R"({"MaxSignatureValueBytes": 4})"));
     dsig.VerifySignature(false);
-    EXPECT_FALSE(loggedLine(dsig, "over the limit"));
+    EXPECT_NE(dsig.report().stage, VerificationStage::Limits);
 }
 
 // Half the references name their own element by Id, half are the whole

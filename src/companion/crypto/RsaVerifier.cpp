@@ -1,9 +1,9 @@
 #include "companion/crypto/RsaVerifier.h"
 
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/DigestFetch.h"
 #include "companion/crypto/HashAlgorithm.h"
 #include "companion/crypto/RsaKey.h"
-#include "companion/crypto/_tvHash.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/DataBuffer.h"
 
@@ -58,7 +58,7 @@ int digestInfoHashAlg(const X509_SIG* digestInfo, bool& paramsOk) {
     paramsOk = paramType == V_ASN1_NULL || paramType == V_ASN1_UNDEF;
     char oidText[kMaxOidTextLen] = {};
     OBJ_obj2txt(oidText, sizeof(oidText), oid, 1);
-    return _tvHash::oidToHashAlg(oidText);
+    return Digest::oidToHashAlg(oidText);
 }
 
 // Whether block is exactly the DER DigestInfo of hash under hashAlg. The DER
@@ -74,7 +74,7 @@ bool isDigestInfoOf(const std::string& block, int hashAlg, const DataBuffer& has
     const int signedHashAlg = digestInfoHashAlg(digestInfo.get(), paramsOk);
     if (signedHashAlg != hashAlg || !paramsOk) {
         log.LogInfo("The signed DigestInfo names another hash algorithm.");
-        log.LogDataStr("signedHashAlg", _tvHash::hashName(signedHashAlg));
+        log.LogDataStr("signedHashAlg", Digest::hashName(signedHashAlg));
         return false;
     }
     const ASN1_OCTET_STRING* digest = nullptr;

@@ -3,7 +3,7 @@
 #include "companion/pki/OidText.h"
 #include "companion/pki/PkiHandles.h"
 #include "companion/text/ContentCoding.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 #include "companion/xml/XmlChars.h"
 
 #include <openssl/err.h>
@@ -78,7 +78,7 @@ std::optional<Asn1ValueText> renderUnchecked(Asn1ValueForm form, std::string_vie
     Asn1ValueText value;
     switch (form) {
     case Asn1ValueForm::Hex:
-        _clsEncode::encodeHex(content, false, value.text);
+        TextCodec::encodeHex(content, false, value.text);
         return value;
     case Asn1ValueForm::Base64:
         ContentCoding::encodeBase64(content.data(), content.size(), value.text);
@@ -129,7 +129,7 @@ std::optional<Asn1ValueText> Asn1ValueCodec::render(Asn1ValueForm form, std::str
 bool Asn1ValueCodec::parse(Asn1ValueForm form, const Asn1ValueText& value, std::string& out) {
     switch (form) {
     case Asn1ValueForm::Hex:
-        return _clsEncode::decodeHex(value.text, out);
+        return TextCodec::decodeHex(value.text, out);
     case Asn1ValueForm::Base64:
         return ContentCoding::decodeBase64(value.text, out);
     case Asn1ValueForm::Bits: {

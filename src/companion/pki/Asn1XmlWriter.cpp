@@ -3,7 +3,7 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/Asn1TypeNames.h"
 #include "companion/pki/Asn1ValueCodec.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 
 #include <openssl/asn1.h>
 #include <openssl/err.h>
@@ -141,7 +141,7 @@ void Asn1XmlWriter::primitive(Node& n, std::string_view content, int depth, std:
     std::optional<Asn1ValueText> value = Asn1ValueCodec::render(n.form, content);
     if (!value) {
         value.emplace();
-        _clsEncode::encodeHex(content, false, value->text);
+        TextCodec::encodeHex(content, false, value->text);
         appendAttr("enc", "hex", n.attrs);
     }
     if (value->unusedBits)

@@ -41,7 +41,7 @@ bool readPemBlock(BIO* bio, PemBlock& block) {
     return ok == 1;
 }
 
-void parsePem(std::string_view text, std::vector<TavixX509>& out, LogBase& log) {
+void parsePem(std::string_view text, std::vector<X509Certificate>& out, LogBase& log) {
     const BioPtr bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
     PemBlock block;
     while (bio && readPemBlock(bio.get(), block)) {
@@ -49,7 +49,7 @@ void parsePem(std::string_view text, std::vector<TavixX509>& out, LogBase& log) 
             continue;
         DataBuffer der;
         der.append(block.data.get(), static_cast<size_t>(block.length));
-        TavixX509 cert;
+        X509Certificate cert;
         if (cert.loadX509Der(der, log))
             out.push_back(std::move(cert));
     }
@@ -57,11 +57,11 @@ void parsePem(std::string_view text, std::vector<TavixX509>& out, LogBase& log) 
     ERR_clear_error();
 }
 
-bool parseBinary(std::string_view bytes, std::vector<TavixX509>& out) {
+bool parseBinary(std::string_view bytes, std::vector<X509Certificate>& out) {
     LogNull quiet;
     DataBuffer der;
     der.append(bytes);
-    TavixX509 cert;
+    X509Certificate cert;
     if (!cert.loadX509Der(der, quiet)) {
         der.clear();
         if (!ContentCoding::decodeBase64ToDb(bytes, der) || !cert.loadX509Der(der, quiet))
@@ -73,7 +73,7 @@ bool parseBinary(std::string_view bytes, std::vector<TavixX509>& out) {
 
 } // namespace
 
-bool CertFileReader::parse(std::string_view bytes, std::vector<TavixX509>& out, LogBase& log) {
+bool CertFileReader::parse(std::string_view bytes, std::vector<X509Certificate>& out, LogBase& log) {
     const size_t before = out.size();
     if (bytes.find(kPemBegin) != std::string_view::npos)
         parsePem(bytes, out, log);
@@ -85,7 +85,7 @@ bool CertFileReader::parse(std::string_view bytes, std::vector<TavixX509>& out, 
     return false;
 }
 
-bool CertFileReader::readFile(const std::filesystem::path& path, std::vector<TavixX509>& out, LogBase& log) {
+bool CertFileReader::readFile(const std::filesystem::path& path, std::vector<X509Certificate>& out, LogBase& log) {
     std::string bytes;
     if (!FileSys::readWholeFile(path, bytes)) {
         log.LogError("Failed to open the file.");

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509Certificate.h"
 
 #include <filesystem>
 #include <string_view>
@@ -15,6 +15,6 @@ class CertFileReader {
 public:
     // Appends the certificates found; false, with an error line, when there
     // is none.
-    static bool parse(std::string_view bytes, std::vector<TavixX509>& out, LogBase& log);
-    static bool readFile(const std::filesystem::path& path, std::vector<TavixX509>& out, LogBase& log);
+    static bool parse(std::string_view bytes, std::vector<X509Certificate>& out, LogBase& log);
+    static bool readFile(const std::filesystem::path& path, std::vector<X509Certificate>& out, LogBase& log);
 };

@@ -2,7 +2,7 @@
 
 #include "companion/text/DataBuffer.h"
 
-bool CertMgr::addCertificate(const TavixX509& cert) {
+bool CertMgr::addCertificate(const X509Certificate& cert) {
     DataBuffer der;
     if (!cert.getCertDer(der) || !m_ders.hashInsert(der.view()))
         return false;
@@ -10,6 +10,6 @@ bool CertMgr::addCertificate(const TavixX509& cert) {
     return true;
 }
 
-const TavixX509* CertMgr::certAt(int index) const {
+const X509Certificate* CertMgr::certAt(int index) const {
     return (index >= 0 && index < getNumCerts()) ? &m_certs[static_cast<size_t>(index)] : nullptr;
 }

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509Certificate.h"
 #include "companion/text/HashedStringSet.h"
 
 #include <vector>
@@ -12,12 +12,12 @@ public:
     virtual ~CertMgr() = default;
 
     // False when the certificate is not loaded or already held.
-    bool addCertificate(const TavixX509& cert);
+    bool addCertificate(const X509Certificate& cert);
     int getNumCerts() const { return static_cast<int>(m_certs.size()); }
     // Null out of range.
-    const TavixX509* certAt(int index) const;
+    const X509Certificate* certAt(int index) const;
 
 private:
-    std::vector<TavixX509> m_certs;
+    std::vector<X509Certificate> m_certs;
     HashedStringSet m_ders;
 };

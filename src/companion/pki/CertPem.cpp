@@ -3,7 +3,7 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertFileReader.h"
 #include "companion/pki/PkiHandles.h"
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509Certificate.h"
 #include "companion/text/ContentCoding.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
@@ -24,7 +24,7 @@ bool startsWithPem(std::string_view text) {
 } // namespace
 
 bool CertPem::derToPem(const DataBuffer& der, StringBuffer& out, LogBase& log) {
-    TavixX509 cert;
+    X509Certificate cert;
     DataBuffer exact;
     if (!cert.loadX509Der(der, log) || !cert.getCertDer(exact))
         return false;
@@ -50,7 +50,7 @@ bool CertPem::base64ToPem(const StringBuffer& base64, StringBuffer& out, LogBase
 bool CertPem::pemToDer(std::string_view text, DataBuffer& der) {
     if (!startsWithPem(text))
         return false;
-    std::vector<TavixX509> certs;
+    std::vector<X509Certificate> certs;
     LogNull quiet;
     DataBuffer first;
     if (!CertFileReader::parse(text, certs, quiet) || !certs.front().getCertDer(first))

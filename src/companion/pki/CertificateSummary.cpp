@@ -2,8 +2,8 @@
 
 #include "companion/pki/SerialNumberText.h"
 #include "companion/pki/X509NameText.h"
+#include "companion/text/TextCodec.h"
 #include "companion/text/XmlDateTime.h"
-#include "companion/text/_clsEncode.h"
 
 #include <openssl/err.h>
 #include <openssl/evp.h>
@@ -26,7 +26,7 @@ std::string sha256Fingerprint(const X509* cert) {
     for (unsigned int i = 0; i < length; ++i) {
         if (i > 0)
             out.push_back(kFingerprintSeparator);
-        _clsEncode::encodeHex(std::string_view(reinterpret_cast<const char*>(digest + i), 1), false, out);
+        TextCodec::encodeHex(std::string_view(reinterpret_cast<const char*>(digest + i), 1), false, out);
     }
     return out;
 }

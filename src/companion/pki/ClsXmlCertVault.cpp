@@ -49,16 +49,16 @@ int ClsXmlCertVault::get_NumCerts() {
     return m_certMgr ? m_certMgr->getNumCerts() : 0;
 }
 
-void ClsXmlCertVault::addAll(const std::vector<TavixX509>& certs) {
+void ClsXmlCertVault::addAll(const std::vector<X509Certificate>& certs) {
     if (!m_certMgr && !certs.empty())
         m_certMgr = std::make_unique<CertMgr>();
-    for (const TavixX509& cert : certs)
+    for (const X509Certificate& cert : certs)
         m_certMgr->addCertificate(cert);
 }
 
 bool ClsXmlCertVault::addCertFile(const XString& path, LogBase& log) {
     LogContextExitor ctx(log, "addCertFile");
-    std::vector<TavixX509> certs;
+    std::vector<X509Certificate> certs;
     if (!CertFileReader::readFile(std::filesystem::path(std::string(path.view())), certs, log))
         return false;
     addAll(certs);
@@ -74,7 +74,7 @@ bool ClsXmlCertVault::addCertDir(const XString& dirPath, LogBase& log) {
         log.LogDataX("dirPath", dirPath);
         return false;
     }
-    std::vector<TavixX509> certs;
+    std::vector<X509Certificate> certs;
     for (const std::filesystem::path& file : files) {
         LogNull quiet;
         if (!CertFileReader::readFile(file, certs, quiet) && log.verbose())

@@ -37,7 +37,7 @@ public:
 private:
     ClsXmlCertVault() = default;
     ~ClsXmlCertVault() override = default;
-    void addAll(const std::vector<TavixX509>& certs);
+    void addAll(const std::vector<X509Certificate>& certs);
 
     std::unique_ptr<CertMgr> m_certMgr;
 };

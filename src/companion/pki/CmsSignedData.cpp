@@ -2,7 +2,7 @@
 
 #include "companion/base/ClsJsonObject.h"
 #include "companion/log/LogContextExitor.h"
-#include "companion/pki/SystemCerts.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/_clsCades.h"
 #include "companion/text/DataBuffer.h"
 
@@ -29,14 +29,14 @@ bool hasOid(const ASN1_OBJECT* obj, const std::string& dotted) {
     return obj && wanted && OBJ_cmp(obj, wanted.get()) == 0;
 }
 
-void collectCertificates(CMS_ContentInfo* cms, SystemCerts& out, LogBase& log) {
+void collectCertificates(CMS_ContentInfo* cms, CertificateStore& out, LogBase& log) {
     OwnedX509StackPtr certs(CMS_get1_certs(cms));
     for (int i = 0; certs && i < sk_X509_num(certs.get()); ++i) {
         unsigned char* der = nullptr;
         const int len = i2d_X509(sk_X509_value(certs.get(), i), &der);
         OpensslBytes owned(der);
         DataBuffer bytes;
-        TavixX509 cert;
+        X509Certificate cert;
         if (len > 0 && bytes.append(der, static_cast<size_t>(len)) && cert.loadX509Der(bytes, log))
             out.addCertificate(cert, log);
     }
@@ -44,7 +44,7 @@ void collectCertificates(CMS_ContentInfo* cms, SystemCerts& out, LogBase& log) {
 
 // The store's certificates, borrowed: where signer certificates are looked
 // for, and the anchors of chain validation.
-X509StackPtr storeCertificates(const SystemCerts& certs) {
+X509StackPtr storeCertificates(const CertificateStore& certs) {
     X509StackPtr stack(sk_X509_new_null());
     for (int i = 0; stack && i < certs.getNumCerts(); ++i)
         if (X509* x = certs.certAt(i)->x509())
@@ -74,7 +74,7 @@ void logSigners(CMS_ContentInfo* cms, LogBase& log) {
 } // namespace
 
 bool CmsSignedData::loadPkcs7Der(const DataBuffer& der, const char* eContentTypeOid, int pkcs7Type, bool& detached,
-                                 SystemCerts* collectCerts, LogBase& log) {
+                                 CertificateStore* collectCerts, LogBase& log) {
     LogContextExitor ctx(log, "loadPkcs7Der");
     ERR_clear_error();
     const unsigned char* p = der.getData();
@@ -100,17 +100,14 @@ bool CmsSignedData::loadPkcs7Der(const DataBuffer& der, const char* eContentType
     return true;
 }
 
-bool CmsSignedData::verifyOpaqueSignature(DataBuffer& content, _clsCades& options, SystemCerts& certs, LogBase& log) {
+bool CmsSignedData::verifyOpaqueSignature(DataBuffer& content, bool validateChain, CertificateStore& certs,
+                                          LogBase& log) {
     LogContextExitor ctx(log, "verifyOpaqueSignature");
     content.clear();
     if (!m_cms) {
         log.LogError("No CMS SignedData loaded.");
         return false;
     }
-    ClsJsonObject cmsOptions;
-    if (!options.parsedCmsOptions(cmsOptions, log))
-        return false;
-    const bool validateChain = cmsOptions.boolOf(_clsCades::kValidateTsaChain, false);
     log.LogDataBool("validateTsaChain", validateChain);
 
     X509StackPtr known = storeCertificates(certs);

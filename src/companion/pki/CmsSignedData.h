@@ -5,7 +5,7 @@
 class ClsJsonObject;
 class DataBuffer;
 class LogBase;
-class SystemCerts;
+class CertificateStore;
 class _clsCades;
 
 // A CMS (PKCS #7) SignedData, such as an RFC 3161 timestamp token, and the
@@ -24,14 +24,16 @@ public:
     // not encapsulated. collectCerts, when given, receives the certificates
     // that the SignedData carries. False, with an error line, on failure.
     bool loadPkcs7Der(const DataBuffer& der, const char* eContentTypeOid, int pkcs7Type, bool& detached,
-                      SystemCerts* collectCerts, LogBase& log);
+                      CertificateStore* collectCerts, LogBase& log);
 
     // Verifies every signer's signature (signed attributes included) with
     // its certificate, carried in the SignedData or found in certs, and
     // returns the encapsulated content. The signer's certificate chain is
     // validated against certs only when the CMS options ask for it (see
     // _clsCades).
-    bool verifyOpaqueSignature(DataBuffer& content, _clsCades& options, SystemCerts& certs, LogBase& log);
+    // `validateChain`: the signer certificate must chain to `certs` and be fit
+    // for time stamping; otherwise only the signature is checked.
+    bool verifyOpaqueSignature(DataBuffer& content, bool validateChain, CertificateStore& certs, LogBase& log);
 
     // Asks a time-stamping authority for a token over the hash of data and
     // returns the token's DER. The request carries a random nonce and asks

@@ -1,6 +1,6 @@
 #include "companion/base/ClsJsonObject.h"
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/HashIds.h"
-#include "companion/crypto/_tvHash.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/net/ClsHttp.h"
 #include "companion/pki/CmsSignedData.h"
@@ -217,7 +217,7 @@ bool CmsSignedData::getTimestampToken(ClsJsonObject& options, DataBuffer& data, 
         return false;
     log.LogDataStr("hashAlgorithm", r.hash->name);
     DataBuffer query;
-    if (!_tvHash::doHash(data.getData(), data.getSize(), r.hash->hashAlg, r.digest) || !encodeRequest(r, query, log))
+    if (!Digest::doHash(data.getData(), data.getSize(), r.hash->hashAlg, r.digest) || !encodeRequest(r, query, log))
         return false;
 
     RefPtr<ClsHttp> own;

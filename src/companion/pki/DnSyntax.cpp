@@ -1,7 +1,7 @@
 #include "companion/pki/DnSyntax.h"
 
 #include "companion/pki/PkiHandles.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 #include "companion/xml/XmlChars.h"
 
 #include <openssl/asn1.h>
@@ -90,9 +90,9 @@ private:
     }
 
     void takeEscape(std::string& value) {
-        if (m_pos + 1 < m_text.size() && _clsEncode::isHexDigit(m_text[m_pos]) &&
-            _clsEncode::isHexDigit(m_text[m_pos + 1])) {
-            _clsEncode::decodeHex(m_text.substr(m_pos, 2), value);
+        if (m_pos + 1 < m_text.size() && TextCodec::isHexDigit(m_text[m_pos]) &&
+            TextCodec::isHexDigit(m_text[m_pos + 1])) {
+            TextCodec::decodeHex(m_text.substr(m_pos, 2), value);
             m_pos += 2;
         } else if (!atEnd()) {
             value.push_back(m_text[m_pos++]);
@@ -120,7 +120,7 @@ private:
 // this form; "\#" and "\23" are the character.
 std::string decodeHexValue(const std::string& written) {
     std::string der;
-    if (written.size() < 2 || written.front() != '#' || !_clsEncode::decodeHex(written.substr(1), der))
+    if (written.size() < 2 || written.front() != '#' || !TextCodec::decodeHex(written.substr(1), der))
         return written;
     const unsigned char* p = reinterpret_cast<const unsigned char*>(der.data());
     const Asn1TypePtr any(d2i_ASN1_TYPE(nullptr, &p, static_cast<long>(der.size())));

@@ -1,7 +1,7 @@
 #include "companion/pki/Rfc4514Name.h"
 
 #include "companion/pki/DnAttributeTypes.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 #include "companion/xml/XmlChars.h"
 
 #include <openssl/err.h>
@@ -70,10 +70,10 @@ private:
 
     bool readHexValue(Rfc4514Ava& ava) {
         const size_t start = ++m_pos;
-        while (!atEnd() && _clsEncode::isHexDigit(m_text[m_pos]))
+        while (!atEnd() && TextCodec::isHexDigit(m_text[m_pos]))
             ++m_pos;
         ava.ber = true;
-        return m_pos > start && _clsEncode::decodeHex(m_text.substr(start, m_pos - start), ava.value) && atValueEnd();
+        return m_pos > start && TextCodec::decodeHex(m_text.substr(start, m_pos - start), ava.value) && atValueEnd();
     }
 
     bool readQuoted(std::string& value) {
@@ -113,9 +113,9 @@ private:
     bool readEscape(std::string& value) {
         if (atEnd())
             return false;
-        if (m_pos + 1 < m_text.size() && _clsEncode::isHexDigit(m_text[m_pos]) &&
-            _clsEncode::isHexDigit(m_text[m_pos + 1])) {
-            _clsEncode::decodeHex(m_text.substr(m_pos, 2), value);
+        if (m_pos + 1 < m_text.size() && TextCodec::isHexDigit(m_text[m_pos]) &&
+            TextCodec::isHexDigit(m_text[m_pos + 1])) {
+            TextCodec::decodeHex(m_text.substr(m_pos, 2), value);
             m_pos += 2;
         } else {
             value.push_back(m_text[m_pos++]);

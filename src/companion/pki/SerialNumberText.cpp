@@ -1,6 +1,6 @@
 #include "companion/pki/SerialNumberText.h"
 
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 
 namespace {
 
@@ -18,7 +18,7 @@ std::string SerialNumberText::fromMagnitude(std::string_view bigEndian, bool neg
     if (firstNonZero == std::string_view::npos)
         out.append(kZero);
     else
-        _clsEncode::encodeHex(bigEndian.substr(firstNonZero), false, out);
+        TextCodec::encodeHex(bigEndian.substr(firstNonZero), false, out);
     return out;
 }
 
@@ -40,7 +40,7 @@ std::string SerialNumberText::normalize(std::string_view hex) {
     if (digits.size() % 2 != 0)
         digits.insert(digits.begin(), '0');
     std::string bytes;
-    if (digits.empty() || !_clsEncode::decodeHex(digits, bytes))
+    if (digits.empty() || !TextCodec::decodeHex(digits, bytes))
         return {};
     return fromMagnitude(bytes, negative);
 }

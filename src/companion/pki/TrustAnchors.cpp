@@ -91,11 +91,11 @@ TrustAnchors::TrustAnchors() : m_store(X509_STORE_new()) {
 bool TrustAnchors::addAnchors(const std::string& path, std::string& error) {
     size_t added = 0;
     for (const std::filesystem::path& file : filesOf(path)) {
-        std::vector<TavixX509> certs;
+        std::vector<X509Certificate> certs;
         LogNull quiet;
         if (!CertFileReader::readFile(file, certs, quiet))
             continue;
-        for (const TavixX509& cert : certs) {
+        for (const X509Certificate& cert : certs) {
             if (m_store && X509_STORE_add_cert(m_store.get(), cert.x509()) == 1)
                 ++added;
         }

@@ -4,7 +4,7 @@
 #include "companion/pki/DnSyntax.h"
 #include "companion/pki/OidText.h"
 #include "companion/pki/PkiHandles.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 
 #include <algorithm>
 #include <vector>
@@ -34,7 +34,7 @@ std::string hexValue(const ASN1_STRING* value) {
     const OpensslBytes owned(der);
     std::string out = "#";
     if (n > 0)
-        _clsEncode::encodeHex(std::string_view(reinterpret_cast<const char*>(der), static_cast<size_t>(n)), false, out);
+        TextCodec::encodeHex(std::string_view(reinterpret_cast<const char*>(der), static_cast<size_t>(n)), false, out);
     return out;
 }
 

@@ -1,8 +1,8 @@
 #include "companion/log/LogBase.h"
+#include "companion/text/Charset.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/Utf8.h"
 #include "companion/text/Windows1252.h"
-#include "companion/text/_tvCharset.h"
 
 #include <algorithm>
 #include <array>
@@ -93,7 +93,7 @@ template <size_t N> bool isOneOf(std::string_view name, const std::array<std::st
 
 bool convertCharset(const std::string& charset, std::string_view bytes, std::string& out, LogBase& log) {
     log.LogDataStr("charset", charset);
-    _tvCharset cs;
+    Charset cs;
     if (!cs.setByName(charset)) {
         log.LogError("Unsupported XML encoding.");
         return false;

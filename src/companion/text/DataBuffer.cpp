@@ -1,7 +1,7 @@
 #include "companion/text/DataBuffer.h"
 
 #include "companion/text/StringBuffer.h"
-#include "companion/text/_clsEncode.h"
+#include "companion/text/TextCodec.h"
 
 #include <openssl/crypto.h>
 
@@ -27,9 +27,9 @@ bool DataBuffer::appendChar(unsigned char c) {
 }
 
 bool DataBuffer::appendEncoded(std::string_view encoded, std::string_view encoding) {
-    return _clsEncode::decodeByName(encoded, encoding, m_bytes);
+    return TextCodec::decodeByName(encoded, encoding, m_bytes);
 }
 
 bool DataBuffer::encodeDB(std::string_view encoding, StringBuffer& out) const {
-    return _clsEncode::encodeByName(view(), encoding, out.raw());
+    return TextCodec::encodeByName(view(), encoding, out.raw());
 }

@@ -1,11 +1,11 @@
 #include "companion/text/XString.h"
 
 #include "companion/log/LogBase.h"
+#include "companion/text/Charset.h"
 #include "companion/text/DataBuffer.h"
+#include "companion/text/TextCodec.h"
 #include "companion/text/Utf8.h"
 #include "companion/text/Windows1252.h"
-#include "companion/text/_clsEncode.h"
-#include "companion/text/_tvCharset.h"
 
 XString::~XString() {
     if (m_secure)
@@ -31,16 +31,16 @@ bool XString::checkFixUtf8Windows1252(LogBase& log) {
 }
 
 bool XString::getConverted(std::string_view charset, DataBuffer& out) const {
-    _tvCharset cs;
+    Charset cs;
     return cs.setByName(charset) && getConverted(cs, out);
 }
 
-bool XString::getConverted(const _tvCharset& charset, DataBuffer& out) const {
+bool XString::getConverted(const Charset& charset, DataBuffer& out) const {
     return charset.fromUtf8(view(), out);
 }
 
 bool XString::reencode(std::string_view charset) {
-    _tvCharset cs;
+    Charset cs;
     std::string utf8;
     if (!cs.setByName(charset) || !cs.toUtf8(view(), utf8))
         return false;
@@ -51,7 +51,7 @@ bool XString::reencode(std::string_view charset) {
 bool XString::reencode(std::string_view fromEncoding, std::string_view toEncoding) {
     std::string bytes;
     std::string text;
-    if (!_clsEncode::decodeByName(view(), fromEncoding, bytes) || !_clsEncode::encodeByName(bytes, toEncoding, text))
+    if (!TextCodec::decodeByName(view(), fromEncoding, bytes) || !TextCodec::encodeByName(bytes, toEncoding, text))
         return false;
     m_sb.setString(text);
     return true;

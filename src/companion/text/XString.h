@@ -6,7 +6,7 @@
 
 class DataBuffer;
 class LogBase;
-class _tvCharset;
+class Charset;
 
 // A caller-facing string, held as UTF-8.
 class XString {
@@ -45,11 +45,11 @@ public:
     bool checkFixUtf8Windows1252(LogBase& log);
     // The text in the named charset; false when it cannot be represented.
     bool getConverted(std::string_view charset, DataBuffer& out) const;
-    bool getConverted(const _tvCharset& charset, DataBuffer& out) const;
+    bool getConverted(const Charset& charset, DataBuffer& out) const;
     // Reinterprets the held bytes as text in `charset` and converts to UTF-8.
     bool reencode(std::string_view charset);
     // Rewrites the text from one binary-to-text encoding into another
-    // (names of _clsEncode: "decimal", "hex", "base64", ...); false, with
+    // (names of TextCodec: "decimal", "hex", "base64", ...); false, with
     // the text unchanged, when it is not valid in the first.
     bool reencode(std::string_view fromEncoding, std::string_view toEncoding);
 

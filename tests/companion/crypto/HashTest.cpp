@@ -1,11 +1,11 @@
 #include "CryptoTestSupport.h"
 
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/DigestFetch.h"
 #include "companion/crypto/HashIds.h"
 #include "companion/crypto/HashProgress.h"
 #include "companion/crypto/Hasher.h"
-#include "companion/crypto/_tvHash.h"
-#include "companion/fs/_tvFileDataSource.h"
+#include "companion/fs/FileDataSource.h"
 #include "companion/log/LogBase.h"
 #include "companion/text/XString.h"
 
@@ -82,9 +82,9 @@ std::string patternedBytes(size_t n) {
 TEST(HashTest, KnownVectorsForEveryIdentifier) {
     for (const Vector& v : kVectors) {
         DataBuffer out;
-        ASSERT_TRUE(_tvHash::doHash(v.message.data(), v.message.size(), v.alg, out)) << _tvHash::hashName(v.alg);
-        EXPECT_EQ(hexOf(out), v.digest) << _tvHash::hashName(v.alg) << " of " << messageLabel(v.message);
-        EXPECT_EQ(out.getSize(), _tvHash::hashLen(v.alg));
+        ASSERT_TRUE(Digest::doHash(v.message.data(), v.message.size(), v.alg, out)) << Digest::hashName(v.alg);
+        EXPECT_EQ(hexOf(out), v.digest) << Digest::hashName(v.alg) << " of " << messageLabel(v.message);
+        EXPECT_EQ(out.getSize(), Digest::hashLen(v.alg));
     }
 }
 
@@ -95,7 +95,7 @@ TEST(HashTest, StreamingInUnevenPiecesEqualsOneShot) {
     const size_t pieceLens[] = {1, 15, 16, 17, 63, 64, 65, 127, 128, 129, 1000};
     for (int alg : kAllAlgs) {
         DataBuffer oneShot;
-        ASSERT_TRUE(_tvHash::doHash(data.data(), data.size(), alg, oneShot));
+        ASSERT_TRUE(Digest::doHash(data.data(), data.size(), alg, oneShot));
         for (size_t pieceLen : pieceLens) {
             Hasher hasher;
             ASSERT_TRUE(hasher.init(alg));
@@ -103,7 +103,7 @@ TEST(HashTest, StreamingInUnevenPiecesEqualsOneShot) {
                 ASSERT_TRUE(hasher.update(data.data() + pos, std::min(pieceLen, data.size() - pos)));
             DataBuffer streamed;
             ASSERT_TRUE(hasher.final(streamed));
-            EXPECT_EQ(hexOf(streamed), hexOf(oneShot)) << _tvHash::hashName(alg) << " in pieces of " << pieceLen;
+            EXPECT_EQ(hexOf(streamed), hexOf(oneShot)) << Digest::hashName(alg) << " in pieces of " << pieceLen;
         }
     }
 }
@@ -111,10 +111,10 @@ TEST(HashTest, StreamingInUnevenPiecesEqualsOneShot) {
 TEST(HashTest, UnknownIdentifiersFailAndLeaveNoDigest) {
     for (int alg : {0, -1, 6, 8, 11}) {
         DataBuffer out = test_support::bufferOf("stale");
-        EXPECT_FALSE(_tvHash::doHash("abc", 3, alg, out)) << alg;
+        EXPECT_FALSE(Digest::doHash("abc", 3, alg, out)) << alg;
         EXPECT_TRUE(out.isEmpty());
-        EXPECT_EQ(_tvHash::hashLen(alg), 0u);
-        EXPECT_STREQ(_tvHash::hashName(alg), "unknown");
+        EXPECT_EQ(Digest::hashLen(alg), 0u);
+        EXPECT_STREQ(Digest::hashName(alg), "unknown");
     }
 }
 
@@ -140,21 +140,21 @@ private:
 TEST(HashTest, DataSourceFailuresAreReported) {
     test_support::TempDir dir;
     LogBase log;
-    _tvFileDataSource missing;
+    FileDataSource missing;
     EXPECT_FALSE(missing.openDataSourceFile(XString((dir.path() / "absent").string()), log));
 
     // A directory opens for reading but every read fails.
-    _tvFileDataSource directory;
+    FileDataSource directory;
     ASSERT_TRUE(directory.openDataSourceFile(XString(dir.path().string()), log));
     DataBuffer out;
-    EXPECT_FALSE(_tvHash::hashDataSource(directory, hash_alg::kSha1, nullptr, out, nullptr, log));
+    EXPECT_FALSE(Digest::hashDataSource(directory, hash_alg::kSha1, nullptr, out, nullptr, log));
     EXPECT_TRUE(out.isEmpty());
 
     test_support::writeFile(dir.path() / "big.bin", patternedBytes(300000));
-    _tvFileDataSource big;
+    FileDataSource big;
     ASSERT_TRUE(big.openDataSourceFile(XString((dir.path() / "big.bin").string()), log));
     CountingProgress stopEarly(1);
-    EXPECT_FALSE(_tvHash::hashDataSource(big, hash_alg::kSha1, &stopEarly, out, nullptr, log));
+    EXPECT_FALSE(Digest::hashDataSource(big, hash_alg::kSha1, &stopEarly, out, nullptr, log));
     EXPECT_EQ(stopEarly.m_calls, 1);
     EXPECT_TRUE(out.isEmpty());
 }

@@ -1,9 +1,9 @@
 #include "CryptoTestSupport.h"
 
 #include "companion/crypto/ClsPublicKey.h"
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/HashIds.h"
 #include "companion/crypto/RsaVerifier.h"
-#include "companion/crypto/_tvHash.h"
 #include "companion/log/LogBase.h"
 #include "companion/text/XString.h"
 
@@ -66,7 +66,7 @@ protected:
 
     static DataBuffer hashOf(int alg) {
         DataBuffer h;
-        EXPECT_TRUE(_tvHash::doHash(kData.data(), kData.size(), alg, h));
+        EXPECT_TRUE(Digest::doHash(kData.data(), kData.size(), alg, h));
         return h;
     }
 
@@ -101,7 +101,7 @@ TEST_F(RsaVerifierTest, Pkcs1WithHashesOpensslLacks) {
         DataBuffer digestInfo = test_support::fromHex(prefix);
         digestInfo.append(hashOf(alg));
         const Outcome o = verify(rawSign(digestInfo), hashOf(alg), alg, kPkcs1, alg);
-        EXPECT_TRUE(o.ran && o.valid) << _tvHash::hashName(alg);
+        EXPECT_TRUE(o.ran && o.valid) << Digest::hashName(alg);
     }
 }
 

@@ -68,7 +68,7 @@ TEST(CertificateSummary, AgreesWithOpenssl) {
     EXPECT_EQ(pki_test::dnKey(multi), pki_test::dnKey(opensslSummary(shop, shop.pemPath("multi")).subject));
 
     const auto& fixtures = trust_test::TrustFixtures::shared();
-    std::vector<TavixX509> certs;
+    std::vector<X509Certificate> certs;
     LogBase log;
     ASSERT_TRUE(CertFileReader::readFile(fixtures.certificate(trust_test::Signer::Expired), certs, log));
     const CertificateSummary expiredSummary = summarizeCertificate(certs.front().x509());

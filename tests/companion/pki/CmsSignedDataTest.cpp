@@ -1,13 +1,13 @@
 #include "support/TimestampTestSupport.h"
 
 #include "companion/base/ClsJsonObject.h"
+#include "companion/crypto/Digest.h"
 #include "companion/crypto/HashIds.h"
-#include "companion/crypto/_tvHash.h"
 #include "companion/log/LogBase.h"
 #include "companion/net/ClsHttp.h"
 #include "companion/pki/Asn1XmlCodec.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/CmsSignedData.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/pki/_clsCades.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
@@ -65,13 +65,13 @@ TEST_F(TimestampClient, TokensAndLoading) {
 
         CmsSignedData cms;
         bool detached = true;
-        SystemCerts carried;
+        CertificateStore carried;
         ASSERT_TRUE(cms.loadPkcs7Der(token, kTstInfoOid, 2, detached, &carried, log)) << log.renderText();
         EXPECT_FALSE(detached);
         EXPECT_EQ(carried.getNumCerts(), 2); // the TSA's and its root's
-        SystemCerts none;
+        CertificateStore none;
         DataBuffer tstInfo;
-        ASSERT_TRUE(cms.verifyOpaqueSignature(tstInfo, cades, none, log)) << log.renderText();
+        ASSERT_TRUE(cms.verifyOpaqueSignature(tstInfo, false, none, log)) << log.renderText();
 
         StringBuffer xml, text;
         ASSERT_TRUE(Asn1XmlCodec::derToXml(tstInfo, true, false, xml, nullptr, log));
@@ -82,7 +82,7 @@ TEST_F(TimestampClient, TokensAndLoading) {
         EXPECT_TRUE(dom->getChildContentUtf8("sequence|sequence|oid", text, false));
         EXPECT_EQ(text.view(), "2.16.840.1.101.3.4.2.2");
         DataBuffer expected, imprint;
-        _tvHash::doHash("the data", 8, hash_alg::kSha384, expected);
+        Digest::doHash("the data", 8, hash_alg::kSha384, expected);
         EXPECT_TRUE(dom->getChildContentUtf8("sequence|octets", text, false));
         imprint.appendEncoded(text.view(), "base64");
         EXPECT_TRUE(imprint.equals(expected));
@@ -103,8 +103,8 @@ TEST_F(TimestampClient, TokensAndLoading) {
         truncated.append(token.view().substr(0, token.getSize() - 1));
         EXPECT_FALSE(cms.loadPkcs7Der(truncated, nullptr, 2, detached, nullptr, log));
         DataBuffer tstInfo;
-        SystemCerts none;
-        EXPECT_FALSE(cms.verifyOpaqueSignature(tstInfo, cades, none, log));
+        CertificateStore none;
+        EXPECT_FALSE(cms.verifyOpaqueSignature(tstInfo, false, none, log));
         EXPECT_TRUE(logHas(log, LogBase::Kind::Error, "No CMS SignedData loaded.", false));
     }
 }

@@ -87,9 +87,9 @@ TEST(CorpusCertificates, AgreeWithOpenssl) {
             continue;
         SCOPED_TRACE(file.string());
         LogBase log;
-        std::vector<TavixX509> certs;
+        std::vector<X509Certificate> certs;
         ASSERT_TRUE(CertFileReader::readFile(file, certs, log)) << log.renderText();
-        const TavixX509& cert = certs.front();
+        const X509Certificate& cert = certs.front();
 
         StringBuffer ours;
         ASSERT_TRUE(cert.get_SerialNumber(ours));

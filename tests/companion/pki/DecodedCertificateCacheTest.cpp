@@ -2,7 +2,7 @@
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/DecodedCertificateCache.h"
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509Certificate.h"
 #include "companion/text/StringBuffer.h"
 
 #include <gtest/gtest.h>
@@ -24,11 +24,11 @@ std::string variant(std::string der, int n) {
     return der;
 }
 
-TavixX509 loaded(const std::string& der) {
+X509Certificate loaded(const std::string& der) {
     DataBuffer bytes;
     bytes.append(der);
     LogNull log;
-    TavixX509 cert;
+    X509Certificate cert;
     EXPECT_TRUE(cert.loadX509Der(bytes, log));
     return cert;
 }
@@ -48,23 +48,23 @@ protected:
 };
 
 TEST_F(DecodedCertificateCacheTest, OnlyByteIdenticalCertificatesShareTheDecodedKey) {
-    const TavixX509 first = loaded(m_a), again = loaded(m_a);
+    const X509Certificate first = loaded(m_a), again = loaded(m_a);
     EXPECT_EQ(first.x509(), again.x509());
     EXPECT_EQ(first.publicKey().get(), again.publicKey().get());
 
-    const TavixX509 other = loaded(m_b);
+    const X509Certificate other = loaded(m_b);
     EXPECT_NE(other.x509(), first.x509());
     EXPECT_NE(other.publicKey().get(), first.publicKey().get());
     EXPECT_NE(EVP_PKEY_eq(other.publicKey().get(), first.publicKey().get()), 1);
 
     // Differing bytes with the same key inside get a decoding of their own.
-    const TavixX509 changed = loaded(variant(m_a, 1));
+    const X509Certificate changed = loaded(variant(m_a, 1));
     EXPECT_NE(changed.x509(), first.x509());
     EXPECT_NE(changed.publicKey().get(), first.publicKey().get());
     EXPECT_EQ(EVP_PKEY_eq(changed.publicKey().get(), first.publicKey().get()), 1);
 
     // Bytes after the certificate are not part of it.
-    const TavixX509 trailed = loaded(m_a + "tail");
+    const X509Certificate trailed = loaded(m_a + "tail");
     DataBuffer der;
     ASSERT_TRUE(trailed.getCertDer(der));
     EXPECT_EQ(der.view(), m_a);
@@ -99,7 +99,7 @@ TEST_F(DecodedCertificateCacheTest, EightThreadsShareOneDecoding) {
     for (int t = 0; t < kThreads; ++t)
         threads.emplace_back([&, t] {
             for (int i = 0; i < 200; ++i) {
-                const TavixX509 cert = loaded(i % 2 ? m_a : variant(m_b, i % 40 + 1));
+                const X509Certificate cert = loaded(i % 2 ? m_a : variant(m_b, i % 40 + 1));
                 const PkeyPtr key = cert.publicKey();
                 StringBuffer cn;
                 cert.get_SubjectCN(cn);

@@ -65,9 +65,9 @@ DataBuffer CertWorkshop::der(const std::string& name) const {
     return out;
 }
 
-TavixX509 CertWorkshop::load(const std::string& name) const {
+X509Certificate CertWorkshop::load(const std::string& name) const {
     LogBase log;
-    TavixX509 cert;
+    X509Certificate cert;
     EXPECT_TRUE(cert.loadX509Der(der(name), log)) << log.renderText();
     return cert;
 }

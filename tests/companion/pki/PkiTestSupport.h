@@ -1,7 +1,7 @@
 #pragma once
 
 #include "TestSupport.h"
-#include "companion/pki/TavixX509.h"
+#include "companion/pki/X509Certificate.h"
 #include "companion/text/DataBuffer.h"
 
 #include <filesystem>
@@ -53,7 +53,7 @@ public:
     std::string openssl(const std::string& args) const;
 
     DataBuffer der(const std::string& name) const;
-    TavixX509 load(const std::string& name) const;
+    X509Certificate load(const std::string& name) const;
 
     // openssl x509's view of a certificate file (PEM or DER).
     std::string serial(const std::filesystem::path& cert) const;

@@ -1,8 +1,8 @@
 #include "PkiTestSupport.h"
 
 #include "companion/log/LogBase.h"
+#include "companion/pki/CertificateStore.h"
 #include "companion/pki/Rfc4514Name.h"
-#include "companion/pki/SystemCerts.h"
 #include "companion/text/StringBuffer.h"
 
 #include <gtest/gtest.h>
@@ -59,7 +59,7 @@ TEST(Rfc4514Name, FindsTheCertificateItNames) {
         workshop.make("signer", pki_test::CertWorkshop::Request(
                                     R"(/C=DE/O=Muster Handel\, GmbH/OU=Café/CN=Max \+ Moritz "M"/serialNumber=1+UID=x)")
                                     .serial("77")));
-    SystemCerts store;
+    CertificateStore store;
     LogNull log;
     ASSERT_TRUE(store.addCertificate(workshop.load("signer"), log));
 

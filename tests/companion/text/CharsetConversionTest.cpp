@@ -1,7 +1,7 @@
 #include "companion/log/LogBase.h"
+#include "companion/text/Charset.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/XString.h"
-#include "companion/text/_tvCharset.h"
 
 #include <gtest/gtest.h>
 

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "companion/text/ExtPtrArray.h"
+#include "companion/text/StringBuffer.h"
+#include "verifier/VerificationReport.h"
+
+#include <cstdint>
+#include <optional>
+
+class ClsPublicKey;
+class ClsStringArray;
+class ClsXml;
+class HashedStringSet;
+class LogBase;
+class CertificateStore;
+class X509Certificate;
+
+// Finds the keys and certificates a signature's KeyInfo yields: the key
+// values it writes, the certificates it carries (directly, in WS-Security
+// tokens of the document, as PkiPath tokens) and those it names by issuer
+// and serial, subject name or key identifier in the verifier's certificate
+// store. Each key found carries where it was found (KeySource).
+class KeyResolver {
+public:
+    // Certificate text over `maxCertificateBytes` is not decoded; the first
+    // such certificate is recorded in `limitHit`.
+    KeyResolver(CertificateStore& store, ClsXml* document, uint64_t maxCertificateBytes,
+                std::optional<LimitExceeded>& limitHit)
+        : m_store(store), m_document(document), m_maxCertificateBytes(maxCertificateBytes), m_limitHit(limitHit) {}
+
+    // The candidate keys, in KeyInfo's order; keys found before a malformed
+    // part are kept, and false is returned.
+    bool publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
+    // The certificates KeyInfo carries or names, as base64 DER.
+    bool certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log);
+
+    // Store lookups: the certificate, or a key made from it.
+    ClsPublicKey* getPublicKeyByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, LogBase& log);
+    bool getCertByIssuerNameAndSerial(StringBuffer& issuerCN, StringBuffer& serialHex, StringBuffer& outBase64,
+                                      LogBase& log);
+    ClsPublicKey* getPublicKeyBySubjectName(StringBuffer& dn, LogBase& log);
+    bool getCertBySubjectName(StringBuffer& dn, StringBuffer& outBase64, LogBase& log);
+    ClsPublicKey* getPublicKeyBySKI(StringBuffer& ski, LogBase& log);
+    bool getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log);
+    ClsPublicKey* publicKeyFromX509(X509Certificate& cert, LogBase& log);
+    ClsPublicKey* publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
+    bool processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
+    static void reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out);
+    // The signer's certificate (the last) of a WS-Security X509PKIPathv1 token.
+    bool pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log);
+
+private:
+    bool certificateWithinLimit(const StringBuffer& text, LogBase& log);
+    // What X509Data of KeyInfo or of a SecurityTokenReference yields.
+    void keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    void certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
+    // The SecurityTokenReference forms.
+    void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
+    bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
+
+    CertificateStore& m_store;
+    ClsXml* m_document;
+    uint64_t m_maxCertificateBytes;
+    std::optional<LimitExceeded>& m_limitHit;
+};
