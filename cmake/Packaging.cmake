@@ -35,8 +35,7 @@ if(XMLDSIG_INSTALL)
   install(TARGETS xmldsig_shared xmldsig_core EXPORT xmldsigTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
-  # The tool runs the engine itself (info, c14n, certs, timestamp), which the
-  # shared library does not export, so it links the static library: no rpath.
+  # The tool links the static library: no rpath, it runs from wherever it lies.
   install(TARGETS xmldsig RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
   install(FILES ${PROJECT_SOURCE_DIR}/man/xmldsig.1 DESTINATION ${CMAKE_INSTALL_MANDIR}/man1)
 
