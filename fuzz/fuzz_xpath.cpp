@@ -24,7 +24,7 @@ constexpr std::string_view kUnhandled = "unhandledXPath";
 
 class Verifier : public ClsXmlDSig {
 public:
-    void setMyInvois(bool on) { m_isMyInvois = on; }
+    void setMyInvois(bool on) { m_profile.isMyInvois = on; }
 };
 
 struct Input {
