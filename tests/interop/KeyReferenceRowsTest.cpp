@@ -3,7 +3,7 @@
 // responses whose X509Certificate is the base64 of PEM text: each verifies,
 // naming the further attempt in its log, and a copy with one character of
 // signed content or of SignedInfo changed is INVALID.
-#include "verifier/DSigTestSupport.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // External references with transforms, signed at test time by xmlsec1: the
 // transforms apply to the file's data once its bytes as they are mismatch.
-#include "verifier/DSigTestSupport.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 
@@ -70,12 +70,12 @@ std::unique_ptr<TempDir> ExternalTransforms::dir;
 std::string ExternalTransforms::signedDoc;
 
 // The bytes as written mismatch; with the transforms each reference
-// matches, and the log says which attempt decided.
+// matches, and the report says which attempt decided.
 TEST_F(ExternalTransforms, VerifiesWithTheTransformsApplied) {
     EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
     EXPECT_EQ(dsig.get_RefFailReason(), 0);
-    EXPECT_TRUE(loggedLine(dsig, "Retry with the reference's transforms applied to the external data..."));
-    EXPECT_TRUE(loggedLine(dsig, "The external reference matched with its transforms applied."));
+    for (int i = 0; i < 4; ++i)
+        EXPECT_TRUE(usedAttempt(dsig, FurtherAttempt::ExternalTransforms, i)) << i;
 }
 
 // What the canonicalization or the decoding normalizes is not signed.
@@ -116,7 +116,7 @@ TEST_F(ExternalTransforms, TamperedDataIsInvalid) {
         SCOPED_TRACE(c.what);
         writeFiles(c.xml, c.base64);
         EXPECT_FALSE(dsig.VerifySignature(true));
-        EXPECT_EQ(failedReferenceIndexes(dsig), c.failed);
+        EXPECT_EQ(failedIndexes(dsig), c.failed);
         EXPECT_TRUE(dsig.VerifySignature(false)) << dsig.lastErrorText();
         EXPECT_FALSE(dsig.VerifyReferenceDigest(c.failed.front()));
         EXPECT_EQ(dsig.get_RefFailReason(), 1);
@@ -139,14 +139,16 @@ TEST_F(ExternalTransforms, MissingDataCallerDataAndTheSizeLimit) {
     setBytes(dsig, 2, kXmlFile);
     setBytes(dsig, 3, kBase64File);
     EXPECT_FALSE(dsig.VerifySignature(true));
-    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{0});
+    EXPECT_EQ(failedIndexes(dsig), std::vector<int>{0});
 
     XString file((dir->path() / "data.xml").string());
     ASSERT_TRUE(dsig.SetRefDataFile(0, file));
     dsig.put_VerifyOptions(XString(R"({"MaxExternalFileBytes": 40})"));
     EXPECT_FALSE(dsig.VerifySignature(true));
-    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{0});
-    EXPECT_TRUE(loggedLine(dsig, "over the limit of 40 (VerifyOptions \"MaxExternalFileBytes\")"));
+    EXPECT_EQ(failedIndexes(dsig), std::vector<int>{0});
+    ASSERT_TRUE(dsig.report().limit);
+    EXPECT_EQ(dsig.report().limit->option, "MaxExternalFileBytes");
+    EXPECT_EQ(dsig.report().limit->limit, 40u);
     dsig.put_VerifyOptions(XString("{}"));
     EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
 }
@@ -207,7 +209,7 @@ TEST(ExternalExpressions, SelectedContentIsSignedUnselectedIsNot) {
         dsig.put_ExternalRefDirs(dirs);
         ASSERT_TRUE(dsig.SetHmacKey(key, encoding));
         EXPECT_EQ(dsig.VerifySignature(true), c.failed.empty()) << dsig.lastErrorText();
-        EXPECT_EQ(failedReferenceIndexes(dsig), c.failed);
+        EXPECT_EQ(failedIndexes(dsig), c.failed);
     }
 }
 

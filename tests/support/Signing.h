@@ -26,37 +26,27 @@ inline bool loadXml(ClsXmlDSig& dsig, const std::string& xml) {
     return dsig.LoadSignature(text);
 }
 
-// The values logged under a data tag by the last public call, in order.
-inline std::vector<std::string> loggedData(const ClsXmlDSig& dsig, std::string_view tag) {
-    std::vector<std::string> values;
-    for (const LogBase::Entry& e : dsig.m_log.entries())
-        if (e.kind == LogBase::Kind::Data && e.tag == tag)
-            values.push_back(e.value);
-    return values;
-}
-
-// Whether the last public call logged an error or information line that
-// contains `text`.
-inline bool loggedLine(const ClsXmlDSig& dsig, std::string_view text) {
-    return logHas(dsig.m_log, LogBase::Kind::Error, text, false) ||
-           logHas(dsig.m_log, LogBase::Kind::Info, text, false);
-}
-
-// The last error line of the last public call ("" when none).
-inline std::string lastLoggedError(const ClsXmlDSig& dsig) {
-    std::string last;
-    for (const LogBase::Entry& e : dsig.m_log.entries())
-        if (e.kind == LogBase::Kind::Error)
-            last = e.value;
-    return last;
-}
-
-// The reference indexes the last VerifySignature counted as failed.
-inline std::vector<int> failedReferenceIndexes(const ClsXmlDSig& dsig) {
+// The reference indexes the last VerifySignature found failing, in order.
+inline std::vector<int> failedIndexes(const ClsXmlDSig& dsig) {
     std::vector<int> out;
-    for (const std::string& v : loggedData(dsig, "referenceIndex"))
-        out.push_back(std::stoi(v));
+    for (const VerificationReport::FailedReference& f : dsig.report().failedReferences)
+        out.push_back(f.index);
     return out;
+}
+
+// Whether the last VerifySignature used that further attempt for that
+// reference (AttemptUsed::kSignatureValue: for the value).
+inline bool usedAttempt(const ClsXmlDSig& dsig, FurtherAttempt attempt, int reference) {
+    for (const AttemptUsed& a : dsig.report().attempts)
+        if (a.attempt == attempt && a.reference == reference)
+            return true;
+    return false;
+}
+
+// The HMAC secret for a loaded verifier.
+inline void useHmacSecret(ClsXmlDSig& dsig, const std::string& secret) {
+    XString key(secret), encoding("ascii");
+    EXPECT_TRUE(dsig.SetHmacKey(key, encoding));
 }
 
 inline bool usePublicKeyFile(ClsXmlDSig& dsig, const std::string& path) {

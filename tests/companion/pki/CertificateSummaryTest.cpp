@@ -1,7 +1,7 @@
 #include "companion/pki/CertificateSummary.h"
 
-#include "PkiTestSupport.h"
 #include "companion/pki/CertFileReader.h"
+#include "support/Keys.h"
 #include "support/TrustFixtures.h"
 
 #include <gtest/gtest.h>
@@ -18,7 +18,7 @@ namespace {
 constexpr const char* kNameOptions = "utf8,esc_2253,esc_ctrl,dump_nostr,dump_der,sep_comma_plus_space,dn_rev,sname";
 
 // openssl x509's fields of a PEM certificate, in CertificateSummary's form.
-CertificateSummary opensslSummary(const pki_test::CertWorkshop& shop, const std::filesystem::path& pem) {
+CertificateSummary opensslSummary(const test_support::Workshop& shop, const std::filesystem::path& pem) {
     const std::string out =
         shop.openssl("x509 -noout -in " + test_support::shellQuote(pem.string()) +
                      " -subject -issuer -serial -startdate -enddate -dateopt iso_8601 -fingerprint -sha256 -nameopt " +
@@ -50,22 +50,22 @@ void expectSameSummary(const CertificateSummary& ours, const CertificateSummary&
 }
 
 TEST(CertificateSummary, AgreesWithOpenssl) {
-    pki_test::CertWorkshop shop;
+    test_support::Workshop shop;
     // Non-ASCII text, characters that need escaping and a serial with a
     // high first byte.
     ASSERT_TRUE(shop.make(
         "odd",
-        pki_test::CertWorkshop::Request("/C=EE/O=Tëst \"Quoted\", Ltd/CN=Jürgen Müller").serial("0x80ABCDEF01")));
+        test_support::Workshop::Request("/C=EE/O=Tëst \"Quoted\", Ltd/CN=Jürgen Müller").serial("0x80ABCDEF01")));
     const CertificateSummary summary = summarizeCertificate(shop.load("odd").x509());
     EXPECT_EQ(summary.subject, "CN=Jürgen Müller, O=Tëst \\\"Quoted\\\"\\, Ltd, C=EE");
     expectSameSummary(summary, opensslSummary(shop, shop.pemPath("odd")));
 
     // The attributes of a multi-valued relative name keep their encoded
     // order, where openssl reverses them: the same name all the same.
-    ASSERT_TRUE(shop.make("multi", pki_test::CertWorkshop::Request("/C=EE/OU=Unit+CN=Jürgen")));
+    ASSERT_TRUE(shop.make("multi", test_support::Workshop::Request("/C=EE/OU=Unit+CN=Jürgen")));
     const std::string multi = summarizeCertificate(shop.load("multi").x509()).subject;
     EXPECT_NE(multi.find(" + "), std::string::npos) << multi;
-    EXPECT_EQ(pki_test::dnKey(multi), pki_test::dnKey(opensslSummary(shop, shop.pemPath("multi")).subject));
+    EXPECT_EQ(test_support::dnKey(multi), test_support::dnKey(opensslSummary(shop, shop.pemPath("multi")).subject));
 
     const auto& fixtures = trust_test::TrustFixtures::shared();
     std::vector<TavixX509> certs;

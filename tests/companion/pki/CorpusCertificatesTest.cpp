@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/Asn1XmlCodec.h"
@@ -18,8 +18,8 @@
 #include <utility>
 #include <vector>
 
-using pki_test::CertWorkshop;
-using pki_test::dnKey;
+using test_support::dnKey;
+using test_support::Workshop;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/DecodedCertificateCache.h"
@@ -11,8 +11,8 @@
 #include <thread>
 #include <vector>
 
-using pki_test::CertWorkshop;
-using Cert = pki_test::CertWorkshop::Request;
+using test_support::Workshop;
+using Cert = test_support::Workshop::Request;
 
 namespace {
 
@@ -43,7 +43,7 @@ protected:
         m_b = std::string(m_ws.der("b").view());
     }
 
-    CertWorkshop m_ws;
+    Workshop m_ws;
     std::string m_a, m_b;
 };
 
