@@ -11,7 +11,7 @@ using namespace test_support;
 namespace fs = std::filesystem;
 
 ProcessResult info(const fs::path& file, const std::string& extra = "") {
-    return runProcess(shellQuote(toolPath().string()) + " info " + extra + " " + shellQuote(file.string()));
+    return runTool("info " + extra + " " + shellQuote(file.string()));
 }
 
 TEST(InfoCommand, TextReportNamesSignaturesAndReferences) {
@@ -33,7 +33,7 @@ TEST(InfoCommand, UnreadableFileAndBadUsageExitTwo) {
     EXPECT_EQ(missing.exitCode, 2);
     EXPECT_NE(missing.err.find("cannot open"), std::string::npos) << missing.err;
 
-    ProcessResult usage = runProcess(shellQuote(toolPath().string()) + " info --bogus x.xml");
+    ProcessResult usage = runTool("info --bogus x.xml");
     EXPECT_EQ(usage.exitCode, 2);
     EXPECT_NE(usage.err.find("unknown option --bogus"), std::string::npos) << usage.err;
 }

@@ -11,7 +11,7 @@ using namespace timestamp_test;
 
 class TimestampCommand : public WithTimestampAuthority {
 protected:
-    ProcessResult run(const std::string& args) { return runProcess(shellQuote(toolPath().string()) + " " + args); }
+    ProcessResult run(const std::string& args) { return runTool(args); }
 
     TempDir m_tmp;
 };

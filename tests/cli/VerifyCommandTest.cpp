@@ -65,9 +65,7 @@ protected:
     static std::string q(const fs::path& p) { return shellQuote(p.string()); }
     static std::string ref(const char* uri) { return referenceXml(uri, ""); }
     static std::string path(const std::string& name) { return (dir->dir() / name).string(); }
-    static ProcessResult verify(const std::string& args) {
-        return runProcess(shellQuote(toolPath().string()) + " verify " + args);
-    }
+    static ProcessResult verify(const std::string& args) { return runTool("verify " + args); }
     static std::string rsa(const std::string& args) { return "--key " + q(path("rsa.pub.pem")) + " " + args; }
 
     static std::unique_ptr<Workshop> dir;

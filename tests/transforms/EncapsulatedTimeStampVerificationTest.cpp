@@ -145,6 +145,8 @@ TEST_F(TimeStampVerification, TokenAndAuthorityChecks) {
         {"another authority, chain checked", other, kValidateChain, s_lab->cert("ca"), false},
         {"chain checked without anchors", stampedDocument("QUJD", token), kValidateChain, {}, false},
         {"chain checked", stampedDocument("QUJD", token), kValidateChain, s_lab->cert("ca"), true},
+        // Options that are no JSON object leave no timestamp verified.
+        {"options that are no JSON", stampedDocument("QUJD", token), "ValidateTsaChain", {}, false},
         {"twin of the trusted authority", stampedDocument("QUJD", tokenOver(exclusiveForm("QUJD"), 2)), "",
          s_lab->cert("tsa"), false},
     };

@@ -151,6 +151,9 @@ REVG&amp;#xD;
     dsig->put_Selector(-1);
     EXPECT_EQ(dsig->get_Selector(), 0);
     EXPECT_EQ(dsig->get_NumReferences(), 1);
+    dsig->put_Selector(2);
+    EXPECT_FALSE(dsig->VerifyReferenceDigest(0)); // no SignedInfo
+    EXPECT_EQ(dsig->get_RefFailReason(), 3);
 
     for (const auto& [id, index] : {std::pair{"dup", 0}, {"third", 2}, {"du", -1}}) {
         xmldsig::Settings settings;

@@ -98,6 +98,7 @@ TEST_F(VerifySignature, UnknownCanonicalizationMethodVerifiesInclusively) {
     EXPECT_TRUE(forged->report().valueMismatch);
 }
 
+// No signature, no reference, or no key: each stops at its own stage.
 TEST_F(VerifySignature, NothingToVerify) {
     const std::string noRefs = "<doc><Signature xmlns=\"" + std::string(kDsigNs) +
                                "\"><SignedInfo></SignedInfo><SignatureValue>AA==</SignatureValue></Signature></doc>";
@@ -109,6 +110,10 @@ TEST_F(VerifySignature, NothingToVerify) {
         EXPECT_EQ(dsig.report().stage, VerificationStage::Selection);
         EXPECT_EQ(dsig.report().reason, message);
     }
+    ClsXmlDSig noKey;
+    ASSERT_TRUE(loadXml(noKey, signedDoc));
+    EXPECT_FALSE(noKey.VerifySignature(false));
+    EXPECT_EQ(noKey.report().stage, VerificationStage::KeyResolution);
 }
 
 // Each limit fails the verification with its reason before any digest is
