@@ -32,10 +32,10 @@ std::string documentTemplate(const std::string& x509Data) {
 }
 
 // The tool's verdict: its exit code, the signature's stage and, when it
-// verified, where its key came from.
+// verified, where its key came from and the certificate's subject.
 struct Verdict {
     int exitCode;
-    std::string stage, keySource, output;
+    std::string stage, keySource, subject, output;
 };
 
 class NamedCertificate : public ::testing::Test {
@@ -61,10 +61,13 @@ protected:
                                            shellQuote(ws.pemPath(cert).string()) + " " + shellQuote(file.string()));
         const auto json = nlohmann::json::parse(r.out, nullptr, false);
         if (json.is_discarded())
-            return {r.exitCode, "", "", r.out + r.err};
+            return {r.exitCode, "", "", "", r.out + r.err};
         const auto& sig = json.at("files").at(0).at("signatures").at(0);
-        const std::string keySource = sig.contains("signer") ? sig["signer"]["keySource"].get<std::string>() : "";
-        return {r.exitCode, sig.at("stage").get<std::string>(), keySource, r.out};
+        if (!sig.contains("signer"))
+            return {r.exitCode, sig.at("stage").get<std::string>(), "", "", r.out};
+        const auto& signer = sig.at("signer");
+        return {r.exitCode, sig.at("stage").get<std::string>(), signer.at("keySource").get<std::string>(),
+                signer.at("certificate").at("subject").get<std::string>(), r.out};
     }
 
     Workshop ws;
@@ -88,6 +91,15 @@ TEST_F(NamedCertificate, EscapedNamesFindTheCertificateInTheStore) {
         const Verdict valid = verify(c.cert, doc);
         EXPECT_EQ(valid.exitCode, 0) << valid.output;
         EXPECT_EQ(valid.keySource, c.keySource);
+        // Most specific first, escaped, a multi-valued name in its encoded
+        // order (openssl reverses it): the same name as openssl reads.
+        const std::string opensslSubject =
+            ws.openssl(std::string("x509 -noout -subject -nameopt RFC2253,-esc_msb -in ") + c.cert + ".pem").substr(8);
+        EXPECT_EQ(dnKey(valid.subject), dnKey(opensslSubject.substr(0, opensslSubject.size() - 1)));
+        if (c.cert == std::string("escaped")) {
+            EXPECT_EQ(valid.subject,
+                      R"(SERIALNUMBER=1 + UID=x, CN=Max \+ Moritz \"M\", OU=Café, O=Muster Handel\, GmbH, C=DE)");
+        }
 
         const size_t digestAt = doc.find("<DigestValue>") + 13;
         std::string signedInfoChanged = doc;

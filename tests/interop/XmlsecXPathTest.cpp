@@ -84,11 +84,8 @@ class XmlsecXPath : public ::testing::TestWithParam<XPathCase> {};
 
 TEST_P(XmlsecXPath, SelectedContentIsSignedAndTheRestIsNot) {
     const XPathCase& c = GetParam();
-    TempDir dir;
-    writeFile(dir.path() / "hmac.key", kSecret);
-    std::string diagnostics;
-    const std::string doc = xmlsecSign(dir.path(), documentTemplate(c), "--hmackey hmac.key", &diagnostics);
-    ASSERT_FALSE(doc.empty()) << diagnostics;
+    const std::string doc = HmacSigning(kSecret).sign(documentTemplate(c));
+    ASSERT_FALSE(doc.empty());
     bool retried = false;
     EXPECT_TRUE(verifies(doc, "", &retried));
     EXPECT_EQ(retried, c.retried);
@@ -101,9 +98,7 @@ TEST_P(XmlsecXPath, SelectedContentIsSignedAndTheRestIsNot) {
 }
 
 TEST(XmlsecXPath, TheNodeBudgetStopsTheEvaluation) {
-    TempDir dir;
-    writeFile(dir.path() / "hmac.key", kSecret);
-    const std::string doc = xmlsecSign(dir.path(), documentTemplate(kCases[0]), "--hmackey hmac.key");
+    const std::string doc = HmacSigning(kSecret).sign(documentTemplate(kCases[0]));
     ASSERT_FALSE(doc.empty());
     EXPECT_FALSE(verifies(doc, "{\"MaxXPathNodes\": 20}"));
     EXPECT_TRUE(verifies(doc, "{\"MaxXPathNodes\": 100000}"));

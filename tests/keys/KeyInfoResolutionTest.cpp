@@ -18,6 +18,7 @@
 namespace {
 
 using namespace test_support;
+using KS = KeySource;
 
 // The second serial is 0x124F: written in hex, it is not a decimal number.
 constexpr const char* kSerials[] = {"4660", "4687"};
@@ -173,159 +174,68 @@ TEST(KeyInfoResolution, EachFormYieldsItsKeys) {
     ASSERT_TRUE(k.ws.load("signer0").getSubjectKeyId(ski));
     StringBuffer skiBase64;
     ski.encodeDB("base64", skiBase64);
-    const struct {
-        const char* what;
-        Resolve in;
-        bool valid;
-        KeySource source;
-        int firstKey, signerCert, certs; // signer indexes, -1 for none
-    } cases[] = {
-        {"certificates in document order",
-         {1, x509Data(certElement(0) + certElement(1))},
-         true,
-         KeySource::KeyInfoCertificate,
-         0,
-         1,
-         2},
-        {"KeyValue before certificates",
-         {1, "<ds:KeyValue><ds:RSAKeyValue><ds:Modulus>" + k.modulus[1] +
-                 "</ds:Modulus><ds:Exponent>AQAB</ds:Exponent></ds:RSAKeyValue></ds:KeyValue>" +
-                 x509Data(certElement(0))},
-         true,
-         KeySource::KeyValue,
-         1,
-         -1,
-         1},
-        {"PKIPath token: its last certificate",
-         {1, tokenReference("<wsse:Reference URI=\"#path\" ValueType=\"" + std::string(kPkiPath) + "\"/>"),
-          token("path", kPkiPath, pkiPathBase64())},
-         true,
-         KeySource::WsSecurityToken,
-         1,
-         1,
-         1},
-        // Verification falls back to any token; certificate listing does not.
-        {"PKIPath token that is no DER",
-         {1, tokenReference("<wsse:Reference URI=\"#path\" ValueType=\"" + std::string(kPkiPath) + "\"/>"),
-          token("path", kPkiPath, "AAECAw==")},
-         false,
-         KeySource::None,
-         -1,
-         -1,
-         -1},
-        {"reference to a missing token",
-         {1, tokenReference("<wsse:Reference URI=\"#missing\" ValueType=\"urn:x#X509v3\"/>"), token1},
-         true,
-         KeySource::WsSecurityToken,
-         1,
-         1,
-         -1},
-        {"a thumbprint is not compared",
-         {1, tokenReference("<wsse:KeyIdentifier ValueType=\"urn:x#ThumbprintSHA1\">AAAA</wsse:KeyIdentifier>"),
-          token1},
-         true,
-         KeySource::WsSecurityToken,
-         1,
-         1,
-         0},
-        // Certificates named by KeyInfo come from the store; listing reads a
-        // KeyIdentifier only as an SKI.
-        {"KeyIdentifier",
-         {1, tokenReference("<wsse:KeyIdentifier ValueType=\"urn:x#X509v3\">" + k.cert[1] + "</wsse:KeyIdentifier>"),
-          "", "", 1},
-         true,
-         KeySource::WsSecurityToken,
-         1,
-         1,
-         0},
-        {"subject name",
-         {1, x509Data("<ds:X509SubjectName>CN=Signer 1, O=Example, C=EE</ds:X509SubjectName>"), "", "", 1},
-         true,
-         KeySource::StoreBySubjectName,
-         1,
-         1,
-         1},
-        {"issuer serial",
-         {0, x509Data(issuerSerial(issuer0, "4660")), "", "", 0},
-         true,
-         KeySource::StoreByIssuerSerial,
-         0,
-         0,
-         1},
-        // Those embedded too are not listed twice, except by their SKI.
-        {"issuer serial of an embedded certificate",
-         {0, x509Data(certElement(0) + issuerSerial(issuer0, "4660")), "", "", 0},
-         true,
-         KeySource::KeyInfoCertificate,
-         0,
-         0,
-         1},
-        {"SKI of an embedded certificate",
-         {0, x509Data(certElement(0) + "<ds:X509SKI>" + std::string(skiBase64.view()) + "</ds:X509SKI>"), "", "", 0},
-         true,
-         KeySource::KeyInfoCertificate,
-         0,
-         0,
-         2},
-        {"issuer without a common name",
-         {0, x509Data(issuerSerial("O=Example,C=EE", "4660")), "", "", 0},
-         false,
-         KeySource::None,
-         -1,
-         -1,
-         0},
-        {"another serial", {0, x509Data(issuerSerial(issuer0, "1234")), "", "", 0}, false, KeySource::None, -1, -1, 0},
-        {"serial written in hex",
-         {1, x509Data(issuerSerial("CN=Signer 1,O=Example,C=EE", "124f")), "", "", 1},
-         true,
-         KeySource::StoreByIssuerSerial,
-         1,
-         1,
-         1},
-        {"SecurityTokenReference holding X509Data",
-         {1, tokenReference(x509Data("<ds:X509SubjectName>CN=Signer 1,O=Example,C=EE</ds:X509SubjectName>")), "", "",
-          1},
-         true,
-         KeySource::StoreBySubjectName,
-         1,
-         1,
-         1},
-        // A malformed KeyValue stops resolution; an unhandled token
-        // reference is passed over, though certificate listing stops there.
-        {"malformed KeyValue",
-         {0, "<ds:KeyValue><ds:RSAKeyValue><ds:Modulus>!!</ds:Modulus></ds:RSAKeyValue></ds:KeyValue>" +
-                 x509Data(certElement(0))},
-         false,
-         KeySource::None,
-         -1,
-         -1,
-         1},
-        {"unhandled token reference",
-         {0, x509Data(certElement(0)) + tokenReference("<wsse:Reference URI=\"cid:x\" ValueType=\"urn:x#X509v3\"/>")},
-         true,
-         KeySource::KeyInfoCertificate,
-         0,
-         0,
-         -1},
-        // A caller's key comes after KeyInfo's, and only for verification.
-        {"caller's key",
-         {1, x509Data(certElement(0)), "", "", -1, "signer1.pub.pem"},
-         true,
-         KeySource::CallerKey,
-         0,
-         -1,
-         1},
+    // Resolves `in` and checks the outcome; signer indexes, -1 for none.
+    auto expect = [&](const char* what, bool valid, KeySource source, int firstKey, int signerCert, int certs,
+                      const Resolve& in) {
+        SCOPED_TRACE(what);
+        const Outcome o = resolve(in);
+        EXPECT_EQ(o.valid, valid);
+        EXPECT_EQ(o.stage, valid ? VerificationStage::SignatureValue : VerificationStage::KeyResolution);
+        EXPECT_EQ(o.source, source);
+        EXPECT_EQ(o.firstKey, firstKey < 0 ? "" : k.spki[firstKey]);
+        EXPECT_EQ(o.signerCert, signerCert < 0 ? "" : k.cert[signerCert]);
+        EXPECT_EQ(o.certs, certs);
     };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.what);
-        const Outcome o = resolve(c.in);
-        EXPECT_EQ(o.valid, c.valid);
-        EXPECT_EQ(o.stage, c.valid ? VerificationStage::SignatureValue : VerificationStage::KeyResolution);
-        EXPECT_EQ(o.source, c.source);
-        EXPECT_EQ(o.firstKey, c.firstKey < 0 ? "" : k.spki[c.firstKey]);
-        EXPECT_EQ(o.signerCert, c.signerCert < 0 ? "" : k.cert[c.signerCert]);
-        EXPECT_EQ(o.certs, c.certs);
-    }
+    expect("certificates in document order", true, KS::KeyInfoCertificate, 0, 1, 2,
+           {1, x509Data(certElement(0) + certElement(1))});
+    expect("KeyValue before certificates", true, KS::KeyValue, 1, -1, 1,
+           {1, "<ds:KeyValue><ds:RSAKeyValue><ds:Modulus>" + k.modulus[1] +
+                   "</ds:Modulus><ds:Exponent>AQAB</ds:Exponent></ds:RSAKeyValue></ds:KeyValue>" +
+                   x509Data(certElement(0))});
+    expect("PKIPath token: its last certificate", true, KS::WsSecurityToken, 1, 1, 1,
+           {1, tokenReference("<wsse:Reference URI=\"#path\" ValueType=\"" + std::string(kPkiPath) + "\"/>"),
+            token("path", kPkiPath, pkiPathBase64())});
+    expect("PKIPath token that is no DER", false, KS::None, -1, -1, -1,
+           {1, tokenReference("<wsse:Reference URI=\"#path\" ValueType=\"" + std::string(kPkiPath) + "\"/>"),
+            token("path", kPkiPath, "AAECAw==")});
+    // Verification falls back to any token; certificate listing does not.
+    expect("reference to a missing token", true, KS::WsSecurityToken, 1, 1, -1,
+           {1, tokenReference("<wsse:Reference URI=\"#missing\" ValueType=\"urn:x#X509v3\"/>"), token1});
+    expect("a thumbprint is not compared", true, KS::WsSecurityToken, 1, 1, 0,
+           {1, tokenReference("<wsse:KeyIdentifier ValueType=\"urn:x#ThumbprintSHA1\">AAAA</wsse:KeyIdentifier>"),
+            token1});
+    // Certificates named by KeyInfo come from the store; listing reads a
+    // KeyIdentifier only as an SKI.
+    expect("KeyIdentifier", true, KS::WsSecurityToken, 1, 1, 0,
+           {1, tokenReference("<wsse:KeyIdentifier ValueType=\"urn:x#X509v3\">" + k.cert[1] + "</wsse:KeyIdentifier>"),
+            "", "", 1});
+    expect("subject name", true, KS::StoreBySubjectName, 1, 1, 1,
+           {1, x509Data("<ds:X509SubjectName>CN=Signer 1, O=Example, C=EE</ds:X509SubjectName>"), "", "", 1});
+    expect("issuer serial", true, KS::StoreByIssuerSerial, 0, 0, 1,
+           {0, x509Data(issuerSerial(issuer0, "4660")), "", "", 0});
+    // Those embedded too are not listed twice, except by their SKI.
+    expect("issuer serial of an embedded certificate", true, KS::KeyInfoCertificate, 0, 0, 1,
+           {0, x509Data(certElement(0) + issuerSerial(issuer0, "4660")), "", "", 0});
+    expect("SKI of an embedded certificate", true, KS::KeyInfoCertificate, 0, 0, 2,
+           {0, x509Data(certElement(0) + "<ds:X509SKI>" + std::string(skiBase64.view()) + "</ds:X509SKI>"), "", "", 0});
+    expect("issuer without a common name", false, KS::None, -1, -1, 0,
+           {0, x509Data(issuerSerial("O=Example,C=EE", "4660")), "", "", 0});
+    expect("another serial", false, KS::None, -1, -1, 0, {0, x509Data(issuerSerial(issuer0, "1234")), "", "", 0});
+    expect("serial written in hex", true, KS::StoreByIssuerSerial, 1, 1, 1,
+           {1, x509Data(issuerSerial("CN=Signer 1,O=Example,C=EE", "124f")), "", "", 1});
+    expect("SecurityTokenReference holding X509Data", true, KS::StoreBySubjectName, 1, 1, 1,
+           {1, tokenReference(x509Data("<ds:X509SubjectName>CN=Signer 1,O=Example,C=EE</ds:X509SubjectName>")), "", "",
+            1});
+    // A malformed KeyValue stops resolution; an unhandled token
+    // reference is passed over, though certificate listing stops there.
+    expect("malformed KeyValue", false, KS::None, -1, -1, 1,
+           {0, "<ds:KeyValue><ds:RSAKeyValue><ds:Modulus>!!</ds:Modulus></ds:RSAKeyValue></ds:KeyValue>" +
+                   x509Data(certElement(0))});
+    expect(
+        "unhandled token reference", true, KS::KeyInfoCertificate, 0, 0, -1,
+        {0, x509Data(certElement(0)) + tokenReference("<wsse:Reference URI=\"cid:x\" ValueType=\"urn:x#X509v3\"/>")});
+    // A caller's key comes after KeyInfo's, and only for verification.
+    expect("caller's key", true, KS::CallerKey, 0, -1, 1, {1, x509Data(certElement(0)), "", "", -1, "signer1.pub.pem"});
 }
 
 // Certificate text beyond MaxCertificateBytes is not decoded, in KeyInfo and

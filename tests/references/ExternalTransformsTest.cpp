@@ -183,12 +183,10 @@ std::string expressionTemplate() {
 
 // What the expressions select is signed, what they leave out is not.
 TEST(ExternalExpressions, SelectedContentIsSignedUnselectedIsNot) {
-    TempDir dir;
-    writeFile(dir.path() / "hmac.key", "external secret");
-    writeFile(dir.path() / "data.xml", kSelectedFile);
-    std::string diagnostics;
-    const std::string signedDoc = xmlsecSign(dir.path(), expressionTemplate(), "--hmackey hmac.key", &diagnostics);
-    ASSERT_FALSE(signedDoc.empty()) << diagnostics;
+    const HmacSigning hmac("external secret");
+    writeFile(hmac.dir.path() / "data.xml", kSelectedFile);
+    const std::string signedDoc = hmac.sign(expressionTemplate());
+    ASSERT_FALSE(signedDoc.empty());
     const struct {
         const char* what;
         std::string xml;
@@ -202,14 +200,10 @@ TEST(ExternalExpressions, SelectedContentIsSignedUnselectedIsNot) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        writeFile(dir.path() / "data.xml", c.xml);
-        ClsXmlDSig dsig;
-        ASSERT_TRUE(loadXml(dsig, signedDoc));
-        XString dirs(dir.path().string()), key("external secret"), encoding("ascii");
-        dsig.put_ExternalRefDirs(dirs);
-        ASSERT_TRUE(dsig.SetHmacKey(key, encoding));
-        EXPECT_EQ(dsig.VerifySignature(true), c.failed.empty()) << dsig.lastErrorText();
-        EXPECT_EQ(failedIndexes(dsig), c.failed);
+        writeFile(hmac.dir.path() / "data.xml", c.xml);
+        auto dsig = hmac.verifier(signedDoc);
+        EXPECT_EQ(dsig->VerifySignature(true), c.failed.empty()) << dsig->lastErrorText();
+        EXPECT_EQ(failedIndexes(*dsig), c.failed);
     }
 }
 

@@ -14,43 +14,25 @@ namespace {
 
 using namespace test_support;
 
-constexpr std::string_view kHmacSha256 = "http://www.w3.org/2001/04/xmldsig-more#hmac-sha256";
-
 class SelectedSignature : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        dir = std::make_unique<TempDir>();
-        writeFile(dir->path() / "hmac.key", "secret");
-        writeFile(dir->path() / "data.txt", "detached bytes\n");
+        hmac = std::make_unique<HmacSigning>();
+        writeFile(hmac->dir.path() / "data.txt", "detached bytes\n");
     }
-    static void TearDownTestSuite() { dir.reset(); }
+    static void TearDownTestSuite() { hmac.reset(); }
 
     // <doc> with two paragraphs, signed by xmlsec1 with HMAC-SHA256.
     static std::string sign(const std::string& signatureAttributes, const std::string& references) {
-        const std::string tmpl = "<doc>\n<p Id=\"a\">one</p>\n<p Id=\"b\">two</p>\n<Signature xmlns=\"" +
-                                 std::string(kDsigNs) + "\"" + signatureAttributes +
-                                 "><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
-                                 "\"/><SignatureMethod Algorithm=\"" + std::string(kHmacSha256) + "\"/>" + references +
-                                 "</SignedInfo><SignatureValue/></Signature></doc>";
-        std::string diagnostics;
-        std::string signedDoc = xmlsecSign(dir->path(), tmpl, "--hmackey hmac.key --id-attr:Id p", &diagnostics);
-        EXPECT_FALSE(signedDoc.empty()) << diagnostics;
-        return signedDoc;
+        return hmac->sign(hmacTemplate("\n<p Id=\"a\">one</p>\n<p Id=\"b\">two</p>\n", references, signatureAttributes),
+                          "--id-attr:Id p");
     }
+    static std::unique_ptr<ClsXmlDSig> verifier(const std::string& doc) { return hmac->verifier(doc); }
 
-    static std::unique_ptr<ClsXmlDSig> verifier(const std::string& doc) {
-        auto dsig = std::make_unique<ClsXmlDSig>();
-        EXPECT_TRUE(loadXml(*dsig, doc));
-        XString key("secret"), encoding("ascii"), dirs(dir->path().string());
-        dsig->SetHmacKey(key, encoding);
-        dsig->put_ExternalRefDirs(dirs);
-        return dsig;
-    }
-
-    static std::unique_ptr<TempDir> dir;
+    static std::unique_ptr<HmacSigning> hmac;
 };
 
-std::unique_ptr<TempDir> SelectedSignature::dir;
+std::unique_ptr<HmacSigning> SelectedSignature::hmac;
 
 std::string between(const std::string& s, std::string_view open, std::string_view close) {
     const size_t a = s.find(open);

@@ -17,36 +17,26 @@ const std::string kData = "detached bytes\n";
 class VerifySignature : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        dir = std::make_unique<TempDir>();
-        writeFile(dir->path() / "data.txt", kData);
-        writeFile(dir->path() / "hmac.key", "secret");
-        const std::string tmpl =
-            "<doc><p Id=\"a\">one</p><p Id=\"b\">two</p><Signature xmlns=\"" + std::string(kDsigNs) +
-            "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
-            "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>" +
-            referenceXml("#a", "") + referenceXml("#b", "") + referenceXml("data.txt", "") +
-            "</SignedInfo><SignatureValue/></Signature></doc>";
+        hmac = std::make_unique<HmacSigning>();
+        writeFile(hmac->dir.path() / "data.txt", kData);
         std::string diagnostics;
-        signedDoc = xmlsecSign(dir->path(), tmpl, "--hmackey hmac.key --id-attr:Id p --store-signatures", &diagnostics);
-        ASSERT_FALSE(signedDoc.empty()) << diagnostics;
+        signedDoc =
+            hmac->sign(hmacTemplate("<p Id=\"a\">one</p><p Id=\"b\">two</p>",
+                                    referenceXml("#a", "") + referenceXml("#b", "") + referenceXml("data.txt", "")),
+                       "--id-attr:Id p --store-signatures", &diagnostics);
         canonicalSignedInfo = preSignedData(diagnostics);
     }
-    static void TearDownTestSuite() { dir.reset(); }
+    static void TearDownTestSuite() { hmac.reset(); }
 
     static std::unique_ptr<ClsXmlDSig> verifier(const std::string& doc, bool withDirs = true) {
-        auto dsig = std::make_unique<ClsXmlDSig>();
-        EXPECT_TRUE(loadXml(*dsig, doc));
-        XString key("secret"), encoding("ascii"), dirs(withDirs ? dir->path().string() : "");
-        dsig->SetHmacKey(key, encoding);
-        dsig->put_ExternalRefDirs(dirs);
-        return dsig;
+        return hmac->verifier(doc, withDirs);
     }
 
-    static std::unique_ptr<TempDir> dir;
+    static std::unique_ptr<HmacSigning> hmac;
     static std::string signedDoc, canonicalSignedInfo;
 };
 
-std::unique_ptr<TempDir> VerifySignature::dir;
+std::unique_ptr<HmacSigning> VerifySignature::hmac;
 std::string VerifySignature::signedDoc, VerifySignature::canonicalSignedInfo;
 
 // Missing external data is excused by IgnoreExternalRefs; data that is
@@ -86,7 +76,7 @@ TEST_F(VerifySignature, ReferenceFailuresAreCounted) {
 // was computed over the inclusive form, and a tampered value still fails.
 TEST_F(VerifySignature, UnknownCanonicalizationMethodVerifiesInclusively) {
     const std::string unknown = "urn:example:canonical";
-    const fs::path si = dir->path() / "si.c14n";
+    const fs::path si = hmac->dir.path() / "si.c14n";
     writeFile(si, replaced(canonicalSignedInfo, kC14n, unknown));
     const ProcessResult mac =
         runProcess("openssl dgst -sha256 -hmac secret -binary " + shellQuote(si.string()) + " | base64 -w0");
@@ -188,15 +178,8 @@ TEST_F(VerifySignature, ManyReferencesAreDigestedOncePerDistinctReference) {
         refs += referenceXml("#e" + std::to_string(i), "", {std::string(kExcC14n)}) +
                 referenceXml("", "", {std::string(kEnveloped), std::string(kExcC14n)});
     }
-    const TempDir tmp;
-    writeFile(tmp.path() / "hmac.key", "secret");
-    std::string diagnostics;
-    const std::string tmpl = "<doc>" + items + "<Signature xmlns=\"" + std::string(kDsigNs) +
-                             "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kExcC14n) +
-                             "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>" +
-                             refs + "</SignedInfo><SignatureValue/></Signature></doc>";
-    const std::string signedMany = xmlsecSign(tmp.path(), tmpl, "--hmackey hmac.key --id-attr:Id p", &diagnostics);
-    ASSERT_FALSE(signedMany.empty()) << diagnostics;
+    const std::string signedMany = hmac->sign(hmacTemplate(items, refs, "", kExcC14n), "--id-attr:Id p");
+    ASSERT_FALSE(signedMany.empty());
 
     auto dsig = verifier(signedMany);
     EXPECT_TRUE(dsig->VerifySignature(true)) << dsig->lastErrorText();
