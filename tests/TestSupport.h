@@ -33,6 +33,10 @@ struct ProcessResult {
 // Runs a command line through the shell, capturing stdout and stderr.
 ProcessResult runProcess(const std::string& commandLine);
 std::string shellQuote(const std::string& s);
+// Runs the xmldsig tool with the (already quoted) arguments.
+inline ProcessResult runTool(const std::string& args) {
+    return runProcess(shellQuote(toolPath().string()) + " " + args);
+}
 // Runs "openssl <args>" in `dir`, with a test failure that shows stderr
 // when it exits non-zero.
 ProcessResult runOpenssl(const std::filesystem::path& dir, const std::string& args);

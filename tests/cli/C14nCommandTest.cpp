@@ -10,7 +10,7 @@ using namespace test_support;
 namespace fs = std::filesystem;
 
 ProcessResult c14n(const std::string& args) {
-    return runProcess(shellQuote(toolPath().string()) + " c14n " + args);
+    return runTool("c14n " + args);
 }
 
 fs::path example(const char* name) {

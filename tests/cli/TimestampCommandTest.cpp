@@ -1,7 +1,5 @@
 #include "support/TimestampTestSupport.h"
 
-#include "companion/log/LogBase.h"
-
 #include <gtest/gtest.h>
 
 #include <memory>
@@ -13,7 +11,7 @@ using namespace timestamp_test;
 
 class TimestampCommand : public WithTimestampAuthority {
 protected:
-    ProcessResult run(const std::string& args) { return runProcess(shellQuote(toolPath().string()) + " " + args); }
+    ProcessResult run(const std::string& args) { return runTool(args); }
 
     TempDir m_tmp;
 };
@@ -28,8 +26,7 @@ TEST_F(TimestampCommand, WritesTheTimestampedDocument) {
     EXPECT_EQ(r.out, "");
     const std::string stamped = readFile(out);
     EXPECT_NE(tokenOf(stamped), "");
-    LogBase log;
-    EXPECT_TRUE(verifyTimeStamp(stamped, log, R"({"ValidateTsaChain": true})", s_lab->cert("ca"))) << log.renderText();
+    EXPECT_TRUE(timestampVerified(verifyStamped(stamped, R"({"ValidateTsaChain": true})", s_lab->cert("ca"))));
 
     // Without -o the document goes to stdout; a second stamp is refused.
     r = run("timestamp --tsa " + s_tsa->url() + " --tsa-options '{\"HashAlgorithm\":\"sha512\"}' --selector 0 " +

@@ -1,6 +1,7 @@
 // `xmldsig verify`: exit codes, the verdict line, --json, selection, keys and
 // external data options, on documents signed by xmlsec1.
-#include "verifier/DSigTestSupport.h"
+#include "support/Keys.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -10,19 +11,17 @@
 namespace {
 
 using namespace test_support;
+using test_support::Workshop;
 namespace fs = std::filesystem;
 
 class VerifyCommand : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        dir = std::make_unique<TempDir>();
-        const fs::path d = dir->path();
+        dir = std::make_unique<Workshop>();
+        const fs::path d = dir->dir();
         for (const char* sub : {"sig", "alone", "ext"})
             fs::create_directories(d / sub);
-        ASSERT_EQ(runProcess("(openssl genpkey -algorithm RSA -pkeyopt rsa_keygen_bits:2048 -out " + q(d / "key.pem") +
-                             " && openssl pkey -in " + q(d / "key.pem") + " -pubout -out " + q(d / "pub.pem") + ")")
-                      .exitCode,
-                  0);
+        ASSERT_TRUE(dir->makeKey("rsa", "rsa"));
 
         // Two RSA signatures with Ids, each over its own fragment.
         auto sig = [](const char* id, const char* uri) {
@@ -32,7 +31,7 @@ protected:
                    "</SignedInfo><SignatureValue/></Signature>";
         };
         const std::string args =
-            "--privkey-pem " + q(d / "key.pem") + " --id-attr:Id d --id-attr:Id Signature --node-id ";
+            "--privkey-pem " + q(d / "rsa.key") + " --id-attr:Id d --id-attr:Id Signature --node-id ";
         std::string diagnostics;
         const std::string once = xmlsecSign(
             d, "<doc><d Id=\"d1\">first</d><d Id=\"d2\">second</d>" + sig("s1", "#d1") + sig("s2", "#d2") + "</doc>",
@@ -65,16 +64,14 @@ protected:
 
     static std::string q(const fs::path& p) { return shellQuote(p.string()); }
     static std::string ref(const char* uri) { return referenceXml(uri, ""); }
-    static std::string path(const std::string& name) { return (dir->path() / name).string(); }
-    static ProcessResult verify(const std::string& args) {
-        return runProcess(shellQuote(toolPath().string()) + " verify " + args);
-    }
-    static std::string rsa(const std::string& args) { return "--key " + q(path("pub.pem")) + " " + args; }
+    static std::string path(const std::string& name) { return (dir->dir() / name).string(); }
+    static ProcessResult verify(const std::string& args) { return runTool("verify " + args); }
+    static std::string rsa(const std::string& args) { return "--key " + q(path("rsa.pub.pem")) + " " + args; }
 
-    static std::unique_ptr<TempDir> dir;
+    static std::unique_ptr<Workshop> dir;
 };
 
-std::unique_ptr<TempDir> VerifyCommand::dir;
+std::unique_ptr<Workshop> VerifyCommand::dir;
 
 TEST_F(VerifyCommand, SelectionAndOneVerdictLinePerSignature) {
     const std::string two = path("two.xml");
@@ -150,7 +147,9 @@ TEST_F(VerifyCommand, JsonCarriesVerdictReasonsAndLog) {
     EXPECT_EQ(sigs[1].at("id"), "s2");
     EXPECT_EQ(sigs[1].at("refFailReason"), 1);
     EXPECT_EQ(sigs[1].at("failedReferences"), nlohmann::json::parse(R"([{"index": 0, "reason": 1}])"));
-    EXPECT_NE(sigs[1].at("log").dump().find("refFailureCount"), std::string::npos);
+    EXPECT_EQ(sigs[1].at("stage"), "references");
+    EXPECT_EQ(sigs[0].at("stage"), "signature value");
+    EXPECT_TRUE(sigs[1].at("log").is_array() || sigs[1].at("log").is_object());
 }
 
 // Input and usage errors: exit 2 with one line on stderr.

@@ -10,7 +10,7 @@ using trust_test::TrustFixtures;
 namespace {
 
 ProcessResult verify(const std::string& args) {
-    return runProcess(shellQuote(toolPath().string()) + " verify " + args);
+    return runTool("verify " + args);
 }
 
 std::string q(const std::filesystem::path& p) {

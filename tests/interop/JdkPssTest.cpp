@@ -1,7 +1,7 @@
 // Documents signed at test time by the JDK's XML-DSig with RSASSA-PSS and
 // RSAPSSParams (the "#rsa-pss" method URI) verify with the key of their
 // KeyValue, and every tampered variant fails.
-#include "verifier/DSigTestSupport.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 
@@ -93,12 +93,20 @@ protected:
 
     static std::string document(const PssCase& c) { return readFile(dir->path() / (std::string(c.name) + ".xml")); }
 
-    static bool verifies(const std::string& doc, std::string* log = nullptr) {
+    // The report's stage, reason and signer algorithm.
+    struct Outcome {
+        VerificationStage stage = VerificationStage::None;
+        std::string reason, algorithm;
+        KeySource source = KeySource::None;
+    };
+    static bool verifies(const std::string& doc, Outcome* out = nullptr) {
         ClsXmlDSig dsig;
         EXPECT_TRUE(loadXml(dsig, doc));
         const bool valid = dsig.VerifySignature(true);
-        if (log)
-            *log = dsig.lastErrorText();
+        if (out) {
+            const VerificationReport& r = dsig.report();
+            *out = {r.stage, r.reason, r.signer.algorithmName(), r.signer.source};
+        }
         return valid;
     }
 
@@ -134,9 +142,10 @@ TEST_F(JdkPss, SignedWithParametersVerifiesAndEveryTamperFails) {
         ASSERT_NE(doc.find("xmldsig-more#rsa-pss"), std::string::npos) << doc;
         EXPECT_EQ(doc.find("RSAPSSParams") != std::string::npos, *c.paramsWritten != '\0') << doc;
         EXPECT_NE(doc.find(c.paramsWritten), std::string::npos) << doc;
-        std::string log;
-        EXPECT_TRUE(verifies(doc, &log)) << log;
-        EXPECT_NE(log.find("RSASSA-PSS parameters are read from RSAPSSParams."), std::string::npos) << log;
+        Outcome report;
+        EXPECT_TRUE(verifies(doc, &report)) << report.reason;
+        EXPECT_EQ(report.algorithm, "rsa-pss");
+        EXPECT_EQ(report.source, KeySource::KeyValue);
         for (const std::string& tampered : tamperedVariants(doc))
             EXPECT_FALSE(verifies(tampered)) << tampered;
     }
@@ -153,11 +162,13 @@ TEST_F(JdkPss, UnverifiableParametersAreRefused) {
         {"<pss:SaltLength>-20</pss:SaltLength>", "must be non-negative numbers"},
     };
     for (const auto& [edit, reason] : refusals) {
-        std::string log;
-        EXPECT_FALSE(verifies(replaced(doc, params, edit), &log)) << edit;
-        EXPECT_NE(log.find(reason), std::string::npos) << log;
+        Outcome report;
+        EXPECT_FALSE(verifies(replaced(doc, params, edit), &report)) << edit;
+        EXPECT_EQ(report.stage, VerificationStage::SignedInfo);
+        EXPECT_NE(report.reason.find(reason), std::string::npos) << report.reason;
     }
-    std::string log;
-    EXPECT_FALSE(verifies(replaced(doc, "xmlenc#sha512", "xmldsig-more#sha224"), &log));
-    EXPECT_NE(log.find("Unsupported DigestMethod in RSAPSSParams."), std::string::npos) << log;
+    Outcome report;
+    EXPECT_FALSE(verifies(replaced(doc, "xmlenc#sha512", "xmldsig-more#sha224"), &report));
+    EXPECT_EQ(report.stage, VerificationStage::SignedInfo);
+    EXPECT_EQ(report.reason, "Unsupported DigestMethod in RSAPSSParams.");
 }

@@ -1,7 +1,7 @@
 // Every dsig row of the peers' manifest gives its expected outcome with the
 // key material the row names, except the rows listed below.
 #include "companion/pki/ClsXmlCertVault.h"
-#include "verifier/DSigTestSupport.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 

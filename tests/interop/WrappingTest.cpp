@@ -3,7 +3,7 @@
 // SAML response and a real WS-Security message. Each signature of each
 // variant must be INVALID, or VALID with its references reporting the
 // element that carries the signed bytes, never the evil one.
-#include "verifier/DSigTestSupport.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 

@@ -1,6 +1,6 @@
 // External references with transforms, signed at test time by xmlsec1: the
 // transforms apply to the file's data once its bytes as they are mismatch.
-#include "verifier/DSigTestSupport.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 
@@ -70,12 +70,12 @@ std::unique_ptr<TempDir> ExternalTransforms::dir;
 std::string ExternalTransforms::signedDoc;
 
 // The bytes as written mismatch; with the transforms each reference
-// matches, and the log says which attempt decided.
+// matches, and the report says which attempt decided.
 TEST_F(ExternalTransforms, VerifiesWithTheTransformsApplied) {
     EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
     EXPECT_EQ(dsig.get_RefFailReason(), 0);
-    EXPECT_TRUE(loggedLine(dsig, "Retry with the reference's transforms applied to the external data..."));
-    EXPECT_TRUE(loggedLine(dsig, "The external reference matched with its transforms applied."));
+    for (int i = 0; i < 4; ++i)
+        EXPECT_TRUE(usedAttempt(dsig, FurtherAttempt::ExternalTransforms, i)) << i;
 }
 
 // What the canonicalization or the decoding normalizes is not signed.
@@ -116,7 +116,7 @@ TEST_F(ExternalTransforms, TamperedDataIsInvalid) {
         SCOPED_TRACE(c.what);
         writeFiles(c.xml, c.base64);
         EXPECT_FALSE(dsig.VerifySignature(true));
-        EXPECT_EQ(failedReferenceIndexes(dsig), c.failed);
+        EXPECT_EQ(failedIndexes(dsig), c.failed);
         EXPECT_TRUE(dsig.VerifySignature(false)) << dsig.lastErrorText();
         EXPECT_FALSE(dsig.VerifyReferenceDigest(c.failed.front()));
         EXPECT_EQ(dsig.get_RefFailReason(), 1);
@@ -139,14 +139,16 @@ TEST_F(ExternalTransforms, MissingDataCallerDataAndTheSizeLimit) {
     setBytes(dsig, 2, kXmlFile);
     setBytes(dsig, 3, kBase64File);
     EXPECT_FALSE(dsig.VerifySignature(true));
-    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{0});
+    EXPECT_EQ(failedIndexes(dsig), std::vector<int>{0});
 
     XString file((dir->path() / "data.xml").string());
     ASSERT_TRUE(dsig.SetRefDataFile(0, file));
     dsig.put_VerifyOptions(XString(R"({"MaxExternalFileBytes": 40})"));
     EXPECT_FALSE(dsig.VerifySignature(true));
-    EXPECT_EQ(failedReferenceIndexes(dsig), std::vector<int>{0});
-    EXPECT_TRUE(loggedLine(dsig, "over the limit of 40 (VerifyOptions \"MaxExternalFileBytes\")"));
+    EXPECT_EQ(failedIndexes(dsig), std::vector<int>{0});
+    ASSERT_TRUE(dsig.report().limit);
+    EXPECT_EQ(dsig.report().limit->option, "MaxExternalFileBytes");
+    EXPECT_EQ(dsig.report().limit->limit, 40u);
     dsig.put_VerifyOptions(XString("{}"));
     EXPECT_TRUE(dsig.VerifySignature(true)) << dsig.lastErrorText();
 }
@@ -181,12 +183,10 @@ std::string expressionTemplate() {
 
 // What the expressions select is signed, what they leave out is not.
 TEST(ExternalExpressions, SelectedContentIsSignedUnselectedIsNot) {
-    TempDir dir;
-    writeFile(dir.path() / "hmac.key", "external secret");
-    writeFile(dir.path() / "data.xml", kSelectedFile);
-    std::string diagnostics;
-    const std::string signedDoc = xmlsecSign(dir.path(), expressionTemplate(), "--hmackey hmac.key", &diagnostics);
-    ASSERT_FALSE(signedDoc.empty()) << diagnostics;
+    const HmacSigning hmac("external secret");
+    writeFile(hmac.dir.path() / "data.xml", kSelectedFile);
+    const std::string signedDoc = hmac.sign(expressionTemplate());
+    ASSERT_FALSE(signedDoc.empty());
     const struct {
         const char* what;
         std::string xml;
@@ -200,14 +200,10 @@ TEST(ExternalExpressions, SelectedContentIsSignedUnselectedIsNot) {
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
-        writeFile(dir.path() / "data.xml", c.xml);
-        ClsXmlDSig dsig;
-        ASSERT_TRUE(loadXml(dsig, signedDoc));
-        XString dirs(dir.path().string()), key("external secret"), encoding("ascii");
-        dsig.put_ExternalRefDirs(dirs);
-        ASSERT_TRUE(dsig.SetHmacKey(key, encoding));
-        EXPECT_EQ(dsig.VerifySignature(true), c.failed.empty()) << dsig.lastErrorText();
-        EXPECT_EQ(failedReferenceIndexes(dsig), c.failed);
+        writeFile(hmac.dir.path() / "data.xml", c.xml);
+        auto dsig = hmac.verifier(signedDoc);
+        EXPECT_EQ(dsig->VerifySignature(true), c.failed.empty()) << dsig->lastErrorText();
+        EXPECT_EQ(failedIndexes(*dsig), c.failed);
     }
 }
 

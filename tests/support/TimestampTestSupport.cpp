@@ -1,10 +1,7 @@
 #include "support/TimestampTestSupport.h"
 
 #include "companion/base/ClsJsonObject.h"
-#include "companion/log/LogBase.h"
 #include "companion/pki/ClsXmlCertVault.h"
-#include "companion/xml/ClsXml.h"
-#include "companion/xml/XmlSigLocate.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <gtest/gtest.h>
@@ -18,13 +15,6 @@ using test_support::shellQuote;
 
 namespace {
 
-constexpr const char* kEcKey = "-newkey ec -pkeyopt ec_paramgen_curve:P-256 -nodes";
-constexpr const char* kTsaExtensions = "[tsa]\n"
-                                       "basicConstraints=CA:FALSE\n"
-                                       "keyUsage=critical,digitalSignature,nonRepudiation\n"
-                                       "extendedKeyUsage=critical,timeStamping\n"
-                                       "subjectKeyIdentifier=hash\n"
-                                       "authorityKeyIdentifier=keyid\n";
 constexpr const char* kSignedPropertiesId = "--id-attr:Id 'http://uri.etsi.org/01903/v1.3.2#:SignedProperties'";
 
 } // namespace
@@ -60,34 +50,17 @@ void WithTimestampAuthority::TearDownTestSuite() {
     s_lab.reset();
 }
 
-TimestampLab::TimestampLab() {
-    test_support::writeFile(dir() / "ext.cnf", kTsaExtensions);
-    makeRoot("ca");
-    makeRoot("ca2");
-    makeTsa("tsa", "ca", "tsa");
-    makeTsa("twin", "ca", "twin");
-    makeTsa("tsa2", "ca2", "tsa2");
-    writeConfig("tsa", "ca");
-    writeConfig("twin", "ca");
-    writeConfig("tsa2", "ca2");
-    openssl(std::string("req -x509 ") + kEcKey + " -keyout signer.key -out signer.pem -subj /CN=Signer -days 2");
-}
-
-void TimestampLab::openssl(const std::string& args) const {
-    test_support::runOpenssl(dir(), args);
-}
-
-void TimestampLab::makeRoot(const std::string& name) const {
-    openssl(std::string("req -x509 ") + kEcKey + " -keyout " + name + ".key -out " + name + ".pem -subj '/CN=Root " +
-            name + "' -days 2 -addext basicConstraints=critical,CA:TRUE -addext keyUsage=critical,keyCertSign");
-}
-
 // Every TSA of one root gets serial 2 and the same subject, so that "twin"
 // is indistinguishable from "tsa" by issuer and serial.
-void TimestampLab::makeTsa(const std::string& name, const std::string& root, const std::string& keyOf) const {
-    openssl(std::string("req ") + kEcKey + " -keyout " + keyOf + ".key -out " + name + ".csr -subj '/CN=Loopback TSA'");
-    openssl("x509 -req -in " + name + ".csr -CA " + root + ".pem -CAkey " + root + ".key -set_serial 2 -days 2 -out " +
-            name + ".pem -extfile ext.cnf -extensions tsa");
+TimestampLab::TimestampLab() {
+    using Request = test_support::Workshop::Request;
+    for (const char* root : {"ca", "ca2"})
+        EXPECT_TRUE(m_ws.make(root, Request(std::string("/CN=Root ") + root)));
+    for (const auto& [tsa, root] : {std::pair{"tsa", "ca"}, {"twin", "ca"}, {"tsa2", "ca2"}}) {
+        EXPECT_TRUE(m_ws.make(tsa, Request("/CN=Loopback TSA").issuer(root).serial("2").extensions("tsa")));
+        writeConfig(tsa, root);
+    }
+    EXPECT_TRUE(m_ws.make("signer", Request("/CN=Signer")));
 }
 
 void TimestampLab::writeConfig(const std::string& tsa, const std::string& root) const {
@@ -118,7 +91,7 @@ void TimestampLab::writeConfig(const std::string& tsa, const std::string& root) 
 }
 
 TsaIdentity TimestampLab::identity(const std::string& tsa) const {
-    return {dir() / (tsa + ".cnf"), dir() / (tsa + ".key"), cert(tsa)};
+    return {dir() / (tsa + ".cnf"), m_ws.keyPath(tsa), cert(tsa)};
 }
 
 std::string TimestampLab::sign(const std::string& xmlTemplate) const {
@@ -141,48 +114,32 @@ bool TimestampLab::xmlsecVerifies(const std::string& signedXml) const {
     return r.exitCode == 0;
 }
 
-std::string addTimeStamp(const std::string& xml, const std::string& url, LogBase& log,
-                         const std::string& extraOptions) {
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
+Stamped addTimeStamp(const std::string& xml, const std::string& url) {
+    ClsXmlDSig dsig;
     XString text(xml);
-    EXPECT_TRUE(dsig->LoadSignature(text));
+    EXPECT_TRUE(dsig.LoadSignature(text));
     ClsJsonObject options;
-    XString json("{\"TsaUrl\":\"" + url + "\"" + extraOptions + "}");
+    XString json("{\"TsaUrl\":\"" + url + "\"}");
     EXPECT_TRUE(options.Load(json));
     ClsStringBuilder out;
-    const bool ok = dsig->AddEncapsulatedTimeStamp(options, out);
-    for (const LogBase::Entry& e : dsig->m_log.entries())
-        if (e.kind == LogBase::Kind::Error)
-            log.LogError(e.value);
-    return ok ? std::string(out.m_str.view()) : std::string();
+    const bool ok = dsig.AddEncapsulatedTimeStamp(options, out);
+    return {ok ? std::string(out.m_str.view()) : std::string(), dsig.lastFailure(), dsig.timestampRequestError()};
 }
 
-bool verifyTimeStamp(const std::string& xml, LogBase& log, const std::string& cmsOptions,
-                     const std::filesystem::path& trustedCert) {
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
+StampCheck verifyStamped(const std::string& xml, const std::string& options, const std::filesystem::path& trustedCert) {
+    ClsXmlDSig dsig;
     XString text(xml);
-    EXPECT_TRUE(dsig->LoadSignature(text));
-    dsig->put_VerifyOptions(XString(cmsOptions));
+    EXPECT_TRUE(dsig.LoadSignature(text));
+    dsig.put_UncommonOptions(XString("VerifyEncapsulatedTimeStamp"));
+    dsig.put_VerifyOptions(XString(options));
     if (!trustedCert.empty()) {
         RefPtr<ClsXmlCertVault> vault(ClsXmlCertVault::createNewCls());
         XString path(trustedCert.string());
         EXPECT_TRUE(vault->AddCertFile(path));
-        EXPECT_TRUE(dsig->UseCertVault(*vault));
+        EXPECT_TRUE(dsig.UseCertVault(*vault));
     }
-    // Signatures with an Id are found by it, the others by their first digest.
-    XmlSigLocate at;
-    _tvXmlDtd dtd;
-    StringBuffer key;
-    ClsXml* selected = dsig->selectedSignature();
-    const bool byId = selected->getAttrValue("Id", key);
-    if (!byId)
-        selected->getChildContentUtf8("*:SignedInfo|*:Reference|*:DigestValue", key, true);
-    EXPECT_TRUE(byId ? at.FindXmlSigById(key.view(), xml, dtd, log)
-                     : at.FindXmlSigByRefDigest(key.view(), xml, dtd, log));
-    RefPtr<ClsXml> sig(ClsXml::createNewCls());
-    StringBuffer sigText(std::string_view(xml).substr(at.m_signatureLoc, at.m_signatureLen));
-    EXPECT_TRUE(sig->loadXml(sigText, true, log));
-    return dsig->verifyEncapsulatedTimeStamp(sigText, *sig, log);
+    dsig.VerifySignature(false);
+    return {dsig.report().stage, dsig.report().reason};
 }
 
 std::string tokenOf(const std::string& xml) {

@@ -1,16 +1,15 @@
 #pragma once
 
 #include "TestSupport.h"
+#include "support/Keys.h"
 #include "support/LoopbackTsa.h"
+#include "verifier/VerificationReport.h"
 
 #include <gtest/gtest.h>
 
 #include <filesystem>
 #include <memory>
 #include <string>
-
-class ClsXmlDSig;
-class LogBase;
 
 namespace timestamp_test {
 
@@ -22,8 +21,8 @@ namespace timestamp_test {
 class TimestampLab {
 public:
     TimestampLab();
-    const std::filesystem::path& dir() const { return m_dir.path(); }
-    std::filesystem::path cert(const std::string& name) const { return dir() / (name + ".pem"); }
+    const std::filesystem::path& dir() const { return m_ws.dir(); }
+    std::filesystem::path cert(const std::string& name) const { return m_ws.pemPath(name); }
     TsaIdentity identity(const std::string& tsa) const;
 
     // Signs an XML-DSig template with xmlsec1 (SignedProperties Ids
@@ -33,12 +32,9 @@ public:
     bool xmlsecVerifies(const std::string& signedXml) const;
 
 private:
-    void openssl(const std::string& args) const;
-    void makeRoot(const std::string& name) const;
-    void makeTsa(const std::string& name, const std::string& root, const std::string& keyOf) const;
     void writeConfig(const std::string& tsa, const std::string& root) const;
 
-    test_support::TempDir m_dir;
+    test_support::Workshop m_ws;
 };
 
 // XAdES-BES: SignedProperties only.
@@ -61,16 +57,26 @@ protected:
     static std::unique_ptr<LoopbackTsa> s_tsa;
 };
 
-// Loads the document, adds a timestamp to signature 0 with the TSA at url
-// and returns the new text (empty when the call failed).
-std::string addTimeStamp(const std::string& xml, const std::string& url, LogBase& log,
-                         const std::string& extraOptions = "");
+// What adding a timestamp to signature 0 gave: the new text (empty when the
+// call failed), why it failed, and why the authority gave no token.
+struct Stamped {
+    std::string text, failure, requestError;
+};
+Stamped addTimeStamp(const std::string& xml, const std::string& url);
 
-// Verifies the timestamp of signature 0 as the verifier's driver does: the
-// Signature element's text as it stands in the document, and a DOM of it.
-// CMS options (VerifyOptions) and trusted certificate files are optional.
-bool verifyTimeStamp(const std::string& xml, LogBase& log, const std::string& cmsOptions = "",
-                     const std::filesystem::path& trustedCert = {});
+// Verifies signature 0 without its references, its encapsulated timestamp
+// included; VerifyOptions (the CMS options) and a trusted certificate file
+// are optional.
+struct StampCheck {
+    VerificationStage stage = VerificationStage::None;
+    std::string reason;
+};
+StampCheck verifyStamped(const std::string& xml, const std::string& options = "",
+                         const std::filesystem::path& trustedCert = {});
+// Whether the run got past the timestamp stage.
+inline bool timestampVerified(const StampCheck& check) {
+    return check.stage > VerificationStage::Timestamp;
+}
 
 // The base64 content of the first EncapsulatedTimeStamp.
 std::string tokenOf(const std::string& xml);

@@ -8,8 +8,8 @@ using test_support::shellQuote;
 
 namespace {
 
-constexpr const char* kCaKey = "-newkey ec -pkeyopt ec_paramgen_curve:P-256";
-constexpr const char* kSignerKey = "-newkey rsa:2048";
+constexpr const char* kCaKey = "ec:P-256";
+constexpr const char* kSignerKey = "rsa";
 constexpr const char* kSubjectPrefix = "/C=EE/O=Trust Test/CN=";
 constexpr const char* kCaValidity = "-startdate 200101000000Z -enddate 391231235959Z";
 constexpr const char* kExpiredValidity = "-startdate 200601000000Z -enddate 210101000000Z";
@@ -82,7 +82,7 @@ std::string TrustFixtures::nameOf(Signer signer) {
 }
 
 void TrustFixtures::openssl(const std::string& args) const {
-    test_support::runOpenssl(dir(), args);
+    m_ws.openssl(args);
 }
 
 void TrustFixtures::writeCaConfig(const std::string& ca) const {
@@ -92,29 +92,22 @@ void TrustFixtures::writeCaConfig(const std::string& ca) const {
     test_support::writeFile(dir() / (ca + ".crlnumber"), "01\n");
 }
 
-void TrustFixtures::makeKeyAndRequest(const std::string& name, const std::string& keyOptions,
-                                      const std::string& cn) const {
-    openssl("req -new " + keyOptions + " -nodes -keyout " + name + ".key -out " + name + ".csr -subj " +
-            shellQuote(kSubjectPrefix + cn));
-}
-
 void TrustFixtures::makeRoots() const {
     writeCaConfig("root");
     writeCaConfig("intermediate");
-    makeKeyAndRequest("root", kCaKey, "Trust Test Root");
+    EXPECT_TRUE(m_ws.request("root", kSubjectPrefix + std::string("Trust Test Root"), kCaKey));
     openssl(std::string("ca -batch -notext -config root.cnf -selfsign -extensions ca_cert ") + kCaValidity +
             " -in root.csr -out root.pem");
-    makeKeyAndRequest("intermediate", kCaKey, "Trust Test Intermediate");
+    EXPECT_TRUE(m_ws.request("intermediate", kSubjectPrefix + std::string("Trust Test Intermediate"), kCaKey));
     openssl(std::string("ca -batch -notext -config root.cnf -extensions ca_cert ") + kCaValidity +
             " -in intermediate.csr -out intermediate.pem");
-    openssl(std::string("req -x509 -nodes ") + kCaKey + " -keyout unrelated-root.key -out unrelated-root.pem -subj " +
-            shellQuote(std::string(kSubjectPrefix) + "Unrelated Root") +
-            " -days 365 -addext basicConstraints=critical,CA:TRUE -addext keyUsage=critical,keyCertSign");
+    EXPECT_TRUE(
+        m_ws.make("unrelated-root", test_support::Workshop::Request(kSubjectPrefix + std::string("Unrelated Root"))));
 }
 
 void TrustFixtures::issue(Signer signer, const std::string& extensions, const std::string& validity) const {
     const std::string name = nameOf(signer);
-    makeKeyAndRequest(name, kSignerKey, name + " signer");
+    EXPECT_TRUE(m_ws.request(name, kSubjectPrefix + name + " signer", kSignerKey));
     openssl("ca -batch -notext -config intermediate.cnf -extensions " + extensions + " " + validity + " -in " + name +
             ".csr -out " + name + ".pem");
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "TestSupport.h"
+#include "support/Keys.h"
 
 #include <ctime>
 #include <filesystem>
@@ -31,7 +32,7 @@ public:
 
     TrustFixtures();
 
-    const std::filesystem::path& dir() const { return m_dir.path(); }
+    const std::filesystem::path& dir() const { return m_ws.dir(); }
     std::filesystem::path root() const { return pem("root"); }
     std::filesystem::path unrelatedRoot() const { return pem("unrelated-root"); }
     std::filesystem::path intermediate() const { return pem("intermediate"); }
@@ -52,13 +53,12 @@ private:
     std::filesystem::path pem(const std::string& name) const { return dir() / (name + ".pem"); }
     void openssl(const std::string& args) const;
     void writeCaConfig(const std::string& ca) const;
-    void makeKeyAndRequest(const std::string& name, const std::string& keyOptions, const std::string& cn) const;
     void makeRoots() const;
     void issue(Signer signer, const std::string& extensions, const std::string& validity) const;
     void revokeAndPublishCrl() const;
     void sign(Signer signer) const;
 
-    test_support::TempDir m_dir;
+    test_support::Workshop m_ws;
 };
 
 } // namespace trust_test

@@ -1,7 +1,4 @@
-#include "companion/log/LogBase.h"
-#include "companion/xml/ClsXml.h"
-#include "references/DigestAttempt.h"
-#include "verifier/ClsXmlDSig.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 
@@ -9,31 +6,21 @@
 
 namespace {
 
-struct Result {
-    bool ok;
-    std::string text;
-};
+using namespace test_support;
 
-Result canonicalize(ClsXmlDSig& v, const DigestAttempt& attempt, const std::string& xml, const std::string& algorithm,
-                    const std::string& uri = "", const std::string& transformXml = "") {
-    LogNull log;
-    RefPtr<ClsXml> transform;
-    if (!transformXml.empty()) {
-        transform.reset(ClsXml::createNewCls());
-        EXPECT_TRUE(transform->loadXml(std::string_view(transformXml), false, log));
-    }
-    StringBuffer text(xml), alg(algorithm), u(uri);
-    const bool ok = v.transformCanonicalize(transform.get(), text, alg, u, attempt, log);
-    return {ok, std::string(text.view())};
-}
-
+// A CMA STP document is digested without the wrapper it travels in.
 TEST(CanonicalizationTransform, StpDocumentIsCutOutOfItsWrapper) {
-    ClsXmlDSig v;
-    DigestAttempt stp;
-    stp.stpDocumentOnly = true;
-    const std::string doc = "<?xml version=\"1.0\"?><!--x--><Wrap><Document xmlns=\"urn:cma:stp:xsd:stp.1.0\">"
-                            "<a/></Document><Sig/></Wrap>";
-    EXPECT_EQ(canonicalize(v, stp, doc, "c14n").text, "<Document xmlns=\"urn:cma:stp:xsd:stp.1.0\"><a></a></Document>");
+    const std::string stp = "<Document xmlns=\"urn:cma:stp:xsd:stp.1.0\"><a></a></Document>";
+    const std::string ref = referenceXml("", sha256Of(stp), {std::string(kC14n)});
+    for (const auto& [content, matched] :
+         {std::pair{std::string("<Document xmlns=\"urn:cma:stp:xsd:stp.1.0\"><a/></Document>"), true},
+          {std::string("<Document xmlns=\"urn:cma:stp:xsd:stp.1.0\"><b/></Document>"), false}}) {
+        ClsXmlDSig dsig;
+        ASSERT_TRUE(loadXml(dsig, "<?xml version=\"1.0\"?><!--x-->" + documentWithReferences(content, ref)));
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        ASSERT_EQ(dsig.report().references.size(), 1u);
+        EXPECT_EQ(dsig.report().references[0].matched, matched) << content;
+    }
 }
 
 TEST(CanonicalizationEntryPoints, VersionTextSelectsTheMode) {

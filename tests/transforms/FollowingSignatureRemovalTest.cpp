@@ -1,5 +1,4 @@
-#include "companion/log/LogBase.h"
-#include "verifier/ClsXmlDSig.h"
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 
@@ -7,41 +6,31 @@
 
 namespace {
 
-constexpr const char* kSig = "<ds:Signature>a</ds:Signature>";
+using namespace test_support;
 
-// Removes the signature kSig inside <r>, with what follows it.
-std::string removeFirst(const std::string& following) {
-    const std::string xml = std::string("<r>") + kSig + following + "</r>";
-    ClsXmlDSig dsig;
-    LogNull log;
-    StringBuffer text(xml);
-    dsig.removeSignatureAndFollowingSigs(text, 3, static_cast<unsigned>(std::string(kSig).size()));
-    return std::string(text.view());
-}
-
+// The enveloped-signature transform cuts the signature and the signatures
+// written directly behind it: whitespace or another element ends the run,
+// and an unprefixed follower reaches the last end tag of its name.
 TEST(FollowingSignatureRemoval, AdjacentSignaturesGoWithTheFirst) {
-    const struct {
-        std::string following, expected;
-    } cases[] = {
-        {"", "<r></r>"},
-        {"<ds:Signature>b</ds:Signature>", "<r></r>"},
-        // Whitespace, another element or a follower without its end tag ends the run.
-        {"\n<ds:Signature>b</ds:Signature>", "<r>\n<ds:Signature>b</ds:Signature></r>"},
-        {"<ds:Object/>", "<r><ds:Object/></r>"},
-        {"<x:Signed>z</x:Signed>", "<r><x:Signed>z</x:Signed></r>"},
-        {"<ds:Signature>b", "<r><ds:Signature>b</r>"},
-        // An unprefixed follower reaches the last end tag.
-        {"<Signature>b</Signature><keep/><Signature>c</Signature>", "<r></r>"},
+    const std::string root = "<r xmlns:p=\"urn:p\">";
+    const std::pair<std::string, std::string> cases[] = {
+        {"<p:Signature>b</p:Signature>", ""},
+        {"\n<p:Signature>b</p:Signature>", "\n<p:Signature>b</p:Signature>"},
+        {"<p:Object/>", "<p:Object></p:Object>"},
+        {"<p:Signed>z</p:Signed>", "<p:Signed>z</p:Signed>"},
+        {"<Signature>b</Signature><keep/><Signature>c</Signature>", ""},
     };
-    for (const auto& c : cases)
-        EXPECT_EQ(removeFirst(c.following), c.expected) << c.following;
-
-    // Each follower's end tag is unique to it, so each pass takes one; at
-    // most a hundred are taken.
-    std::string many;
-    for (int i = 0; i < 102; ++i)
-        many += "<p" + std::to_string(i) + ":Signature/></p" + std::to_string(i) + ":Signature>";
-    EXPECT_EQ(removeFirst(many), "<r><p100:Signature/></p100:Signature><p101:Signature/></p101:Signature></r>");
+    for (const auto& [following, kept] : cases) {
+        SCOPED_TRACE(following);
+        const std::string ref = referenceXml("", sha256Of(root + kept + "</r>"), {std::string(kEnveloped)});
+        std::string doc = replaced(documentWithReferences("", ref), "<doc>", root);
+        doc = replaced(doc, "</Signature></doc>", "</Signature>" + following + "</r>");
+        ClsXmlDSig dsig;
+        ASSERT_TRUE(loadXml(dsig, doc));
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        ASSERT_EQ(dsig.report().references.size(), 1u);
+        EXPECT_TRUE(dsig.report().references[0].matched);
+    }
 }
 
 } // namespace

@@ -1,6 +1,7 @@
-#include "companion/log/LogBase.h"
-#include "companion/xml/ClsXml.h"
-#include "verifier/ClsXmlDSig.h"
+// XPath expressions of the forms field signers write are applied as text
+// edits on the first attempt: what each removes is not signed, what it
+// keeps is.
+#include "support/Signing.h"
 
 #include <gtest/gtest.h>
 
@@ -8,85 +9,87 @@
 
 namespace {
 
-class Verifier : public ClsXmlDSig {
-public:
-    using _clsXmlDSigBase::m_profile;
-};
+using namespace test_support;
 
 constexpr const char* kXPath1 = "http://www.w3.org/TR/1999/REC-xpath-19991116";
 constexpr const char* kFilter2 = "http://www.w3.org/2002/06/xmldsig-filter2";
-constexpr const char* kDsSig = "<ds:Signature xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\"><ds:SignedInfo/>"
-                               "<ds:SignatureValue/></ds:Signature>";
 
-struct Outcome {
-    bool ok;
-    std::string text;
-    std::string log;
-};
+std::string canonical(const std::string& xml) {
+    ClsXmlDSig dsig;
+    XString in(xml), version(""), out;
+    EXPECT_TRUE(dsig.CanonicalizeXml(in, version, false, out)) << xml;
+    return std::string(out.view());
+}
 
-Outcome apply(Verifier& v, const std::string& xml, const char* algorithm, const std::string& xPath,
-              const std::string& transformXml = "") {
-    LogBase log;
-    log.enterContext("test");
-    RefPtr<ClsXml> transform;
-    if (!transformXml.empty()) {
-        transform.reset(ClsXml::createNewCls());
-        EXPECT_TRUE(transform->loadXml(std::string_view(transformXml), false, log));
+TEST(XPathTransform, RecognisedFormsEditTheText) {
+    const std::string ns = " xmlns:SOAP=\"urn:soap\" xmlns:eb=\"urn:eb\" xmlns:sig=\"urn:sig\" xmlns:ext=\"urn:ext\"";
+    const struct {
+        const char* what;
+        const char* options;
+        std::string content, kept, transform, tampered;
+    } cases[] = {
+        {"ebXML next MSH", "",
+         "<E" + ns + "><H><eb:Via SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\">x</eb:Via><b>1</b></H></E>",
+         "<E" + ns + "><H><b>1</b></H></E>",
+         "<Transform Algorithm=\"" + std::string(kXPath1) +
+             "\"><XPath>not(ancestor-or-self::node()[@SOAP:actor="
+             "&quot;urn:oasis:names:tc:ebxml-msg:actor:nextMSH&quot;])</XPath></Transform>",
+         "<b>2</b>"},
+        {"UBL document signatures", "",
+         "<I" + ns + "><sig:UBLDocumentSignatures>s</sig:UBLDocumentSignatures><b>1</b></I>",
+         "<I" + ns + "><b>1</b></I>",
+         "<Transform Algorithm=\"" + std::string(kXPath1) +
+             "\"><XPath>count(ancestor-or-self::sig:UBLDocumentSignatures | "
+             "here()/ancestor::sig:UBLDocumentSignatures[1]) &gt; "
+             "count(ancestor-or-self::sig:UBLDocumentSignatures)</XPath></Transform>",
+         "<b>2</b>"},
+        {"named elements", "",
+         "<I" + ns + "><ext:UBLExtensions>1</ext:UBLExtensions><b>1</b><ext:UBLExtensions>2</ext:UBLExtensions></I>",
+         "<I" + ns + "><b>1</b></I>",
+         "<Transform Algorithm=\"" + std::string(kXPath1) +
+             "\"><XPath>not(//ancestor-or-self::ext:UBLExtensions)</XPath></Transform>",
+         "<b>2</b>"},
+        // MyInvois keeps the first extensions block, which holds its signature.
+        {"MyInvois extensions", "MYINVOIS",
+         "<I" + ns + "><ext:UBLExtensions>1</ext:UBLExtensions><b>1</b><ext:UBLExtensions>2</ext:UBLExtensions></I>",
+         "<I" + ns + "><ext:UBLExtensions>1</ext:UBLExtensions><b>1</b></I>",
+         "<Transform Algorithm=\"" + std::string(kXPath1) +
+             "\"><XPath>not(//ancestor-or-self::ext:UBLExtensions)</XPath></Transform>",
+         "<b>2</b>"},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        const std::string ref =
+            referenceXml("", sha256Of(canonical("<doc>" + c.kept + "</doc>")), {std::string(kEnveloped), c.transform});
+        for (const bool tampered : {false, true}) {
+            ClsXmlDSig dsig;
+            dsig.put_UncommonOptions(XString(c.options));
+            const std::string content = tampered ? replaced(c.content, "<b>1</b>", c.tampered) : c.content;
+            ASSERT_TRUE(loadXml(dsig, documentWithReferences(content, ref)));
+            EXPECT_FALSE(dsig.VerifySignature(true));
+            ASSERT_EQ(dsig.report().references.size(), 1u);
+            EXPECT_EQ(dsig.report().references[0].matched, !tampered);
+            EXPECT_TRUE(dsig.report().attempts.empty());
+        }
     }
-    StringBuffer text(xml), alg(algorithm), expr(xPath);
-    const bool ok = v.transformXPath(transform.get(), text, alg, expr, log);
-    log.leaveContext();
-    return {ok, std::string(text.view()), log.renderText()};
 }
 
+// Filter 2.0 subtraction of the signatures is a text edit; an intersection
+// with them is not one, and is left to the evaluator.
 TEST(XPathTransform, Filter2SignatureSubtraction) {
-    Verifier v;
-    const std::string doc = std::string("<r>") + kDsSig + "<a/></r>";
-    const std::string subtract = std::string("<ds:Transform><dsig-xpath:XPath Filter=\"subtract\">"
-                                             "/descendant::ds:Signature</dsig-xpath:XPath></ds:Transform>");
-    const Outcome removed = apply(v, doc, kFilter2, "/descendant::ds:Signature", subtract);
-    EXPECT_TRUE(removed.ok);
-    EXPECT_EQ(removed.text, "<r><a/></r>");
-
-    const std::string intersect = std::string("<ds:Transform><dsig-xpath:XPath Filter=\"intersect\">"
-                                              "/descendant::ds:Signature</dsig-xpath:XPath></ds:Transform>");
-    const Outcome refused = apply(v, doc, kFilter2, "/descendant::ds:Signature", intersect);
-    EXPECT_FALSE(refused.ok);
-    EXPECT_EQ(refused.text, doc);
-    EXPECT_NE(refused.log.find("unhandledXPath: 1"), std::string::npos);
-
-    const std::string single = "<ds:Transform><XPath Filter=\"subtract\">/foo</XPath></ds:Transform>";
-    const Outcome other = apply(v, doc, kFilter2, "/foo", single);
-    EXPECT_FALSE(other.ok);
-    EXPECT_NE(other.log.find("unhandledXPath: 3"), std::string::npos);
-}
-
-TEST(XPathTransform, NamedElementsAreRemovedExceptMyInvoisFirstExtensions) {
-    const std::string doc = "<Invoice><ext:UBLExtensions>1</ext:UBLExtensions><a/>"
-                            "<ext:UBLExtensions>2</ext:UBLExtensions></Invoice>";
-    const std::string expr = "not(//ancestor-or-self::ext:UBLExtensions)";
-    Verifier plain;
-    EXPECT_EQ(apply(plain, doc, kXPath1, expr).text, "<Invoice><a/></Invoice>");
-    Verifier myInvois;
-    myInvois.m_profile.isMyInvois = true;
-    EXPECT_EQ(apply(myInvois, doc, kXPath1, expr).text,
-              "<Invoice><ext:UBLExtensions>1</ext:UBLExtensions><a/></Invoice>");
-}
-
-TEST(XPathTransform, EbXmlNextActorAndUblDocumentSignatures) {
-    Verifier v;
-    const Outcome eb =
-        apply(v, "<E><H><eb:Via SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\">x</eb:Via></H></E>", kXPath1,
-              "not(ancestor-or-self::node()[@SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\"])");
-    EXPECT_TRUE(eb.ok);
-    EXPECT_EQ(eb.text, "<E><H></H></E>");
-
-    const Outcome ubl =
-        apply(v, "<I><sig:UBLDocumentSignatures>s</sig:UBLDocumentSignatures><a/></I>", kXPath1,
-              "count(ancestor-or-self::sig:UBLDocumentSignatures | here()/ancestor::sig:UBLDocumentSignatures[1]) > "
-              "count(ancestor-or-self::sig:UBLDocumentSignatures)");
-    EXPECT_TRUE(ubl.ok);
-    EXPECT_EQ(ubl.text, "<I><a/></I>");
+    const std::string filter = "<Transform Algorithm=\"" + std::string(kFilter2) +
+                               "\"><dsig-xpath:XPath xmlns:dsig-xpath=\"" + kFilter2 +
+                               "\" xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Filter=\"FILTER\">"
+                               "/descendant::ds:Signature</dsig-xpath:XPath></Transform>";
+    const std::string digest = sha256Of(canonical("<doc><a></a></doc>"));
+    for (const auto& [op, matched] : {std::pair{"subtract", true}, {"intersect", false}}) {
+        ClsXmlDSig dsig;
+        ASSERT_TRUE(
+            loadXml(dsig, documentWithReferences("<a/>", referenceXml("", digest, {replaced(filter, "FILTER", op)}))));
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        ASSERT_EQ(dsig.report().references.size(), 1u);
+        EXPECT_EQ(dsig.report().references[0].matched, matched) << op;
+    }
 }
 
 } // namespace

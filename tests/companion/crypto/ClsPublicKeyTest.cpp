@@ -1,5 +1,5 @@
-#include "CryptoTestSupport.h"
-#include "verifier/DSigTestSupport.h"
+#include "support/Keys.h"
+#include "support/Signing.h"
 
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogBase.h"
@@ -14,8 +14,8 @@
 #include <memory>
 #include <string>
 
-using crypto_test::OpensslWorkspace;
 using test_support::hexOf;
+using test_support::Workshop;
 
 namespace {
 
@@ -100,16 +100,10 @@ std::string ecdsaKeyValue(const KeyComponents& k) {
 class ClsPublicKeyTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        ws = std::make_unique<OpensslWorkspace>();
-        ASSERT_TRUE(ws->run("genpkey -genparam -algorithm DSA -pkeyopt dsa_paramgen_bits:2048 "
-                            "-pkeyopt dsa_paramgen_q_bits:256 -out dsa.params"));
+        ws = std::make_unique<Workshop>();
         const std::pair<const char*, const char*> keys[] = {
-            {"rsa", "-algorithm RSA -pkeyopt rsa_keygen_bits:2048"},
-            {"dsa", "-paramfile dsa.params"},
-            {"p256", "-algorithm EC -pkeyopt ec_paramgen_curve:P-256"},
-            {"p521", "-algorithm EC -pkeyopt ec_paramgen_curve:P-521"},
-            {"k256", "-algorithm EC -pkeyopt ec_paramgen_curve:secp256k1"},
-            {"bp384", "-algorithm EC -pkeyopt ec_paramgen_curve:brainpoolP384r1"},
+            {"rsa", "rsa"},       {"dsa", "dsa:2048"},      {"p256", "ec:P-256"},
+            {"p521", "ec:P-521"}, {"k256", "ec:secp256k1"}, {"bp384", "ec:brainpoolP384r1"},
         };
         for (const auto& [name, args] : keys)
             ASSERT_TRUE(ws->makeKey(name, args));
@@ -141,10 +135,10 @@ protected:
         return key.loadFromFile(path, log);
     }
 
-    static std::unique_ptr<OpensslWorkspace> ws;
+    static std::unique_ptr<Workshop> ws;
 };
 
-std::unique_ptr<OpensslWorkspace> ClsPublicKeyTest::ws;
+std::unique_ptr<Workshop> ClsPublicKeyTest::ws;
 
 } // namespace
 
@@ -255,11 +249,10 @@ TEST_F(ClsPublicKeyTest, KeyFilesAndDer) {
         }
     }
     {
-        ASSERT_TRUE(ws->run("req -new -x509 -key p256.pem -subj /CN=crypto-test -days 2 -out cert.pem"));
-        ASSERT_TRUE(ws->run("x509 -in cert.pem -outform DER -out cert.der"));
+        ASSERT_TRUE(ws->make("cert", Workshop::Request("/CN=crypto-test").keyOf("p256")));
         ASSERT_TRUE(ws->run("rsa -pubin -in rsa.pub.pem -RSAPublicKey_out -out rsa.pkcs1.pem"));
         ws->write("key-then-cert.pem",
-                  test_support::readFile(ws->path("rsa.pem")) + test_support::readFile(ws->path("cert.pem")));
+                  test_support::readFile(ws->path("rsa.key")) + test_support::readFile(ws->path("cert.pem")));
         const std::pair<const char*, const char*> files[] = {
             {"rsa.pub.pem", "rsa"}, {"rsa.pkcs1.pem", "rsa"}, {"dsa.pub.der", "dsa"},
             {"cert.pem", "p256"},   {"cert.der", "p256"},     {"key-then-cert.pem", "p256"},

@@ -1,4 +1,4 @@
-#include "CryptoTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/crypto/Digest.h"
 #include "companion/crypto/DigestFetch.h"

@@ -1,4 +1,4 @@
-#include "CryptoTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/crypto/Digest.h"
@@ -12,8 +12,8 @@
 #include <algorithm>
 #include <memory>
 
-using crypto_test::OpensslWorkspace;
 using test_support::bufferOf;
+using test_support::Workshop;
 
 namespace {
 
@@ -34,9 +34,9 @@ struct Outcome {
 class RsaVerifierTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        ws = std::make_unique<OpensslWorkspace>();
+        ws = std::make_unique<Workshop>();
         ws->write("data.txt", kData);
-        ASSERT_TRUE(ws->makeKey("rsa1", "-algorithm RSA -pkeyopt rsa_keygen_bits:2048"));
+        ASSERT_TRUE(ws->makeKey("rsa1", "rsa"));
     }
     static void TearDownTestSuite() { ws.reset(); }
 
@@ -52,7 +52,7 @@ protected:
     static DataBuffer dgstSign(const std::string& digest, const std::string& sigopts) {
         static int counter = 0;
         const std::string out = "sig" + std::to_string(++counter);
-        EXPECT_TRUE(ws->run("dgst -" + digest + " -sign rsa1.pem " + sigopts + " -out " + out + " data.txt"));
+        EXPECT_TRUE(ws->run("dgst -" + digest + " -sign rsa1.key " + sigopts + " -out " + out + " data.txt"));
         return ws->read(out);
     }
 
@@ -60,7 +60,7 @@ protected:
     // added).
     static DataBuffer rawSign(const DataBuffer& block) {
         ws->write("block.bin", block.view());
-        EXPECT_TRUE(ws->run("pkeyutl -sign -inkey rsa1.pem -in block.bin -out block.sig"));
+        EXPECT_TRUE(ws->run("pkeyutl -sign -inkey rsa1.key -in block.bin -out block.sig"));
         return ws->read("block.sig");
     }
 
@@ -84,10 +84,10 @@ protected:
         return o;
     }
 
-    static std::unique_ptr<OpensslWorkspace> ws;
+    static std::unique_ptr<Workshop> ws;
 };
 
-std::unique_ptr<OpensslWorkspace> RsaVerifierTest::ws;
+std::unique_ptr<Workshop> RsaVerifierTest::ws;
 
 constexpr int kPkcs1 = rsa_padding::kPkcs1v15;
 constexpr int kPss = rsa_padding::kPss;

@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/Asn1XmlCodec.h"
@@ -11,9 +11,9 @@
 
 #include <string>
 
-using pki_test::CertWorkshop;
 using test_support::bufferOf;
 using test_support::fromHex;
+using test_support::Workshop;
 
 namespace {
 
@@ -51,7 +51,7 @@ void expectRoundTrip(const DataBuffer& der) {
 }
 
 TEST(Asn1XmlCodec, ValueFormsFromOpensslGenerator) {
-    CertWorkshop ws;
+    Workshop ws;
     test_support::writeFile(ws.dir() / "gen.cnf", "asn1=SEQUENCE:seq\n[seq]\n"
                                                   "i1=INTEGER:128\ni2=INTEGER:-1\nb=BOOLEAN:TRUE\nn=NULL\n"
                                                   "o=OID:1.2.840.113549.1.1.11\nu=UTF8:a&b<c>d\n"

@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertMgr.h"
@@ -12,8 +12,8 @@
 #include <memory>
 #include <string>
 
-using pki_test::CertWorkshop;
-using Cert = pki_test::CertWorkshop::Request;
+using test_support::Workshop;
+using Cert = test_support::Workshop::Request;
 
 namespace {
 
@@ -22,11 +22,11 @@ namespace {
 class CertificateStoreTest : public ::testing::Test {
 protected:
     static void SetUpTestSuite() {
-        s_ws = std::make_unique<CertWorkshop>();
+        s_ws = std::make_unique<Workshop>();
         ASSERT_TRUE(s_ws->make("ca", Cert("/C=EE/O=Example/CN=Example CA")));
         ASSERT_TRUE(s_ws->make("leaf1", Cert("/C=EE/O=Example/OU=Signing/CN=Leaf One").serial("128").issuer("ca")));
-        ASSERT_TRUE(
-            s_ws->make("leaf2", Cert("/C=EE/O=Example/CN=Leaf Two").serial("129").issuer("ca").withoutSubjectKeyId()));
+        ASSERT_TRUE(s_ws->make(
+            "leaf2", Cert("/C=EE/O=Example/CN=Leaf Two").serial("129").issuer("ca").extensions("without_ski")));
         ASSERT_TRUE(s_ws->make("other", Cert("/C=EE/O=Other/CN=Example CA").serial("128")));
     }
     static void TearDownTestSuite() { s_ws.reset(); }
@@ -58,12 +58,12 @@ protected:
         return subjectCnOf(m_store.findBySubjectDN_x509(values, name, tryValuesOnly, m_log));
     }
 
-    static std::unique_ptr<CertWorkshop> s_ws;
+    static std::unique_ptr<Workshop> s_ws;
     LogBase m_log;
     CertificateStore m_store;
 };
 
-std::unique_ptr<CertWorkshop> CertificateStoreTest::s_ws;
+std::unique_ptr<Workshop> CertificateStoreTest::s_ws;
 
 TEST_F(CertificateStoreTest, FindsByIssuerCommonNameAndSerial) {
     XString decimal("128");

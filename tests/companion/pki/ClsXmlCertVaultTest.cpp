@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/ClsXmlCertVault.h"
@@ -12,8 +12,8 @@
 #include <set>
 #include <string>
 
-using pki_test::CertWorkshop;
-using Cert = pki_test::CertWorkshop::Request;
+using test_support::Workshop;
+using Cert = test_support::Workshop::Request;
 using test_support::writeFile;
 
 namespace {
@@ -47,7 +47,7 @@ protected:
         return out;
     }
 
-    CertWorkshop m_ws;
+    Workshop m_ws;
     RefPtr<ClsXmlCertVault> m_vault{ClsXmlCertVault::createNewCls()};
 };
 

@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/DecodedCertificateCache.h"
@@ -8,11 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <thread>
 #include <vector>
 
-using pki_test::CertWorkshop;
-using Cert = pki_test::CertWorkshop::Request;
+using test_support::Workshop;
+using Cert = test_support::Workshop::Request;
 
 namespace {
 
@@ -43,7 +42,7 @@ protected:
         m_b = std::string(m_ws.der("b").view());
     }
 
-    CertWorkshop m_ws;
+    Workshop m_ws;
     std::string m_a, m_b;
 };
 
@@ -87,31 +86,6 @@ TEST_F(DecodedCertificateCacheTest, KeepsAtMostItsBoundLeastRecentlyUsedFirst) {
     const size_t before = cache.size();
     loaded(m_b + large);
     EXPECT_EQ(cache.size(), before) << "an oversized input was kept";
-}
-
-// Run under ThreadSanitizer by scripts/run-sanitized-checks.
-TEST_F(DecodedCertificateCacheTest, EightThreadsShareOneDecoding) {
-    constexpr int kThreads = 8;
-    std::vector<const EVP_PKEY*> keys(kThreads);
-    std::vector<int> wrongKeys(kThreads, 0);
-    const PkeyPtr expected = loaded(m_a).publicKey();
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t)
-        threads.emplace_back([&, t] {
-            for (int i = 0; i < 200; ++i) {
-                const X509Certificate cert = loaded(i % 2 ? m_a : variant(m_b, i % 40 + 1));
-                const PkeyPtr key = cert.publicKey();
-                StringBuffer cn;
-                cert.get_SubjectCN(cn);
-                wrongKeys[t] += !key || (i % 2 && key.get() != expected.get());
-            }
-            keys[t] = loaded(m_a).publicKey().get();
-        });
-    for (std::thread& t : threads)
-        t.join();
-    EXPECT_EQ(wrongKeys, std::vector<int>(kThreads, 0));
-    for (const EVP_PKEY* key : keys)
-        EXPECT_EQ(key, expected.get());
 }
 
 } // namespace

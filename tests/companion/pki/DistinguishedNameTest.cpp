@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/DistinguishedName.h"
@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-using pki_test::dnKey;
+using test_support::dnKey;
 
 namespace {
 

@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertificateStore.h"
@@ -54,9 +54,9 @@ TEST(Rfc4514Name, ReadsEscapesHexPairsBerValuesAndMultiValuedNames) {
 // The names that a signer writes for a certificate find it in the store, by
 // subject and by issuer and serial, compared as OpenSSL compares names.
 TEST(Rfc4514Name, FindsTheCertificateItNames) {
-    pki_test::CertWorkshop workshop;
+    test_support::Workshop workshop;
     ASSERT_TRUE(
-        workshop.make("signer", pki_test::CertWorkshop::Request(
+        workshop.make("signer", test_support::Workshop::Request(
                                     R"(/C=DE/O=Muster Handel\, GmbH/OU=Café/CN=Max \+ Moritz "M"/serialNumber=1+UID=x)")
                                     .serial("77")));
     CertificateStore store;

@@ -1,5 +1,6 @@
 #include "companion/pki/TrustAnchors.h"
 
+#include "support/Keys.h"
 #include "support/TrustFixtures.h"
 
 #include <openssl/pem.h>
@@ -7,9 +8,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <cstdio>
-#include <thread>
 #include <vector>
 
 using trust_test::Signer;
@@ -73,12 +72,11 @@ TEST(TrustAnchors, AnIntermediateAnchorEndsTheChain) {
 
 // Without a keyUsage extension any key may sign.
 TEST(TrustAnchors, NoKeyUsageExtensionAllowsSigning) {
-    test_support::TempDir dir;
-    test_support::runOpenssl(dir.path(), "req -x509 -nodes -newkey ec -pkeyopt ec_paramgen_curve:P-256 -keyout k.pem "
-                                         "-out plain.pem -subj /CN=Plain -days 1 -addext basicConstraints=CA:FALSE");
-    const X509Ptr plain = loadPem(dir.path() / "plain.pem");
+    test_support::Workshop ws;
+    ASSERT_TRUE(ws.make("plain", test_support::Workshop::Request("/CN=Plain")));
+    const X509Ptr plain = loadPem(ws.pemPath("plain"));
     ASSERT_EQ(X509_get_key_usage(plain.get()), UINT32_MAX) << "the certificate should have no keyUsage";
-    const ChainOutcome outcome = anchorsOf({dir.path() / "plain.pem"}).check(plain.get(), {}, std::time(nullptr));
+    const ChainOutcome outcome = anchorsOf({ws.pemPath("plain")}).check(plain.get(), {}, std::time(nullptr));
     EXPECT_TRUE(outcome.trusted) << outcome.reason;
     EXPECT_EQ(outcome.anchorSubject, "CN=Plain");
 }
@@ -110,49 +108,4 @@ TEST(TrustAnchors, ReadsDirectoriesAndBundles) {
     }
     EXPECT_TRUE(anchors.empty());
 }
-
-// One object, loaded once, checked from eight threads at the same time:
-// every outcome must be the one a single thread gets.
-TEST(TrustAnchors, EightThreadsShareOneObject) {
-    TrustAnchors anchors = anchorsOf({fixtures().root()});
-    std::string error;
-    ASSERT_TRUE(anchors.addCrls(fixtures().crl().string(), error)) << error;
-    const X509Ptr intermediate = loadPem(fixtures().intermediate());
-    const X509Ptr good = loadSigner(Signer::Good);
-    const X509Ptr revoked = loadSigner(Signer::Revoked);
-    X509* const pool[] = {intermediate.get()};
-    const std::time_t now = std::time(nullptr);
-
-    constexpr int kThreads = 8;
-    constexpr int kRounds = 40;
-    std::atomic<int> wrong{0};
-    std::vector<std::thread> threads;
-    for (int t = 0; t < kThreads; ++t) {
-        threads.emplace_back([&] {
-            for (int i = 0; i < kRounds; ++i) {
-                const ChainOutcome ok = anchors.check(good.get(), pool, now);
-                const ChainOutcome bad = anchors.check(revoked.get(), pool, now);
-                if (!ok.trusted || ok.anchorSubject != TrustFixtures::kRootSubject || bad.trusted ||
-                    bad.reason != "certificate revoked")
-                    ++wrong;
-            }
-        });
-    }
-    for (std::thread& thread : threads)
-        thread.join();
-    EXPECT_EQ(wrong.load(), 0);
-}
-
-// The documents that end-to-end tests verify: xmlsec1 chains each one only
-// when given the intermediate, which the document itself does not carry.
-TEST(TrustFixtures, DocumentsCarryTheSignerCertificateAlone) {
-    using test_support::shellQuote;
-    const std::string verify = "xmlsec1 --verify --trusted-pem " + shellQuote(fixtures().root().string());
-    const auto doc = shellQuote(fixtures().document(Signer::Good).string());
-    EXPECT_EQ(test_support::runProcess(verify + " " + doc).exitCode, 1);
-    const auto r = test_support::runProcess(verify + " --untrusted-pem " +
-                                            shellQuote(fixtures().intermediate().string()) + " " + doc);
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-}
-
 } // namespace

@@ -1,4 +1,4 @@
-#include "PkiTestSupport.h"
+#include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertPem.h"
@@ -14,8 +14,8 @@
 #include <string>
 #include <vector>
 
-using pki_test::CertWorkshop;
-using Cert = pki_test::CertWorkshop::Request;
+using test_support::Workshop;
+using Cert = test_support::Workshop::Request;
 
 namespace {
 
@@ -40,7 +40,7 @@ std::string base64Of(const DataBuffer& bytes) {
 // Serial numbers written as X509SerialNumber (decimal) must meet the form
 // that the certificate gives, or issuer-serial lookups never match.
 TEST(X509Certificate, SerialNumberAgreesWithOpensslAndDecimalToHex) {
-    CertWorkshop ws;
+    Workshop ws;
     const std::vector<std::string> serials = {"0", "128",
                                               // 8F1E...34: the high bit set, so DER adds a sign byte
                                               "817058643153735460730479859766531003025976337204"};
@@ -54,7 +54,7 @@ TEST(X509Certificate, SerialNumberAgreesWithOpensslAndDecimalToHex) {
 }
 
 TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {
-    CertWorkshop ws;
+    Workshop ws;
     ASSERT_TRUE(ws.make("c", Cert("/CN=Holder")));
     const std::string b64 = base64Of(ws.der("c"));
     std::string wrapped = "\n   ";
@@ -84,7 +84,7 @@ TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {
 }
 
 TEST(CertPem, WritesWhatOpensslWrites) {
-    CertWorkshop ws;
+    Workshop ws;
     ASSERT_TRUE(ws.make("c", Cert("/CN=Pem")));
     const std::string expected = ws.openssl("x509 -inform DER -in c.der -outform PEM");
     LogBase log;

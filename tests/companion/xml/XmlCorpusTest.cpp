@@ -136,34 +136,4 @@ TEST(XmlCorpus, LoadsExactlyWhatXmllintAccepts) {
     EXPECT_GT(loaded, 400);
 }
 
-TEST(XmlCorpus, TruncatedDocumentsAreRejectedByBothParsers) {
-    if (!xmllintAvailable())
-        GTEST_SKIP() << "xmllint is not installed";
-    const std::vector<fs::path> files = test_support::corpusXmlFiles();
-    test_support::TempDir tmp;
-    std::vector<fs::path> copies;
-    std::vector<std::string> origins;
-    for (size_t i = 0; i < files.size(); i += 16) {
-        const std::string bytes = test_support::readFile(files[i]);
-        if (leadingBoms(bytes) > 0 || !isUtf8(declaredEncoding(bytes)) || bytes.size() < 64)
-            continue;
-        for (size_t cut : {bytes.size() / 3, bytes.size() / 2, bytes.size() * 2 / 3}) {
-            const std::string head = bytes.substr(0, cut);
-            SCOPED_TRACE(files[i].string() + " cut at " + std::to_string(cut));
-            LogBase log;
-            EXPECT_FALSE(xml_test::load(head, log));
-            EXPECT_EQ(xml_test::errorCount(log), 1);
-            EXPECT_EQ(log.firstError().rfind("XML parse error at line ", 0), 0u) << log.firstError();
-            copies.push_back(tmp.path() / (std::to_string(copies.size()) + ".xml"));
-            origins.push_back(files[i].string() + " cut at " + std::to_string(cut));
-            test_support::writeFile(copies.back(), head);
-        }
-    }
-    EXPECT_GT(copies.size(), 50u);
-    const std::vector<bool> verdicts = xmllintAccepts(copies);
-    ASSERT_EQ(verdicts.size(), copies.size());
-    for (size_t i = 0; i < copies.size(); ++i)
-        EXPECT_FALSE(verdicts[i]) << origins[i];
-}
-
 } // namespace

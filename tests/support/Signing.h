@@ -8,6 +8,7 @@
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -20,43 +21,34 @@ inline constexpr std::string_view kC14n = "http://www.w3.org/TR/2001/REC-xml-c14
 inline constexpr std::string_view kExcC14n = "http://www.w3.org/2001/10/xml-exc-c14n#";
 inline constexpr std::string_view kSha256 = "http://www.w3.org/2001/04/xmlenc#sha256";
 inline constexpr std::string_view kRsaSha256 = "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256";
+inline constexpr std::string_view kHmacSha256 = "http://www.w3.org/2001/04/xmldsig-more#hmac-sha256";
 
 inline bool loadXml(ClsXmlDSig& dsig, const std::string& xml) {
     XString text(xml);
     return dsig.LoadSignature(text);
 }
 
-// The values logged under a data tag by the last public call, in order.
-inline std::vector<std::string> loggedData(const ClsXmlDSig& dsig, std::string_view tag) {
-    std::vector<std::string> values;
-    for (const LogBase::Entry& e : dsig.m_log.entries())
-        if (e.kind == LogBase::Kind::Data && e.tag == tag)
-            values.push_back(e.value);
-    return values;
-}
-
-// Whether the last public call logged an error or information line that
-// contains `text`.
-inline bool loggedLine(const ClsXmlDSig& dsig, std::string_view text) {
-    return logHas(dsig.m_log, LogBase::Kind::Error, text, false) ||
-           logHas(dsig.m_log, LogBase::Kind::Info, text, false);
-}
-
-// The last error line of the last public call ("" when none).
-inline std::string lastLoggedError(const ClsXmlDSig& dsig) {
-    std::string last;
-    for (const LogBase::Entry& e : dsig.m_log.entries())
-        if (e.kind == LogBase::Kind::Error)
-            last = e.value;
-    return last;
-}
-
-// The reference indexes the last VerifySignature counted as failed.
-inline std::vector<int> failedReferenceIndexes(const ClsXmlDSig& dsig) {
+// The reference indexes the last VerifySignature found failing, in order.
+inline std::vector<int> failedIndexes(const ClsXmlDSig& dsig) {
     std::vector<int> out;
-    for (const std::string& v : loggedData(dsig, "referenceIndex"))
-        out.push_back(std::stoi(v));
+    for (const VerificationReport::FailedReference& f : dsig.report().failedReferences)
+        out.push_back(f.index);
     return out;
+}
+
+// Whether the last VerifySignature used that further attempt for that
+// reference (AttemptUsed::kSignatureValue: for the value).
+inline bool usedAttempt(const ClsXmlDSig& dsig, FurtherAttempt attempt, int reference) {
+    for (const AttemptUsed& a : dsig.report().attempts)
+        if (a.attempt == attempt && a.reference == reference)
+            return true;
+    return false;
+}
+
+// The HMAC secret for a loaded verifier.
+inline void useHmacSecret(ClsXmlDSig& dsig, const std::string& secret) {
+    XString key(secret), encoding("ascii");
+    EXPECT_TRUE(dsig.SetHmacKey(key, encoding));
 }
 
 inline bool usePublicKeyFile(ClsXmlDSig& dsig, const std::string& path) {
@@ -125,6 +117,47 @@ inline std::string xmlsecSign(const std::filesystem::path& dir, const std::strin
         *diagnostics = r.out + r.err;
     return r.exitCode == 0 ? readFile(dir / "signed.xml") : std::string();
 }
+
+// A <doc> holding `content` and an HMAC-SHA256 Signature template (its
+// attributes, canonicalization method and references given), for xmlsec1.
+inline std::string hmacTemplate(const std::string& content, const std::string& references,
+                                const std::string& signatureAttributes = "", std::string_view c14n = kC14n) {
+    return "<doc>" + content + "<Signature xmlns=\"" + std::string(kDsigNs) + "\"" + signatureAttributes +
+           "><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(c14n) +
+           "\"/><SignatureMethod Algorithm=\"" + std::string(kHmacSha256) + "\"/>" + references +
+           "</SignedInfo><SignatureValue/></Signature></doc>";
+}
+
+// A scratch folder where xmlsec1 signs with an HMAC secret, and verifiers of
+// what it signed: the secret set, the folder listed for external data.
+class HmacSigning {
+public:
+    explicit HmacSigning(std::string secret = "secret") : m_secret(std::move(secret)) {
+        writeFile(dir.path() / "hmac.key", m_secret);
+    }
+    // The signed text ("" with a test failure when xmlsec1 fails).
+    std::string sign(const std::string& tmpl, const std::string& args = "", std::string* diagnostics = nullptr) const {
+        std::string out;
+        const std::string doc = xmlsecSign(dir.path(), tmpl, "--hmackey hmac.key " + args, &out);
+        EXPECT_FALSE(doc.empty()) << out;
+        if (diagnostics)
+            *diagnostics = out;
+        return doc;
+    }
+    std::unique_ptr<ClsXmlDSig> verifier(const std::string& doc, bool withDirs = true) const {
+        auto dsig = std::make_unique<ClsXmlDSig>();
+        EXPECT_TRUE(loadXml(*dsig, doc));
+        XString key(m_secret), encoding("ascii"), dirs(withDirs ? dir.path().string() : "");
+        dsig->SetHmacKey(key, encoding);
+        dsig->put_ExternalRefDirs(dirs);
+        return dsig;
+    }
+
+    TempDir dir;
+
+private:
+    std::string m_secret;
+};
 
 // The canonical SignedInfo that xmlsec1 --store-signatures printed.
 inline std::string preSignedData(const std::string& diagnostics) {
