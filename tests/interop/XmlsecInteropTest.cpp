@@ -166,11 +166,11 @@ protected:
     // key (name.pub.pem), made on first use.
     static std::string keyFiles(const std::string& key) {
         if (!fs::exists(keys->pemPath(key))) {
-            const std::string spec = key == "ec256"                         ? "ec:P-256"
+            const std::string kind = key == "ec256"                         ? "ec:P-256"
                                      : key == "ec384"                       ? "ec:P-384"
                                      : key == "dsa1024" || key == "dsa2048" ? "dsa:" + key.substr(3)
                                                                             : "rsa";
-            EXPECT_TRUE(keys->make(key, Workshop::Request("/CN=" + key).key(spec)));
+            EXPECT_TRUE(keys->make(key, Workshop::Request("/CN=" + key).key(kind)));
         }
         return (keys->dir() / key).string();
     }

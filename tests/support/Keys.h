@@ -38,9 +38,9 @@ public:
             m_issuer = std::move(name);
             return *this;
         }
-        // A key of makeKey's spec, or the key of an earlier certificate.
-        Request& key(std::string spec) {
-            m_key = std::move(spec);
+        // A key of a kind makeKey takes, or the key of an earlier certificate.
+        Request& key(std::string kind) {
+            m_key = std::move(kind);
             return *this;
         }
         Request& keyOf(std::string name) {
@@ -77,17 +77,17 @@ public:
     std::string openssl(const std::string& args) const { return runOpenssl(dir(), args).out; }
     bool run(const std::string& args) const { return runOpenssl(dir(), args).exitCode == 0; }
 
-    // name.key (private), name.pub.pem and name.pub.der. The spec is "rsa"
+    // name.key (private), name.pub.pem and name.pub.der. The kind is "rsa"
     // (2048 bits), "rsa:BITS", "ec:CURVE", "dsa:BITS" (1024 with a 160-bit
     // q), or genpkey arguments starting with '-'.
-    bool makeKey(const std::string& name, const std::string& spec) const {
-        std::string gen = spec;
-        if (spec == "rsa" || spec.starts_with("rsa:"))
-            gen = "-algorithm RSA -pkeyopt rsa_keygen_bits:" + (spec == "rsa" ? "2048" : spec.substr(4));
-        else if (spec.starts_with("ec:"))
-            gen = "-algorithm EC -pkeyopt ec_paramgen_curve:" + spec.substr(3);
-        else if (spec.starts_with("dsa:")) {
-            const std::string bits = spec.substr(4);
+    bool makeKey(const std::string& name, const std::string& kind) const {
+        std::string gen = kind;
+        if (kind == "rsa" || kind.starts_with("rsa:"))
+            gen = "-algorithm RSA -pkeyopt rsa_keygen_bits:" + (kind == "rsa" ? "2048" : kind.substr(4));
+        else if (kind.starts_with("ec:"))
+            gen = "-algorithm EC -pkeyopt ec_paramgen_curve:" + kind.substr(3);
+        else if (kind.starts_with("dsa:")) {
+            const std::string bits = kind.substr(4);
             if (!run("genpkey -genparam -algorithm DSA -pkeyopt dsa_paramgen_bits:" + bits +
                      (bits == "1024" ? " -pkeyopt dsa_paramgen_q_bits:160" : " -pkeyopt dsa_paramgen_q_bits:256") +
                      " -out " + name + ".params"))
@@ -100,8 +100,8 @@ public:
     }
 
     // name.key and the request name.csr, for an openssl ca of the caller's.
-    bool request(const std::string& name, const std::string& subject, const std::string& keySpec) const {
-        return makeKey(name, keySpec) && run("req -new -config openssl.cnf -key " + name + ".key -subj " +
+    bool request(const std::string& name, const std::string& subject, const std::string& keyKind) const {
+        return makeKey(name, keyKind) && run("req -new -config openssl.cnf -key " + name + ".key -subj " +
                                              shellQuote(subject) + " -utf8 -out " + name + ".csr");
     }
 

@@ -8,27 +8,6 @@
 
 namespace {
 
-TEST(CanonBaseUri, RemoveDotSegmentsKeepsWhatARelativePathCannotResolve) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"no/.././/pseudo-netpath/seg/file.ext", "pseudo-netpath/seg/file.ext"},
-        {"yes/no//..//.///pseudo-netpath/seg/file.ext", "yes/pseudo-netpath/seg/file.ext"},
-        {"no/../yes/no/..", "yes/"},
-        {"../../no/../..", "../../../"},
-        {"no/../..", "../"},
-        {"no/..", ""},
-        {"/a/b/c/./../../g", "/a/g"},
-        {"mid/content=5/../6", "mid/6"},
-        {"..yes/..no/..no/..no/../../../..yes/", "..yes/..yes/"},
-        {"./.", ""},
-        {"//no/..", "/"},
-        {"/../../..", "/"},
-        {"/./.././..", "/"},
-        {"..", "../"},
-    };
-    for (const auto& [input, expected] : rows)
-        EXPECT_EQ(canon_base_uri::removeDotSegments(input), expected) << input;
-}
-
 TEST(CanonBaseUri, JoinCombinesRelativeBasesAndResolvesAbsoluteOnes) {
     EXPECT_EQ(canon_base_uri::join("abc/", "../"), "");
     EXPECT_EQ(canon_base_uri::join("../", "../"), "../../");

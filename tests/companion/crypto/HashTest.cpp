@@ -158,15 +158,3 @@ TEST(HashTest, DataSourceFailuresAreReported) {
     EXPECT_EQ(stopEarly.m_calls, 1);
     EXPECT_TRUE(out.isEmpty());
 }
-
-TEST(HashTest, DigestsOnlyInTheLegacyProviderAreStillFound) {
-    // MD4 is kept only in OpenSSL 3's legacy provider, as RIPEMD-160 was
-    // before 3.0.7.
-    EXPECT_TRUE(fetchDigest("MD4"));
-    OSSL_LIB_CTX* md4Ctx = digestLibCtx("MD4");
-    ASSERT_NE(md4Ctx, nullptr);
-    EXPECT_NE(md4Ctx, OSSL_LIB_CTX_get0_global_default());
-    EXPECT_EQ(digestLibCtx("SHA256"), OSSL_LIB_CTX_get0_global_default());
-    EXPECT_FALSE(fetchDigest("NO-SUCH-DIGEST"));
-    EXPECT_EQ(digestLibCtx("NO-SUCH-DIGEST"), nullptr);
-}

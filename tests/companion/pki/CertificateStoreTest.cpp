@@ -65,19 +65,6 @@ protected:
 
 std::unique_ptr<Workshop> CertificateStoreTest::s_ws;
 
-TEST_F(CertificateStoreTest, FindsByIssuerCommonNameAndSerial) {
-    XString decimal("128");
-    ASSERT_TRUE(decimal.reencode("decimal", "hex"));
-    EXPECT_EQ(byIssuerSerial("Example CA", std::string(decimal.view())), "Leaf One");
-    EXPECT_EQ(byIssuerSerial(" example ca ", "0081"), "Leaf Two");
-    EXPECT_EQ(byIssuerSerial("Example CA", "00:81"), "Leaf Two");
-    EXPECT_EQ(byIssuerSerial("Example CA", "01"), "Example CA");
-    EXPECT_EQ(byIssuerSerial("Example CA", "82"), "<none>");
-    EXPECT_EQ(byIssuerSerial("Other CA", "80"), "<none>");
-    EXPECT_EQ(byIssuerSerial("Example CA", "not hex"), "<none>");
-    EXPECT_FALSE(m_log.hasErrors());
-}
-
 TEST_F(CertificateStoreTest, IssuerDnSeparatesIssuersWithTheSameCommonName) {
     ASSERT_TRUE(m_store.addCertificate(s_ws->load("other"), m_log));
     const StringBuffer exampleIssuer("C=EE, O=Example, CN=Example CA");

@@ -46,29 +46,6 @@ protected:
     std::string m_a, m_b;
 };
 
-TEST_F(DecodedCertificateCacheTest, OnlyByteIdenticalCertificatesShareTheDecodedKey) {
-    const X509Certificate first = loaded(m_a), again = loaded(m_a);
-    EXPECT_EQ(first.x509(), again.x509());
-    EXPECT_EQ(first.publicKey().get(), again.publicKey().get());
-
-    const X509Certificate other = loaded(m_b);
-    EXPECT_NE(other.x509(), first.x509());
-    EXPECT_NE(other.publicKey().get(), first.publicKey().get());
-    EXPECT_NE(EVP_PKEY_eq(other.publicKey().get(), first.publicKey().get()), 1);
-
-    // Differing bytes with the same key inside get a decoding of their own.
-    const X509Certificate changed = loaded(variant(m_a, 1));
-    EXPECT_NE(changed.x509(), first.x509());
-    EXPECT_NE(changed.publicKey().get(), first.publicKey().get());
-    EXPECT_EQ(EVP_PKEY_eq(changed.publicKey().get(), first.publicKey().get()), 1);
-
-    // Bytes after the certificate are not part of it.
-    const X509Certificate trailed = loaded(m_a + "tail");
-    DataBuffer der;
-    ASSERT_TRUE(trailed.getCertDer(der));
-    EXPECT_EQ(der.view(), m_a);
-}
-
 TEST_F(DecodedCertificateCacheTest, KeepsAtMostItsBoundLeastRecentlyUsedFirst) {
     DecodedCertificateCache& cache = DecodedCertificateCache::process();
     const X509* firstA = loaded(m_a).x509();

@@ -22,17 +22,6 @@ std::vector<std::string> candidateNames(const XmlDocument& doc) {
     return names;
 }
 
-// Signatures are looked for only among these: the local name decides, a
-// SignedInfo stands for its parent, and each element is named once, in
-// document order.
-TEST(XmlDocument, SignatureCandidatesByLocalNameInDocumentOrder) {
-    const auto doc = parse("<r><Auth><x:SignedInfo/><y:SignedInfo/></Auth>"
-                           "<ds:Signature><ds:SignedInfo/></ds:Signature>"
-                           "<a:b:Signature/><NoSignature/><Signatures/><SignedInfoX/><Signature/></r>");
-    EXPECT_EQ(candidateNames(*doc), (std::vector<std::string>{"Auth", "ds:Signature", "Signature"}));
-    EXPECT_TRUE(parse("<SignedInfo/>")->signatureCandidates().empty());
-}
-
 // Large enough for the node array to be faulted in on a second thread while
 // the tree is built: the tree must come out whole all the same.
 TEST(XmlDocument, LargeTreeBuiltAlongsideItsPagePopulation) {
