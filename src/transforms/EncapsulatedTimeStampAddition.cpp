@@ -85,8 +85,10 @@ bool ClsXmlDSig::AddEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, ClsStringBu
     m_log.LogDataLong("numSignatures", m_document.signatures.getSize());
     m_log.LogDataLong("selector", m_selector);
     m_timestampRequestError.clear();
+    // The presence check logs an error when there is none, which is the
+    // case that goes on: it is not a reason this call could fail for.
     FirstErrorLog errors(m_log);
-    if (hasEncapsulatedTimeStamp(errors)) {
+    if (hasEncapsulatedTimeStamp(m_log)) {
         errors.LogError("Already has an EncapsulatedTimeStamp.");
         return noteFailure(false, errors);
     }
