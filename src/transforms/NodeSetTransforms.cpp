@@ -63,11 +63,13 @@ bool ClsXmlDSig::applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, c
         return false;
     }
     log.LogDataSb("xPath", expression);
-    if (xpointer)
-        return nodes.applyXPointer(expression.view(), log);
-    if (algorithm.containsSubstring(kXPathFilter2Marker))
-        return nodes.applyFilter2(expression.view(), log);
-    return nodes.applyXPath(expression.view(), log);
+    const bool applied = xpointer ? nodes.applyXPointer(expression.view(), log)
+                         : algorithm.containsSubstring(kXPathFilter2Marker) ? nodes.applyFilter2(expression.view(), log)
+                                                                            : nodes.applyXPath(expression.view(), log);
+    if (!applied && nodes.budgetExhausted() && !m_report.limit)
+        m_report.limit =
+            LimitExceeded{std::string(VerificationLimits::kMaxXPathNodes), nodes.visited(), nodes.budget()};
+    return applied;
 }
 
 void ClsXmlDSig::renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm,

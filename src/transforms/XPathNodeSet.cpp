@@ -165,8 +165,10 @@ std::unique_ptr<XPathExpr> XPathNodeSet::parse(std::string_view expression, cons
 
 bool XPathNodeSet::withinBudget(const XPathEvaluator& evaluator, LogBase& log) const {
     log.LogDataLong("xpathNodesVisited", static_cast<long long>(evaluator.visited()));
+    m_visited = evaluator.visited();
     if (!evaluator.exhausted())
         return true;
+    m_exhausted = true;
     log.LogError("XPath evaluation stopped: it visited more nodes than MaxXPathNodes allows.");
     log.LogDataLong("MaxXPathNodes", static_cast<long long>(m_budget));
     return false;

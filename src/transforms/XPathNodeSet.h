@@ -40,6 +40,10 @@ public:
     bool loadOctets(std::string_view text, LogBase& log);
 
     void setBudget(uint64_t nodes) { m_budget = nodes; }
+    uint64_t budget() const { return m_budget; }
+    // Set once an evaluation stopped at the budget, with the nodes it visited.
+    bool budgetExhausted() const { return m_exhausted; }
+    uint64_t visited() const { return m_visited; }
     // Where the signature being verified starts, so that the expression's own
     // element (for here() and its namespaces) is looked for in it first.
     void setSignatureOffset(uint32_t offset) { m_signatureOffset = offset; }
@@ -84,6 +88,8 @@ private:
     const XmlDocument* m_signedDoc = nullptr;
     std::unique_ptr<XPathTree> m_signedTree;
     uint64_t m_budget = kDefaultBudget;
+    mutable bool m_exhausted = false;
+    mutable uint64_t m_visited = 0;
     uint32_t m_signatureOffset = UINT32_MAX;
     bool m_expressionsInText = true;
 };

@@ -100,7 +100,14 @@ TEST_P(XmlsecXPath, SelectedContentIsSignedAndTheRestIsNot) {
 TEST(XmlsecXPath, TheNodeBudgetStopsTheEvaluation) {
     const std::string doc = HmacSigning(kSecret).sign(documentTemplate(kCases[0]));
     ASSERT_FALSE(doc.empty());
-    EXPECT_FALSE(verifies(doc, "{\"MaxXPathNodes\": 20}"));
+    ClsXmlDSig limited;
+    ASSERT_TRUE(loadXml(limited, doc));
+    useHmacSecret(limited, kSecret);
+    limited.put_VerifyOptions(XString("{\"MaxXPathNodes\": 20}"));
+    EXPECT_FALSE(limited.VerifySignature(true));
+    ASSERT_TRUE(limited.report().limit);
+    EXPECT_EQ(limited.report().limit->option, "MaxXPathNodes");
+    EXPECT_EQ(limited.report().limit->limit, 20u);
     EXPECT_TRUE(verifies(doc, "{\"MaxXPathNodes\": 100000}"));
 }
 
