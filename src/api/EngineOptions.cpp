@@ -7,6 +7,22 @@
 
 namespace xmldsig {
 
+namespace {
+const LimitField kLimitFields[] = {
+    {VerificationLimits::kMaxReferences, &Limits::maxReferences},
+    {VerificationLimits::kMaxTransforms, &Limits::maxTransforms},
+    {VerificationLimits::kMaxSignatures, &Limits::maxSignatures},
+    {VerificationLimits::kMaxSignatureValueBytes, &Limits::maxSignatureValueBytes},
+    {VerificationLimits::kMaxCertificateBytes, &Limits::maxCertificateBytes},
+    {VerificationLimits::kMaxExternalFileBytes, &Limits::maxExternalFileBytes},
+    {VerificationLimits::kMaxXPathNodes, &Limits::maxXPathNodes},
+};
+} // namespace
+
+std::span<const LimitField> limitFields() {
+    return kLimitFields;
+}
+
 std::string engineUncommonOptions(const SettingsData& s) {
     std::string tokens;
     auto add = [&](bool on, const char* token) {
@@ -26,18 +42,9 @@ std::string engineUncommonOptions(const SettingsData& s) {
 std::string engineVerifyOptions(const SettingsData& s) {
     const Limits defaults;
     nlohmann::json json = nlohmann::json::object();
-    auto limit = [&](std::string_view name, std::uint64_t value, std::uint64_t standard) {
-        if (value != standard)
-            json[std::string(name)] = value;
-    };
-    const Limits& l = s.limits;
-    limit(VerificationLimits::kMaxReferences, l.maxReferences, defaults.maxReferences);
-    limit(VerificationLimits::kMaxTransforms, l.maxTransforms, defaults.maxTransforms);
-    limit(VerificationLimits::kMaxSignatures, l.maxSignatures, defaults.maxSignatures);
-    limit(VerificationLimits::kMaxSignatureValueBytes, l.maxSignatureValueBytes, defaults.maxSignatureValueBytes);
-    limit(VerificationLimits::kMaxCertificateBytes, l.maxCertificateBytes, defaults.maxCertificateBytes);
-    limit(VerificationLimits::kMaxExternalFileBytes, l.maxExternalFileBytes, defaults.maxExternalFileBytes);
-    limit(VerificationLimits::kMaxXPathNodes, l.maxXPathNodes, defaults.maxXPathNodes);
+    for (const LimitField& field : limitFields())
+        if (s.limits.*field.member != defaults.*field.member)
+            json[std::string(field.name)] = s.limits.*field.member;
     if (s.validateTsaChain)
         json[std::string(VerificationPolicy::kValidateTsaChain)] = true;
     return json.empty() ? std::string() : json.dump();

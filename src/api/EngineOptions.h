@@ -1,10 +1,21 @@
 #pragma once
 
+#include <cstdint>
+#include <span>
 #include <string>
+#include <string_view>
 
 namespace xmldsig {
 
+struct Limits;
 struct SettingsData;
+
+// Each public limit with the VerifyOptions member that names it.
+struct LimitField {
+    std::string_view name;
+    std::uint64_t Limits::*member;
+};
+std::span<const LimitField> limitFields();
 
 // The settings' accommodations and limits in the forms the engine's
 // UncommonOptions and VerifyOptions take: tokens, and a JSON object of the

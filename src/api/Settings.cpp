@@ -1,5 +1,6 @@
 #include "xmldsig/Settings.h"
 
+#include "api/EngineOptions.h"
 #include "api/SettingsData.h"
 #include "verifier/VerificationPolicy.h"
 
@@ -10,7 +11,6 @@
 #include "companion/text/DataBuffer.h"
 #include "companion/text/XString.h"
 
-#include <array>
 #include <filesystem>
 
 namespace xmldsig {
@@ -43,16 +43,6 @@ bool decodes(std::string_view secret, std::string_view encoding) {
         return false;
     DataBuffer bytes;
     return bytes.appendEncoded(secret, encoding);
-}
-
-std::array<std::pair<std::string_view, std::uint64_t>, 7> limitMembers(const Limits& l) {
-    return {{{VerificationLimits::kMaxReferences, l.maxReferences},
-             {VerificationLimits::kMaxTransforms, l.maxTransforms},
-             {VerificationLimits::kMaxSignatures, l.maxSignatures},
-             {VerificationLimits::kMaxSignatureValueBytes, l.maxSignatureValueBytes},
-             {VerificationLimits::kMaxCertificateBytes, l.maxCertificateBytes},
-             {VerificationLimits::kMaxExternalFileBytes, l.maxExternalFileBytes},
-             {VerificationLimits::kMaxXPathNodes, l.maxXPathNodes}}};
 }
 
 bool isJsonObject(std::string_view text) {
@@ -118,9 +108,9 @@ void Settings::setIgnoreExternalRefs(bool on) {
 }
 
 Status Settings::setLimits(const Limits& limits) {
-    for (const auto& [name, value] : limitMembers(limits))
-        if (value == 0)
-            return failure(Errc::bad_option, "the limit " + std::string(name) + " must be a positive integer");
+    for (const LimitField& field : limitFields())
+        if (limits.*field.member == 0)
+            return failure(Errc::bad_option, "the limit " + std::string(field.name) + " must be a positive integer");
     mutableData().limits = limits;
     return {};
 }
