@@ -2,6 +2,7 @@
 
 #include "verifier/FurtherAttempt.h"
 
+#include <string>
 #include <string_view>
 #include <vector>
 
@@ -42,4 +43,6 @@ struct ReferenceCheck {
     std::vector<FurtherAttempt> matchedBy;
     // An external chain carried out an expression as a text edit.
     bool recognisedXPathOnExternalData = false;
+    // The file an external reference was hashed from (empty: caller data).
+    std::string externalFile;
 };

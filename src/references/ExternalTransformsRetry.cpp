@@ -19,8 +19,7 @@ bool isExternal(const StringBuffer& uri) {
 // external reference apply to its data, which the literal attempt hashes as
 // it is. Same-document references never come here, so the run's memo of
 // their outcomes is not consulted.
-bool ClsXmlDSig::verifyWithExternalTransforms(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
-                                              LogBase& log) {
+bool ClsXmlDSig::verifyWithExternalTransforms(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log) {
     DSigReference ref;
     StringBuffer uri;
     if (!parsedReference(index, ref, uri, log))
@@ -36,14 +35,14 @@ bool ClsXmlDSig::verifyWithExternalTransforms(int index, ReferenceCheck& check, 
     attempt.kind = FurtherAttempt::ExternalTransforms;
     attempt.transformsOnExternalData = true;
     check.recognisedXPathOnExternalData = false;
-    bool matched = verifyReferenceDigest2(index, attempt, check, externalRefDirs, log);
+    bool matched = verifyReferenceDigest2(index, attempt, check, run, log);
     if (!matched && check.recognisedXPathOnExternalData) {
         // As for same-document references: a recognised form reads an
         // expression by its text alone, the evaluator as XPath does.
         log.LogInfo("Retry with the XPath evaluator for the expressions of recognised forms...");
         DigestAttempt evaluated = attempt.further(FurtherAttempt::EveryXPathEvaluated);
         evaluated.evaluateEveryXPath = true;
-        matched = verifyReferenceDigest2(index, evaluated, check, externalRefDirs, log);
+        matched = verifyReferenceDigest2(index, evaluated, check, run, log);
     }
     if (matched) {
         log.LogInfo("The external reference matched with its transforms applied.");

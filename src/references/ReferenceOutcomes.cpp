@@ -2,6 +2,8 @@
 #include "companion/log/LogBase.h"
 #include "companion/xml/ClsXml.h"
 #include "companion/xml/XmlDocument.h"
+#include "references/DigestAttempt.h"
+#include "references/ReferenceVerifier.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -45,7 +47,7 @@ void readTransformsAndDigestMethod(ClsXml& reference, ReferenceOutcome& out) {
 
 } // namespace
 
-uint32_t ClsXmlDSig::LineCounter::lineOf(std::string_view text, uint32_t offset) {
+uint32_t ReferenceVerifier::LineCounter::lineOf(std::string_view text, uint32_t offset) {
     if (offset < m_offset) {
         m_offset = 0;
         m_line = 1;
@@ -56,12 +58,12 @@ uint32_t ClsXmlDSig::LineCounter::lineOf(std::string_view text, uint32_t offset)
     return m_line;
 }
 
-ReferenceOutcome ClsXmlDSig::referenceOutcome(int index, bool matched, LineCounter& lines, LogBase& log) {
+ReferenceOutcome ReferenceVerifier::outcome(int index, bool matched, const ReferenceCheck& check, LogBase& log) {
     ReferenceOutcome out;
     out.index = index;
     out.matched = matched;
-    out.failReason = matched ? 0 : m_refFailReason;
-    RefPtr<ClsXml> reference(getReference(index, log));
+    out.failReason = matched ? 0 : m_engine.get_RefFailReason();
+    RefPtr<ClsXml> reference(m_engine.getReference(index, log));
     if (!reference)
         return out;
     DSigReference ref;
@@ -74,18 +76,18 @@ ReferenceOutcome ClsXmlDSig::referenceOutcome(int index, bool matched, LineCount
     CanonTarget target;
     if (!uri.isEmpty() && !uri.beginsWith("#")) {
         out.target = ReferenceOutcome::Target::External;
-        out.externalFile = m_lastExternalFile;
+        out.externalFile = check.externalFile;
     } else if (!CanonTarget::fromUri(uri.view(), 0, target)) {
         out.target = ReferenceOutcome::Target::Unresolved;
     } else if (target.isDocument()) {
         out.target = ReferenceOutcome::Target::WholeDocument;
-    } else if (const std::span<const uint32_t> carriers = elementsNamedBy(uri.view()); carriers.size() == 1) {
-        const XmlDocument& doc = *loadedTree();
+    } else if (const std::span<const uint32_t> carriers = m_engine.elementsNamedBy(uri.view()); carriers.size() == 1) {
+        const XmlDocument& doc = *m_engine.loadedTree();
         out.target = ReferenceOutcome::Target::Element;
         out.elementName = doc.name(carriers[0]);
         out.path = elementPath(doc, carriers[0]);
         out.offset = doc.startTagBegin(carriers[0]);
-        out.line = lines.lineOf(doc.source(), out.offset);
+        out.line = m_lines.lineOf(doc.source(), out.offset);
     }
     return out;
 }

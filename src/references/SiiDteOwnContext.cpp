@@ -33,8 +33,7 @@ const XmlDocument* ClsXmlDSig::loadedTreeOfText() const {
     return tree && isLoadedText(tree->source()) ? tree : nullptr;
 }
 
-bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
-                                          LogBase& log) {
+bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log) {
     const XmlDocument* tree = loadedTreeOfText();
     if (!m_profile.isSiiCl || !tree)
         return false;
@@ -52,7 +51,7 @@ bool ClsXmlDSig::verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ExtP
     log.LogInfo("Retry with the DTE as a document of its own, the context it was signed in...");
     DigestAttempt attempt = profileAttempt(FurtherAttempt::SiiDteOwnContext);
     attempt.ownDocument = dte.text;
-    const bool matched = verifyReferenceDigest2(index, attempt, check, externalRefDirs, log);
+    const bool matched = verifyReferenceDigest2(index, attempt, check, run, log);
     if (matched)
         log.LogInfo("The reference matched in the DTE's own context.");
     return matched;

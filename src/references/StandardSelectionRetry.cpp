@@ -21,8 +21,7 @@ bool selectsWithoutComments(const StringBuffer& uri) {
 // The W3C reading where the literal one mismatched: a WithComments
 // canonicalization of a bare same-document reference still leaves the
 // comments out.
-bool ClsXmlDSig::verifyByStandardSelection(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
-                                           LogBase& log) {
+bool ClsXmlDSig::verifyByStandardSelection(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log) {
     DSigReference ref;
     StringBuffer uri;
     if (!parsedReference(index, ref, uri, log))
@@ -34,7 +33,7 @@ bool ClsXmlDSig::verifyByStandardSelection(int index, ReferenceCheck& check, Ext
     log.LogInfo("Retry with comments left out of the same-document reference, as XML-DSig selects them...");
     DigestAttempt attempt = profileAttempt(FurtherAttempt::CommentsLeftOut);
     attempt.commentsLeftOut = true;
-    const bool matched = verifyReferenceDigest2(index, attempt, check, externalRefDirs, log);
+    const bool matched = verifyReferenceDigest2(index, attempt, check, run, log);
     if (matched)
         log.LogInfo("The reference matched with its comments left out.");
     return matched;

@@ -5,9 +5,8 @@
 #include "references/DSigExternalData.h"
 #include "references/DigestAttempt.h"
 #include "references/ExternalFileResolution.h"
-#include "references/ExternalRefDirs.h"
 #include "references/RefFailReason.h"
-#include "references/ReferenceDigestMemo.h"
+#include "references/ReferenceVerifier.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -42,10 +41,8 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
     checkSetZatca(m_log);
     checkSetMyInvois(m_log);
 
-    ExtPtrArraySb dirs;
-    splitExternalRefDirs(m_externalRefDirs, dirs);
-    ReferenceCheck check;
-    const bool ok = verifyReferenceDigest(index, check, dirs, m_log);
+    ReferenceVerifier verifier(*this, m_externalRefDirs);
+    const bool ok = verifier.checkOne(index, m_log);
     logSuccessFailure(ok);
     return ok;
 }
@@ -58,25 +55,24 @@ DigestAttempt ClsXmlDSig::profileAttempt(FurtherAttempt kind) const {
     return attempt;
 }
 
-bool ClsXmlDSig::verifyReferenceDigest(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log) {
+bool ClsXmlDSig::verifyReferenceDigest(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log) {
     LogContextExitor ctx(log, "verifyReferenceDigest");
-    if (verifyWithSortBugRetry(index, check, externalRefDirs, log))
+    if (verifyWithSortBugRetry(index, check, run, log))
         return true;
-    if (m_refFailReason == kMismatch && (verifyByStandardSelection(index, check, externalRefDirs, log) ||
-                                         verifyWithExternalTransforms(index, check, externalRefDirs, log)))
+    if (m_refFailReason == kMismatch &&
+        (verifyByStandardSelection(index, check, run, log) || verifyWithExternalTransforms(index, check, run, log)))
         return true;
-    return verifyByFieldSignerRules(index, check, externalRefDirs, log);
+    return verifyByFieldSignerRules(index, check, run, log);
 }
 
 // After a mismatch, or a fragment the literal reading could not find. A
 // further attempt that fails leaves the literal reason standing.
-bool ClsXmlDSig::verifyByFieldSignerRules(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
-                                          LogBase& log) {
+bool ClsXmlDSig::verifyByFieldSignerRules(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log) {
     const int literalReason = m_refFailReason;
     if (literalReason != kMismatch && literalReason != kCanonicalizationFailed)
         return false;
-    const bool matched = m_profile.isSiiCl ? verifyInSiiDteOwnContext(index, check, externalRefDirs, log)
-                                           : verifyBySignedDocRules(index, log);
+    const bool matched =
+        m_profile.isSiiCl ? verifyInSiiDteOwnContext(index, check, run, log) : verifyBySignedDocRules(index, log);
     if (!matched)
         m_refFailReason = literalReason;
     else if (!m_profile.isSiiCl)
@@ -84,9 +80,8 @@ bool ClsXmlDSig::verifyByFieldSignerRules(int index, ReferenceCheck& check, ExtP
     return matched;
 }
 
-bool ClsXmlDSig::verifyWithSortBugRetry(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs,
-                                        LogBase& log) {
-    if (verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::None), check, externalRefDirs, log))
+bool ClsXmlDSig::verifyWithSortBugRetry(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log) {
+    if (verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::None), check, run, log))
         return true;
     check.literalReason = m_refFailReason;
     log.LogDataLong("invalidDigestReason", m_refFailReason);
@@ -96,22 +91,21 @@ bool ClsXmlDSig::verifyWithSortBugRetry(int index, ReferenceCheck& check, ExtPtr
     if (m_profile.dupC14nSortBug) {
         log.LogInfo("Retry without duplication of common XML canonicalization attribute sorting bug...");
         m_profile.dupC14nSortBug = false;
-        return verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugDropped), check, externalRefDirs,
-                                      log);
+        return verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugDropped), check, run, log);
     }
     if (m_profile.noSortBugRetry)
         return false;
     log.LogInfo("Retry with duplication of common XML canonicalization attribute sorting bug...");
     // Left on when the retry fails too: the next reference starts with it.
     m_profile.dupC14nSortBug = true;
-    if (!verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugEmulated), check, externalRefDirs, log))
+    if (!verifyReferenceDigest2(index, profileAttempt(FurtherAttempt::SortBugEmulated), check, run, log))
         return false;
     log.LogInfo("This signature was produced by software having the attribute sorting bug.");
     return true;
 }
 
 bool ClsXmlDSig::verifyReferenceDigest2(int index, const DigestAttempt& attempt, ReferenceCheck& check,
-                                        ExtPtrArraySb& externalRefDirs, LogBase& log) {
+                                        ReferenceRun& run, LogBase& log) {
     LogContextExitor ctx(log, "verifyReferenceDigest_inner");
     m_refFailReason = kOther;
     check.externalDataMissing = false;
@@ -134,17 +128,18 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, const DigestAttempt& attempt,
     StringBuffer uri(ref.m_uri);
     uri.trim2();
 
-    m_lastExternalFile.clear();
+    check.externalFile.clear();
     const bool matched = uri.beginsWith("#") || uri.isEmpty()
-                             ? verifyNamedSameDocumentReference(index, uri, ref, attempt, check, log)
-                             : verifyExternalReference(index, uri, ref, attempt, check, externalRefDirs, log);
+                             ? verifyNamedSameDocumentReference(index, uri, ref, attempt, check, run, log)
+                             : verifyExternalReference(index, uri, ref, attempt, check, run, log);
     if (matched && attempt.kind != FurtherAttempt::None)
         check.matchedBy.push_back(attempt.kind);
     return matched;
 }
 
 bool ClsXmlDSig::verifyNamedSameDocumentReference(int index, StringBuffer& uri, DSigReference& ref,
-                                                  const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log) {
+                                                  const DigestAttempt& attempt, ReferenceCheck& check,
+                                                  ReferenceRun& run, LogBase& log) {
     if (uri.beginsWith("#")) {
         if (!identifierIsUnique(uri.view(), log)) {
             m_refFailReason = kIdentifierNotUnique;
@@ -155,21 +150,21 @@ bool ClsXmlDSig::verifyNamedSameDocumentReference(int index, StringBuffer& uri, 
     } else if (!attempt.stpDocumentOnly) {
         log.LogInfo("URI is the entire XML document.");
     }
-    return verifySameDocumentReference(index, uri, ref, attempt, check, log);
+    return verifySameDocumentReference(index, uri, ref, attempt, check, run, log);
 }
 
 bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSigReference& ref,
-                                         const DigestAttempt& attempt, ReferenceCheck& check,
-                                         ExtPtrArraySb& externalRefDirs, LogBase& log) {
+                                         const DigestAttempt& attempt, ReferenceCheck& check, ReferenceRun& run,
+                                         LogBase& log) {
     log.LogDataSb("externalUri", uri);
     DSigRefExternalData* data = getExtRef(index, false, log);
     std::unique_ptr<DSigRefExternalData> foundFile;
-    if (!data && externalRefDirs.getSize() > 0) {
-        foundFile = findExternalFile(uri, externalRefDirs, m_policy.limits.maxExternalFileBytes, log);
+    if (!data && run.externalRefDirs.getSize() > 0) {
+        foundFile = findExternalFile(uri, run.externalRefDirs, m_policy.limits.maxExternalFileBytes, log);
         data = foundFile.get();
     }
     if (data)
-        m_lastExternalFile = data->m_path.getUtf8();
+        check.externalFile = data->m_path.getUtf8();
     if (!data) {
         log.LogError("No external data defined for this reference.");
         log.LogInfo("Hint 1: Set the IgnoreExternalRefs property to verify without checking digests for external "
@@ -210,10 +205,11 @@ bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSi
 }
 
 bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref,
-                                             const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log) {
-    if (!m_runDigests)
+                                             const DigestAttempt& attempt, ReferenceCheck& check, ReferenceRun& run,
+                                             LogBase& log) {
+    if (!run.digests)
         return verifyInternalReference(uri, ref, attempt, check, log);
-    if (const ReferenceDigestMemo::Outcome* earlier = m_runDigests->find(ref, attempt, m_profile.isZatca)) {
+    if (const ReferenceDigestMemo::Outcome* earlier = run.digests->find(ref, attempt, m_profile.isZatca)) {
         log.LogDataLong("sameAsReference", earlier->index);
         m_refFailReason = earlier->failReason;
         check.matchedBy = earlier->matchedBy;
@@ -221,6 +217,6 @@ bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigR
     }
     const bool zatcaRules = m_profile.isZatca;
     const bool matched = verifyInternalReference(uri, ref, attempt, check, log);
-    m_runDigests->remember(ref, attempt, zatcaRules, {index, matched, m_refFailReason, check.matchedBy});
+    run.digests->remember(ref, attempt, zatcaRules, {index, matched, m_refFailReason, check.matchedBy});
     return matched;
 }

@@ -35,7 +35,7 @@ class ClsXml;
 class XmlDocument;
 class XPathNodeSet;
 class DSigReference;
-class ReferenceDigestMemo;
+struct ReferenceRun;
 struct DigestAttempt;
 struct ReferenceCheck;
 
@@ -156,18 +156,18 @@ public:
 
     // Reference digests: one reference with every attempt, one attempt, and
     // the same-document digest.
-    bool verifyReferenceDigest(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyReferenceDigest2(int index, const DigestAttempt& attempt, ReferenceCheck& check,
-                                ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyReferenceDigest(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
+    bool verifyReferenceDigest2(int index, const DigestAttempt& attempt, ReferenceCheck& check, ReferenceRun& run,
+                                LogBase& log);
     // The reading the loaded document's signer profile asks for.
     DigestAttempt profileAttempt(FurtherAttempt kind) const;
     // The literal attempt with the attribute-sorting retry, and the further
     // attempt with the node-set the W3C recommendation selects.
-    bool verifyWithSortBugRetry(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyByStandardSelection(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyWithSortBugRetry(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
+    bool verifyByStandardSelection(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
     // The further attempt for an external reference whose bytes mismatched:
     // its transforms applied to its data.
-    bool verifyWithExternalTransforms(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyWithExternalTransforms(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
     bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref,
                                        const DigestAttempt& attempt, DataBuffer& digest, bool& recognisedXPath,
                                        LogBase& log);
@@ -179,35 +179,26 @@ public:
     std::unique_ptr<XPathNodeSet> externalNodeSet(const StringBuffer& data, LogBase& log);
     // Further attempts for signers that signed a part of the document as a
     // document of its own: the SII DTE, DigiDoc's SignedDoc parts.
-    bool verifyByFieldSignerRules(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
-    bool verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+    bool verifyByFieldSignerRules(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
+    bool verifyInSiiDteOwnContext(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
     bool verifyBySignedDocRules(int index, LogBase& log);
     // One attempt at a "" or "#id" reference, and at an external one.
     bool verifyNamedSameDocumentReference(int index, StringBuffer& uri, DSigReference& ref,
-                                          const DigestAttempt& attempt, ReferenceCheck& check, LogBase& log);
+                                          const DigestAttempt& attempt, ReferenceCheck& check, ReferenceRun& run,
+                                          LogBase& log);
     bool verifyExternalReference(int index, const StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
-                                 ReferenceCheck& check, ExtPtrArraySb& externalRefDirs, LogBase& log);
+                                 ReferenceCheck& check, ReferenceRun& run, LogBase& log);
     bool verifyInternalReference(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
                                  ReferenceCheck& check, LogBase& log);
     // The same-document digest, or during a run the outcome of an identical
     // earlier reference.
     bool verifySameDocumentReference(int index, StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
-                                     ReferenceCheck& check, LogBase& log);
+                                     ReferenceCheck& check, ReferenceRun& run, LogBase& log);
     DSigRefExternalData* getExtRef(int index, bool create, LogBase& log);
     // The elements of the loaded document that a same-document URI names by
     // identifier (none for the whole document or an unknown one).
     std::span<const uint32_t> elementsNamedBy(std::string_view uri);
     bool identifierIsUnique(std::string_view uri, LogBase& log);
-    // Line numbers of ascending offsets, counted once over the text.
-    class LineCounter {
-    public:
-        uint32_t lineOf(std::string_view text, uint32_t offset);
-
-    private:
-        uint32_t m_offset = 0;
-        uint32_t m_line = 1;
-    };
-    ReferenceOutcome referenceOutcome(int index, bool matched, LineCounter& lines, LogBase& log);
     DSigRefExternalData* clearedExtRef(int index, LogBase& log);
     bool getReferenceUri(int index, StringBuffer& uri, LogBase& log);
 
@@ -261,6 +252,9 @@ public:
 
     // The signer profile of the loaded document, for callers that report it.
     const SignerProfile& profileFlags() const { return m_profile; }
+    // The tree of the loaded text, which canonicalization and signature
+    // location read instead of scanning the text again (null when none).
+    const XmlDocument* loadedTree() const;
     // The selected signature element (borrowed), or null.
     ClsXml* selectedSignature() const;
     // Where the selected signature lies in `text` (the loaded text, or one
@@ -294,9 +288,6 @@ private:
     const XmlDocument* loadedTreeOfText() const;
     // Whether `text` is the loaded document's own bytes (shared, unedited).
     bool isLoadedText(std::string_view text) const;
-    // The tree of the loaded text, which canonicalization and signature
-    // location read instead of scanning the text again (null when none).
-    const XmlDocument* loadedTree() const;
     bool locateInLoadedText(const StringBuffer& sigId, const StringBuffer& digestValue, XmlSigPositions& out,
                             LogBase& log);
     bool canonicalSignedInfo(XmlCanon& canon, unsigned signedInfoLoc, StringBuffer& out, LogBase& log);
@@ -348,8 +339,6 @@ private:
     ExtPtrArray m_refExternalData;
     bool m_reservedFlag = true;
     static void logAmbiguousLocation(const SignatureLocateMemo& memo, LogBase& log);
-    // The file the last external reference was hashed from (empty: caller data).
-    std::string m_lastExternalFile;
     VerificationReport m_report;
     std::string m_lastFailure;
     std::string m_timestampRequestError;
@@ -358,8 +347,6 @@ private:
     std::string m_timestampTime;
     const SignatureReferences& selectedReferences();
     VerificationPolicy m_policy;
-    // The outcomes of this VerifySignature run's references (null outside a run).
-    ReferenceDigestMemo* m_runDigests = nullptr;
     DataBuffer m_hmacKey;
     int m_selector = 0;
 };
