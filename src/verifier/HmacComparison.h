@@ -1,5 +1,7 @@
 #pragma once
 
+#include <cstddef>
+
 class DataBuffer;
 
 // Compares a computed HMAC with the decoded SignatureValue, in constant time,
@@ -14,6 +16,11 @@ enum class Outcome {
     // HMACOutputLength not a whole number of bytes, or longer than the MAC.
     NotByteLength,
 };
+
+// Whether a declared HMACOutputLength may be honoured for a MAC of
+// `macBytes`: Match when it may (or none is declared), else why not. A
+// declaration below the floor is refused whatever the value's length.
+Outcome checkOutputLength(size_t macBytes, int outputBits);
 
 // outputBits: HMACOutputLength, or signature_method::kNoHmacOutputLength to
 // compare the whole MAC.

@@ -61,6 +61,10 @@ bool verifyHmac(const ClsXmlDSig::SignedInfoCheck& check, const DataBuffer& key,
         refusal.refuse("HMAC verify failed.", log);
         return false;
     }
+    // The declared length is judged first: a value that happens to be the
+    // whole MAC does not excuse a declaration below the floor.
+    if (hmac_comparison::checkOutputLength(mac.getSize(), check.hmacOutputBits) != hmac_comparison::Outcome::Match)
+        return decodedHmacMatches(check, mac, refusal, log);
     StringBuffer computed, stored(check.signatureBase64);
     mac.encodeDB("base64", computed);
     stored.trim2();

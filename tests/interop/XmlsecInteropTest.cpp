@@ -5,6 +5,8 @@
 #include "support/Signing.h"
 
 #include <gtest/gtest.h>
+#include <openssl/evp.h>
+#include <openssl/hmac.h>
 
 #include <map>
 #include <memory>
@@ -316,13 +318,29 @@ TEST_F(XmlsecInterop, HmacTruncatedBelowTheMinimumIsRefused) {
                                Layout::Enveloping,
                                KeyUse::Hmac,
                                "<HMACOutputLength>80</HMACOutputLength>"};
-    const std::string doc = signedDocument(below);
-    ASSERT_FALSE(doc.empty());
-    auto dsig = verifier(below, doc);
-    EXPECT_FALSE(dsig->VerifySignature(true));
-    EXPECT_EQ(dsig->report().stage, VerificationStage::SignatureValue);
-    EXPECT_EQ(dsig->report().reason, "HMAC output length below the allowed minimum");
-    EXPECT_FALSE(dsig->report().valueMismatch);
+    const std::string truncated = signedDocument(below);
+    ASSERT_FALSE(truncated.empty());
+    // The same declaration over the whole MAC: the declaration is refused,
+    // not the value's length.
+    const std::string doc = replaced(truncated, "<SignedInfo", "<SignedInfo Id=\"si\"");
+    auto canonicalizer = verifier(below, doc);
+    XString xml(doc), id("si"), version("c14n"), prefixes, canonical;
+    ASSERT_TRUE(canonicalizer->CanonicalizeFragment(xml, id, version, prefixes, false, canonical));
+    const std::string secret = "interop secret";
+    unsigned char mac[EVP_MAX_MD_SIZE];
+    unsigned macLength = 0;
+    HMAC(EVP_sha256(), secret.data(), static_cast<int>(secret.size()),
+         reinterpret_cast<const unsigned char*>(canonical.getUtf8()), canonical.getSizeUtf8(), mac, &macLength);
+    StringBuffer fullMac;
+    bufferOf(std::string_view(reinterpret_cast<const char*>(mac), macLength)).encodeDB("base64", fullMac);
+
+    for (const std::string& value : {truncated, withSignatureValue(doc, fullMac.getString())}) {
+        auto dsig = verifier(below, value);
+        EXPECT_FALSE(dsig->VerifySignature(true));
+        EXPECT_EQ(dsig->report().stage, VerificationStage::SignatureValue);
+        EXPECT_EQ(dsig->report().reason, "HMAC output length below the allowed minimum");
+        EXPECT_FALSE(dsig->report().valueMismatch);
+    }
 }
 
 // What Canonical XML 1.1 signs of a fragment's ancestors: their joined base,
