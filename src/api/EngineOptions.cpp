@@ -16,6 +16,7 @@ const LimitField kLimitFields[] = {
     {VerificationLimits::kMaxCertificateBytes, &Limits::maxCertificateBytes},
     {VerificationLimits::kMaxExternalFileBytes, &Limits::maxExternalFileBytes},
     {VerificationLimits::kMaxXPathNodes, &Limits::maxXPathNodes},
+    {VerificationLimits::kMaxWorkUnits, &Limits::maxWorkUnits},
 };
 } // namespace
 

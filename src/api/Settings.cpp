@@ -159,7 +159,7 @@ Status Settings::setVerifyOptions(std::string_view json) {
     const VerificationLimits& l = policy.limits;
     SettingsData& d = mutableData();
     d.limits = Limits{l.maxReferences,       l.maxTransforms,        l.maxSignatures, l.maxSignatureValueBytes,
-                      l.maxCertificateBytes, l.maxExternalFileBytes, l.maxXPathNodes};
+                      l.maxCertificateBytes, l.maxExternalFileBytes, l.maxXPathNodes, l.maxWorkUnits};
     d.validateTsaChain = policy.validateTsaChain;
     return {};
 }

@@ -150,6 +150,7 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
 std::unique_ptr<XPathNodeSet> ClsXmlDSig::externalNodeSet(const StringBuffer& data, LogBase& log) {
     auto nodes = std::make_unique<XPathNodeSet>();
     nodes->setBudget(m_policy.limits.maxXPathNodes);
+    nodes->setWorkBudget(&m_work);
     if (!nodes->loadOctets(data.view(), log))
         return nullptr;
     nodes->setSignedDocument(loadedTree());

@@ -28,6 +28,10 @@ ReferenceStageOutcome ReferenceVerifier::checkAll(int count, bool ignoreExternal
         stage.failed.push_back({i, check.literalReason});
         if (!(check.externalDataMissing && ignoreExternalRefs))
             ++stage.countedFailures;
+        if (m_engine.work().spent()) {
+            stage.workSpent = true;
+            break;
+        }
     }
     m_run.digests.reset();
     return stage;

@@ -20,6 +20,8 @@ struct ReferenceStageOutcome {
     std::vector<VerificationReport::FailedReference> failed;
     std::vector<AttemptUsed> attempts;
     int countedFailures = 0;
+    // The checks stopped at the reference whose work spent the budget.
+    bool workSpent = false;
 };
 
 // Checks the references of the engine's selected signature and says what
@@ -31,8 +33,9 @@ class ReferenceVerifier {
 public:
     ReferenceVerifier(ClsXmlDSig& engine, const XString& externalRefDirs);
 
-    // Every reference, in order, so that the log shows all that fail; data
-    // that is missing is excused with `ignoreExternalRefs`, a mismatch never.
+    // Every reference, in order, so that the log shows all that fail, until
+    // the work budget is spent; data that is missing is excused with
+    // `ignoreExternalRefs`, a mismatch never.
     ReferenceStageOutcome checkAll(int count, bool ignoreExternalRefs, LogBase& log);
     // One reference, on its own.
     bool checkOne(int index, LogBase& log);

@@ -60,8 +60,10 @@ bool onlyDigiDocTransforms(const DSigReference& ref, LogBase& log) {
 }
 
 // Inclusive C14N of the element as a document of its own.
-bool ownDocumentDigest(const StringBuffer& text, unsigned startOffset, int hashAlg, DataBuffer& digest, LogBase& log) {
+bool ownDocumentDigest(const StringBuffer& text, unsigned startOffset, int hashAlg, DataBuffer& digest,
+                       WorkBudget& work, LogBase& log) {
     XmlCanon canon;
+    canon.setWorkBudget(&work);
     canon.setInheritAncestorContext(false);
     StringBuffer canonical;
     if (!canon.xmlCanonicalize(text, nullptr, startOffset, canonical, log))
@@ -133,7 +135,7 @@ bool ClsXmlDSig::verifyBySignedDocRules(int index, LogBase& log) {
         computed = dataFileDigest(*tree, target, hashAlg, digest, log);
     } else if (target != kNoNode) {
         log.LogInfo("Element canonicalized as a document of its own.");
-        computed = ownDocumentDigest(m_document.text, tree->startTagBegin(target), hashAlg, digest, log);
+        computed = ownDocumentDigest(m_document.text, tree->startTagBegin(target), hashAlg, digest, m_work, log);
     }
     if (!computed)
         return false;

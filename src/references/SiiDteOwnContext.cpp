@@ -67,6 +67,7 @@ bool ClsXmlDSig::verifySignatureValueInSiiDteOwnContext(const XmlSigPositions& l
     LogContextExitor ctx(log, "siiDteOwnContext");
     log.LogInfo("Retry with SignedInfo canonicalized in the DTE's own context...");
     XmlCanon canon;
+    canon.setWorkBudget(&m_work);
     StringBuffer method;
     if (!signedInfoCanonicalizer(canon, method, log))
         return false;

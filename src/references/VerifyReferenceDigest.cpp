@@ -40,6 +40,7 @@ bool ClsXmlDSig::VerifyReferenceDigest(int index) {
     readPolicy();
     checkSetZatca(m_log);
     checkSetMyInvois(m_log);
+    startWorkBudget();
 
     ReferenceVerifier verifier(*this, m_externalRefDirs);
     const bool ok = verifier.checkOne(index, m_log);

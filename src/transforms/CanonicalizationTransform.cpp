@@ -48,6 +48,7 @@ bool _clsXmlDSigBase::transformCanonicalize(ClsXml* transform, StringBuffer& xml
     }
 
     XmlCanon canon;
+    canon.setWorkBudget(&m_work);
     canon.setOutputSink(shortcut.sink);
     canon.setParsedDocument(shortcut.parsed);
     canon.setExcludedRange(shortcut.excludedStart, shortcut.excludedLength);

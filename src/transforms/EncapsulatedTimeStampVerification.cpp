@@ -160,6 +160,7 @@ bool ClsXmlDSig::verifyEncapsulatedTimeStamp(StringBuffer& sigText, ClsXml& sigD
         return false;
 
     XmlCanon canon;
+    canon.setWorkBudget(&m_work);
     canon.setMode(timestampCanonMode(sigDom, log));
     StringBuffer canonical;
     canon.xmlCanonicalize(m_document.text, signatureValueId.getString(), 0, canonical, log);

@@ -35,6 +35,7 @@ std::unique_ptr<XPathNodeSet> ClsXmlDSig::startNodeSet(StringBuffer& uri, DSigRe
                                                        CanonShortcut& pending, LogBase& log) {
     auto nodes = std::make_unique<XPathNodeSet>();
     nodes->setBudget(m_policy.limits.maxXPathNodes);
+    nodes->setWorkBudget(&m_work);
     // The text an enveloped-signature transform cut may have lost the
     // identified element (one inside the signature).
     const bool targetMayBeCut = !uri.isEmpty() && !elementsNamedBy(uri.view()).empty();

@@ -70,9 +70,22 @@ bool XPathNodeSet::parseDocument(std::string_view text, const XmlDocument* parse
         }
         m_doc = m_owned.get();
     }
-    m_tree = std::make_unique<XPathTree>(*m_doc);
+    m_tree = buildTree(*m_doc, log);
+    if (!m_tree)
+        return false;
     m_selected.assign(m_tree->size(), 0);
     return true;
+}
+
+std::unique_ptr<XPathTree> XPathNodeSet::buildTree(const XmlDocument& doc, LogBase& log) const {
+    const uint64_t maxNodes = m_work ? m_work->remaining() / WorkBudget::kUnitsPerTreeNode : UINT64_MAX;
+    auto tree = std::make_unique<XPathTree>(doc, maxNodes);
+    if (!tree->truncated() && (!m_work || m_work->charge(uint64_t{tree->size()} * WorkBudget::kUnitsPerTreeNode)))
+        return tree;
+    if (m_work)
+        m_work->charge(m_work->remaining() + 1);
+    log.LogError("The XPath tree of the document would exceed the verification's work budget (MaxWorkUnits).");
+    return nullptr;
 }
 
 bool XPathNodeSet::load(std::string_view text, const XmlDocument* parsed, std::string_view uri, bool targetMayBeCut,
@@ -130,7 +143,8 @@ uint32_t XPathNodeSet::findBearer(const XPathTree& tree, uint32_t signature, std
     return found;
 }
 
-XPathNodeSet::Bearer XPathNodeSet::expressionElement(std::string_view localName, std::string_view expression) {
+XPathNodeSet::Bearer XPathNodeSet::expressionElement(std::string_view localName, std::string_view expression,
+                                                     LogBase& log) {
     const uint32_t signature =
         m_signatureOffset == UINT32_MAX ? kNoXPathNode : m_tree->elementAtOffset(m_signatureOffset);
     if (const uint32_t n = m_expressionsInText ? findBearer(*m_tree, signature, localName, expression) : kNoXPathNode;
@@ -139,7 +153,9 @@ XPathNodeSet::Bearer XPathNodeSet::expressionElement(std::string_view localName,
     if (!m_signedDoc || m_signedDoc == m_doc)
         return {};
     if (!m_signedTree)
-        m_signedTree = std::make_unique<XPathTree>(*m_signedDoc);
+        m_signedTree = buildTree(*m_signedDoc, log);
+    if (!m_signedTree)
+        return {};
     if (const uint32_t n = findBearer(*m_signedTree, kNoXPathNode, localName, expression); n != kNoXPathNode)
         return Bearer{m_signedTree.get(), n};
     return {};
@@ -168,6 +184,10 @@ bool XPathNodeSet::withinBudget(const XPathEvaluator& evaluator, LogBase& log) c
     m_visited = evaluator.visited();
     if (!evaluator.exhausted())
         return true;
+    if (workSpent()) {
+        log.LogError("XPath evaluation stopped: the verification's work budget (MaxWorkUnits) is spent.");
+        return false;
+    }
     m_exhausted = true;
     log.LogError("XPath evaluation stopped: it visited more nodes than MaxXPathNodes allows.");
     log.LogDataLong("MaxXPathNodes", static_cast<long long>(m_budget));
@@ -175,11 +195,11 @@ bool XPathNodeSet::withinBudget(const XPathEvaluator& evaluator, LogBase& log) c
 }
 
 bool XPathNodeSet::applyXPath(std::string_view expression, LogBase& log) {
-    const Bearer bearer = expressionElement("XPath", expression);
+    const Bearer bearer = expressionElement("XPath", expression, log);
     const XPathExprPtr e = parse(expression, bearer, log);
     if (!e)
         return false;
-    XPathEvaluator evaluator(*m_tree, m_budget);
+    XPathEvaluator evaluator(*m_tree, m_budget, m_work);
     evaluator.setHere(bearer.here(*m_tree));
     for (uint32_t n = 0; n < m_tree->size() && !evaluator.exhausted(); ++n) {
         if (!m_selected[n])
@@ -204,7 +224,7 @@ std::vector<uint8_t> XPathNodeSet::subtrees(const std::vector<uint32_t>& roots) 
 }
 
 bool XPathNodeSet::applyFilter2(std::string_view expression, LogBase& log) {
-    const Bearer first = expressionElement("XPath", expression);
+    const Bearer first = expressionElement("XPath", expression, log);
     if (!first.found()) {
         log.LogError("The XPath Filter 2.0 elements are not found in the document.");
         return false;
@@ -212,7 +232,7 @@ bool XPathNodeSet::applyFilter2(std::string_view expression, LogBase& log) {
     const XPathTree& source = *first.tree;
     const uint32_t transform = source.parent(first.node);
     std::vector<uint8_t> filter(m_tree->size(), 1);
-    XPathEvaluator evaluator(*m_tree, m_budget);
+    XPathEvaluator evaluator(*m_tree, m_budget, m_work);
     for (uint32_t x = source.firstChild(transform); x != kNoXPathNode; x = source.node(x).nextSibling) {
         if (source.kind(x) != XPathNodeKind::Element || source.localName(x) != "XPath")
             continue;
@@ -262,11 +282,11 @@ bool XPathNodeSet::applyXPointer(std::string_view expression, LogBase& log) {
         return false;
     }
     inner = inner.substr(kXPointerScheme.size(), inner.size() - kXPointerScheme.size() - 1);
-    const Bearer bearer = expressionElement("XPointer", expression);
+    const Bearer bearer = expressionElement("XPointer", expression, log);
     const XPathExprPtr e = parse(inner, bearer, log);
     if (!e)
         return false;
-    XPathEvaluator evaluator(*m_tree, m_budget);
+    XPathEvaluator evaluator(*m_tree, m_budget, m_work);
     evaluator.setHere(bearer.here(*m_tree));
     const XPathValue v = evaluator.evaluate(*e, 0);
     if (!withinBudget(evaluator, log))
@@ -294,5 +314,8 @@ void XPathNodeSet::subtractElementsIn(uint32_t start, uint32_t length) {
 }
 
 void XPathNodeSet::render(const NodeSetCanon::Options& options, std::string& out) const {
+    const size_t before = out.size();
     NodeSetCanon(*m_tree, m_selected, options).run(out);
+    if (m_work)
+        m_work->charge((out.size() - before) / WorkBudget::kCanonicalBytesPerUnit);
 }

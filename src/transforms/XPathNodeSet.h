@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/base/WorkBudget.h"
 #include "companion/canon/NodeSetCanon.h"
 
 #include <cstdint>
@@ -40,6 +41,11 @@ public:
     bool loadOctets(std::string_view text, LogBase& log);
 
     void setBudget(uint64_t nodes) { m_budget = nodes; }
+    // The verification's work budget, charged for the trees built, the nodes
+    // evaluated and the text rendered; null: none.
+    void setWorkBudget(WorkBudget* work) { m_work = work; }
+    // Set once a step stopped because the work budget was spent.
+    bool workSpent() const { return m_work && m_work->spent(); }
     uint64_t budget() const { return m_budget; }
     // Set once an evaluation stopped at the budget, with the nodes it visited.
     bool budgetExhausted() const { return m_exhausted; }
@@ -73,13 +79,15 @@ private:
         bool found() const { return tree != nullptr; }
         uint32_t here(const XPathTree& evaluated) const { return tree == &evaluated ? node : UINT32_MAX; }
     };
-    Bearer expressionElement(std::string_view localName, std::string_view expression);
+    Bearer expressionElement(std::string_view localName, std::string_view expression, LogBase& log);
     static uint32_t findBearer(const XPathTree& tree, uint32_t signature, std::string_view localName,
                                std::string_view expression);
     std::unique_ptr<XPathExpr> parse(std::string_view expression, const Bearer& bearer, LogBase& log) const;
     std::vector<uint8_t> subtrees(const std::vector<uint32_t>& roots) const;
     bool withinBudget(const XPathEvaluator& evaluator, LogBase& log) const;
     bool parseDocument(std::string_view text, const XmlDocument* parsed, LogBase& log);
+    // A tree of `doc` within the work budget, or null (logged).
+    std::unique_ptr<XPathTree> buildTree(const XmlDocument& doc, LogBase& log) const;
 
     std::shared_ptr<XmlDocument> m_owned;
     const XmlDocument* m_doc = nullptr;
@@ -88,6 +96,7 @@ private:
     const XmlDocument* m_signedDoc = nullptr;
     std::unique_ptr<XPathTree> m_signedTree;
     uint64_t m_budget = kDefaultBudget;
+    WorkBudget* m_work = nullptr;
     mutable bool m_exhausted = false;
     mutable uint64_t m_visited = 0;
     uint32_t m_signatureOffset = UINT32_MAX;

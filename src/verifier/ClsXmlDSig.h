@@ -132,6 +132,9 @@ public:
     // False (logged) when the policy read has such a value.
     bool policyIsValid(LogBase& log) const;
     const VerificationPolicy& policy() const { return m_policy; }
+    // Starts the work budget of one verification of the loaded document.
+    void startWorkBudget();
+    const WorkBudget& work() const { return m_work; }
     int numReferences(ClsXml& signature, LogBase& log);
     bool getSignedInfoField(const char* child, const char* attr, StringBuffer& out, LogBase& log);
     // The SignedInfo child with this local name (a new reference), or null.

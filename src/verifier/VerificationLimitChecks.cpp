@@ -15,6 +15,11 @@ bool ClsXmlDSig::policyIsValid(LogBase& log) const {
     return false;
 }
 
+void ClsXmlDSig::startWorkBudget() {
+    const uint64_t allowance = m_document.text.getSize() / VerificationLimits::kDocumentBytesPerWorkUnit;
+    m_work = WorkBudget(m_policy.limits.maxWorkUnits + allowance);
+}
+
 bool ClsXmlDSig::withinLimit(uint64_t count, uint64_t limit, std::string_view what, std::string_view option,
                              LogBase& log) {
     if (count <= limit)

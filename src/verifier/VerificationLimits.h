@@ -17,6 +17,7 @@ struct VerificationLimits {
     static constexpr std::string_view kMaxCertificateBytes = "MaxCertificateBytes";
     static constexpr std::string_view kMaxExternalFileBytes = "MaxExternalFileBytes";
     static constexpr std::string_view kMaxXPathNodes = "MaxXPathNodes";
+    static constexpr std::string_view kMaxWorkUnits = "MaxWorkUnits";
 
     static constexpr uint64_t kDefaultMaxReferences = 1000;
     static constexpr uint64_t kDefaultMaxTransforms = 16;
@@ -25,6 +26,11 @@ struct VerificationLimits {
     static constexpr uint64_t kDefaultMaxCertificateBytes = 1u << 20;
     static constexpr uint64_t kDefaultMaxExternalFileBytes = 64u << 20;
     static constexpr uint64_t kDefaultMaxXPathNodes = 50'000'000;
+    // About a second here, whatever the document asks for.
+    static constexpr uint64_t kDefaultMaxWorkUnits = 20'000'000;
+    // On top of MaxWorkUnits: a unit per this many bytes of the document, so
+    // that a large document's own passes are never what spends the budget.
+    static constexpr uint64_t kDocumentBytesPerWorkUnit = 1;
 
     uint64_t maxReferences = kDefaultMaxReferences;
     uint64_t maxTransforms = kDefaultMaxTransforms;
@@ -34,6 +40,9 @@ struct VerificationLimits {
     uint64_t maxExternalFileBytes = kDefaultMaxExternalFileBytes;
     // The nodes one XPath, XPath Filter 2.0 or XPointer transform may visit.
     uint64_t maxXPathNodes = kDefaultMaxXPathNodes;
+    // The work one verification may do over all its references, transforms
+    // and further attempts (see WorkBudget), beyond its allowance per byte.
+    uint64_t maxWorkUnits = kDefaultMaxWorkUnits;
 
     // Logs why `count` is over `limit` and returns false; true within it.
     static bool within(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);

@@ -17,6 +17,7 @@ constexpr std::pair<std::string_view, uint64_t VerificationLimits::*> kLimitMemb
     {VerificationLimits::kMaxCertificateBytes, &VerificationLimits::maxCertificateBytes},
     {VerificationLimits::kMaxExternalFileBytes, &VerificationLimits::maxExternalFileBytes},
     {VerificationLimits::kMaxXPathNodes, &VerificationLimits::maxXPathNodes},
+    {VerificationLimits::kMaxWorkUnits, &VerificationLimits::maxWorkUnits},
 };
 
 bool readLimits(const ClsJsonObject& options, VerificationLimits& limits, std::string& error) {

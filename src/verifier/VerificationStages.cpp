@@ -13,6 +13,13 @@ bool ClsXmlDSig::verifyReferenceStage(LogBase& log) {
     m_report.failedReferences = std::move(stage.failed);
     m_report.attempts.insert(m_report.attempts.end(), stage.attempts.begin(), stage.attempts.end());
     m_report.countedReferenceFailures = stage.countedFailures;
+    if (stage.workSpent) {
+        withinLimit(m_work.used(), m_work.allowed(),
+                    "Work units spent on the references:", VerificationLimits::kMaxWorkUnits, log);
+        m_report.stage = VerificationStage::Limits;
+        logSuccessFailure(false);
+        return false;
+    }
     if (stage.countedFailures == 0)
         return true;
     log.LogDataLong("refFailureCount", stage.countedFailures);

@@ -48,6 +48,7 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     log.LogDataLong("selector", m_selector);
     m_report = VerificationReport{};
     m_timestampTime.clear();
+    startWorkBudget();
 
     ClsXml* sig = selectedSignature();
     if (m_document.signatures.getSize() == 0 || !sig)
@@ -122,6 +123,7 @@ bool ClsXmlDSig::signedInfoToCheck(const XmlSigPositions& locate, SignedInfoChec
         log.LogBracketed("signedInfo", signedInfo);
 
     XmlCanon canon;
+    canon.setWorkBudget(&m_work);
     canon.setParsedDocument(loadedTree());
     if (!signedInfoCanonicalizer(canon, check.canonicalizationMethod, log))
         return false;

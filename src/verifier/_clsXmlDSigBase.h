@@ -1,6 +1,7 @@
 #pragma once
 
 #include "companion/base/ClsBase.h"
+#include "companion/base/WorkBudget.h"
 #include "companion/pki/_clsCades.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
@@ -60,4 +61,7 @@ protected:
     StringBuffer m_siiDteXml;
     // The invoice document digest that MyInvois signatures sign.
     DataBuffer m_docDigest;
+    // What the verification under way may still spend on canonicalization
+    // and XPath across all its references and attempts (unlimited outside).
+    WorkBudget m_work;
 };

@@ -167,6 +167,65 @@ TEST(VerificationLimits, OverALimitFailsWithItsReasonBeforeAnyDigest) {
     EXPECT_NE(dsig.report().stage, VerificationStage::Limits);
 }
 
+// Every kind of work a document can multiply draws on one budget per
+// verification: nodes an XPath walks, tests or merges, XPath trees built,
+// text canonicalized for every reference. Each document is refused under a
+// small budget and verified (its fake digests failing) under a large one.
+TEST(VerificationLimits, OneWorkBudgetCoversEveryReferenceAndTransform) {
+    auto repeated = [](const std::string& item, int count, const std::string& separator = "") {
+        std::string out;
+        for (int i = 0; i < count; ++i)
+            out += (i ? separator : "") + item;
+        return out;
+    };
+    auto xpath = [](const std::string& expression) {
+        return "<Transform Algorithm=\"http://www.w3.org/TR/1999/REC-xpath-19991116\"><XPath>" + expression +
+               "</XPath></Transform>";
+    };
+    auto filter2 = [](const std::string& expression) {
+        return "<Transform Algorithm=\"http://www.w3.org/2002/06/xmldsig-filter2\"><XPath "
+               "xmlns=\"http://www.w3.org/2002/06/xmldsig-filter2\" Filter=\"union\">" +
+               expression + "</XPath></Transform>";
+    };
+    std::string declarations;
+    for (int i = 0; i < 300; ++i)
+        declarations += " xmlns:p" + std::to_string(i) + "=\"urn:p" + std::to_string(i) + "\"";
+    const std::string nested = repeated("<e>", 60) + repeated("</e>", 60);
+    std::string distinctReferences;
+    for (int i = 0; i < 200; ++i)
+        distinctReferences += referenceXml("#x", "A" + std::to_string(i), {std::string(kC14n)});
+    const struct {
+        const char* work;
+        std::string document;
+    } cases[] = {
+        {"XPath steps",
+         documentWithReferences(nested, repeated(referenceXml("", "AAAA", {xpath("count(//*//*) &gt; 0")}), 30))},
+        {"unions", documentWithReferences(nested, referenceXml("", "AAAA", {filter2(repeated("//*", 400, " | "))}))},
+        {"predicates",
+         documentWithReferences(nested, referenceXml("", "AAAA", {filter2("//*" + repeated("[true()]", 400))}))},
+        {"trees", replaced(documentWithReferences(repeated("<e/>", 100), referenceXml("", "AAAA", {filter2("/")})),
+                           "<doc>", "<doc" + declarations + ">")},
+        {"canonical text", replaced(documentWithReferences("<a Id=\"x\">t</a>", distinctReferences), "<doc>",
+                                    "<doc" + declarations + ">")},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.work);
+        ClsXmlDSig dsig;
+        ASSERT_TRUE(loadXml(dsig, c.document));
+        dsig.put_VerifyOptions(XString(R"({"MaxWorkUnits": 20000})"));
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        EXPECT_EQ(dsig.report().stage, VerificationStage::Limits) << dsig.report().reason;
+        ASSERT_TRUE(dsig.report().limit);
+        EXPECT_EQ(dsig.report().limit->option, "MaxWorkUnits");
+        EXPECT_EQ(dsig.report().limit->limit, 20000 + c.document.size());
+
+        dsig.put_VerifyOptions(XString(R"({"MaxWorkUnits": 1000000000})"));
+        EXPECT_FALSE(dsig.VerifySignature(true));
+        EXPECT_EQ(dsig.report().stage, VerificationStage::References);
+        EXPECT_FALSE(dsig.report().limit);
+    }
+}
+
 // Half the references name their own element by Id, half are the whole
 // document (each of the latter after the first reuses the memo's outcome):
 // a tampered element fails exactly the references that cover it.

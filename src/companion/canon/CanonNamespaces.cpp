@@ -7,7 +7,7 @@
 #include <algorithm>
 
 void CanonNamespaces::dropDeclarations(const Level& level) {
-    m_bindings.resize(level.bindings);
+    m_bindings.truncate(level.bindings);
     m_decoded.resize(level.decodedBytes);
     m_declarations.resize(level.declarationBytes);
 }
@@ -23,7 +23,7 @@ void CanonNamespaces::declare(std::string_view prefix, const XmlAttribute& decla
         m_decoded.append(m_scratch);
     }
     binding.declaration = writeDeclaration(binding);
-    m_bindings.push_back(binding);
+    m_bindings.push(binding);
 }
 
 XmlSpan CanonNamespaces::writeDeclaration(const Binding& binding) {
@@ -46,11 +46,13 @@ std::string_view CanonNamespaces::uri(const Binding& binding) const {
 }
 
 void CanonNamespaces::collectInScope(std::vector<Binding>& out) const {
-    const size_t first = out.size();
-    for (auto it = m_bindings.rbegin(); it != m_bindings.rend(); ++it) {
-        const bool shadowed = std::any_of(out.begin() + static_cast<std::ptrdiff_t>(first), out.end(),
-                                          [&](const Binding& b) { return b.prefix == it->prefix; });
-        if (!shadowed)
-            out.push_back(*it);
-    }
+    // Innermost first, so that the stable sort keeps each prefix's innermost
+    // binding ahead of those it shadows.
+    const auto first = static_cast<std::ptrdiff_t>(out.size());
+    const std::span<const Binding> bindings = m_bindings.items();
+    out.insert(out.end(), bindings.rbegin(), bindings.rend());
+    const auto byPrefix = [](const Binding& a, const Binding& b) { return a.prefix < b.prefix; };
+    std::stable_sort(out.begin() + first, out.end(), byPrefix);
+    const auto samePrefix = [](const Binding& a, const Binding& b) { return a.prefix == b.prefix; };
+    out.erase(std::unique(out.begin() + first, out.end(), samePrefix), out.end());
 }

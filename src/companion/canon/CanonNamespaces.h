@@ -1,6 +1,7 @@
 #pragma once
 
 #include "companion/canon/CanonQName.h"
+#include "companion/canon/PrefixStack.h"
 #include "companion/xml/XmlToken.h"
 
 #include <cstdint>
@@ -35,11 +36,11 @@ public:
     // A declaration on the element just opened.
     void declare(std::string_view prefix, const XmlAttribute& declaration);
     // The innermost binding of prefix, or null when it is undeclared.
-    const Binding* find(std::string_view prefix) const {
-        for (auto it = m_bindings.rbegin(); it != m_bindings.rend(); ++it)
-            if (CanonQName::same(it->prefix, prefix))
-                return &*it;
-        return nullptr;
+    const Binding* find(std::string_view prefix) const { return m_bindings.find(prefix); }
+    // Whether the element just opened declares prefix itself.
+    bool declaredHere(std::string_view prefix) const {
+        const Binding* binding = m_bindings.find(prefix);
+        return binding && m_bindings.indexOf(binding) >= levelStart();
     }
     // Valid until the next declare().
     std::string_view uri(const Binding& binding) const;
@@ -51,10 +52,7 @@ public:
             return kEmptyDefaultDeclaration;
         return std::string_view(m_declarations).substr(binding.declaration.offset, binding.declaration.length);
     }
-    std::span<const Binding> declaredHere() const {
-        const uint32_t first = m_levels.empty() ? 0 : m_levels.back().bindings;
-        return std::span<const Binding>(m_bindings).subspan(first);
-    }
+    std::span<const Binding> declaredHere() const { return m_bindings.itemsFrom(levelStart()); }
     // One binding per prefix in scope (the innermost), appended to out.
     void collectInScope(std::vector<Binding>& out) const;
 
@@ -62,22 +60,22 @@ public:
     // prefix with its URI. With nothing rendered the default namespace is the
     // empty one.
     bool isRendered(const Binding& binding) const {
-        for (auto it = m_rendered.rbegin(); it != m_rendered.rend(); ++it) {
-            if (!CanonQName::same(it->prefix, binding.prefix))
-                continue;
-            // The same declaration, as on most elements, spares comparing URIs.
-            const bool sameDeclaration = it->decoded == binding.decoded && it->value.offset == binding.value.offset &&
-                                         it->value.length == binding.value.length;
-            return sameDeclaration || uri(*it) == uri(binding);
-        }
-        return binding.prefix.empty() && uri(binding).empty();
+        const Binding* rendered = m_rendered.find(binding.prefix);
+        if (!rendered)
+            return binding.prefix.empty() && uri(binding).empty();
+        // The same declaration, as on most elements, spares comparing URIs.
+        const bool sameDeclaration = rendered->decoded == binding.decoded &&
+                                     rendered->value.offset == binding.value.offset &&
+                                     rendered->value.length == binding.value.length;
+        return sameDeclaration || uri(*rendered) == uri(binding);
     }
-    void markRendered(const Binding& binding) { m_rendered.push_back(binding); }
+    void markRendered(const Binding& binding) { m_rendered.push(binding); }
 
 private:
     static constexpr std::string_view kEmptyDefaultDeclaration = " xmlns=\"\"";
 
     XmlSpan writeDeclaration(const Binding& binding);
+    size_t levelStart() const { return m_levels.empty() ? 0 : m_levels.back().bindings; }
 
     struct Level {
         uint32_t bindings;
@@ -88,8 +86,8 @@ private:
     void dropDeclarations(const Level& level);
 
     const XmlDtd& m_dtd;
-    std::vector<Binding> m_bindings;
-    std::vector<Binding> m_rendered;
+    PrefixStack<Binding> m_bindings;
+    PrefixStack<Binding> m_rendered;
     std::vector<Level> m_levels;
     // URIs written with references, decoded; truncated as elements close.
     std::string m_decoded;
@@ -102,7 +100,7 @@ private:
 inline void CanonNamespaces::closeElement() {
     const Level level = m_levels.back();
     m_levels.pop_back();
-    m_rendered.resize(level.rendered);
+    m_rendered.truncate(level.rendered);
     // Most elements declare nothing.
     if (m_bindings.size() != level.bindings)
         dropDeclarations(level);

@@ -364,9 +364,7 @@ void CanonPass::collectInclusiveNamespaces(bool apex) {
 }
 
 bool CanonPass::declaredOnElement(std::string_view prefix) const {
-    const auto here = m_namespaces.declaredHere();
-    return std::any_of(here.begin(), here.end(),
-                       [&](const CanonNamespaces::Binding& b) { return CanonQName::same(b.prefix, prefix); });
+    return m_namespaces.declaredHere(prefix);
 }
 
 [[gnu::always_inline]] inline void CanonPass::considerUtilized(std::string_view prefix) {

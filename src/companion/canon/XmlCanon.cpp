@@ -1,5 +1,6 @@
 #include "companion/canon/XmlCanon.h"
 
+#include "companion/base/WorkBudget.h"
 #include "companion/canon/CanonPass.h"
 #include "companion/canon/CanonTarget.h"
 #include "companion/log/LogBase.h"
@@ -48,6 +49,10 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
         return false;
     }
 
+    if (m_work && m_work->spent()) {
+        log.LogError("Canonicalization not started: the work budget is spent.");
+        return false;
+    }
     std::vector<std::string_view> prefixes;
     const CanonOptions options = passOptions(prefixes);
 
@@ -59,7 +64,13 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
     const size_t mark = text.size();
     CanonPass pass(in.view(), m_parsed, options, target, m_fragmentCounter, m_authenticatedOrdinal, text);
     pass.setSink(m_sink);
-    if (!pass.run(log)) {
+    const bool ok = pass.run(log);
+    if (m_work) {
+        // A sink's output is not counted here: it is about as long as the input.
+        const size_t written = m_sink ? in.getSize() : text.size() - mark;
+        m_work->charge((in.getSize() + written) / WorkBudget::kCanonicalBytesPerUnit);
+    }
+    if (!ok) {
         text.resize(mark);
         return false;
     }

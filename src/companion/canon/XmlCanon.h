@@ -9,6 +9,7 @@
 
 class LogBase;
 class StringBuffer;
+class WorkBudget;
 class XmlDocument;
 struct CanonOptions;
 
@@ -70,6 +71,10 @@ public:
     // other text is ignored. It must outlive the calls.
     void setParsedDocument(const XmlDocument* doc) { m_parsed = doc; }
 
+    // A work budget charged for what each pass reads and writes; once it is
+    // spent no further pass runs (null: none).
+    void setWorkBudget(WorkBudget* work) { m_work = work; }
+
     // The element whose text runs from `start` for `length` bytes is left
     // out, as if it had been cut from the text (length 0: nothing is).
     void setExcludedRange(unsigned start, unsigned length) {
@@ -102,6 +107,7 @@ private:
     ExtPtrArraySb m_inclusivePrefixes;
     CanonSink* m_sink = nullptr;
     const XmlDocument* m_parsed = nullptr;
+    WorkBudget* m_work = nullptr;
     unsigned m_excludedStart = 0;
     unsigned m_excludedLength = 0;
 };

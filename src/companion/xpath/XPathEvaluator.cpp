@@ -71,7 +71,8 @@ std::string xpathNumberToString(double d) {
 
 void XPathEvaluator::charge(uint64_t nodes) {
     m_visited += nodes;
-    if (m_visited > m_budget)
+    const bool workLeft = !m_work || m_work->charge(nodes);
+    if (m_visited > m_budget || !workLeft)
         m_exhausted = true;
 }
 
@@ -118,6 +119,7 @@ XPathValue XPathEvaluator::eval(const XPathExpr& e, const Context& c) {
             empty.type = Type::NodeSet;
             return empty;
         }
+        charge(a.nodes.size() + b.nodes.size());
         a.nodes.insert(a.nodes.end(), b.nodes.begin(), b.nodes.end());
         sortUnique(a.nodes);
         return a;
@@ -181,7 +183,8 @@ void XPathEvaluator::filter(const std::vector<XPathExprPtr>& predicates, std::ve
     for (const XPathExprPtr& predicate : predicates) {
         std::vector<uint32_t> kept;
         const auto size = static_cast<uint32_t>(nodes.size());
-        for (uint32_t i = 0; i < size; ++i) {
+        charge(size);
+        for (uint32_t i = 0; i < size && !m_exhausted; ++i) {
             const Context c{nodes[i], i + 1, size};
             const XPathValue v = eval(*predicate, c);
             const bool keep = v.type == Type::Number ? v.number == static_cast<double>(i + 1) : toBoolean(v);

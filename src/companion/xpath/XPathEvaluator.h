@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/base/WorkBudget.h"
 #include "companion/xpath/XPathExpression.h"
 #include "companion/xpath/XPathTree.h"
 
@@ -23,11 +24,14 @@ struct XPathValue {
 };
 
 // Evaluates parsed XPath 1.0 expressions over an XPathTree. Every node an
-// axis walks over counts against a budget; once it is spent, evaluation
-// stops and exhausted() says so (the values returned are then meaningless).
+// axis walks over, a predicate tests or a union merges counts against a
+// budget of its own and, when given, a caller's work budget; once either is
+// spent, evaluation stops and exhausted() says so (the values returned are
+// then meaningless).
 class XPathEvaluator {
 public:
-    XPathEvaluator(const XPathTree& tree, uint64_t budget) : m_tree(tree), m_budget(budget) {}
+    XPathEvaluator(const XPathTree& tree, uint64_t budget, WorkBudget* work = nullptr)
+        : m_tree(tree), m_budget(budget), m_work(work) {}
 
     // The node here() returns (the element that bears the expression).
     void setHere(uint32_t node) { m_here = node; }
@@ -63,6 +67,7 @@ private:
 
     const XPathTree& m_tree;
     const uint64_t m_budget;
+    WorkBudget* m_work;
     uint64_t m_visited = 0;
     bool m_exhausted = false;
     uint32_t m_here = kNoXPathNode;

@@ -29,7 +29,8 @@ bool isDeclaration(std::string_view name, std::string_view& prefix) {
 
 } // namespace
 
-XPathTree::XPathTree(const XmlDocument& doc) : m_doc(doc), m_elementByDocNode(doc.nodeCount(), kNoXPathNode) {
+XPathTree::XPathTree(const XmlDocument& doc, uint64_t maxNodes)
+    : m_doc(doc), m_elementByDocNode(doc.nodeCount(), kNoXPathNode), m_maxNodes(maxNodes) {
     m_bindings.push_back(Binding{kXmlPrefix, kXmlNamespace});
     push(XPathNodeKind::Root, kNoXPathNode, 0);
     if (doc.nodeCount() > 0) {
@@ -129,21 +130,14 @@ void XPathTree::addElement(uint32_t docElement, uint32_t parent, const std::vect
     m_elementByDocNode[docElement] = id;
     const std::string_view qname = m_doc.name(docElement);
 
-    // A declaration replaces the outer binding of its prefix; xmlns="" only
-    // removes the default namespace.
-    std::vector<uint32_t> scope = outerScope;
     const auto attributes = m_doc.attributes(docElement);
-    for (const XmlDocument::Attribute& a : attributes) {
-        std::string_view prefix;
-        if (!isDeclaration(m_doc.attributeName(a), prefix))
-            continue;
-        std::erase_if(scope, [&](uint32_t b) { return m_bindings[b].prefix == prefix; });
-        if (prefix.empty() && a.valueLength == 0)
-            continue;
-        scope.push_back(declare(prefix, m_doc.dtd().slice(XmlSpan{a.valueOffset, a.valueLength}), a.flags));
-    }
+    const std::vector<uint32_t> scope = elementScope(docElement, outerScope);
     m_localNames[id] = XmlDocument::localName(qname);
     m_namespaceUris[id] = resolve(scope, XmlDocument::prefix(qname));
+    if (m_truncated || size() + scope.size() + attributes.size() > m_maxNodes) {
+        m_truncated = true;
+        return;
+    }
 
     for (uint32_t b : scope) {
         const uint32_t ns = push(XPathNodeKind::Namespace, id, b);
@@ -216,6 +210,33 @@ void XPathTree::addElement(uint32_t docElement, uint32_t parent, const std::vect
         }
     });
     m_nodes[id].end = size();
+}
+
+// A declaration replaces the outer binding of its prefix; xmlns="" only
+// removes the default namespace.
+std::vector<uint32_t> XPathTree::elementScope(uint32_t docElement, const std::vector<uint32_t>& outerScope) {
+    std::vector<uint32_t> declared;
+    std::vector<std::string_view> replaced;
+    for (const XmlDocument::Attribute& a : m_doc.attributes(docElement)) {
+        std::string_view prefix;
+        if (!isDeclaration(m_doc.attributeName(a), prefix))
+            continue;
+        replaced.push_back(prefix);
+        if (!(prefix.empty() && a.valueLength == 0))
+            declared.push_back(declare(prefix, m_doc.dtd().slice(XmlSpan{a.valueOffset, a.valueLength}), a.flags));
+    }
+    if (replaced.empty())
+        return outerScope;
+    // Sorted, so that thousands of declarations on one element are not each
+    // compared with every binding in scope.
+    std::sort(replaced.begin(), replaced.end());
+    std::vector<uint32_t> scope;
+    scope.reserve(outerScope.size() + declared.size());
+    for (uint32_t b : outerScope)
+        if (!std::binary_search(replaced.begin(), replaced.end(), m_bindings[b].prefix))
+            scope.push_back(b);
+    scope.insert(scope.end(), declared.begin(), declared.end());
+    return scope;
 }
 
 uint32_t XPathTree::firstChild(uint32_t n) const {

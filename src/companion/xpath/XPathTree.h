@@ -43,7 +43,11 @@ public:
         std::string_view uri;
     };
 
-    explicit XPathTree(const XmlDocument& doc);
+    // Builds at most about `maxNodes` nodes: past them, elements are added
+    // without their namespaces, attributes and content, and truncated() says
+    // the tree is not the document's.
+    explicit XPathTree(const XmlDocument& doc, uint64_t maxNodes = UINT64_MAX);
+    bool truncated() const { return m_truncated; }
 
     const XmlDocument& document() const { return m_doc; }
     uint32_t root() const { return 0; }
@@ -83,6 +87,7 @@ public:
 
 private:
     void addElement(uint32_t docElement, uint32_t parent, const std::vector<uint32_t>& outerScope);
+    std::vector<uint32_t> elementScope(uint32_t docElement, const std::vector<uint32_t>& outerScope);
     void addOutsideMarkup(uint32_t from, uint32_t to, uint32_t& previous);
     void addOutsideNode(XPathNodeKind kind, size_t begin, size_t end, uint32_t targetLength, uint32_t& previous);
     void addLeaf(uint32_t docNode, uint32_t parent, XPathNodeKind kind, uint32_t& previous);
@@ -100,4 +105,6 @@ private:
     std::vector<Binding> m_bindings;
     std::deque<std::string> m_decodedUris; // namespace URIs that held references
     std::vector<uint32_t> m_elementByDocNode;
+    uint64_t m_maxNodes;
+    bool m_truncated = false;
 };

@@ -12,6 +12,7 @@ namespace {
 
 constexpr int kMaxDepth = 5;
 constexpr int kMaxChildren = 4;
+constexpr int kManyNamespaces = 40;
 
 constexpr std::array<std::string_view, 4> kPrefixes = {"", "a", "b", "c"};
 constexpr std::array<std::string_view, 5> kUris = {"http://example.com/a", "http://example.com/b", "urn:c",
@@ -162,6 +163,14 @@ private:
             if (std::find(m_doc.prefixes.begin(), m_doc.prefixes.end(), prefix) == m_doc.prefixes.end())
                 m_doc.prefixes.emplace_back(prefix);
         }
+        // Enough bindings on some roots that the canonicalizer indexes them.
+        if (depth == 0 && chance(2))
+            for (int i = 0; i < kManyNamespaces; ++i) {
+                const std::string prefix = "f" + std::to_string(i);
+                const std::string uri(any(kUris));
+                out += " xmlns:" + prefix + "=\"" + uri + "\"";
+                scope[prefix] = uri;
+            }
         return out;
     }
 
