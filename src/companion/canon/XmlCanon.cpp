@@ -40,11 +40,13 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
                                LogBase& log) {
     LogContextExitor context(log, "xmlCanonicalize");
     const std::string_view uri = fragmentUri ? std::string_view(fragmentUri) : std::string_view{};
+    m_missedTarget = false;
     CanonTarget target;
     if (m_ebicsMode) {
         target.kind = CanonTarget::Kind::Authenticated;
     } else if (!CanonTarget::fromUri(uri, startOffset, target)) {
         log.LogError("Unsupported fragment URI: " + std::string(uri));
+        m_missedTarget = true;
         return false;
     }
 
@@ -60,6 +62,7 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
     CanonPass pass(in.view(), m_parsed, options, target, m_fragmentCounter, m_authenticatedOrdinal, text);
     pass.setSink(m_sink);
     if (!pass.run(log)) {
+        m_missedTarget = pass.missedTarget();
         text.resize(mark);
         return false;
     }
