@@ -4,21 +4,11 @@
 #include "xmldsig/Canonicalize.h"
 
 #include <cstdio>
-#include <fstream>
-#include <sstream>
 
 namespace {
 
 constexpr const char* kUsage =
     "usage: xmldsig c14n [--exclusive | --c14n11] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE";
-
-bool readFile(const std::string& path, std::string& bytes) {
-    std::ifstream in(path, std::ios::binary);
-    std::ostringstream text;
-    text << in.rdbuf();
-    bytes = std::move(text).str();
-    return static_cast<bool>(in);
-}
 
 } // namespace
 
@@ -38,13 +28,9 @@ int runC14n(CommandLine& args) {
                      : c14n11  ? xmldsig::CanonicalizeOptions::Method::Inclusive11
                                : xmldsig::CanonicalizeOptions::Method::Inclusive;
 
-    std::string bytes, canonical;
-    if (!readFile(files[0], bytes)) {
-        printError(files[0] + ": cannot open");
-        return kExitUsage;
-    }
-    if (const xmldsig::Status status = xmldsig::canonicalize(bytes, options, canonical); !status) {
-        printError(files[0] + ": " + status.message);
+    std::string canonical;
+    if (const xmldsig::Status status = xmldsig::canonicalizeFile(files[0], options, canonical); !status) {
+        printError(status.message);
         return kExitUsage;
     }
     std::fwrite(canonical.data(), 1, canonical.size(), stdout);

@@ -4,6 +4,7 @@
 
 #include "xmldsig/Status.h"
 
+#include <filesystem>
 #include <string>
 #include <string_view>
 
@@ -22,7 +23,14 @@ struct CanonicalizeOptions {
 };
 
 // The document's bytes (any encoding its declaration names) to canonical
-// UTF-8 in `out`; not_xml with the reason when that cannot be done.
+// UTF-8 in `out`; not_xml with the reason when that cannot be done,
+// no_such_element when no element has the fragment's Id.
 XMLDSIG_API Status canonicalize(std::string_view document, const CanonicalizeOptions& options, std::string& out);
+
+// The same for a regular file, or standard input when the path is "-";
+// file_unreadable when it cannot be read (a folder, FIFO or device is not
+// read). Messages start with the path.
+XMLDSIG_API Status canonicalizeFile(const std::filesystem::path& path, const CanonicalizeOptions& options,
+                                    std::string& out);
 
 } // namespace xmldsig

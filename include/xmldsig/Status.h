@@ -21,6 +21,7 @@ enum class Errc {
     bad_option = 8,          // a malformed option, limit or time
     unresolved_key_info = 9, // KeyInfo refers to a token the document does not hold
     timestamp_failed = 10,   // the signature cannot take a timestamp, or the authority gave none
+    no_such_element = 11,    // no element with the Id asked for
 };
 
 XMLDSIG_API const std::error_category& error_category() noexcept;

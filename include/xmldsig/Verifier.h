@@ -26,6 +26,9 @@ public:
 
     Result verify(std::span<const std::byte> document);
     Result verify(std::string_view document);
+    // A regular file (a folder, FIFO or device is file_unreadable), or
+    // standard input when the path is "-"; external references are also
+    // looked up in the file's folder.
     Result verifyFile(const std::filesystem::path& path);
 
 private:

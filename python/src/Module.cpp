@@ -12,6 +12,7 @@
 #include <pybind11/stl/filesystem.h>
 
 #include <string>
+#include <type_traits>
 
 namespace py = pybind11;
 using namespace xmldsig_python;
@@ -88,19 +89,28 @@ xmldsig::CanonicalizeOptions::Method methodNamed(const std::string& name) {
     return Method::Inclusive;
 }
 
-py::bytes canonicalForm(const py::bytes& document, const std::string& method, bool withComments, std::string prefixes,
+// `canonicalize` or `canonicalizeFile`, run without the GIL.
+template <class Document>
+py::bytes canonicalForm(const Document& document, const std::string& method, bool withComments, std::string prefixes,
                         std::string fragment) {
-    const std::string_view bytes = bytesView(document);
     const xmldsig::CanonicalizeOptions options{methodNamed(method), withComments, std::move(prefixes),
                                                std::move(fragment)};
     std::string out;
     xmldsig::Status status;
     {
         py::gil_scoped_release release;
-        status = xmldsig::canonicalize(bytes, options, out);
+        if constexpr (std::is_same_v<Document, std::filesystem::path>)
+            status = xmldsig::canonicalizeFile(document, options, out);
+        else
+            status = xmldsig::canonicalize(document, options, out);
     }
     check(status);
     return py::bytes(out);
+}
+
+py::bytes canonicalBytes(const py::bytes& document, const std::string& method, bool withComments, std::string prefixes,
+                         std::string fragment) {
+    return canonicalForm(bytesView(document), method, withComments, std::move(prefixes), std::move(fragment));
 }
 
 } // namespace
@@ -111,6 +121,8 @@ PYBIND11_MODULE(_xmldsig, m) {
     registerResultTypes(m);
     registerSettings(m);
     registerVerifier(m);
-    m.def("_c14n", &canonicalForm, py::arg("document"), py::arg("method"), py::arg("with_comments"),
+    m.def("_c14n", &canonicalBytes, py::arg("document"), py::arg("method"), py::arg("with_comments"),
           py::arg("prefixes"), py::arg("fragment"));
+    m.def("_c14n_file", &canonicalForm<std::filesystem::path>, py::arg("path"), py::arg("method"),
+          py::arg("with_comments"), py::arg("prefixes"), py::arg("fragment"));
 }

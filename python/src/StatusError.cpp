@@ -31,6 +31,8 @@ const char* codeName(xmldsig::Errc code) {
         return "unresolved_key_info";
     case xmldsig::Errc::timestamp_failed:
         return "timestamp_failed";
+    case xmldsig::Errc::no_such_element:
+        return "no_such_element";
     case xmldsig::Errc::bad_option:
         break;
     }

@@ -30,6 +30,9 @@ def test_c14n_of_an_element_by_id_and_errors():
     with pytest.raises(xmldsig.Error) as caught:
         xmldsig.c14n(b"<a><b></a>")
     assert caught.value.code == "not_xml"
+    with pytest.raises(xmldsig.Error) as caught:
+        xmldsig.c14n(doc, fragment="nope")
+    assert caught.value.code == "no_such_element"
     with pytest.raises(xmldsig.FileError):
         xmldsig.c14n("/nonexistent.xml")
     with pytest.raises(ValueError):

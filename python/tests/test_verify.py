@@ -1,5 +1,6 @@
 import concurrent.futures
 import datetime
+import os
 
 import pytest
 import xmldsig
@@ -67,10 +68,20 @@ def test_bad_input_raises_with_the_one_line_reason(data, settings, kind, code):
 
 
 def test_xml_text_given_as_str_is_refused():
-    with pytest.raises(TypeError):
-        xmldsig.verify(RSA.read_text())
-    with pytest.raises(TypeError):
-        xmldsig.verify(12)
+    text = RSA.read_text()
+    for data in (text, "\ufeff" + text, " \ufeff\n" + text, "x" * 4096, 12):
+        with pytest.raises(TypeError) as caught:
+            xmldsig.verify(data)
+        assert len(str(caught.value)) < 80
+
+
+def test_only_regular_files_are_read(tmp_path):
+    fifo = tmp_path / "fifo.xml"
+    os.mkfifo(fifo)
+    for path, kind in ((tmp_path, "a directory"), (fifo, "a FIFO")):
+        for call in (xmldsig.verify, xmldsig.c14n):
+            with pytest.raises(xmldsig.FileError, match=f"{kind}, not a regular file"):
+                call(path)
 
 
 def test_four_threads_give_the_same_results_as_one():

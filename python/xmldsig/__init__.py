@@ -6,8 +6,10 @@
 
 A document is given as bytes (its exact bytes) or as a path (``str`` or
 ``os.PathLike``). A ``str`` is always a path: XML text must be passed as bytes
-(``text.encode()``), and a ``str`` that starts with ``<`` is refused with a
-TypeError rather than looked up as a file.
+(``text.encode()``), and a ``str`` that starts with ``<`` (after a byte-order
+mark or white space) or is longer than any path is refused with a TypeError
+rather than looked up as a file. Only a regular file is read; the path ``-``
+reads standard input.
 """
 
 from __future__ import annotations
@@ -17,17 +19,13 @@ import json as _json
 import os as _os
 
 from ._xmldsig import Error, FileError, Reference, SignatureResult, Signer
-from ._xmldsig import _c14n, _Settings, _Verifier
+from ._xmldsig import _c14n, _c14n_file, _Settings, _Verifier
 
 __all__ = ["Error", "FileError", "Reference", "SignatureResult", "Signer", "Verifier", "c14n", "verify"]
 
 _NO_PATHS = ()
-
-
-def _error(kind, message, code):
-    error = kind(message)
-    error.code = code
-    return error
+# PATH_MAX on Linux, the terminating NUL included.
+_PATH_MAX = 4096
 
 
 def _path_list(value):
@@ -97,8 +95,10 @@ def _document(data):
     if isinstance(data, (bytearray, memoryview)):
         return bytes(data), None
     path = _os.fsdecode(_os.fspath(data))
-    if path.lstrip().startswith("<"):
+    if path.lstrip().removeprefix("\ufeff").lstrip().startswith("<"):
         raise TypeError("a str is a path; pass XML text as bytes (text.encode())")
+    if len(_os.fsencode(path)) >= _PATH_MAX:
+        raise TypeError(f"a str is a path; {len(path)} characters are longer than any path")
     return None, path
 
 
@@ -151,12 +151,8 @@ def c14n(data, *, exclusive=False, c14n11=False, with_comments=False, prefixes="
     if method is None:
         raise ValueError("exclusive and c14n11 exclude each other")
     document, path = _document(data)
-    if document is None:
-        try:
-            with open(path, "rb") as f:
-                document = f.read()
-        except OSError as e:
-            raise _error(FileError, f"{path}: cannot open: {e.strerror}", "file_unreadable") from e
     if not isinstance(prefixes, str):
         prefixes = " ".join(prefixes)
+    if document is None:
+        return _c14n_file(path, method, with_comments, prefixes, fragment or "")
     return _c14n(document, method, with_comments, prefixes, fragment or "")

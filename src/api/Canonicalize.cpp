@@ -1,62 +1,84 @@
 #include "xmldsig/Canonicalize.h"
 
+#include "api/DocumentLoading.h"
+
+#include "companion/canon/XmlCanon.h"
 #include "companion/log/FirstErrorLog.h"
 #include "companion/text/DataBuffer.h"
-#include "companion/text/XString.h"
-#include "verifier/ClsXmlDSig.h"
-
-#include <memory>
+#include "companion/text/StringBuffer.h"
 
 namespace xmldsig {
 
 namespace {
 
-Status notXml(std::string reason) {
-    return {make_error_code(Errc::not_xml), std::move(reason)};
+Status failure(Errc code, std::string reason) {
+    return {make_error_code(code), std::move(reason)};
 }
 
-const char* versionName(CanonicalizeOptions::Method method) {
+XmlCanon::Mode modeOf(CanonicalizeOptions::Method method) {
     switch (method) {
     case CanonicalizeOptions::Method::Exclusive:
-        return "excl_c14n";
+        return XmlCanon::Mode::Exclusive;
     case CanonicalizeOptions::Method::Inclusive11:
-        return "c14n_11";
+        return XmlCanon::Mode::Inclusive11;
     case CanonicalizeOptions::Method::Inclusive:
         break;
     }
-    return "c14n";
+    return XmlCanon::Mode::Inclusive;
 }
 
 // The engine canonicalizes UTF-8 text; the declared encoding is honoured here.
-bool toUtf8(std::string_view document, XString& text, std::string& error) {
-    DataBuffer bytes;
-    bytes.takeString(std::string(document));
+bool toUtf8(DataBuffer& bytes, StringBuffer& text, std::string& error) {
     LogNull quiet;
     FirstErrorLog errors(quiet);
     if (!bytes.convertXmlToUtf8(errors)) {
         error = errors.firstErrorLine();
         return false;
     }
-    text.getUtf8Sb_rw().takeFromDb(bytes);
+    text.takeFromDb(bytes);
     return true;
+}
+
+Status canonicalizeBytes(DataBuffer& bytes, const CanonicalizeOptions& options, std::string& out) {
+    StringBuffer xml;
+    std::string error;
+    if (!toUtf8(bytes, xml, error))
+        return failure(Errc::not_xml, error);
+    XmlCanon canon;
+    canon.setWithComments(options.withComments);
+    canon.setMode(modeOf(options.method));
+    if (canon.mode() == XmlCanon::Mode::Exclusive)
+        StringBuffer(options.inclusivePrefixes).split(canon.inclusivePrefixes(), ' ', false, false);
+    LogNull quiet;
+    FirstErrorLog errors(quiet);
+    StringBuffer canonical;
+    if (!canon.xmlCanonicalize(xml, options.fragmentId.c_str(), 0, canonical, errors)) {
+        const std::string& reason = errors.firstErrorLine();
+        return failure(canon.missedTarget() ? Errc::no_such_element : Errc::not_xml,
+                       reason.empty() ? "cannot be canonicalized" : reason);
+    }
+    out = std::move(canonical.raw());
+    return {};
 }
 
 } // namespace
 
 Status canonicalize(std::string_view document, const CanonicalizeOptions& options, std::string& out) {
-    XString xml;
+    DataBuffer bytes;
+    bytes.takeString(std::string(document));
+    return canonicalizeBytes(bytes, options, out);
+}
+
+Status canonicalizeFile(const std::filesystem::path& path, const CanonicalizeOptions& options, std::string& out) {
+    const std::string name = path.string();
+    DataBuffer bytes;
     std::string error;
-    if (!toUtf8(document, xml, error))
-        return notXml(error);
-    std::unique_ptr<ClsXmlDSig> dsig(ClsXmlDSig::createNewCls());
-    XString fragmentId(options.fragmentId), version(versionName(options.method)), prefixList(options.inclusivePrefixes),
-        canonical;
-    if (!dsig->CanonicalizeFragment(xml, fragmentId, version, prefixList, options.withComments, canonical)) {
-        const std::string& reason = dsig->lastFailure();
-        return notXml(reason.empty() ? "cannot be canonicalized" : reason);
-    }
-    out.assign(canonical.getUtf8(), canonical.getSizeUtf8());
-    return {};
+    if (!readDocumentFile(name, bytes, error))
+        return failure(Errc::file_unreadable, error);
+    Status status = canonicalizeBytes(bytes, options, out);
+    if (!status)
+        status.message = name + ": " + status.message;
+    return status;
 }
 
 } // namespace xmldsig

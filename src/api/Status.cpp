@@ -32,6 +32,8 @@ public:
             return "KeyInfo refers to a token that is not there";
         case Errc::timestamp_failed:
             return "no timestamp could be added";
+        case Errc::no_such_element:
+            return "no such element";
         }
         return "unknown error";
     }

@@ -41,9 +41,10 @@ Result Verifier::verify(std::string_view document) {
 
 Result Verifier::verifyFile(const std::filesystem::path& path) {
     const std::string name = path.string();
-    std::string folder = path.parent_path().string();
-    if (folder.empty())
-        folder = ".";
+    // Standard input has no folder to look in for external files.
+    std::string folder;
+    if (name != kStandardInputName)
+        folder = path.has_parent_path() ? path.parent_path().string() : ".";
     auto source = [&name](DataBuffer& out, std::string& error) { return readDocumentFile(name, out, error); };
     return m_engine->verify(source, name, folder);
 }

@@ -52,7 +52,7 @@ bool ClsXmlDSig::readExternalData(const DSigRefExternalData& data, StringBuffer&
     if (!data.m_data.isEmpty())
         return out.append(data.m_data.view());
     FileDataSource source;
-    if (!source.openDataSourceFile(data.m_path, log))
+    if (!data.openFile(source, log))
         return false;
     std::vector<unsigned char> chunk(kReadChunk);
     for (;;) {

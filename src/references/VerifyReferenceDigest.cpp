@@ -21,12 +21,13 @@ using namespace ref_fail_reason;
 std::unique_ptr<DSigRefExternalData> findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs,
                                                       uint64_t maxBytes, LogBase& log) {
     log.LogDataSb("externalRefFileName", uri);
-    const std::optional<std::filesystem::path> file = resolveExternalFile(uri.view(), dirs, maxBytes, log);
+    std::optional<ExternalFile> file = resolveExternalFile(uri.view(), dirs, maxBytes, log);
     if (!file)
         return nullptr;
-    log.LogDataStr("usingFile", file->string());
+    log.LogDataStr("usingFile", file->path);
     auto found = std::make_unique<DSigRefExternalData>();
-    found->m_path.setFromUtf8(file->string());
+    found->m_path.setFromUtf8(file->path);
+    found->m_found = std::move(file->file);
     return found;
 }
 
@@ -187,7 +188,7 @@ bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSi
     } else {
         // Streamed: an external file is never held in memory whole.
         FileDataSource source;
-        if (!source.openDataSourceFile(data->m_path, log))
+        if (!data->openFile(source, log))
             return false;
         if (!Digest::hashDataSource(source, hashAlg, nullptr, digest, nullptr, log)) {
             log.LogError("Failed to hash the external file data.");

@@ -6,6 +6,8 @@
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
 
+#include <sys/stat.h>
+
 #include <memory>
 
 namespace {
@@ -170,6 +172,25 @@ TEST_F(VerifyCommand, UsageAndInputErrors) {
             EXPECT_EQ(std::count(r.err.begin(), r.err.end(), '\n'), summary ? 2 : 1) << args << r.err;
         }
     }
+}
+
+// Only regular files are read, and standard input as "-": a folder or a
+// FIFO is refused at once with one line, and the other files of the batch
+// still get their results.
+TEST_F(VerifyCommand, OnlyRegularFilesOrStandardInputAreRead) {
+    TempDir tmp;
+    const std::string fifo = (tmp.path() / "fifo.xml").string();
+    ASSERT_EQ(::mkfifo(fifo.c_str(), 0600), 0);
+    const std::string two = path("two.xml"), folder = tmp.path().string();
+    // A run that waits on the FIFO is cut short.
+    const ProcessResult r = runProcess("timeout 20 " + q(toolPath()) + " verify -j 1 " +
+                                       rsa(q(two) + " " + q(folder) + " " + q(fifo) + " - " + q(two)) + " < " + q(two));
+    const std::string valid =
+        ": signature 0 (Id s1): VALID rsa-sha256 signer (caller's key); signer not checked against a trust anchor\n";
+    EXPECT_EQ(r.exitCode, 2) << r.err;
+    EXPECT_EQ(r.out, two + valid + "-" + valid + two + valid);
+    EXPECT_EQ(r.err, "xmldsig: " + folder + ": cannot open: a directory, not a regular file\nxmldsig: " + fifo +
+                         ": cannot open: a FIFO, not a regular file\n5 files, 3 valid, 0 invalid, 2 errors\n");
 }
 
 // Many files: a summary line on stderr, and progress only when stderr is a

@@ -84,6 +84,7 @@ bool CanonPass::run(LogBase& log) {
         return false;
     if (m_phase == Phase::Done || m_phase == Phase::Epilog)
         return true;
+    m_missedTarget = true;
     return reportMissingTarget(log);
 }
 

@@ -56,6 +56,9 @@ public:
     // False, with one error line, for a document that is not well-formed or
     // a target that is not in it.
     bool run(LogBase& log);
+    // After a failed run: the document was well-formed and the target is
+    // not in it.
+    bool missedTarget() const { return m_missedTarget; }
 
 private:
     enum class Phase : uint8_t { Searching, Prolog, Inside, Epilog, Done };
@@ -116,6 +119,7 @@ private:
     std::optional<XmlTreeReplay> m_replay;
     CanonNamespaces m_namespaces;
     Phase m_phase;
+    bool m_missedTarget = false;
     bool m_testsExclusion; // per token, when the source does not leave the excluded element out
     uint32_t m_apexDepth = 0;
     // Where the token being handled stands.

@@ -41,11 +41,13 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
                                LogBase& log) {
     LogContextExitor context(log, "xmlCanonicalize");
     const std::string_view uri = fragmentUri ? std::string_view(fragmentUri) : std::string_view{};
+    m_missedTarget = false;
     CanonTarget target;
     if (m_ebicsMode) {
         target.kind = CanonTarget::Kind::Authenticated;
     } else if (!CanonTarget::fromUri(uri, startOffset, target)) {
         log.LogError("Unsupported fragment URI: " + std::string(uri));
+        m_missedTarget = true;
         return false;
     }
 
@@ -71,6 +73,7 @@ bool XmlCanon::xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, 
         m_work->charge((in.getSize() + written) / WorkBudget::kCanonicalBytesPerUnit);
     }
     if (!ok) {
+        m_missedTarget = pass.missedTarget();
         text.resize(mark);
         return false;
     }

@@ -92,6 +92,9 @@ public:
     // was and the reason is logged.
     bool xmlCanonicalize(const StringBuffer& in, const char* fragmentUri, unsigned startOffset, StringBuffer& out,
                          LogBase& log);
+    // After a failed xmlCanonicalize: the fragment URI named no element of
+    // the document (or none in a form it could name).
+    bool missedTarget() const { return m_missedTarget; }
 
 private:
     // The settings as one pass reads them; `prefixes` holds the views.
@@ -110,4 +113,5 @@ private:
     WorkBudget* m_work = nullptr;
     unsigned m_excludedStart = 0;
     unsigned m_excludedLength = 0;
+    bool m_missedTarget = false;
 };

@@ -5,15 +5,29 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string>
 
 bool FileDataSource::openDataSourceFile(const XString& path, LogBase& log) {
-    m_file.reset(std::fopen(path.getUtf8(), "rb"));
+    std::string error;
+    m_file = RegularFile::open(path.getUtf8(), error);
+    m_offset = 0;
     if (!m_file) {
         log.LogError("Failed to open file.");
         log.LogDataX("path", path);
-        log.LogDataStr("reason", std::strerror(errno));
+        log.LogDataStr("reason", error);
     }
-    return m_file != nullptr;
+    return m_file.has_value();
+}
+
+bool FileDataSource::openDescriptor(UniqueFd fd, LogBase& log) {
+    std::string error;
+    m_file = RegularFile::adopt(std::move(fd), error);
+    m_offset = 0;
+    if (!m_file) {
+        log.LogError("Failed to open file.");
+        log.LogDataStr("reason", error);
+    }
+    return m_file.has_value();
 }
 
 bool FileDataSource::readSource(unsigned char* buf, size_t cap, size_t& n, LogBase& log) {
@@ -22,11 +36,13 @@ bool FileDataSource::readSource(unsigned char* buf, size_t cap, size_t& n, LogBa
         log.LogError("No file is open.");
         return false;
     }
-    n = std::fread(buf, 1, cap, m_file.get());
-    if (std::ferror(m_file.get())) {
+    const ssize_t got = m_file->readAt(reinterpret_cast<char*>(buf), cap, m_offset);
+    if (got < 0) {
         log.LogError("Failed to read file.");
         log.LogDataStr("reason", std::strerror(errno));
         return false;
     }
+    n = static_cast<size_t>(got);
+    m_offset += n;
     return true;
 }

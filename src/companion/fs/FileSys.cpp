@@ -1,10 +1,9 @@
 #include "companion/fs/FileSys.h"
 
+#include "companion/fs/RegularFile.h"
 #include "companion/text/XString.h"
 
 #include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <system_error>
 
 bool FileSys::fileExistsX(const XString& path, bool& isDirectory, LogBase&) {
@@ -15,13 +14,8 @@ bool FileSys::fileExistsX(const XString& path, bool& isDirectory, LogBase&) {
 }
 
 bool FileSys::readWholeFile(const std::filesystem::path& path, std::string& out) {
-    // A directory opens as a stream too, and then reads as empty.
-    std::error_code ec;
-    if (!std::filesystem::is_regular_file(path, ec))
-        return false;
-    std::ifstream in(path, std::ios::binary);
-    if (!in)
-        return false;
-    out.assign(std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>());
-    return !in.bad();
+    std::string error;
+    const std::optional<RegularFile> file = RegularFile::open(path.string(), error);
+    out.clear();
+    return file && file->appendAll(out, error);
 }

@@ -143,9 +143,9 @@ TEST(HashTest, DataSourceFailuresAreReported) {
     FileDataSource missing;
     EXPECT_FALSE(missing.openDataSourceFile(XString((dir.path() / "absent").string()), log));
 
-    // A directory opens for reading but every read fails.
+    // Only a regular file is a source; a directory is refused when opened.
     FileDataSource directory;
-    ASSERT_TRUE(directory.openDataSourceFile(XString(dir.path().string()), log));
+    EXPECT_FALSE(directory.openDataSourceFile(XString(dir.path().string()), log));
     DataBuffer out;
     EXPECT_FALSE(Digest::hashDataSource(directory, hash_alg::kSha1, nullptr, out, nullptr, log));
     EXPECT_TRUE(out.isEmpty());
