@@ -2,6 +2,8 @@
 
 #include "verifier/FurtherAttempt.h"
 
+#include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -45,4 +47,6 @@ struct ReferenceCheck {
     bool recognisedXPathOnExternalData = false;
     // The file an external reference was hashed from (empty: caller data).
     std::string externalFile;
+    // The size of a file found for it but refused as over MaxExternalFileBytes.
+    std::optional<uint64_t> externalFileOversize;
 };

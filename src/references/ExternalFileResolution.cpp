@@ -20,7 +20,7 @@ void refuse(const fs::path& candidate, const std::string& why, LogBase& log) {
 
 // The file in one folder, when it exists and may be read.
 std::optional<ExternalFile> fileInFolder(std::string_view uri, const std::string& dir, uint64_t maxBytes,
-                                         LogBase& log) {
+                                         std::optional<uint64_t>& oversize, LogBase& log) {
     const UniqueFd folder(::open(dir.c_str(), O_PATH | O_DIRECTORY | O_CLOEXEC));
     if (!folder)
         return std::nullopt;
@@ -38,6 +38,8 @@ std::optional<ExternalFile> fileInFolder(std::string_view uri, const std::string
         file = RegularFile::adopt(std::move(opened.file), why);
     if (file && file->size() <= maxBytes)
         return ExternalFile{std::move(*file), (fs::path(dir) / opened.resolved).string()};
+    if (file && !oversize)
+        oversize = file->size();
     if (file)
         why = std::to_string(file->size()) + " bytes, over the limit of " + std::to_string(maxBytes) +
               " (VerifyOptions \"" + std::string(VerificationLimits::kMaxExternalFileBytes) + "\")";
@@ -48,7 +50,7 @@ std::optional<ExternalFile> fileInFolder(std::string_view uri, const std::string
 } // namespace
 
 std::optional<ExternalFile> resolveExternalFile(std::string_view uri, const ExtPtrArraySb& dirs, uint64_t maxBytes,
-                                                LogBase& log) {
+                                                std::optional<uint64_t>& oversize, LogBase& log) {
     if (fs::path(uri).is_absolute()) {
         refuse(fs::path(uri), "an absolute path is never followed", log);
         return std::nullopt;
@@ -57,7 +59,7 @@ std::optional<ExternalFile> resolveExternalFile(std::string_view uri, const ExtP
         const StringBuffer* dir = dirs.sbAt(i);
         if (!dir || dir->isEmpty())
             continue;
-        if (auto found = fileInFolder(uri, std::string(dir->view()), maxBytes, log))
+        if (auto found = fileInFolder(uri, std::string(dir->view()), maxBytes, oversize, log))
             return found;
     }
     return std::nullopt;

@@ -23,6 +23,7 @@ struct ExternalFile {
 // thereby reaches only files the caller chose to expose. The file is opened
 // as it is resolved and checked once open, so a name replaced meanwhile
 // cannot lead elsewhere. Each candidate that exists but is refused gets a
-// log line saying why.
+// log line saying why; `oversize` gets the size of the first one refused for
+// being larger than maxBytes.
 std::optional<ExternalFile> resolveExternalFile(std::string_view uri, const ExtPtrArraySb& dirs, uint64_t maxBytes,
-                                                LogBase& log);
+                                                std::optional<uint64_t>& oversize, LogBase& log);

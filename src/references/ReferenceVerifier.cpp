@@ -4,6 +4,7 @@
 #include "references/DigestAttempt.h"
 #include "references/ExternalRefDirs.h"
 #include "verifier/ClsXmlDSig.h"
+#include "verifier/VerificationLimits.h"
 
 ReferenceVerifier::ReferenceVerifier(ClsXmlDSig& engine, const XString& externalRefDirs) : m_engine(engine) {
     splitExternalRefDirs(externalRefDirs, m_run.externalRefDirs);
@@ -18,6 +19,9 @@ ReferenceStageOutcome ReferenceVerifier::checkAll(int count, bool ignoreExternal
         const bool matched = m_engine.verifyReferenceDigest(i, check, m_run, log);
         stage.references.push_back(outcome(i, matched, check, log));
         log.LogDataStr("signedReference", stage.references.back().summary());
+        if (check.externalFileOversize && !stage.limit)
+            stage.limit = LimitExceeded{std::string(VerificationLimits::kMaxExternalFileBytes),
+                                        *check.externalFileOversize, m_engine.policy().limits.maxExternalFileBytes};
         if (matched) {
             for (FurtherAttempt attempt : check.matchedBy)
                 stage.attempts.push_back({i, attempt});

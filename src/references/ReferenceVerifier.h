@@ -22,6 +22,8 @@ struct ReferenceStageOutcome {
     int countedFailures = 0;
     // The checks stopped at the reference whose work spent the budget.
     bool workSpent = false;
+    // The first external file refused as over its size limit.
+    std::optional<LimitExceeded> limit;
 };
 
 // Checks the references of the engine's selected signature and says what

@@ -19,9 +19,10 @@ using namespace ref_fail_reason;
 // The first listed directory holding a file named by the URI, as a holder
 // for the duration of one attempt.
 std::unique_ptr<DSigRefExternalData> findExternalFile(const StringBuffer& uri, const ExtPtrArraySb& dirs,
-                                                      uint64_t maxBytes, LogBase& log) {
+                                                      uint64_t maxBytes, std::optional<uint64_t>& oversize,
+                                                      LogBase& log) {
     log.LogDataSb("externalRefFileName", uri);
-    std::optional<ExternalFile> file = resolveExternalFile(uri.view(), dirs, maxBytes, log);
+    std::optional<ExternalFile> file = resolveExternalFile(uri.view(), dirs, maxBytes, oversize, log);
     if (!file)
         return nullptr;
     log.LogDataStr("usingFile", file->path);
@@ -162,7 +163,8 @@ bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSi
     DSigRefExternalData* data = getExtRef(index, false, log);
     std::unique_ptr<DSigRefExternalData> foundFile;
     if (!data && run.externalRefDirs.getSize() > 0) {
-        foundFile = findExternalFile(uri, run.externalRefDirs, m_policy.limits.maxExternalFileBytes, log);
+        foundFile = findExternalFile(uri, run.externalRefDirs, m_policy.limits.maxExternalFileBytes,
+                                     check.externalFileOversize, log);
         data = foundFile.get();
     }
     if (data)

@@ -13,6 +13,8 @@ bool ClsXmlDSig::verifyReferenceStage(LogBase& log) {
     m_report.failedReferences = std::move(stage.failed);
     m_report.attempts.insert(m_report.attempts.end(), stage.attempts.begin(), stage.attempts.end());
     m_report.countedReferenceFailures = stage.countedFailures;
+    if (stage.limit && !m_report.limit)
+        m_report.limit = std::move(stage.limit);
     if (stage.workSpent) {
         withinLimit(m_work.used(), m_work.allowed(),
                     "Work units spent on the references:", VerificationLimits::kMaxWorkUnits, log);

@@ -126,6 +126,11 @@ TEST_F(ExternalReference, UrisStayInsideTheListedFolders) {
     dsig.put_VerifyOptions(XString(R"({"MaxExternalFileBytes": 13})"));
     EXPECT_FALSE(dsig.VerifyReferenceDigest(0));
     EXPECT_EQ(dsig.get_RefFailReason(), 2);
+    EXPECT_FALSE(dsig.VerifySignature(true));
+    ASSERT_TRUE(dsig.report().limit);
+    EXPECT_EQ(dsig.report().limit->option, "MaxExternalFileBytes");
+    EXPECT_EQ(dsig.report().limit->count, kData.size());
+    EXPECT_EQ(dsig.report().limit->limit, 13u);
     dsig.put_VerifyOptions(XString(R"({"MaxExternalFileBytes": 14})"));
     EXPECT_TRUE(dsig.VerifyReferenceDigest(0)) << dsig.lastErrorText();
 }
