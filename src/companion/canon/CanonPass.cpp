@@ -1,6 +1,7 @@
 #include "companion/canon/CanonPass.h"
 
 #include "companion/canon/CanonEscape.h"
+#include "companion/canon/CanonNamespaceName.h"
 #include "companion/canon/CanonQName.h"
 #include "companion/canon/CanonXml11Inheritance.h"
 #include "companion/log/LogBase.h"
@@ -150,6 +151,10 @@ template <class Source> bool CanonPass::readTokens(Source& tokens, LogBase& log)
         log.LogError(tokens.errorMessage());
         return false;
     }
+    if (!m_refusal.empty()) {
+        log.LogError(m_refusal);
+        return false;
+    }
     return true;
 }
 
@@ -202,10 +207,18 @@ inline void CanonPass::onStartTag(const XmlToken& t) {
     m_namespaces.openElement();
     declareNamespaces(t);
     if (m_phase == Phase::Inside) {
+        if (m_relative) {
+            refuseRelativeNamespace();
+            return;
+        }
         writeStartTag(t, false);
         return;
     }
     if (m_phase == Phase::Prolog || isApex(t)) {
+        if (m_relative) {
+            refuseRelativeNamespace();
+            return;
+        }
         m_phase = Phase::Inside;
         m_apexDepth = m_depth;
         writeStartTag(t, true);
@@ -216,6 +229,8 @@ inline void CanonPass::onStartTag(const XmlToken& t) {
 
 inline void CanonPass::onEndTag(const XmlToken& t) {
     m_namespaces.closeElement();
+    if (m_relative && m_depth < m_relative->depth)
+        m_relative.reset();
     if (m_phase != Phase::Inside) {
         forgetXmlAttributesBelow(m_depth);
         return;
@@ -288,9 +303,26 @@ bool CanonPass::attributeValueIs(const XmlAttribute& attribute, std::string_view
 inline void CanonPass::declareNamespaces(const XmlToken& t) {
     for (const XmlAttribute& a : t.attributes) {
         std::string_view prefix;
-        if (CanonQName::isNamespaceDeclaration(slice(a.name), prefix))
+        if (CanonQName::isNamespaceDeclaration(slice(a.name), prefix)) {
             m_namespaces.declare(prefix, a);
+            noteRelativeNamespace(a);
+        }
     }
+}
+
+// Only an element that is written fails: a relative name elsewhere in the
+// document does not change the canonical form of this one.
+void CanonPass::noteRelativeNamespace(const XmlAttribute& declaration) {
+    if (m_relative)
+        return;
+    const std::string_view name = m_namespaces.uri(m_namespaces.declaredHere().back());
+    if (canon_namespace_name::isRelative(name))
+        m_relative = RelativeNamespace{m_depth, declaration.name.offset, std::string(name)};
+}
+
+void CanonPass::refuseRelativeNamespace() {
+    m_refusal = canon_namespace_name::refusal(m_relative->name, m_relative->offset, m_dtd.document());
+    m_phase = Phase::Done;
 }
 
 void CanonPass::rememberXmlAttributes(const XmlToken& t) {

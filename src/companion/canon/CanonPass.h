@@ -80,6 +80,8 @@ private:
     bool isApex(const XmlToken& t);
     bool attributeValueIs(const XmlAttribute& attribute, std::string_view value);
     void declareNamespaces(const XmlToken& t);
+    void noteRelativeNamespace(const XmlAttribute& declaration);
+    void refuseRelativeNamespace();
     void rememberXmlAttributes(const XmlToken& t);
     void forgetXmlAttributesBelow(uint32_t depth);
 
@@ -127,5 +129,14 @@ private:
     std::string m_scratch;
     // The apex's xml:base as Canonical XML 1.1 joins it.
     std::string m_fixedUpBase;
+    // The outermost open element that declares a relative namespace name:
+    // nothing at or below it can be canonicalized.
+    struct RelativeNamespace {
+        uint32_t depth;
+        uint32_t offset; // of the declaration
+        std::string name;
+    };
+    std::optional<RelativeNamespace> m_relative;
+    std::string m_refusal;
     CanonSink* m_sink = nullptr;
 };
