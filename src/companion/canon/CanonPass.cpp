@@ -207,7 +207,7 @@ inline void CanonPass::onStartTag(const XmlToken& t) {
     m_namespaces.openElement();
     declareNamespaces(t);
     if (m_phase == Phase::Inside) {
-        if (m_relative) {
+        if (m_relativeDepth != 0) {
             refuseRelativeNamespace();
             return;
         }
@@ -215,7 +215,7 @@ inline void CanonPass::onStartTag(const XmlToken& t) {
         return;
     }
     if (m_phase == Phase::Prolog || isApex(t)) {
-        if (m_relative) {
+        if (m_relativeDepth != 0) {
             refuseRelativeNamespace();
             return;
         }
@@ -229,8 +229,8 @@ inline void CanonPass::onStartTag(const XmlToken& t) {
 
 inline void CanonPass::onEndTag(const XmlToken& t) {
     m_namespaces.closeElement();
-    if (m_relative && m_depth < m_relative->depth)
-        m_relative.reset();
+    if (m_depth < m_relativeDepth)
+        m_relativeDepth = 0;
     if (m_phase != Phase::Inside) {
         forgetXmlAttributesBelow(m_depth);
         return;
@@ -313,15 +313,18 @@ inline void CanonPass::declareNamespaces(const XmlToken& t) {
 // Only an element that is written fails: a relative name elsewhere in the
 // document does not change the canonical form of this one.
 void CanonPass::noteRelativeNamespace(const XmlAttribute& declaration) {
-    if (m_relative)
-        return;
-    const std::string_view name = m_namespaces.uri(m_namespaces.declaredHere().back());
-    if (canon_namespace_name::isRelative(name))
-        m_relative = RelativeNamespace{m_depth, declaration.name.offset, std::string(name)};
+    if (m_relativeDepth == 0 &&
+        canon_namespace_name::isRelative(m_namespaces.uri(m_namespaces.declaredHere().back()))) {
+        m_relativeDepth = m_depth;
+        m_relativeDeclaration = declaration;
+    }
 }
 
 void CanonPass::refuseRelativeNamespace() {
-    m_refusal = canon_namespace_name::refusal(m_relative->name, m_relative->offset, m_dtd.document());
+    m_scratch.clear();
+    XmlTextDecoder::appendAttribute(slice(m_relativeDeclaration.value), m_dtd,
+                                    (m_relativeDeclaration.flags & kAttrTokenized) != 0, m_scratch);
+    m_refusal = canon_namespace_name::refusal(m_scratch, m_relativeDeclaration.name.offset, m_dtd.document());
     m_phase = Phase::Done;
 }
 

@@ -129,14 +129,11 @@ private:
     std::string m_scratch;
     // The apex's xml:base as Canonical XML 1.1 joins it.
     std::string m_fixedUpBase;
-    // The outermost open element that declares a relative namespace name:
-    // nothing at or below it can be canonicalized.
-    struct RelativeNamespace {
-        uint32_t depth;
-        uint32_t offset; // of the declaration
-        std::string name;
-    };
-    std::optional<RelativeNamespace> m_relative;
+    // The depth of the outermost open element that declares a relative
+    // namespace name (0: none is open), and that declaration: nothing at or
+    // below the element can be canonicalized.
+    uint32_t m_relativeDepth = 0;
+    XmlAttribute m_relativeDeclaration;
     std::string m_refusal;
     CanonSink* m_sink = nullptr;
 };

@@ -1,6 +1,5 @@
 #include "companion/xml/XmlNamespaceScope.h"
 
-#include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlTextDecoder.h"
 
 #include <algorithm>
@@ -8,7 +7,6 @@
 namespace {
 
 constexpr std::string_view kXmlPrefix = "xml";
-constexpr std::string_view kXmlnsPrefix = "xmlns";
 constexpr std::string_view kXmlNamespace = "http://www.w3.org/XML/1998/namespace";
 constexpr std::string_view kXmlnsNamespace = "http://www.w3.org/2000/xmlns/";
 
@@ -27,30 +25,36 @@ std::string_view prefixOf(std::string_view qname) {
 
 } // namespace
 
-bool XmlNamespaceScope::enter(std::string_view elementName, std::span<const XmlAttribute> attributes, uint32_t depth,
-                              Fault& fault) {
-    if (prefixOf(elementName) == kXmlnsPrefix) {
-        fault = Fault{nullptr, "element name " + quoted(elementName) + " has the reserved prefix xmlns"};
-        return false;
-    }
+XmlNamespaceScope::XmlNamespaceScope(const XmlDtd& dtd) : m_dtd(dtd) {
+}
+
+bool XmlNamespaceScope::fail(const XmlAttribute* attribute, std::string reason) {
+    m_fault = Fault{attribute, std::move(reason)};
+    return false;
+}
+
+bool XmlNamespaceScope::check(std::string_view elementName, std::span<const XmlAttribute> attributes, uint32_t depth) {
+    if (hasPrefix(elementName, kXmlnsPrefix))
+        return fail(nullptr, "element name " + quoted(elementName) + " has the reserved prefix xmlns");
     size_t prefixed = 0;
     for (const XmlAttribute& a : attributes) {
         const std::string_view qname = m_dtd.slice(a.name);
-        const std::string_view prefix = prefixOf(qname);
-        if (qname == kXmlnsPrefix || prefix == kXmlnsPrefix) {
-            if (!declare(qname, prefix.empty() ? prefix : qname.substr(kXmlnsPrefix.size() + 1), a, depth, fault))
+        if (isDeclaration(a)) {
+            const std::string_view prefix =
+                qname == kXmlnsPrefix ? std::string_view{} : qname.substr(kXmlnsPrefix.size() + 1);
+            if (!declare(qname, prefix, a, depth))
                 return false;
-        } else if (!prefix.empty()) {
+        } else if (qname.find(':') != std::string_view::npos) {
             ++prefixed;
         }
     }
     // Names as written are already unique, so only two prefixed names can
     // turn out to be one.
-    return prefixed < 2 || expandedNamesUnique(attributes, fault);
+    return prefixed < 2 || expandedNamesUnique(attributes);
 }
 
 bool XmlNamespaceScope::declare(std::string_view qname, std::string_view prefix, const XmlAttribute& attribute,
-                                uint32_t depth, Fault& fault) {
+                                uint32_t depth) {
     Binding binding{prefix, {}, {}, false, depth, kNone};
     const std::string_view raw = m_dtd.slice(attribute.value);
     if (attribute.flags & kAttrNeedsDecoding) {
@@ -59,10 +63,8 @@ bool XmlNamespaceScope::declare(std::string_view qname, std::string_view prefix,
     } else {
         binding.raw = raw;
     }
-    if (std::string reason = declarationFault(qname, prefix, binding.uri()); !reason.empty()) {
-        fault = Fault{&attribute, std::move(reason)};
-        return false;
-    }
+    if (std::string reason = declarationFault(qname, prefix, binding.uri()); !reason.empty())
+        return fail(&attribute, std::move(reason));
     bind(std::move(binding));
     return true;
 }
@@ -94,16 +96,20 @@ void XmlNamespaceScope::bind(Binding binding) {
         binding.shadowed = it->second;
         it->second = index;
     }
+    m_innermostDepth = binding.depth;
     m_bindings.push_back(std::move(binding));
 }
 
-void XmlNamespaceScope::unbind() {
-    const Binding& last = m_bindings.back();
-    if (last.shadowed == kNone)
-        m_innermost.erase(last.prefix);
-    else
-        m_innermost[last.prefix] = last.shadowed;
-    m_bindings.pop_back();
+void XmlNamespaceScope::unbindBelow(uint32_t depth) {
+    while (!m_bindings.empty() && m_bindings.back().depth > depth) {
+        const Binding& last = m_bindings.back();
+        if (last.shadowed == kNone)
+            m_innermost.erase(last.prefix);
+        else
+            m_innermost[last.prefix] = last.shadowed;
+        m_bindings.pop_back();
+    }
+    m_innermostDepth = m_bindings.empty() ? 0 : m_bindings.back().depth;
 }
 
 bool XmlNamespaceScope::resolve(std::string_view prefix, std::string_view& uri) const {
@@ -118,7 +124,7 @@ bool XmlNamespaceScope::resolve(std::string_view prefix, std::string_view& uri) 
     return !uri.empty();
 }
 
-bool XmlNamespaceScope::expandedNamesUnique(std::span<const XmlAttribute> attributes, Fault& fault) {
+bool XmlNamespaceScope::expandedNamesUnique(std::span<const XmlAttribute> attributes) {
     m_names.clear();
     for (const XmlAttribute& a : attributes) {
         const std::string_view qname = m_dtd.slice(a.name);
@@ -139,7 +145,6 @@ bool XmlNamespaceScope::expandedNamesUnique(std::span<const XmlAttribute> attrib
         return true;
     const XmlAttribute* first = same->attribute;
     const XmlAttribute* second = std::next(same)->attribute;
-    fault = Fault{second, "attributes " + quoted(m_dtd.slice(first->name)) + " and " +
-                              quoted(m_dtd.slice(second->name)) + " have the same namespace and local name"};
-    return false;
+    return fail(second, "attributes " + quoted(m_dtd.slice(first->name)) + " and " + quoted(m_dtd.slice(second->name)) +
+                            " have the same namespace and local name");
 }

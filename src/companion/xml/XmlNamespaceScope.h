@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlToken.h"
 
 #include <cstdint>
@@ -8,8 +9,6 @@
 #include <string_view>
 #include <unordered_map>
 #include <vector>
-
-class XmlDtd;
 
 // The namespace declarations in scope where a scanner stands, kept to hold
 // each start tag to Namespaces in XML: the prefixes xml and xmlns and their
@@ -20,25 +19,33 @@ class XmlDtd;
 // one lookup, however many are in scope.
 class XmlNamespaceScope {
 public:
-    // What a start tag breaks: the attribute at fault (null for the element's
+    // What a start tag broke: the attribute at fault (null for the element's
     // own name) and why.
     struct Fault {
         const XmlAttribute* attribute = nullptr;
         std::string reason;
     };
 
-    explicit XmlNamespaceScope(const XmlDtd& dtd) : m_dtd(dtd) {}
+    explicit XmlNamespaceScope(const XmlDtd& dtd);
 
     // Checks an element that opens at `depth` (1 for the root) with these
-    // attributes (defaults included), and binds its declarations.
-    bool enter(std::string_view elementName, std::span<const XmlAttribute> attributes, uint32_t depth, Fault& fault);
+    // attributes (defaults included), and binds its declarations; false with
+    // fault() when it breaks a rule. Most elements have no declaration and
+    // at most one attribute, which leaves nothing to check.
+    bool enter(std::string_view elementName, std::span<const XmlAttribute> attributes, uint32_t depth) {
+        const bool plain = !hasPrefix(elementName, kXmlnsPrefix) &&
+                           (attributes.empty() || (attributes.size() == 1 && !isDeclaration(attributes[0])));
+        return plain || check(elementName, attributes, depth);
+    }
+    const Fault& fault() const { return m_fault; }
     // Drops the bindings of the elements deeper than `depth`.
     void leave(uint32_t depth) {
-        while (!m_bindings.empty() && m_bindings.back().depth > depth)
-            unbind();
+        if (depth < m_innermostDepth)
+            unbindBelow(depth);
     }
 
 private:
+    static constexpr std::string_view kXmlnsPrefix = "xmlns";
     static constexpr uint32_t kNone = UINT32_MAX;
     struct Binding {
         std::string_view prefix;
@@ -55,18 +62,29 @@ private:
         const XmlAttribute* attribute;
     };
 
-    bool declare(std::string_view qname, std::string_view prefix, const XmlAttribute& attribute, uint32_t depth,
-                 Fault& fault);
+    // "p:..." for the prefix p.
+    static bool hasPrefix(std::string_view qname, std::string_view prefix) {
+        return qname.size() > prefix.size() && qname[prefix.size()] == ':' && qname.starts_with(prefix);
+    }
+    bool isDeclaration(const XmlAttribute& attribute) const {
+        const std::string_view name = m_dtd.slice(attribute.name);
+        return name == kXmlnsPrefix || hasPrefix(name, kXmlnsPrefix);
+    }
+    bool check(std::string_view elementName, std::span<const XmlAttribute> attributes, uint32_t depth);
+    bool fail(const XmlAttribute* attribute, std::string reason);
+    bool declare(std::string_view qname, std::string_view prefix, const XmlAttribute& attribute, uint32_t depth);
     // Why a declaration cannot stand, or empty.
     std::string declarationFault(std::string_view qname, std::string_view prefix, std::string_view uri) const;
     void bind(Binding binding);
-    void unbind();
+    void unbindBelow(uint32_t depth);
     // The namespace name of a prefix, or false when it is not bound.
     bool resolve(std::string_view prefix, std::string_view& uri) const;
-    bool expandedNamesUnique(std::span<const XmlAttribute> attributes, Fault& fault);
+    bool expandedNamesUnique(std::span<const XmlAttribute> attributes);
 
     const XmlDtd& m_dtd;
     std::vector<Binding> m_bindings;
+    uint32_t m_innermostDepth = 0; // of the last binding; 0 with none
     std::unordered_map<std::string_view, uint32_t> m_innermost;
     std::vector<ExpandedName> m_names; // scratch for the uniqueness check
+    Fault m_fault;
 };

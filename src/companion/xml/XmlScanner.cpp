@@ -377,8 +377,9 @@ bool XmlScanner::scanStartTag(Input& in, const char* p) {
         addAttributeDefaults(slice(name));
     if (depth() >= xml_limits::kMaxElementDepth)
         return fail(p, "elements nested deeper than " + std::to_string(xml_limits::kMaxElementDepth) + " levels");
-    if (!checkNamespaces(in, p, slice(name)))
-        return false;
+    if (!m_namespaces.enter(std::string_view(nameBegin, static_cast<size_t>(nameEnd - nameBegin)), m_attributes,
+                            depth() + 1))
+        return failNamespaces(in, p);
     in.p = q;
     setToken(XmlTokenKind::StartTag, offsetOf(in, p), offsetOf(in, q));
     m_token.name = name;
@@ -472,13 +473,11 @@ bool XmlScanner::checkUniqueAttributes(const Input& in) {
 
 // A fault is placed at its attribute, or at the tag for the element's name
 // and for a default the DTD supplied.
-bool XmlScanner::checkNamespaces(const Input& in, const char* tag, std::string_view name) {
-    XmlNamespaceScope::Fault fault;
-    if (m_namespaces.enter(name, m_attributes, depth() + 1, fault))
-        return true;
+bool XmlScanner::failNamespaces(const Input& in, const char* tag) {
+    const XmlNamespaceScope::Fault& fault = m_namespaces.fault();
     const XmlAttribute* at = fault.attribute;
     const bool written = at && !(at->flags & kAttrDefaulted);
-    return fail(written ? in.base + (at->name.offset - in.baseOffset) : tag, std::move(fault.reason));
+    return fail(written ? in.base + (at->name.offset - in.baseOffset) : tag, fault.reason);
 }
 
 void XmlScanner::addAttributeDefaults(std::string_view element) {

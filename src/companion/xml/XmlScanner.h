@@ -73,7 +73,7 @@ private:
     bool scanStartTag(Input& in, const char* p);
     const char* scanAttribute(Input& in, const char* p);
     bool checkUniqueAttributes(const Input& in);
-    bool checkNamespaces(const Input& in, const char* tag, std::string_view name);
+    bool failNamespaces(const Input& in, const char* tag);
     void addAttributeDefaults(std::string_view element);
     bool scanEndTag(Input& in, const char* p);
     const char* endTagNameEnd(const Input& in, const char* nameBegin) const;
