@@ -1,10 +1,12 @@
-// Feeds arbitrary bytes to ClsXml::loadXml and checks what must hold for any
-// input: a failed load logs exactly one located error; a loaded tree has
-// ordered in-range tag offsets and serializes to text that loads again into
-// an equal tree.
+// Feeds arbitrary bytes to ClsXml::loadXml, as they are and as the verifier
+// reads a document's bytes (decoded to UTF-8 first), and checks what must
+// hold for any input: a failed decoding or load logs exactly one error, a
+// load's located; a loaded tree has ordered in-range tag offsets and
+// serializes to text that loads again into an equal tree.
 #include "FuzzRequire.h"
 
 #include "companion/log/LogBase.h"
+#include "companion/text/DataBuffer.h"
 #include "companion/text/ExtPtrArray.h"
 #include "companion/xml/ClsXml.h"
 
@@ -55,16 +57,13 @@ void checkOffsets(const ClsXml& root) {
     }
 }
 
-} // namespace
-
-extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    const std::string_view text(reinterpret_cast<const char*>(data), size);
+void loadAndCheck(std::string_view text) {
     LogBase log;
     RefPtr<ClsXml> xml(ClsXml::createNewCls());
     if (!xml->loadXml(text, false, log)) {
         require(errorLines(log) == 1);
         require(log.firstError().rfind("XML parse error at line ", 0) == 0);
-        return 0;
+        return;
     }
     checkOffsets(*xml);
     ExtPtrArrayRc signatures;
@@ -75,5 +74,19 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     RefPtr<ClsXml> again(ClsXml::createNewCls());
     require(again->loadXml(serialized, false, log));
     require(describe(*again) == describe(*xml));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const std::string_view bytes(reinterpret_cast<const char*>(data), size);
+    loadAndCheck(bytes);
+    DataBuffer decoded;
+    decoded.append(bytes);
+    LogBase log;
+    if (decoded.convertXmlToUtf8(log))
+        loadAndCheck(decoded.view());
+    else
+        require(errorLines(log) == 1);
     return 0;
 }

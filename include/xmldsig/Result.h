@@ -57,7 +57,7 @@ struct Reference {
     std::string uri;
     Target target = Target::Unresolved;
     std::string elementName; // Element: its name as written
-    std::string path;        // Element: "/Envelope/Body[1]"
+    std::string path;        // Element: "/{urn:r}root/{urn:b}Item[1]" (README, "What was signed")
     std::uint32_t line = 0;
     std::uint32_t offset = 0;
     std::string externalFile; // External: the file hashed (empty for caller data)

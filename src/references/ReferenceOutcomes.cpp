@@ -2,6 +2,7 @@
 #include "companion/log/LogBase.h"
 #include "companion/xml/ClsXml.h"
 #include "companion/xml/XmlDocument.h"
+#include "companion/xml/XmlElementPath.h"
 #include "references/DigestAttempt.h"
 #include "references/ReferenceVerifier.h"
 #include "verifier/ClsXmlDSig.h"
@@ -10,27 +11,6 @@
 #include <algorithm>
 
 namespace {
-
-// "/Envelope/Body[1]": local names, and each step below the root with its
-// 1-based position among the siblings of the same name.
-std::string elementPath(const XmlDocument& doc, uint32_t element) {
-    std::vector<std::string> steps;
-    for (uint32_t n = element; n != kNoNode; n = doc.parent(n)) {
-        const std::string_view name = doc.name(n);
-        std::string step(XmlDocument::localName(name));
-        if (const uint32_t parent = doc.parent(n); parent != kNoNode) {
-            int position = 0;
-            for (uint32_t s = doc.firstChildElement(parent); s != kNoNode && s <= n; s = doc.nextSiblingElement(s))
-                position += doc.name(s) == name;
-            step += "[" + std::to_string(position) + "]";
-        }
-        steps.push_back(std::move(step));
-    }
-    std::string path;
-    for (auto step = steps.rbegin(); step != steps.rend(); ++step)
-        path += "/" + *step;
-    return path;
-}
 
 void readTransformsAndDigestMethod(ClsXml& reference, ReferenceOutcome& out) {
     StringBuffer algorithm;
@@ -85,7 +65,7 @@ ReferenceOutcome ReferenceVerifier::outcome(int index, bool matched, const Refer
         const XmlDocument& doc = *m_engine.loadedTree();
         out.target = ReferenceOutcome::Target::Element;
         out.elementName = doc.name(carriers[0]);
-        out.path = elementPath(doc, carriers[0]);
+        out.path = xmlElementPath(doc, carriers[0]);
         out.offset = doc.startTagBegin(carriers[0]);
         out.line = m_lines.lineOf(doc.source(), out.offset);
     }

@@ -1,5 +1,6 @@
 #include "transforms/XPathNodeSet.h"
 
+#include "companion/canon/CanonNamespaceName.h"
 #include "companion/log/LogBase.h"
 #include "companion/xml/XmlDocument.h"
 #include "companion/xpath/XPathEvaluator.h"
@@ -69,6 +70,11 @@ bool XPathNodeSet::parseDocument(std::string_view text, const XmlDocument* parse
             return false;
         }
         m_doc = m_owned.get();
+    }
+    // The node-set may come to hold any namespace node of the document.
+    if (const std::string refusal = canon_namespace_name::firstRefusal(*m_doc); !refusal.empty()) {
+        log.LogError(refusal);
+        return false;
     }
     m_tree = buildTree(*m_doc, log);
     if (!m_tree)

@@ -48,7 +48,9 @@ TEST(VerifierApi, BytesAndFileGiveTheSameResult) {
         EXPECT_EQ(sig.signer->keyType, "ec");
         EXPECT_EQ(sig.trust.status, xmldsig::Trust::Status::NotChecked);
         ASSERT_EQ(sig.references.size(), 1u);
-        EXPECT_EQ(sig.references[0].path, "/Envelope/Body[1]");
+        EXPECT_EQ(
+            sig.references[0].path,
+            "/{http://schemas.xmlsoap.org/soap/envelope/}Envelope/{http://schemas.xmlsoap.org/soap/envelope/}Body[1]");
         EXPECT_TRUE(sig.references[0].matched);
         EXPECT_NE(sig.logText.find("VerifySignature"), std::string::npos);
         EXPECT_TRUE(sig.logJson.empty());

@@ -1,6 +1,7 @@
 #include "companion/canon/CanonPass.h"
 
 #include "companion/canon/CanonEscape.h"
+#include "companion/canon/CanonNamespaceName.h"
 #include "companion/canon/CanonQName.h"
 #include "companion/canon/CanonXml11Inheritance.h"
 #include "companion/log/LogBase.h"
@@ -151,6 +152,10 @@ template <class Source> bool CanonPass::readTokens(Source& tokens, LogBase& log)
         log.LogError(tokens.errorMessage());
         return false;
     }
+    if (!m_refusal.empty()) {
+        log.LogError(m_refusal);
+        return false;
+    }
     return true;
 }
 
@@ -203,10 +208,18 @@ inline void CanonPass::onStartTag(const XmlToken& t) {
     m_namespaces.openElement();
     declareNamespaces(t);
     if (m_phase == Phase::Inside) {
+        if (m_relativeDepth != 0) {
+            refuseRelativeNamespace();
+            return;
+        }
         writeStartTag(t, false);
         return;
     }
     if (m_phase == Phase::Prolog || isApex(t)) {
+        if (m_relativeDepth != 0) {
+            refuseRelativeNamespace();
+            return;
+        }
         m_phase = Phase::Inside;
         m_apexDepth = m_depth;
         writeStartTag(t, true);
@@ -217,6 +230,8 @@ inline void CanonPass::onStartTag(const XmlToken& t) {
 
 inline void CanonPass::onEndTag(const XmlToken& t) {
     m_namespaces.closeElement();
+    if (m_depth < m_relativeDepth)
+        m_relativeDepth = 0;
     if (m_phase != Phase::Inside) {
         forgetXmlAttributesBelow(m_depth);
         return;
@@ -289,9 +304,29 @@ bool CanonPass::attributeValueIs(const XmlAttribute& attribute, std::string_view
 inline void CanonPass::declareNamespaces(const XmlToken& t) {
     for (const XmlAttribute& a : t.attributes) {
         std::string_view prefix;
-        if (CanonQName::isNamespaceDeclaration(slice(a.name), prefix))
+        if (CanonQName::isNamespaceDeclaration(slice(a.name), prefix)) {
             m_namespaces.declare(prefix, a);
+            noteRelativeNamespace(a);
+        }
     }
+}
+
+// Only an element that is written fails: a relative name elsewhere in the
+// document does not change the canonical form of this one.
+void CanonPass::noteRelativeNamespace(const XmlAttribute& declaration) {
+    if (m_relativeDepth == 0 &&
+        canon_namespace_name::isRelative(m_namespaces.uri(m_namespaces.declaredHere().back()))) {
+        m_relativeDepth = m_depth;
+        m_relativeDeclaration = declaration;
+    }
+}
+
+void CanonPass::refuseRelativeNamespace() {
+    m_scratch.clear();
+    XmlTextDecoder::appendAttribute(slice(m_relativeDeclaration.value), m_dtd,
+                                    (m_relativeDeclaration.flags & kAttrTokenized) != 0, m_scratch);
+    m_refusal = canon_namespace_name::refusal(m_scratch, m_relativeDeclaration.name.offset, m_dtd.document());
+    m_phase = Phase::Done;
 }
 
 void CanonPass::rememberXmlAttributes(const XmlToken& t) {

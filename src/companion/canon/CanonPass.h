@@ -83,6 +83,8 @@ private:
     bool isApex(const XmlToken& t);
     bool attributeValueIs(const XmlAttribute& attribute, std::string_view value);
     void declareNamespaces(const XmlToken& t);
+    void noteRelativeNamespace(const XmlAttribute& declaration);
+    void refuseRelativeNamespace();
     void rememberXmlAttributes(const XmlToken& t);
     void forgetXmlAttributesBelow(uint32_t depth);
 
@@ -131,5 +133,11 @@ private:
     std::string m_scratch;
     // The apex's xml:base as Canonical XML 1.1 joins it.
     std::string m_fixedUpBase;
+    // The depth of the outermost open element that declares a relative
+    // namespace name (0: none is open), and that declaration: nothing at or
+    // below the element can be canonicalized.
+    uint32_t m_relativeDepth = 0;
+    XmlAttribute m_relativeDeclaration;
+    std::string m_refusal;
     CanonSink* m_sink = nullptr;
 };

@@ -60,12 +60,16 @@ bool Charset::fromUtf8(std::string_view utf8, DataBuffer& out) const {
     return out.append(converted);
 }
 
-bool Charset::toUtf8(std::string_view bytes, std::string& out) const {
+bool Charset::toUtf8(std::string_view bytes, std::string& out, size_t* rejectedAt) const {
     if (isUtf8()) {
-        if (!isValidUtf8(bytes))
+        const size_t valid = validUtf8Prefix(bytes);
+        if (valid < bytes.size()) {
+            if (rejectedAt)
+                *rejectedAt = valid;
             return false;
+        }
         out.append(bytes);
         return true;
     }
-    return IconvConverter(std::string(kUtf8), m_name).convert(bytes, out);
+    return IconvConverter(std::string(kUtf8), m_name).convert(bytes, out, rejectedAt);
 }

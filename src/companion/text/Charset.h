@@ -24,8 +24,9 @@ public:
     // cannot represent.
     bool fromUtf8(std::string_view utf8, DataBuffer& out) const;
     // Appends text in this charset converted to UTF-8; false (out
-    // unchanged) when the bytes are malformed in this charset.
-    bool toUtf8(std::string_view bytes, std::string& out) const;
+    // unchanged) when the bytes are malformed in this charset, with
+    // rejectedAt, when given, the offset where they stop being well-formed.
+    bool toUtf8(std::string_view bytes, std::string& out, size_t* rejectedAt = nullptr) const;
 
 private:
     std::string m_name = "UTF-8";

@@ -2,7 +2,7 @@
 #include "companion/text/Charset.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/Utf8.h"
-#include "companion/text/Windows1252.h"
+#include "companion/xml/XmlError.h"
 
 #include <algorithm>
 #include <array>
@@ -34,14 +34,15 @@ constexpr std::string_view kDeclStart = "<?xml";
 constexpr std::string_view kDeclEnd = "?>";
 constexpr std::string_view kEncodingAttr = "encoding";
 constexpr std::string_view kSpaces = " \t\r\n";
-constexpr std::string_view kWindows1252 = "WINDOWS-1252";
+constexpr std::string_view kUtf8 = "UTF-8";
+constexpr size_t kWideFamilyLength = 6; // "UTF-16", "UTF-32"
 
 // Declared names under which the bytes are read as UTF-8. A UTF-16 or
 // UTF-32 declaration on text with neither a mark nor the wide byte pattern
 // is a mislabelled 8-bit file.
-constexpr std::array<std::string_view, 7> kUtf8Compatible = {"UTF-8",  "UTF8",   "US-ASCII", "ASCII",
-                                                             "UTF-16", "UTF-32", ""};
-constexpr std::array<std::string_view, 2> kWindows1252Names = {kWindows1252, "CP1252"};
+constexpr std::array<std::string_view, 5> kUtf8Compatible = {kUtf8, "UTF8", "UTF-16", "UTF-32", ""};
+// What a UTF-8 byte-order mark agrees with.
+constexpr std::array<std::string_view, 3> kUtf8Names = {kUtf8, "UTF8", ""};
 
 std::optional<WideEncoding> detectWide(std::string_view b) {
     for (const Bom& bom : kWideBoms)
@@ -62,9 +63,14 @@ std::optional<WideEncoding> detectWide(std::string_view b) {
     return std::nullopt;
 }
 
-// The upper-cased value of encoding="..." in the XML declaration at the
-// start of the text, or empty.
-std::string declaredEncoding(std::string_view text) {
+// The value of encoding="..." in the XML declaration at the start of the
+// text, upper-cased, and where it stands; an empty name when there is none.
+struct Declared {
+    std::string name;
+    size_t offset = 0;
+};
+
+Declared declaredEncoding(std::string_view text) {
     if (!text.starts_with(kDeclStart) || text.size() == kDeclStart.size() ||
         kSpaces.find(text[kDeclStart.size()]) == std::string_view::npos)
         return {};
@@ -84,11 +90,20 @@ std::string declaredEncoding(std::string_view text) {
     std::string name(decl.substr(pos + 1, end - pos - 1));
     std::transform(name.begin(), name.end(), name.begin(),
                    [](char c) { return (c >= 'a' && c <= 'z') ? static_cast<char>(c - 32) : c; });
-    return name;
+    return {std::move(name), pos + 1};
 }
 
 template <size_t N> bool isOneOf(std::string_view name, const std::array<std::string_view, N>& names) {
     return std::find(names.begin(), names.end(), name) != names.end();
+}
+
+// One error line that says where in the text, as a reader counts lines and
+// columns, the document stops being what it claims: `before` is the text up
+// to that point, already in UTF-8.
+bool failAt(std::string_view before, std::string reason, LogBase& log) {
+    const XmlError error{static_cast<uint32_t>(before.size()), std::move(reason)};
+    log.LogError(error.describe(before));
+    return false;
 }
 
 bool convertCharset(const std::string& charset, std::string_view bytes, std::string& out, LogBase& log) {
@@ -98,11 +113,28 @@ bool convertCharset(const std::string& charset, std::string_view bytes, std::str
         log.LogError("Unsupported XML encoding.");
         return false;
     }
-    if (!cs.toUtf8(bytes, out)) {
-        log.LogError("The XML bytes are not valid in their encoding.");
-        return false;
-    }
-    return true;
+    size_t rejectedAt = 0;
+    if (cs.toUtf8(bytes, out, &rejectedAt))
+        return true;
+    std::string before;
+    cs.toUtf8(bytes.substr(0, rejectedAt), before);
+    return failAt(before, "invalid " + cs.getName() + " byte sequence", log);
+}
+
+// The encoding the first bytes show (a byte-order mark, or the byte pattern
+// of "<?") and the declared one must be the same: read either way, the same
+// bytes would be other characters.
+bool agreesWithStart(std::string_view text, std::string_view shown, bool marked, LogBase& log) {
+    const Declared declared = declaredEncoding(text);
+    const bool agrees = shown == kUtf8 ? isOneOf(declared.name, kUtf8Names)
+                                       : declared.name.empty() || declared.name == shown ||
+                                             declared.name == shown.substr(0, kWideFamilyLength);
+    if (agrees)
+        return true;
+    return failAt(text.substr(0, declared.offset),
+                  "the declared encoding " + declared.name + " contradicts the " + std::string(shown) +
+                      (marked ? " byte-order mark" : " byte pattern of the document's start"),
+                  log);
 }
 
 void dropLeadingBoms(std::string& text) {
@@ -117,32 +149,29 @@ bool DataBuffer::convertXmlToUtf8(LogBase& log) {
         if (!convertCharset(wide->charset, view().substr(wide->bomLength), utf8, log))
             return false;
         dropLeadingBoms(utf8);
+        if (!agreesWithStart(utf8, wide->charset, wide->bomLength > 0, log))
+            return false;
         m_bytes = std::move(utf8);
         return true;
     }
 
     const size_t bomLength = leadingUtf8BomLength(view());
     const std::string_view text = view().substr(bomLength);
-    // A byte-order mark outranks the declaration.
-    const std::string declared = bomLength > 0 ? std::string() : declaredEncoding(text);
+    if (bomLength > 0 && !agreesWithStart(text, kUtf8, true, log))
+        return false;
+    const std::string declared = declaredEncoding(text).name;
 
-    if (isOneOf(declared, kUtf8Compatible) && isValidUtf8(text)) {
+    if (isOneOf(declared, kUtf8Compatible)) {
+        const size_t valid = validUtf8Prefix(text);
+        if (valid < text.size())
+            return failAt(text.substr(0, valid), "invalid UTF-8 byte sequence", log);
         m_bytes.erase(0, bomLength);
         return true;
     }
 
     std::string utf8;
-    if (isOneOf(declared, kUtf8Compatible)) {
-        // Common field defect: 8-bit Windows text saved without a declaration.
-        log.LogInfo("The XML is not valid UTF-8; reading it as windows-1252.");
-        appendWindows1252AsUtf8(text, utf8);
-    } else if (isOneOf(declared, kWindows1252Names)) {
-        // Our own table: iconv rejects the five undefined bytes of this code page.
-        log.LogDataStr("charset", kWindows1252);
-        appendWindows1252AsUtf8(text, utf8);
-    } else if (!convertCharset(declared, text, utf8, log)) {
+    if (!convertCharset(declared, text, utf8, log))
         return false;
-    }
     dropLeadingBoms(utf8);
     m_bytes = std::move(utf8);
     return true;

@@ -45,7 +45,10 @@ public:
     bool encodeDB(std::string_view encoding, StringBuffer& out) const;
 
     // Converts an XML document in any declared or BOM-marked encoding into
-    // UTF-8 in place; every leading byte-order mark is dropped.
+    // UTF-8 in place; every leading byte-order mark is dropped. Bytes that
+    // are not valid in the encoding (UTF-8 when none is declared), or a start
+    // that contradicts the declaration, fail with one error line that says
+    // where ("XML parse error at line L, column C: ...").
     bool convertXmlToUtf8(LogBase& log);
 
 private:

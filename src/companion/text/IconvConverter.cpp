@@ -20,9 +20,12 @@ IconvConverter::~IconvConverter() {
         iconv_close(m_cd);
 }
 
-bool IconvConverter::convert(std::string_view in, std::string& out) {
-    if (!isOpen())
+bool IconvConverter::convert(std::string_view in, std::string& out, size_t* rejectedAt) {
+    if (!isOpen()) {
+        if (rejectedAt)
+            *rejectedAt = 0;
         return false;
+    }
     iconv(m_cd, nullptr, nullptr, nullptr, nullptr);
 
     const size_t start = out.size();
@@ -45,6 +48,8 @@ bool IconvConverter::convert(std::string_view in, std::string& out) {
             continue;
         }
         if (errno != E2BIG) {
+            if (rejectedAt)
+                *rejectedAt = static_cast<size_t>(inPtr - in.data());
             out.resize(start);
             return false;
         }

@@ -17,8 +17,10 @@ public:
 
     // False when iconv does not know one of the two charsets.
     bool isOpen() const { return m_cd != invalidHandle(); }
-    // Appends the converted text to out; on failure out is left as it was.
-    bool convert(std::string_view in, std::string& out);
+    // Appends the converted text to out; on failure out is left as it was
+    // and, when given, rejectedAt is the offset of the first input byte that
+    // did not convert.
+    bool convert(std::string_view in, std::string& out, size_t* rejectedAt = nullptr);
 
 private:
     // What iconv_open returns on failure.

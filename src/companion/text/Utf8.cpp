@@ -63,7 +63,7 @@ size_t skipAscii(const unsigned char* p, size_t i, size_t n) {
 
 } // namespace
 
-bool isValidUtf8(std::string_view bytes) {
+size_t validUtf8Prefix(std::string_view bytes) {
     const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
     const size_t n = bytes.size();
     size_t i = 0;
@@ -73,10 +73,14 @@ bool isValidUtf8(std::string_view bytes) {
             break;
         const size_t len = sequenceLength(p + i, n - i);
         if (len == 0)
-            return false;
+            return i;
         i += len;
     }
-    return true;
+    return n;
+}
+
+bool isValidUtf8(std::string_view bytes) {
+    return validUtf8Prefix(bytes) == bytes.size();
 }
 
 void appendUtf8(char32_t cp, std::string& out) {

@@ -243,19 +243,25 @@ bool XmlDocument::namespaceUri(uint32_t element, std::string_view prefix, std::s
         return true;
     }
     for (uint32_t e = element; e != kNoNode; e = m_nodes[e].parent) {
-        for (const Attribute& a : attributes(e)) {
-            const std::string_view name = attributeName(a);
-            const bool declares = prefix.empty()
-                                      ? name == kXmlns
-                                      : name.size() == kXmlns.size() + 1 + prefix.size() && name.starts_with(kXmlns) &&
-                                            name[kXmlns.size()] == ':' && name.ends_with(prefix);
-            if (declares) {
-                appendAttributeValue(a, uri);
-                return !uri.empty();
-            }
+        if (const Attribute* declaration = namespaceDeclaration(e, prefix)) {
+            appendAttributeValue(*declaration, uri);
+            return !uri.empty();
         }
     }
     return false;
+}
+
+const XmlDocument::Attribute* XmlDocument::namespaceDeclaration(uint32_t element, std::string_view prefix) const {
+    for (const Attribute& a : attributes(element)) {
+        const std::string_view name = attributeName(a);
+        const bool declares = prefix.empty()
+                                  ? name == kXmlns
+                                  : name.size() == kXmlns.size() + 1 + prefix.size() && name.starts_with(kXmlns) &&
+                                        name[kXmlns.size()] == ':' && name.ends_with(prefix);
+        if (declares)
+            return &a;
+    }
+    return nullptr;
 }
 
 uint32_t XmlDocument::elementAt(uint32_t offset) const {

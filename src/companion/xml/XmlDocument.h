@@ -98,6 +98,9 @@ public:
     // The namespace URI bound to the prefix ("" for the default namespace)
     // where the element stands; false when none is.
     bool namespaceUri(uint32_t element, std::string_view prefix, std::string& uri) const;
+    // The element's own declaration of the prefix ("" for the default
+    // namespace), or null.
+    const Attribute* namespaceDeclaration(uint32_t element, std::string_view prefix) const;
 
     // Document offsets of the element's tags. An element expanded from an
     // entity reports the reference: start tag = the reference, end tag empty

@@ -1,6 +1,10 @@
 #include "companion/xml/XmlError.h"
 
 std::string XmlError::describe(std::string_view text) const {
+    return "XML parse error at " + position(text) + ": " + reason;
+}
+
+std::string XmlError::position(std::string_view text) const {
     const size_t stop = std::min<size_t>(offset, text.size());
     size_t line = 1;
     size_t column = 1;
@@ -13,5 +17,5 @@ std::string XmlError::describe(std::string_view text) const {
             ++column;
         }
     }
-    return "XML parse error at line " + std::to_string(line) + ", column " + std::to_string(column) + ": " + reason;
+    return "line " + std::to_string(line) + ", column " + std::to_string(column);
 }

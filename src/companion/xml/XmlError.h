@@ -16,6 +16,8 @@ struct XmlError {
             reason = std::move(why);
         }
     }
-    // "XML parse error at line L, column C: reason" (1-based; columns count characters).
+    // "XML parse error at line L, column C: reason".
     std::string describe(std::string_view text) const;
+    // "line L, column C" of the offset (1-based; columns count characters).
+    std::string position(std::string_view text) const;
 };

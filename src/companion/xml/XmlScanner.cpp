@@ -59,7 +59,7 @@ std::string quoted(std::string_view s) {
 
 } // namespace
 
-XmlScanner::XmlScanner(XmlDtd& dtd) : m_dtd(dtd) {
+XmlScanner::XmlScanner(XmlDtd& dtd) : m_dtd(dtd), m_namespaces(dtd) {
     m_inputs.reserve(xml_limits::kMaxEntityNesting + 1);
     const std::string_view text = dtd.document();
     m_inputs.push_back(Input{text.data(), text.data() + text.size(), text.data(), 0, nullptr, 0, {}});
@@ -245,6 +245,7 @@ bool XmlScanner::emitPendingEnd() {
 
 void XmlScanner::closeElement() {
     m_elements.pop_back();
+    m_namespaces.leave(depth());
     if (m_elements.empty() && !inEntity())
         m_phase = Phase::Epilog;
 }
@@ -376,6 +377,9 @@ bool XmlScanner::scanStartTag(Input& in, const char* p) {
         addAttributeDefaults(slice(name));
     if (depth() >= xml_limits::kMaxElementDepth)
         return fail(p, "elements nested deeper than " + std::to_string(xml_limits::kMaxElementDepth) + " levels");
+    if (!m_namespaces.enter(std::string_view(nameBegin, static_cast<size_t>(nameEnd - nameBegin)), m_attributes,
+                            depth() + 1))
+        return failNamespaces(in, p);
     in.p = q;
     setToken(XmlTokenKind::StartTag, offsetOf(in, p), offsetOf(in, q));
     m_token.name = name;
@@ -465,6 +469,15 @@ bool XmlScanner::checkUniqueAttributes(const Input& in) {
         if (nameOf(m_order[i]) == nameOf(m_order[i - 1]))
             return duplicate(m_order[i]);
     return true;
+}
+
+// A fault is placed at its attribute, or at the tag for the element's name
+// and for a default the DTD supplied.
+bool XmlScanner::failNamespaces(const Input& in, const char* tag) {
+    const XmlNamespaceScope::Fault& fault = m_namespaces.fault();
+    const XmlAttribute* at = fault.attribute;
+    const bool written = at && !(at->flags & kAttrDefaulted);
+    return fail(written ? in.base + (at->name.offset - in.baseOffset) : tag, fault.reason);
 }
 
 void XmlScanner::addAttributeDefaults(std::string_view element) {

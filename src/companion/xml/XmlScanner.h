@@ -2,6 +2,7 @@
 
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlError.h"
+#include "companion/xml/XmlNamespaceScope.h"
 #include "companion/xml/XmlToken.h"
 #include "companion/xml/XmlTokenSource.h"
 
@@ -19,7 +20,9 @@
 // EntityEnd tokens, with offsets into the DTD's entity texts. Other
 // references stay in the raw text, flagged for decoding (XmlTextDecoder).
 //
-// Namespaces are not checked: names are taken as written.
+// Names are taken as written; a start tag is also held to the rules of
+// Namespaces in XML that bind (XmlNamespaceScope), while an undeclared prefix
+// or a name that is no QName is let through.
 class XmlScanner final : public XmlTokenSource {
 public:
     // The DTD's document is the text scanned; both must outlive the scanner.
@@ -70,6 +73,7 @@ private:
     bool scanStartTag(Input& in, const char* p);
     const char* scanAttribute(Input& in, const char* p);
     bool checkUniqueAttributes(const Input& in);
+    bool failNamespaces(const Input& in, const char* tag);
     void addAttributeDefaults(std::string_view element);
     bool scanEndTag(Input& in, const char* p);
     const char* endTagNameEnd(const Input& in, const char* nameBegin) const;
@@ -95,6 +99,7 @@ private:
     std::vector<XmlSpan> m_elements;
     std::vector<XmlAttribute> m_attributes;
     std::vector<uint32_t> m_order; // scratch for the duplicate-attribute check
+    XmlNamespaceScope m_namespaces;
     XmlToken m_token;
     XmlError m_error;
     Phase m_phase = Phase::Start;

@@ -66,8 +66,9 @@ TEST(XmlScanner, RejectsMalformedDocumentsWithOneReason) {
 
 TEST(XmlScanner, AcceptsWhatXmlAllowsButLooksOdd) {
     const char* accepted[] = {
-        "<a:b/>",                    // undeclared prefix: a namespace error only
-        "<a xmlns:p=''><p:b/></a>",  // empty prefixed namespace, likewise
+        "<a:b/>", // undeclared prefix: a namespace error only
+        "<a xmlns:xml='http://www.w3.org/XML/1998/namespace' xmlns:p='foo' xml:lang='en'/>",
+        "<a xmlns:a='urn:a' xmlns:b='urn:b' xmlns='urn:a'><e a:z='1' b:z='2' z='3' xml:z='4'/></a>",
         "<a:b:c/>",                  // not a QName, still a Name
         "<a b='>' c=\"'\"/>",        // '>' and the other quote inside a value
         "<?xml version='1.1'?><a/>", // later 1.x versions are read as 1.0
