@@ -21,6 +21,8 @@ const char* targetKind(Reference::Target target) {
         return "whole document";
     case Reference::Target::External:
         return "external";
+    case Reference::Target::Selection:
+        return "selection";
     case Reference::Target::Unresolved:
         break;
     }
@@ -69,6 +71,13 @@ nlohmann::json referenceJson(const Reference& r) {
         j["offset"] = r.offset;
     } else if (r.target == Reference::Target::External) {
         j["file"] = r.externalFile;
+    } else if (r.target == Reference::Target::Selection) {
+        nlohmann::json selected = nlohmann::json::array();
+        for (const Reference::SelectedElement& e : r.selected)
+            selected.push_back({{"element", e.name}, {"path", e.path}, {"line", e.line}, {"offset", e.offset}});
+        j["selected"] = std::move(selected);
+        j["selectedCount"] = r.selectedCount;
+        j["excludesOutside"] = r.excludesOutside;
     }
     if (!r.matched)
         j["reason"] = r.failReason;

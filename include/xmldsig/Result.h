@@ -52,7 +52,15 @@ struct Trust {
 // What one reference named, what it resolved to and whether its digest
 // matched.
 struct Reference {
-    enum class Target { Element, WholeDocument, External, Unresolved };
+    // Selection: what evaluated XPath, XPath Filter 2.0 or XPointer
+    // transforms kept is not the whole of what the URI named.
+    enum class Target { Element, WholeDocument, External, Unresolved, Selection };
+    struct SelectedElement {
+        std::string name;
+        std::string path;
+        std::uint32_t line = 0; // 0 when read from a text an earlier transform edited
+        std::uint32_t offset = 0;
+    };
     int index = 0;
     std::string uri;
     Target target = Target::Unresolved;
@@ -61,6 +69,11 @@ struct Reference {
     std::uint32_t line = 0;
     std::uint32_t offset = 0;
     std::string externalFile; // External: the file hashed (empty for caller data)
+    // Selection: its top elements (at most Limits::maxReportedElements), how
+    // many there are, and whether anything around them was left out.
+    std::vector<SelectedElement> selected;
+    std::uint64_t selectedCount = 0;
+    bool excludesOutside = false;
     std::vector<std::string> transforms;
     std::string digestMethod;
     bool matched = false;

@@ -27,6 +27,7 @@ struct Limits {
     std::uint64_t maxExternalFileBytes = 64u << 20;
     std::uint64_t maxXPathNodes = 50'000'000; // nodes one XPath transform may visit
     std::uint64_t maxWorkUnits = 20'000'000;  // work of one verification, beyond a unit per byte of the document
+    std::uint64_t maxReportedElements = 16;   // top elements listed for an XPath-selected reference
 };
 
 // Accommodations of particular signers, each off unless asked for.

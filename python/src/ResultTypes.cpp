@@ -27,6 +27,8 @@ const char* targetName(Reference::Target target) {
         return "document";
     case Reference::Target::External:
         return "external";
+    case Reference::Target::Selection:
+        return "selection";
     case Reference::Target::Unresolved:
         break;
     }
@@ -113,6 +115,16 @@ void registerReference(py::module_& m) {
         .def_readonly("line", &Reference::line)
         .def_readonly("offset", &Reference::offset)
         .def_property_readonly("external_file", [](const Reference& r) { return nonEmpty(r.externalFile); })
+        .def_property_readonly("selected",
+                               [](const Reference& r) {
+                                   py::list out;
+                                   for (const Reference::SelectedElement& e : r.selected)
+                                       out.append(py::dict(py::arg("element") = e.name, py::arg("path") = e.path,
+                                                           py::arg("line") = e.line, py::arg("offset") = e.offset));
+                                   return out;
+                               })
+        .def_readonly("selected_count", &Reference::selectedCount)
+        .def_readonly("excludes_outside", &Reference::excludesOutside)
         .def_readonly("transforms", &Reference::transforms)
         .def_readonly("digest_method", &Reference::digestMethod)
         .def_readonly("matched", &Reference::matched)

@@ -31,12 +31,16 @@ class Signer:
 class Reference:
     index: int
     uri: str
-    target: Literal["element", "document", "external", "unresolved"]
+    target: Literal["element", "document", "external", "unresolved", "selection"]
     element: str | None
     path: str | None
     line: int
     offset: int
     external_file: str | None
+    # target "selection": the node-set's top elements ({"element", "path", "line", "offset"})
+    selected: list[dict[str, str | int]]
+    selected_count: int
+    excludes_outside: bool
     transforms: list[str]
     digest_method: str
     matched: bool

@@ -17,6 +17,7 @@ const LimitField kLimitFields[] = {
     {VerificationLimits::kMaxExternalFileBytes, &Limits::maxExternalFileBytes},
     {VerificationLimits::kMaxXPathNodes, &Limits::maxXPathNodes},
     {VerificationLimits::kMaxWorkUnits, &Limits::maxWorkUnits},
+    {VerificationLimits::kMaxReportedElements, &Limits::maxReportedElements},
 };
 } // namespace
 

@@ -53,6 +53,8 @@ Reference::Target targetOf(ReferenceOutcome::Target target) {
         return Reference::Target::WholeDocument;
     case ReferenceOutcome::Target::External:
         return Reference::Target::External;
+    case ReferenceOutcome::Target::Selection:
+        return Reference::Target::Selection;
     case ReferenceOutcome::Target::Unresolved:
         break;
     }
@@ -103,6 +105,10 @@ std::vector<Reference> referenceReport(const std::vector<ReferenceOutcome>& outc
         r.line = o.line;
         r.offset = o.offset;
         r.externalFile = o.externalFile;
+        for (const ReferenceSelection::Element& e : o.selection.elements)
+            r.selected.push_back({e.name, e.path, e.line, e.offset});
+        r.selectedCount = o.selection.elementCount;
+        r.excludesOutside = o.selection.excludesOutside;
         r.transforms = o.transforms;
         r.digestMethod = o.digestMethod;
         r.matched = o.matched;

@@ -158,8 +158,9 @@ Status Settings::setVerifyOptions(std::string_view json) {
         return failure(Errc::bad_option, policy.error);
     const VerificationLimits& l = policy.limits;
     SettingsData& d = mutableData();
-    d.limits = Limits{l.maxReferences,       l.maxTransforms,        l.maxSignatures, l.maxSignatureValueBytes,
-                      l.maxCertificateBytes, l.maxExternalFileBytes, l.maxXPathNodes, l.maxWorkUnits};
+    d.limits = Limits{l.maxReferences,          l.maxTransforms,       l.maxSignatures,
+                      l.maxSignatureValueBytes, l.maxCertificateBytes, l.maxExternalFileBytes,
+                      l.maxXPathNodes,          l.maxWorkUnits,        l.maxReportedElements};
     d.validateTsaChain = policy.validateTsaChain;
     return {};
 }

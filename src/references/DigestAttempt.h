@@ -1,6 +1,7 @@
 #pragma once
 
 #include "verifier/FurtherAttempt.h"
+#include "verifier/ReferenceOutcome.h"
 
 #include <cstdint>
 #include <optional>
@@ -49,4 +50,7 @@ struct ReferenceCheck {
     std::string externalFile;
     // The size of a file found for it but refused as over MaxExternalFileBytes.
     std::optional<uint64_t> externalFileOversize;
+    // What the evaluated node-set of a same-document reference kept, when
+    // not the whole of what its URI named.
+    std::optional<ReferenceSelection> selection;
 };

@@ -1,7 +1,9 @@
 #pragma once
 
 #include "verifier/FurtherAttempt.h"
+#include "verifier/ReferenceOutcome.h"
 
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -21,6 +23,7 @@ public:
         bool matched = false;
         int failReason = 0;
         std::vector<FurtherAttempt> matchedBy;
+        std::optional<ReferenceSelection> selection;
     };
 
     // `zatcaRules`: the one profile fact a run may learn midway (from a

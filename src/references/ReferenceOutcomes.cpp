@@ -59,6 +59,12 @@ ReferenceOutcome ReferenceVerifier::outcome(int index, bool matched, const Refer
         out.externalFile = check.externalFile;
     } else if (!CanonTarget::fromUri(uri.view(), 0, target)) {
         out.target = ReferenceOutcome::Target::Unresolved;
+    } else if (check.selection) {
+        out.target = ReferenceOutcome::Target::Selection;
+        out.selection = *check.selection;
+        for (ReferenceSelection::Element& e : out.selection.elements)
+            if (e.inLoadedText)
+                e.line = m_lines.lineOf(m_engine.loadedTree()->source(), e.offset);
     } else if (target.isDocument()) {
         out.target = ReferenceOutcome::Target::WholeDocument;
     } else if (const std::span<const uint32_t> carriers = m_engine.elementsNamedBy(uri.view()); carriers.size() == 1) {

@@ -141,6 +141,7 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     } else if (!applyTransforms(uri, ref, xml, attempt, chain, sink, log)) {
         return false;
     }
+    check.selection = std::move(chain.selection);
     postProcessTransformedXml(xml, log);
 
     DataBuffer digest;
@@ -263,6 +264,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
             // enveloped-signature transform.
             const bool last = i == chain.count - 1 && (chain.envelopedSeen || !uri.isEmpty() || chain.nodeSetSeen);
             if (nodes) {
+                chain.selection = selectionOf(*nodes);
                 renderNodeSet(*nodes, transform.get(), algorithm, last ? sink : nullptr, xml, log);
                 nodes.reset();
                 continue;
@@ -286,6 +288,7 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
     // A node-set still pending gets the default canonicalization; the
     // expressions decided what it holds, so nothing is cut from it.
     if (nodes) {
+        chain.selection = selectionOf(*nodes);
         StringBuffer inclusive(kInclusiveC14nMarker);
         renderNodeSet(*nodes, nullptr, inclusive, sink, xml, log);
         return true;

@@ -132,6 +132,7 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, const DigestAttempt& attempt,
     uri.trim2();
 
     check.externalFile.clear();
+    check.selection.reset();
     const bool matched = uri.beginsWith("#") || uri.isEmpty()
                              ? verifyNamedSameDocumentReference(index, uri, ref, attempt, check, run, log)
                              : verifyExternalReference(index, uri, ref, attempt, check, run, log);
@@ -217,10 +218,12 @@ bool ClsXmlDSig::verifySameDocumentReference(int index, StringBuffer& uri, DSigR
         log.LogDataLong("sameAsReference", earlier->index);
         m_refFailReason = earlier->failReason;
         check.matchedBy = earlier->matchedBy;
+        check.selection = earlier->selection;
         return earlier->matched;
     }
     const bool zatcaRules = m_profile.isZatca;
     const bool matched = verifyInternalReference(uri, ref, attempt, check, log);
-    run.digests->remember(ref, attempt, zatcaRules, {index, matched, m_refFailReason, check.matchedBy});
+    run.digests->remember(ref, attempt, zatcaRules,
+                          {index, matched, m_refFailReason, check.matchedBy, check.selection});
     return matched;
 }

@@ -1,6 +1,8 @@
 #include "companion/canon/CanonSink.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
+#include "companion/xml/XmlDocument.h"
+#include "companion/xml/XmlElementPath.h"
 #include "transforms/CanonicalizationMethod.h"
 #include "transforms/XPathNodeSet.h"
 #include "verifier/AlgorithmUris.h"
@@ -71,6 +73,23 @@ bool ClsXmlDSig::applyNodeSetTransform(XPathNodeSet& nodes, ClsXml& transform, c
         m_report.limit =
             LimitExceeded{std::string(VerificationLimits::kMaxXPathNodes), nodes.visited(), nodes.budget()};
     return applied;
+}
+
+std::optional<ReferenceSelection> ClsXmlDSig::selectionOf(const XPathNodeSet& nodes) const {
+    const XPathNodeSet::Selection found = nodes.selection(m_policy.limits.maxReportedElements);
+    if (found.coversInput)
+        return std::nullopt;
+    ReferenceSelection out;
+    out.elementCount = found.topCount;
+    out.excludesOutside = found.excludesOutside;
+    const XmlDocument& doc = nodes.document();
+    // Offsets are the loaded text's when the node-set read that text, even
+    // through a tree of its own.
+    const bool loaded = &doc == loadedTree() || doc.source() == m_document.text.view();
+    for (uint32_t element : found.topElements)
+        out.elements.push_back({std::string(doc.name(element)), xmlElementPath(doc, element), 0,
+                                loaded ? doc.startTagBegin(element) : 0, loaded});
+    return out;
 }
 
 void ClsXmlDSig::renderNodeSet(const XPathNodeSet& nodes, ClsXml* transform, const StringBuffer& algorithm,

@@ -113,6 +113,8 @@ bool XPathNodeSet::load(std::string_view text, const XmlDocument* parsed, std::s
         }
         end = m_tree->node(first).end;
     }
+    m_inputBegin = first;
+    m_inputEnd = end;
     const bool keepComments = uri.starts_with(kXPointerOpen);
     for (uint32_t n = first; n < end; ++n)
         m_selected[n] = keepComments || m_tree->kind(n) != XPathNodeKind::Comment;
@@ -123,6 +125,7 @@ bool XPathNodeSet::loadOctets(std::string_view text, LogBase& log) {
     if (!parseDocument(text, nullptr, log))
         return false;
     std::fill(m_selected.begin(), m_selected.end(), 1);
+    m_inputEnd = m_tree->size();
     m_expressionsInText = false;
     return true;
 }
@@ -317,6 +320,32 @@ void XPathNodeSet::subtractElementsIn(uint32_t start, uint32_t length) {
             n = m_tree->node(n).end - 1;
         }
     }
+}
+
+XPathNodeSet::Selection XPathNodeSet::selection(size_t max) const {
+    Selection out;
+    uint32_t insideTopUntil = 0;
+    uint32_t namedElement = kNoXPathNode;
+    for (uint32_t n = m_inputBegin; n < m_inputEnd; ++n) {
+        const XPathNodeKind kind = m_tree->kind(n);
+        const bool content = kind == XPathNodeKind::Element || kind == XPathNodeKind::Text ||
+                             kind == XPathNodeKind::ProcessingInstruction;
+        if (kind == XPathNodeKind::Element && namedElement == kNoXPathNode)
+            namedElement = n;
+        if (n < insideTopUntil || !content)
+            continue;
+        if (!m_selected[n] || kind != XPathNodeKind::Element) {
+            out.excludesOutside |= !m_selected[n];
+            continue;
+        }
+        if (out.topElements.size() < max)
+            out.topElements.push_back(m_tree->node(n).source);
+        ++out.topCount;
+        insideTopUntil = m_tree->node(n).end;
+        out.coversInput = out.topCount == 1 && n == namedElement;
+    }
+    out.coversInput = out.coversInput && out.topCount == 1 && !out.excludesOutside;
+    return out;
 }
 
 void XPathNodeSet::render(const NodeSetCanon::Options& options, std::string& out) const {

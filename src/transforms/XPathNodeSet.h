@@ -71,6 +71,21 @@ public:
 
     void render(const NodeSetCanon::Options& options, std::string& out) const;
 
+    // What the node-set holds of what the reference first named: its top
+    // elements (selected, their parent not), at most `max` of them as
+    // elements of document(), how many there are, and whether it leaves out
+    // an element, text or processing instruction outside them.
+    struct Selection {
+        std::vector<uint32_t> topElements;
+        uint64_t topCount = 0;
+        bool excludesOutside = false;
+        // One top element, the one the reference named (or the document
+        // element for ""), with nothing left out around it.
+        bool coversInput = false;
+    };
+    Selection selection(size_t max) const;
+    const XmlDocument& document() const { return *m_doc; }
+
 private:
     // An element that bears an expression, in the tree it was found in.
     struct Bearer {
@@ -100,5 +115,8 @@ private:
     mutable bool m_exhausted = false;
     mutable uint64_t m_visited = 0;
     uint32_t m_signatureOffset = UINT32_MAX;
+    // The nodes the reference's URI named, before any transform.
+    uint32_t m_inputBegin = 0;
+    uint32_t m_inputEnd = 0;
     bool m_expressionsInText = true;
 };

@@ -306,7 +306,10 @@ private:
         bool base64Seen = false;
         bool nodeSetSeen = false;     // an expression was evaluated: the chain carried a node-set
         bool recognisedXPath = false; // an expression was carried out as a text edit
+        // What an evaluated node-set kept, when not the whole of what the URI named.
+        std::optional<ReferenceSelection> selection;
     };
+    std::optional<ReferenceSelection> selectionOf(const XPathNodeSet& nodes) const;
     bool canStreamDigest(const DSigReference& ref) const;
     bool applyTransforms(StringBuffer& uri, DSigReference& ref, StringBuffer& xml, const DigestAttempt& attempt,
                          TransformChain& chain, CanonSink* sink, LogBase& log);

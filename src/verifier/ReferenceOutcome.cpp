@@ -9,10 +9,24 @@ std::string ReferenceOutcome::describeTarget() const {
         return "whole document";
     case Target::External:
         return "external: " + (externalFile.empty() ? std::string("caller data") : externalFile);
+    case Target::Selection:
+        return describeSelection();
     case Target::Unresolved:
         break;
     }
     return "unresolved";
+}
+
+std::string ReferenceOutcome::describeSelection() const {
+    std::string s = "selection of " + std::to_string(selection.elementCount) + " element(s):";
+    for (const ReferenceSelection::Element& e : selection.elements)
+        s += " " + e.name + " at " + e.path + " (line " + std::to_string(e.line) + ", byte " +
+             std::to_string(e.offset) + ")";
+    if (selection.elementCount > selection.elements.size())
+        s += " and " + std::to_string(selection.elementCount - selection.elements.size()) + " more";
+    if (selection.excludesOutside)
+        s += "; the rest of what the URI named is left out";
+    return s;
 }
 
 std::string ReferenceOutcome::summary() const {

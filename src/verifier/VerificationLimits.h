@@ -18,6 +18,7 @@ struct VerificationLimits {
     static constexpr std::string_view kMaxExternalFileBytes = "MaxExternalFileBytes";
     static constexpr std::string_view kMaxXPathNodes = "MaxXPathNodes";
     static constexpr std::string_view kMaxWorkUnits = "MaxWorkUnits";
+    static constexpr std::string_view kMaxReportedElements = "MaxReportedElements";
 
     static constexpr uint64_t kDefaultMaxReferences = 1000;
     static constexpr uint64_t kDefaultMaxTransforms = 16;
@@ -31,6 +32,7 @@ struct VerificationLimits {
     // On top of MaxWorkUnits: a unit per this many bytes of the document, so
     // that a large document's own passes are never what spends the budget.
     static constexpr uint64_t kDocumentBytesPerWorkUnit = 1;
+    static constexpr uint64_t kDefaultMaxReportedElements = 16;
 
     uint64_t maxReferences = kDefaultMaxReferences;
     uint64_t maxTransforms = kDefaultMaxTransforms;
@@ -43,6 +45,8 @@ struct VerificationLimits {
     // The work one verification may do over all its references, transforms
     // and further attempts (see WorkBudget), beyond its allowance per byte.
     uint64_t maxWorkUnits = kDefaultMaxWorkUnits;
+    // The top elements of an XPath-selected reference listed in its report.
+    uint64_t maxReportedElements = kDefaultMaxReportedElements;
 
     // Logs why `count` is over `limit` and returns false; true within it.
     static bool within(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);

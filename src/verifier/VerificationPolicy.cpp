@@ -18,6 +18,7 @@ constexpr std::pair<std::string_view, uint64_t VerificationLimits::*> kLimitMemb
     {VerificationLimits::kMaxExternalFileBytes, &VerificationLimits::maxExternalFileBytes},
     {VerificationLimits::kMaxXPathNodes, &VerificationLimits::maxXPathNodes},
     {VerificationLimits::kMaxWorkUnits, &VerificationLimits::maxWorkUnits},
+    {VerificationLimits::kMaxReportedElements, &VerificationLimits::maxReportedElements},
 };
 
 bool readLimits(const ClsJsonObject& options, VerificationLimits& limits, std::string& error) {

@@ -12,6 +12,7 @@
 #include <memory>
 #include <regex>
 #include <string>
+#include <vector>
 
 namespace {
 
@@ -104,6 +105,55 @@ TEST(ReferencePath, NamesTheSignedElementByNamespaceAndPosition) {
         EXPECT_EQ(ref.path, c.path) << c.what;
         EXPECT_TRUE(doc.substr(ref.offset, doc.find('>', ref.offset) - ref.offset).ends_with(R"(Id="x")")) << c.what;
         EXPECT_EQ(resolvedOffset(*treeOf(doc), ref.path), ref.offset) << c.what;
+    }
+}
+
+// A whole-document reference whose expressions keep only part of it is
+// reported as the selection it is, with its top elements' paths; one that
+// keeps the document element whole (the signature aside) stays the document.
+TEST(ReferencePath, AnXPathSelectedReferenceNamesWhatItKept) {
+    const std::string envelope = R"(<e:Envelope xmlns:e="urn:e"><e:Header>UNSIGNED</e:Header>)"
+                                 R"(<e:Body><e:Item>a</e:Item></e:Body><e:Body>b</e:Body></e:Envelope>)";
+    auto filter2 = [](const std::string& filter, const std::string& expression) {
+        return "<Transform Algorithm=\"http://www.w3.org/2002/06/xmldsig-filter2\"><XPath "
+               "xmlns=\"http://www.w3.org/2002/06/xmldsig-filter2\" xmlns:e=\"urn:e\" Filter=\"" +
+               filter + "\">" + expression + "</XPath></Transform>";
+    };
+    const std::string xpath = "<Transform Algorithm=\"http://www.w3.org/TR/1999/REC-xpath-19991116\"><XPath "
+                              "xmlns:e=\"urn:e\">ancestor-or-self::e:Body</XPath></Transform>";
+    const struct {
+        const char* what;
+        std::string transform;
+        std::vector<std::string> paths;
+        uint64_t count;
+    } cases[] = {
+        {"Filter 2.0 intersect",
+         filter2("intersect", "//e:Body"),
+         {"/doc/{urn:e}Envelope[1]/{urn:e}Body[1]", "/doc/{urn:e}Envelope[1]/{urn:e}Body[2]"},
+         2},
+        {"XPath 1.0", xpath, {"/doc/{urn:e}Envelope[1]/{urn:e}Body[1]"}, 2},
+        {"the signature subtracted", filter2("subtract", "//*[local-name()='Signature']"), {}, 0},
+    };
+    xmldsig::Settings settings;
+    ASSERT_TRUE(settings.setVerifyOptions(R"({"MaxReportedElements": 1})").ok());
+    for (const auto& c : cases) {
+        const std::string doc = documentWithReferences(envelope, referenceXml("", "AAAA", {c.transform}));
+        const xmldsig::Result r =
+            xmldsig::verify(std::string_view(doc), c.paths.size() == 1 ? settings : xmldsig::Settings());
+        ASSERT_EQ(r.signatures.size(), 1u) << c.what << ": " << r.status.message;
+        const xmldsig::Reference& ref = r.signatures[0].references.at(0);
+        if (c.paths.empty()) {
+            EXPECT_EQ(ref.target, xmldsig::Reference::Target::WholeDocument) << c.what;
+            continue;
+        }
+        ASSERT_EQ(ref.target, xmldsig::Reference::Target::Selection) << c.what;
+        EXPECT_EQ(ref.selectedCount, c.count) << c.what;
+        EXPECT_TRUE(ref.excludesOutside) << c.what;
+        ASSERT_EQ(ref.selected.size(), c.paths.size()) << c.what;
+        for (size_t i = 0; i < c.paths.size(); ++i) {
+            EXPECT_EQ(ref.selected[i].path, c.paths[i]) << c.what;
+            EXPECT_EQ(resolvedOffset(*treeOf(doc), ref.selected[i].path), ref.selected[i].offset) << c.what;
+        }
     }
 }
 
