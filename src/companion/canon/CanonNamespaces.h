@@ -1,7 +1,7 @@
 #pragma once
 
 #include "companion/canon/CanonQName.h"
-#include "companion/canon/PrefixStack.h"
+#include "companion/xml/PrefixStack.h"
 #include "companion/xml/XmlToken.h"
 
 #include <cstdint>

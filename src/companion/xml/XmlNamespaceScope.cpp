@@ -55,7 +55,7 @@ bool XmlNamespaceScope::check(std::string_view elementName, std::span<const XmlA
 
 bool XmlNamespaceScope::declare(std::string_view qname, std::string_view prefix, const XmlAttribute& attribute,
                                 uint32_t depth) {
-    Binding binding{prefix, {}, {}, false, depth, kNone};
+    Binding binding{prefix, {}, {}, false, depth};
     const std::string_view raw = m_dtd.slice(attribute.value);
     if (attribute.flags & kAttrNeedsDecoding) {
         XmlTextDecoder::appendAttribute(raw, m_dtd, (attribute.flags & kAttrTokenized) != 0, binding.decoded);
@@ -90,26 +90,17 @@ std::string XmlNamespaceScope::declarationFault(std::string_view qname, std::str
 }
 
 void XmlNamespaceScope::bind(Binding binding) {
-    const auto index = static_cast<uint32_t>(m_bindings.size());
-    const auto [it, added] = m_innermost.try_emplace(binding.prefix, index);
-    if (!added) {
-        binding.shadowed = it->second;
-        it->second = index;
-    }
     m_innermostDepth = binding.depth;
-    m_bindings.push_back(std::move(binding));
+    m_bindings.push(std::move(binding));
 }
 
 void XmlNamespaceScope::unbindBelow(uint32_t depth) {
-    while (!m_bindings.empty() && m_bindings.back().depth > depth) {
-        const Binding& last = m_bindings.back();
-        if (last.shadowed == kNone)
-            m_innermost.erase(last.prefix);
-        else
-            m_innermost[last.prefix] = last.shadowed;
-        m_bindings.pop_back();
-    }
-    m_innermostDepth = m_bindings.empty() ? 0 : m_bindings.back().depth;
+    const std::span<const Binding> bindings = m_bindings.items();
+    size_t kept = bindings.size();
+    while (kept > 0 && bindings[kept - 1].depth > depth)
+        --kept;
+    m_innermostDepth = kept == 0 ? 0 : bindings[kept - 1].depth;
+    m_bindings.truncate(kept);
 }
 
 bool XmlNamespaceScope::resolve(std::string_view prefix, std::string_view& uri) const {
@@ -117,10 +108,10 @@ bool XmlNamespaceScope::resolve(std::string_view prefix, std::string_view& uri) 
         uri = kXmlNamespace;
         return true;
     }
-    const auto it = m_innermost.find(prefix);
-    if (it == m_innermost.end())
+    const Binding* binding = m_bindings.find(prefix);
+    if (!binding)
         return false;
-    uri = m_bindings[it->second].uri();
+    uri = binding->uri();
     return !uri.empty();
 }
 

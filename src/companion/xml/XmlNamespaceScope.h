@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/xml/PrefixStack.h"
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlToken.h"
 
@@ -7,7 +8,6 @@
 #include <span>
 #include <string>
 #include <string_view>
-#include <unordered_map>
 #include <vector>
 
 // The namespace declarations in scope where a scanner stands, kept to hold
@@ -46,14 +46,12 @@ public:
 
 private:
     static constexpr std::string_view kXmlnsPrefix = "xmlns";
-    static constexpr uint32_t kNone = UINT32_MAX;
     struct Binding {
         std::string_view prefix;
         std::string_view raw; // the value as written, when it needs no decoding
         std::string decoded;
         bool isDecoded = false;
         uint32_t depth = 0;
-        uint32_t shadowed = kNone; // the binding of the same prefix further out
         std::string_view uri() const { return isDecoded ? std::string_view(decoded) : raw; }
     };
     struct ExpandedName {
@@ -82,9 +80,8 @@ private:
     bool expandedNamesUnique(std::span<const XmlAttribute> attributes);
 
     const XmlDtd& m_dtd;
-    std::vector<Binding> m_bindings;
-    uint32_t m_innermostDepth = 0; // of the last binding; 0 with none
-    std::unordered_map<std::string_view, uint32_t> m_innermost;
+    PrefixStack<Binding> m_bindings;
+    uint32_t m_innermostDepth = 0;     // of the last binding; 0 with none
     std::vector<ExpandedName> m_names; // scratch for the uniqueness check
     Fault m_fault;
 };

@@ -1,11 +1,10 @@
 #pragma once
 
-#include "companion/canon/CanonQName.h"
-
 #include <cstdint>
 #include <span>
 #include <string_view>
 #include <unordered_map>
+#include <utility>
 #include <vector>
 
 // A stack of namespace bindings (anything with a `prefix`), searched from
@@ -20,26 +19,17 @@ public:
     std::span<const Binding> items() const { return m_items; }
     std::span<const Binding> itemsFrom(size_t first) const { return std::span<const Binding>(m_items).subspan(first); }
 
-    void push(const Binding& binding) {
-        m_items.push_back(binding);
-        if (m_indexed)
-            indexLast();
-        else if (m_items.size() > kIndexFrom)
-            buildIndex();
+    void push(Binding binding) {
+        m_items.push_back(std::move(binding));
+        if (m_indexed || m_items.size() > kIndexFrom) [[unlikely]]
+            indexPushed();
     }
 
     // Drops the entries from `size` on, innermost first.
     void truncate(size_t size) {
-        if (m_indexed) {
-            for (size_t i = m_items.size(); i > size; --i)
-                unindex(static_cast<uint32_t>(i - 1));
-        }
+        if (m_indexed) [[unlikely]]
+            unindexFrom(size);
         m_items.resize(size);
-        if (m_items.empty()) {
-            m_innermost.clear();
-            m_previous.clear();
-            m_indexed = false;
-        }
     }
 
     // The innermost entry with this prefix, or null.
@@ -49,7 +39,7 @@ public:
             return hit == m_innermost.end() ? nullptr : &m_items[hit->second];
         }
         for (auto it = m_items.rbegin(); it != m_items.rend(); ++it)
-            if (CanonQName::same(it->prefix, prefix))
+            if (samePrefix(it->prefix, prefix))
                 return &*it;
         return nullptr;
     }
@@ -59,6 +49,35 @@ public:
 
 private:
     static constexpr size_t kIndexFrom = 32;
+
+    // Prefixes are a few bytes: a loop beats the call memcmp would be.
+    static bool samePrefix(std::string_view a, std::string_view b) {
+        if (a.size() != b.size())
+            return false;
+        for (size_t i = 0; i < a.size(); ++i)
+            if (a[i] != b[i])
+                return false;
+        return true;
+    }
+
+    // Kept out of line: the scan path is the common one and stays small
+    // enough for callers to inline.
+    [[gnu::noinline]] void indexPushed() {
+        if (m_indexed)
+            indexLast();
+        else
+            buildIndex();
+    }
+
+    [[gnu::noinline]] void unindexFrom(size_t size) {
+        for (size_t i = m_items.size(); i > size; --i)
+            unindex(static_cast<uint32_t>(i - 1));
+        if (size == 0) {
+            m_innermost.clear();
+            m_previous.clear();
+            m_indexed = false;
+        }
+    }
     static constexpr uint32_t kNone = UINT32_MAX;
 
     void buildIndex() {
