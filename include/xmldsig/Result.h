@@ -30,7 +30,7 @@ struct Signer {
     std::string keySource;
     std::string algorithm;       // "rsa-sha256": the fragment of the method URI
     std::string signatureMethod; // the SignatureMethod URI
-    std::string keyType;         // "rsa", "dsa", "ec", "hmac"
+    std::string keyType;         // "rsa", "dsa", "ec", "eddsa", "hmac"
     int keyBits = 0;
     std::optional<Certificate> certificate;
     // When the signature says it was made ("signature timestamp" or

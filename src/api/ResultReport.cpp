@@ -19,6 +19,8 @@ const char* keyTypeName(const SignerIdentity& signer) {
         return "dsa";
     case key_type::kEcc:
         return "ec";
+    case key_type::kEddsa:
+        return "eddsa";
     default:
         return "";
     }

@@ -245,6 +245,7 @@ public:
         StringBuffer canonicalizationMethod;
         int hmacOutputBits = signature_method::kNoHmacOutputLength; // HMACOutputLength
         signature_method::PssParams pss;                            // read for the "#rsa-pss" method only
+        EddsaForm eddsa;                                            // read for the "#eddsa-" methods only
     };
     // Checks the signature value with the HMAC key or each candidate public
     // key in turn. `ended` is set when the check could not be carried out at
@@ -271,6 +272,8 @@ private:
     bool verifySignature(bool verifyReferenceDigests, LogBase& log);
     // Ends the run at `stage` for `reason` (logged as an error).
     bool fail(VerificationStage stage, std::string_view reason, LogBase& log);
+    // Ends the run at SignedInfo when its method is one never verified here.
+    void refuseUnsupportedMethod(LogBase& log);
     // A limit over which the run stops: recorded, logged.
     bool withinLimit(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);
     bool verifyReferenceStage(LogBase& log);

@@ -36,8 +36,10 @@ int DSigReference::getHashAlg() const {
         const char* name;
         int hashAlg;
     } kDigestNames[] = {
-        {"sha256", hash_alg::kSha256}, {"sha512", hash_alg::kSha512},       {"sha384", hash_alg::kSha384},
-        {"md5", hash_alg::kMd5},       {"ripemd160", hash_alg::kRipemd160},
+        {"sha256", hash_alg::kSha256},     {"sha512", hash_alg::kSha512},       {"sha384", hash_alg::kSha384},
+        {"md5", hash_alg::kMd5},           {"ripemd160", hash_alg::kRipemd160}, {"sha224", hash_alg::kSha224},
+        {"sha3-256", hash_alg::kSha3_256}, {"sha3-512", hash_alg::kSha3_512},   {"sha3-384", hash_alg::kSha3_384},
+        {"sha3-224", hash_alg::kSha3_224},
     };
     for (const auto& entry : kDigestNames)
         if (m_digestMethod.containsSubstringNoCase(entry.name))

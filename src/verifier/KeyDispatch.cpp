@@ -1,6 +1,7 @@
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/crypto/DsaVerifier.h"
 #include "companion/crypto/EccVerifier.h"
+#include "companion/crypto/EddsaVerifier.h"
 #include "companion/crypto/Hmac.h"
 #include "companion/crypto/RsaVerifier.h"
 #include "verifier/ClsXmlDSig.h"
@@ -172,6 +173,19 @@ ClsPublicKey* verifyingKey(const ClsXmlDSig::SignedInfoCheck& check, const ExtPt
     case signature_method::kRsa:
         log.LogDataLong("numRsaKeys", keys.getSize());
         return verifyRsa(check, keys, refusal, log);
+    case signature_method::kEddsa: {
+        log.LogDataLong("numEddsaKeys", keys.getSize());
+        ClsPublicKey* signer = verifyDsaStyle<EdwardsKey>(
+            keys, [](const ClsPublicKey& k) { return k.getEdwardsKey(); },
+            [&check, &log](const EdwardsKey& key, bool& v) {
+                return eddsa_verifier::verify(key, check.eddsa, check.canonical.view(), check.signatureValue.view(), v,
+                                              log);
+            },
+            ended);
+        if (!signer && !ended && keys.getSize() > 0)
+            refusal.mismatched("EdDSA verify found the signature to be invalid.", log);
+        return signer;
+    }
     default:
         log.LogInfo("Unknown key type...");
         refusal.refuse("Invalid key type", log);
