@@ -171,6 +171,7 @@ public:
     // The further attempt for an external reference whose bytes mismatched:
     // its transforms applied to its data.
     bool verifyWithExternalTransforms(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
+    bool verifyWithCallerData(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
     bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref,
                                        const DigestAttempt& attempt, DataBuffer& digest, bool& recognisedXPath,
                                        LogBase& log);
