@@ -81,6 +81,7 @@ const Certificate& CertificateReports::of(X509* cert) {
 Signer signerReport(const SignerIdentity& signer, CertificateReports& certificates) {
     Signer out;
     out.keySource = keySourceText(signer.source);
+    out.keyPath = signer.keyPath;
     out.algorithm = signer.algorithmName();
     out.signatureMethod = signer.signatureMethod;
     out.keyType = keyTypeName(signer);

@@ -254,6 +254,8 @@ public:
     bool verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log);
     void noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates);
     bool noteRefusal(bool mismatch, const std::string& error);
+    // Names in the log the algorithm and the key path the report holds.
+    void logSigner(LogBase& log) const;
 
     // The signer profile of the loaded document, for callers that report it.
     const SignerProfile& profileFlags() const { return m_profile; }

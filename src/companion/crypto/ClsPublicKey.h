@@ -49,6 +49,9 @@ public:
     // found and the certificate it was taken from (null when none).
     void setOrigin(int tag, X509* certificate);
     int originTag() const { return m_originTag; }
+    // How the document led to the key, in words ("KeyInfoReference → X509Data").
+    void setPath(std::string path) { m_path = std::move(path); }
+    const std::string& path() const { return m_path; }
     X509* certificate() const { return m_certificate.get(); }
 
 private:
@@ -58,5 +61,6 @@ private:
 
     _tvPublicKey m_key;
     int m_originTag = 0;
+    std::string m_path;
     X509Ptr m_certificate;
 };
