@@ -4,7 +4,7 @@ class ClsXml;
 class LogBase;
 class StringBuffer;
 
-// The OPC relationship transform (ECMA-376 Part 2): of a relationships part,
+// The OPC relationship transform (ECMA-376, Open Packaging Conventions): of a relationships part,
 // the Relationship elements that the transform's RelationshipReference
 // (by Id) and RelationshipsGroupReference (by Type) children select, sorted by
 // Id, with only their Id, Type, Target and TargetMode (Internal when absent),
