@@ -123,7 +123,7 @@ void KeyResolver::keysFromX509Digests(ClsXml& x509Data, ExtPtrArrayRc& keys, Log
 }
 
 // KeyName names a certificate of the store by its subject's common name or
-// its whole subject; only asked when no other form gave a key.
+// its whole subject.
 void KeyResolver::keysFromKeyNames(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     if (keys.getSize() > 0)
         return;

@@ -133,8 +133,14 @@ bool KeyResolver::resolveKeyInfo(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrA
     keysFromDerEncodedKeyValues(keyInfo, keys, log);
     keysFromKeyInfoReferences(keyInfo, seen, keys, log);
     keysFromRetrievalMethods(keyInfo, seen, keys, log);
+    const bool ok = keysFromSecurityTokenReference(keyInfo, seen, keys, log);
+    // A name is the weakest pointer: asked last, only when nothing else gave a key.
     keysFromKeyNames(keyInfo, keys, log);
+    return ok;
+}
 
+bool KeyResolver::keysFromSecurityTokenReference(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys,
+                                                 LogBase& log) {
     RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
     if (!str)
         return true;

@@ -83,6 +83,7 @@ private:
     void keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
     void certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
     // The SecurityTokenReference forms.
+    bool keysFromSecurityTokenReference(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
     void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
     bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
     bool keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
