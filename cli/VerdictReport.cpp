@@ -85,11 +85,9 @@ nlohmann::json referenceJson(const Reference& r) {
 }
 
 nlohmann::json signerJson(const Signer& signer) {
-    nlohmann::json j = {{"keySource", signer.keySource},
-                        {"algorithm", signer.algorithm},
-                        {"signatureMethod", signer.signatureMethod},
-                        {"keyType", signer.keyType},
-                        {"keyBits", signer.keyBits}};
+    nlohmann::json j = {{"keySource", signer.keySource}, {"keyPath", signer.keyPath},
+                        {"algorithm", signer.algorithm}, {"signatureMethod", signer.signatureMethod},
+                        {"keyType", signer.keyType},     {"keyBits", signer.keyBits}};
     if (const auto& c = signer.certificate)
         j["certificate"] = {{"subject", c->subject},     {"issuer", c->issuer},     {"serialNumber", c->serialNumber},
                             {"notBefore", c->notBefore}, {"notAfter", c->notAfter}, {"sha256", c->sha256Fingerprint}};

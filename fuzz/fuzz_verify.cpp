@@ -17,7 +17,8 @@ namespace {
 bool knownReason(int reason) {
     using namespace ref_fail_reason;
     return reason == kMatched || reason == kMismatch || reason == kExternalDataMissing || reason == kNoReference ||
-           reason == kCanonicalizationFailed || reason == kIdentifierNotUnique || reason == kOther;
+           reason == kCanonicalizationFailed || reason == kIdentifierNotUnique || reason == kXsltNotExecuted ||
+           reason == kOther;
 }
 
 } // namespace

@@ -28,9 +28,12 @@ struct Signer {
     // issuer and serial", "... by subject name", "... by subject key
     // identifier", "WS-Security token", "caller's key", "HMAC secret".
     std::string keySource;
+    // How KeyInfo led to the key: "X509Data", "DEREncodedKeyValue",
+    // "KeyInfoReference → X509Data", "X509Digest lookup in the store", ...
+    std::string keyPath;
     std::string algorithm;       // "rsa-sha256": the fragment of the method URI
     std::string signatureMethod; // the SignatureMethod URI
-    std::string keyType;         // "rsa", "dsa", "ec", "hmac"
+    std::string keyType;         // "rsa", "dsa", "ec", "eddsa", "hmac"
     int keyBits = 0;
     std::optional<Certificate> certificate;
     // When the signature says it was made ("signature timestamp" or

@@ -83,6 +83,7 @@ std::string resultRepr(const SignatureResult& r) {
 void registerSigner(py::module_& m) {
     py::class_<Signer>(m, "Signer", "The key that verified a signature and where it came from.")
         .def_readonly("key_source", &Signer::keySource)
+        .def_readonly("key_path", &Signer::keyPath)
         .def_readonly("algorithm", &Signer::algorithm)
         .def_readonly("signature_method", &Signer::signatureMethod)
         .def_readonly("key_type", &Signer::keyType)

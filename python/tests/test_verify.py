@@ -14,8 +14,8 @@ def test_examples_verify_with_signer_and_references():
     [sig] = xmldsig.verify(RSA)
     assert (sig.valid, sig.verdict, sig.reason, sig.trusted) == (True, "VALID", "", None)
     assert sig.signer.subject == "O=xmldsig examples, CN=Example RSA Signer"
-    assert (sig.signer.key_source, sig.signer.algorithm, sig.signer.key_type) == (
-        "certificate in KeyInfo", "rsa-sha256", "rsa")
+    assert (sig.signer.key_source, sig.signer.key_path, sig.signer.algorithm, sig.signer.key_type) == (
+        "certificate in KeyInfo", "X509Data", "rsa-sha256", "rsa")
     assert sig.signer.key_bits >= 2048 and len(sig.signer.certificate_der) > 0
     assert [(r.uri, r.target, r.matched, r.failure) for r in sig.references] == [("", "document", True, None)]
     assert "VerifySignature" in sig.log_text and sig.log_json is None

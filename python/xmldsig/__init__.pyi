@@ -14,6 +14,7 @@ class FileError(Error, OSError): ...
 
 class Signer:
     key_source: str
+    key_path: str
     algorithm: str
     signature_method: str
     key_type: str

@@ -17,6 +17,8 @@ std::string referenceFailureText(int reason) {
         return "canonicalization failed";
     case ref_fail_reason::kIdentifierNotUnique:
         return "identifier is not unique";
+    case ref_fail_reason::kXsltNotExecuted:
+        return "XSLT transforms are not executed";
     default:
         return "could not be processed";
     }

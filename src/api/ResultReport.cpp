@@ -19,6 +19,8 @@ const char* keyTypeName(const SignerIdentity& signer) {
         return "dsa";
     case key_type::kEcc:
         return "ec";
+    case key_type::kEddsa:
+        return "eddsa";
     default:
         return "";
     }
@@ -81,6 +83,7 @@ const Certificate& CertificateReports::of(X509* cert) {
 Signer signerReport(const SignerIdentity& signer, CertificateReports& certificates) {
     Signer out;
     out.keySource = keySourceText(signer.source);
+    out.keyPath = signer.keyPath;
     out.algorithm = signer.algorithmName();
     out.signatureMethod = signer.signatureMethod;
     out.keyType = keyTypeName(signer);

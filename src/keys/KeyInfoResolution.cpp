@@ -28,16 +28,21 @@ constexpr KeyValueForm kKeyValueForms[] = {
     {"*:ECKeyValue", false, "Loaded public key from ECDSA XML in KeyInfo.", "Failed to parse public key ECDSA XML"},
 };
 
-// Appends a found key, noting where it was found.
-void append(ExtPtrArrayRc& keys, ClsPublicKey* key, KeySource source) {
+} // namespace
+
+void KeyResolver::found(ExtPtrArrayRc& keys, ClsPublicKey* key, KeySource source) {
     if (!key)
         return;
     key->setOrigin(static_cast<int>(source), key->certificate());
+    std::string path;
+    for (const std::string& step : m_pathSteps)
+        path += step + " → ";
+    key->setPath(path + keyPathStep(source));
     keys.appendRefCounted(key);
 }
 
 // Literal key values; a malformed one ends the whole resolution.
-bool keysFromKeyValue(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::keysFromKeyValue(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     RefPtr<ClsXml> keyValue(keyInfo.getChildWithTagUtf8("*:KeyValue"));
     if (!keyValue)
         return true;
@@ -55,12 +60,10 @@ bool keysFromKeyValue(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
             return false;
         }
         log.LogInfo(form.loaded);
-        append(keys, key.release(), KeySource::KeyValue);
+        found(keys, key.release(), KeySource::KeyValue);
     }
     return true;
 }
-
-} // namespace
 
 ClsXml* ClsXmlDSig::GetKeyInfo() {
     CritSecExitor lock(m_critSec);
@@ -83,7 +86,10 @@ ClsXml* ClsXmlDSig::getKeyInfo(LogBase& log) {
 }
 
 KeyResolver ClsXmlDSig::keyResolver() {
-    return KeyResolver(m_certificateStore, m_document.tree.get(), m_policy.limits.maxCertificateBytes, m_report.limit);
+    KeyResolver resolver(m_certificateStore, m_document.tree.get(), m_policy.limits.maxCertificateBytes,
+                         m_report.limit);
+    resolver.allowExternalFiles(m_externalRefDirs, m_policy.limits.maxExternalFileBytes);
+    return resolver;
 }
 
 bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& log) {
@@ -113,11 +119,28 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
 bool KeyResolver::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromKeyInfo");
     HashedStringSet seen(key_info::kDedupeBuckets);
+    m_pathSteps.clear();
+    m_followedIds.clear();
+    return resolveKeyInfo(keyInfo, seen, keys, log);
+}
 
+// The direct forms first, in the order signers have long relied on; the
+// forms of XML-DSig 1.1 and the indirections after them.
+bool KeyResolver::resolveKeyInfo(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
     if (!keysFromKeyValue(keyInfo, keys, log))
         return false;
     keysFromX509Data(keyInfo, seen, keys, log);
+    keysFromDerEncodedKeyValues(keyInfo, keys, log);
+    keysFromKeyInfoReferences(keyInfo, seen, keys, log);
+    keysFromRetrievalMethods(keyInfo, seen, keys, log);
+    const bool ok = keysFromSecurityTokenReference(keyInfo, seen, keys, log);
+    // A name is the weakest pointer: asked last, only when nothing else gave a key.
+    keysFromKeyNames(keyInfo, keys, log);
+    return ok;
+}
 
+bool KeyResolver::keysFromSecurityTokenReference(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys,
+                                                 LogBase& log) {
     RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
     if (!str)
         return true;
@@ -144,7 +167,7 @@ void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtr
         for (int i = 0; i < n; ++i) {
             x509Data->put_I(i);
             if (x509Data->getChildContentUtf8("*:X509Certificate[i]", text, false) && !text.isEmpty())
-                append(keys, publicKeyFromCertBase64(text, seen, log), KeySource::KeyInfoCertificate);
+                found(keys, publicKeyFromCertBase64(text, seen, log), KeySource::KeyInfoCertificate);
         }
     }
 
@@ -160,7 +183,7 @@ void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtr
         ClsPublicKey* key = lookUp();
         if (!key && key_info::readSerialAsHex(issuerSerial, log))
             key = lookUp();
-        append(keys, key, KeySource::StoreByIssuerSerial);
+        found(keys, key, KeySource::StoreByIssuerSerial);
     }
 
     if (key_info::unseenSubjectName(parent, seen, text, log)) {
@@ -169,11 +192,13 @@ void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtr
         ClsPublicKey* key = getPublicKeyBySubjectName(reversed, log);
         if (!key)
             key = keyOf(key_info::certBySubjectRdns(m_store, text, log));
-        append(keys, key, KeySource::StoreBySubjectName);
+        found(keys, key, KeySource::StoreBySubjectName);
     }
 
     if (parent.getChildContentUtf8("*:X509Data|*:X509SKI", text, false) && !text.isEmpty())
-        append(keys, getPublicKeyBySKI(text, log), KeySource::StoreBySki);
+        found(keys, getPublicKeyBySKI(text, log), KeySource::StoreBySki);
+    if (RefPtr<ClsXml> x509Data(parent.findChild("*:X509Data")); x509Data)
+        keysFromX509Digests(*x509Data, keys, log);
 }
 
 void KeyResolver::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log) {
@@ -190,12 +215,12 @@ void KeyResolver::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, 
             CertificateHolder::createFromBase64(identifier.getString(), identifier.getSize(), &m_store, log);
         if (holder)
             if (X509Certificate* cert = holder->getCertPtr(log))
-                append(keys, publicKeyFromX509(*cert, log), KeySource::WsSecurityToken);
+                found(keys, publicKeyFromX509(*cert, log), KeySource::WsSecurityToken);
         return;
     }
     if (X509CertificateHolder* holder = m_store.findBySubjectKeyId(identifier, log))
         if (X509Certificate* cert = holder->getX509Ptr())
-            append(keys, publicKeyFromX509(*cert, log), KeySource::StoreBySki);
+            found(keys, publicKeyFromX509(*cert, log), KeySource::StoreBySki);
 }
 
 bool KeyResolver::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
@@ -213,7 +238,7 @@ bool KeyResolver::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, Ext
         log.LogError("Failed to get public key from cert.");
         return false;
     }
-    append(keys, key, KeySource::WsSecurityToken);
+    found(keys, key, KeySource::WsSecurityToken);
     return true;
 }
 
@@ -256,6 +281,6 @@ bool KeyResolver::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrAr
         return false;
     }
     log.LogInfo("Got public key from base64 cert.");
-    append(keys, key, KeySource::WsSecurityToken);
+    found(keys, key, KeySource::WsSecurityToken);
     return true;
 }

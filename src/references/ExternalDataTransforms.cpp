@@ -6,6 +6,7 @@
 #include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
 #include "transforms/Base64Transform.h"
+#include "transforms/RelationshipTransform.h"
 #include "transforms/XPathNodeSet.h"
 #include "verifier/AlgorithmUris.h"
 #include "verifier/ClsXmlDSig.h"
@@ -132,6 +133,10 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
             data.clear();
             data.append(decoded.view());
             nodeSetPending = false;
+        } else if (algorithm.containsSubstring(algorithm_uri::kRelationshipTransformMarker) && !nodes) {
+            if (!applyRelationshipTransform(*transform, data, log))
+                return false;
+            nodeSetPending = true;
         } else {
             log.LogDataSb("unrecognizedTransform", algorithm);
             return false;

@@ -281,6 +281,8 @@ bool ClsXmlDSig::applyTransforms(StringBuffer& uri, DSigReference& ref, StringBu
             chain.base64Seen = true;
         } else {
             log.LogDataSb("unrecognizedTransform", algorithm);
+            if (algorithm.containsSubstring(algorithm_uri::kXsltMarker))
+                m_refFailReason = kXsltNotExecuted;
             return false;
         }
     }

@@ -63,7 +63,8 @@ bool ClsXmlDSig::verifyReferenceDigest(int index, ReferenceCheck& check, Referen
     if (verifyWithSortBugRetry(index, check, run, log))
         return true;
     if (m_refFailReason == kMismatch &&
-        (verifyByStandardSelection(index, check, run, log) || verifyWithExternalTransforms(index, check, run, log)))
+        (verifyByStandardSelection(index, check, run, log) || verifyWithExternalTransforms(index, check, run, log) ||
+         verifyWithCallerData(index, check, run, log)))
         return true;
     return verifyByFieldSignerRules(index, check, run, log);
 }

@@ -10,9 +10,8 @@
 
 namespace {
 
-constexpr std::string_view kXPointerOpen = "#xpointer(";
 constexpr std::string_view kXPointerScheme = "xpointer(";
-constexpr std::string_view kWholeDocumentXPointer = "#xpointer(/)";
+constexpr std::string_view kWholeDocumentXPointer = "xpointer(/)";
 constexpr std::string_view kFilterAttribute = "Filter";
 
 std::string_view trimmed(std::string_view s) {
@@ -23,16 +22,22 @@ std::string_view trimmed(std::string_view s) {
     return s.substr(b, e - b + 1);
 }
 
+// The fragment of a same-document URI, with or without its '#'.
+std::string_view fragmentOf(std::string_view uri) {
+    return uri.starts_with('#') ? uri.substr(1) : uri;
+}
+
 // The identifier of "#id" or "#xpointer(id('id'))"; empty for the whole document.
 std::string_view identifierOf(std::string_view uri) {
+    uri = fragmentOf(uri);
     if (uri.empty() || uri == kWholeDocumentXPointer)
         return {};
-    if (uri.starts_with(kXPointerOpen)) {
+    if (uri.starts_with(kXPointerScheme)) {
         const size_t open = uri.find_first_of("'\"");
         const size_t close = open == std::string_view::npos ? open : uri.find(uri[open], open + 1);
         return close == std::string_view::npos ? std::string_view{} : uri.substr(open + 1, close - open - 1);
     }
-    return uri.starts_with('#') ? uri.substr(1) : uri;
+    return uri;
 }
 
 uint32_t elementWithIdentifier(const XPathTree& tree, std::string_view id) {
@@ -115,7 +120,8 @@ bool XPathNodeSet::load(std::string_view text, const XmlDocument* parsed, std::s
     }
     m_inputBegin = first;
     m_inputEnd = end;
-    const bool keepComments = uri.starts_with(kXPointerOpen);
+    // XPointer keeps the comments that "" and "#id" leave out (XML-DSig 4.4.3.3).
+    const bool keepComments = fragmentOf(uri).starts_with(kXPointerScheme);
     for (uint32_t n = first; n < end; ++n)
         m_selected[n] = keepComments || m_tree->kind(n) != XPathNodeKind::Comment;
     return true;

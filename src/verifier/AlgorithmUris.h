@@ -19,5 +19,7 @@ inline constexpr std::string_view kXPathMarker = "REC-xpath";
 inline constexpr std::string_view kXPathFilter2Marker = "2002/06/xmldsig-filter2";
 inline constexpr std::string_view kXPointerMarker = "xmldsig-more/xptr";
 inline constexpr std::string_view kBase64Marker = "xmldsig#base64";
+inline constexpr std::string_view kXsltMarker = "REC-xslt";
+inline constexpr std::string_view kRelationshipTransformMarker = "package/2006/RelationshipTransform";
 
 } // namespace algorithm_uri

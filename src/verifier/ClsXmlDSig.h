@@ -171,6 +171,7 @@ public:
     // The further attempt for an external reference whose bytes mismatched:
     // its transforms applied to its data.
     bool verifyWithExternalTransforms(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
+    bool verifyWithCallerData(int index, ReferenceCheck& check, ReferenceRun& run, LogBase& log);
     bool digestTransformedExternalData(const DSigRefExternalData& data, DSigReference& ref,
                                        const DigestAttempt& attempt, DataBuffer& digest, bool& recognisedXPath,
                                        LogBase& log);
@@ -245,6 +246,7 @@ public:
         StringBuffer canonicalizationMethod;
         int hmacOutputBits = signature_method::kNoHmacOutputLength; // HMACOutputLength
         signature_method::PssParams pss;                            // read for the "#rsa-pss" method only
+        EddsaForm eddsa;                                            // read for the "#eddsa-" methods only
     };
     // Checks the signature value with the HMAC key or each candidate public
     // key in turn. `ended` is set when the check could not be carried out at
@@ -252,6 +254,8 @@ public:
     bool verifySignatureValue(const SignedInfoCheck& check, bool& ended, LogBase& log);
     void noteSigner(const SignedInfoCheck& check, const ClsPublicKey* key, const ExtPtrArrayRc& candidates);
     bool noteRefusal(bool mismatch, const std::string& error);
+    // Names in the log the algorithm and the key path the report holds.
+    void logSigner(LogBase& log) const;
 
     // The signer profile of the loaded document, for callers that report it.
     const SignerProfile& profileFlags() const { return m_profile; }
@@ -271,6 +275,8 @@ private:
     bool verifySignature(bool verifyReferenceDigests, LogBase& log);
     // Ends the run at `stage` for `reason` (logged as an error).
     bool fail(VerificationStage stage, std::string_view reason, LogBase& log);
+    // Ends the run at SignedInfo when its method is one never verified here.
+    void refuseUnsupportedMethod(LogBase& log);
     // A limit over which the run stops: recorded, logged.
     bool withinLimit(uint64_t count, uint64_t limit, std::string_view what, std::string_view option, LogBase& log);
     bool verifyReferenceStage(LogBase& log);

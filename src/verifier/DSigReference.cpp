@@ -30,19 +30,26 @@ bool DSigReference::parseReference(ClsXml& reference, LogBase& log) {
     return true;
 }
 
-int DSigReference::getHashAlg() const {
+int DSigReference::digestMethodHashAlg(const StringBuffer& uri) {
     // Ordered: the first substring found decides.
     static constexpr struct {
         const char* name;
         int hashAlg;
     } kDigestNames[] = {
-        {"sha256", hash_alg::kSha256}, {"sha512", hash_alg::kSha512},       {"sha384", hash_alg::kSha384},
-        {"md5", hash_alg::kMd5},       {"ripemd160", hash_alg::kRipemd160},
+        {"sha256", hash_alg::kSha256},     {"sha512", hash_alg::kSha512},       {"sha384", hash_alg::kSha384},
+        {"md5", hash_alg::kMd5},           {"ripemd160", hash_alg::kRipemd160}, {"sha224", hash_alg::kSha224},
+        {"sha3-256", hash_alg::kSha3_256}, {"sha3-512", hash_alg::kSha3_512},   {"sha3-384", hash_alg::kSha3_384},
+        {"sha3-224", hash_alg::kSha3_224}, {"sha1", hash_alg::kSha1},
     };
     for (const auto& entry : kDigestNames)
-        if (m_digestMethod.containsSubstringNoCase(entry.name))
+        if (uri.containsSubstringNoCase(entry.name))
             return entry.hashAlg;
-    return hash_alg::kSha1;
+    return 0;
+}
+
+int DSigReference::getHashAlg() const {
+    const int hashAlg = digestMethodHashAlg(m_digestMethod);
+    return hashAlg != 0 ? hashAlg : hash_alg::kSha1;
 }
 
 void DSigReference::logReference(LogBase& log) const {

@@ -16,6 +16,8 @@ public:
     bool parseReference(ClsXml& reference, LogBase& log);
     // The hash identifier of the digest method (SHA-1 when unrecognised).
     int getHashAlg() const;
+    // The hash identifier of a DigestMethod URI, or 0 when unrecognised.
+    static int digestMethodHashAlg(const StringBuffer& uri);
     void logReference(LogBase& log) const;
     // Removes the elements addressed to the next SOAP or ebXML actor.
     void removeEbXmlFragments(StringBuffer& xml, LogBase& log);

@@ -26,6 +26,8 @@ const char* furtherAttemptName(FurtherAttempt attempt) {
         return "digest value written in hex";
     case FurtherAttempt::DigestErrorAllowed:
         return "digest error allowed by option";
+    case FurtherAttempt::CallerDataWithoutUri:
+        return "caller's data for a reference without URI";
     }
     return "";
 }

@@ -27,6 +27,8 @@ enum class FurtherAttempt : uint8_t {
     ZatcaRules,
     HexDigestValue,
     DigestErrorAllowed,
+    // The caller's data for a Reference without URI, with its transforms.
+    CallerDataWithoutUri,
 };
 
 // "sort-bug emulated", "comments left out", ...

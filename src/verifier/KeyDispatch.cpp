@@ -1,6 +1,7 @@
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/crypto/DsaVerifier.h"
 #include "companion/crypto/EccVerifier.h"
+#include "companion/crypto/EddsaVerifier.h"
 #include "companion/crypto/Hmac.h"
 #include "companion/crypto/RsaVerifier.h"
 #include "verifier/ClsXmlDSig.h"
@@ -172,6 +173,19 @@ ClsPublicKey* verifyingKey(const ClsXmlDSig::SignedInfoCheck& check, const ExtPt
     case signature_method::kRsa:
         log.LogDataLong("numRsaKeys", keys.getSize());
         return verifyRsa(check, keys, refusal, log);
+    case signature_method::kEddsa: {
+        log.LogDataLong("numEddsaKeys", keys.getSize());
+        ClsPublicKey* signer = verifyDsaStyle<EdwardsKey>(
+            keys, [](const ClsPublicKey& k) { return k.getEdwardsKey(); },
+            [&check, &log](const EdwardsKey& key, bool& v) {
+                return eddsa_verifier::verify(key, check.eddsa, check.canonical.view(), check.signatureValue.view(), v,
+                                              log);
+            },
+            ended);
+        if (!signer && !ended && keys.getSize() > 0)
+            refusal.mismatched("EdDSA verify found the signature to be invalid.", log);
+        return signer;
+    }
     default:
         log.LogInfo("Unknown key type...");
         refusal.refuse("Invalid key type", log);
@@ -192,6 +206,7 @@ bool ClsXmlDSig::verifySignatureValue(const SignedInfoCheck& check, bool& ended,
         m_report.stage = VerificationStage::SignatureValue;
         if (verifyHmac(check, m_hmacKey, refusal, log)) {
             noteSigner(check, nullptr, {});
+            logSigner(log);
             return true;
         }
         return noteRefusal(refusal.mismatch, refusal.error);
@@ -207,7 +222,13 @@ bool ClsXmlDSig::verifySignatureValue(const SignedInfoCheck& check, bool& ended,
     if (!signer)
         return noteRefusal(refusal.mismatch, refusal.error);
     noteSigner(check, signer, keys);
+    logSigner(log);
     return true;
+}
+
+void ClsXmlDSig::logSigner(LogBase& log) const {
+    log.LogDataStr("signatureAlgorithm", m_report.signer.algorithmName());
+    log.LogDataStr("keyPath", m_report.signer.keyPath);
 }
 
 // A check that could not be carried out names its error; otherwise the value
@@ -248,12 +269,14 @@ void ClsXmlDSig::noteSigner(const SignedInfoCheck& check, const ClsPublicKey* ke
     m_report.signer.signatureMethod = std::string(check.method.view());
     if (!key) {
         m_report.signer.source = KeySource::HmacSecret;
+        m_report.signer.keyPath = keySourceText(KeySource::HmacSecret);
         return;
     }
     bool callerKey = key == static_cast<const ClsPublicKey*>(m_publicKeys.elementAt(m_selector));
     for (int i = 0; i < m_callerKeys.getSize(); ++i)
         callerKey = callerKey || key == keyAt(m_callerKeys, i);
     m_report.signer.source = callerKey ? KeySource::CallerKey : static_cast<KeySource>(key->originTag());
+    m_report.signer.keyPath = callerKey || key->path().empty() ? keySourceText(m_report.signer.source) : key->path();
     m_report.signer.keyType = key->keyType();
     m_report.signer.keyBits = key->bitLength();
     m_report.signer.certificate = sharedX509(certificateOf(*key, candidates));

@@ -1,6 +1,8 @@
 #include "verifier/SignatureMethodMapping.h"
 
+#include "companion/crypto/EddsaVerifier.h"
 #include "companion/crypto/HashIds.h"
+#include "companion/log/LogBase.h"
 #include "companion/text/StringBuffer.h"
 
 #include <string_view>
@@ -23,7 +25,14 @@ constexpr HashMarker kHashMarkers[] = {
     {"-ripemd128", "#ripemd128", hash_alg::kRipemd128},
     {"-md5", "#md5", hash_alg::kMd5},
     {"-md2", "#md2", hash_alg::kMd2},
+    {"-sha224", "#sha224", hash_alg::kSha224},
+    {"-sha3-256", "#sha3-256", hash_alg::kSha3_256},
+    {"-sha3-384", "#sha3-384", hash_alg::kSha3_384},
+    {"-sha3-512", "#sha3-512", hash_alg::kSha3_512},
+    {"-sha3-224", "#sha3-224", hash_alg::kSha3_224},
 };
+
+constexpr std::string_view kEddsaMarker = "#eddsa-";
 
 struct KeyMarker {
     const char* marker;
@@ -31,8 +40,27 @@ struct KeyMarker {
 };
 
 constexpr KeyMarker kKeyMarkers[] = {
-    {"#dsa-", signature_method::kDsa}, {"#rsa-", signature_method::kRsa},   {"-rsa-", signature_method::kRsa},
-    {"/rsa-", signature_method::kRsa}, {"#hmac-", signature_method::kHmac}, {"#ecdsa-", signature_method::kEcdsa},
+    {"#dsa-", signature_method::kDsa},
+    {"#rsa-", signature_method::kRsa},
+    {"-rsa-", signature_method::kRsa},
+    {"/rsa-", signature_method::kRsa},
+    {"#hmac-", signature_method::kHmac},
+    {"#ecdsa-", signature_method::kEcdsa},
+    {kEddsaMarker.data(), signature_method::kEddsa},
+};
+
+// The EdDSA forms of RFC 9231, by what follows the marker.
+struct EddsaMarker {
+    std::string_view name;
+    EdwardsCurve curve;
+    bool prehash;
+    bool withContext;
+};
+
+constexpr EddsaMarker kEddsaForms[] = {
+    {"ed25519", EdwardsCurve::Ed25519, false, false},   {"ed25519ph", EdwardsCurve::Ed25519, true, false},
+    {"ed25519ctx", EdwardsCurve::Ed25519, false, true}, {"ed448", EdwardsCurve::Ed448, false, false},
+    {"ed448ph", EdwardsCurve::Ed448, true, false},
 };
 
 constexpr std::string_view kPssWithParamsMarker = "#rsa-pss";
@@ -43,9 +71,6 @@ int signatureMethodToHashAlg(const StringBuffer& uri, LogBase&) {
     for (const HashMarker& m : kHashMarkers)
         if (uri.containsSubstring(m.dashed) || uri.containsSubstring(m.hashed))
             return m.hashAlg;
-    // SHA-3 methods are refused rather than silently unverifiable.
-    if (uri.containsSubstring("#sha3"))
-        return signature_method::kRefusedHash;
     return signature_method::kNoHash;
 }
 
@@ -62,4 +87,22 @@ bool isPssWithParams(const StringBuffer& uri) {
 
 int signatureMethodToRsaPadding(const StringBuffer& uri) {
     return uri.containsSubstring("MGF1") || isPssWithParams(uri) ? signature_method::kPss : signature_method::kPkcs1v15;
+}
+
+std::optional<EddsaForm> signatureMethodToEddsaForm(const StringBuffer& uri) {
+    const std::string_view text = uri.view();
+    const size_t at = text.rfind(kEddsaMarker);
+    if (at == std::string_view::npos)
+        return std::nullopt;
+    const std::string_view name = text.substr(at + kEddsaMarker.size());
+    for (const EddsaMarker& m : kEddsaForms)
+        if (m.name == name)
+            return EddsaForm{m.curve, m.prehash, m.withContext, {}};
+    return std::nullopt;
+}
+
+bool isUnsupportedSignatureMethod(const StringBuffer& uri) {
+    LogNull quiet;
+    const int keyType = signatureMethodToKeyType(uri, quiet);
+    return keyType < 0 || (keyType == signature_method::kEddsa && !signatureMethodToEddsaForm(uri));
 }

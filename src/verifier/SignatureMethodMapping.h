@@ -1,5 +1,10 @@
 #pragma once
 
+#include "companion/crypto/EddsaVerifier.h"
+
+#include <optional>
+#include <string_view>
+
 class LogBase;
 class StringBuffer;
 
@@ -12,11 +17,14 @@ inline constexpr int kRsa = 1;
 inline constexpr int kDsa = 2;
 inline constexpr int kEcdsa = 3;
 inline constexpr int kHmac = 4;
+inline constexpr int kEddsa = 5;
 inline constexpr int kUnknownKeyType = -1;
 
-// No hash recognised, and a hash recognised but refused.
+// No hash recognised (EdDSA hashes as its curve defines).
 inline constexpr int kNoHash = 0;
-inline constexpr int kRefusedHash = -1;
+
+// The reason a method that is not verified here is refused with, before its URI.
+inline constexpr std::string_view kUnsupportedMethod = "unsupported signature method: ";
 
 // RSA padding selectors.
 inline constexpr int kPkcs1v15 = 1;
@@ -32,3 +40,9 @@ bool isPssWithParams(const StringBuffer& uri);
 // The RSA padding selector of a method URI: PSS for the "-rsa-MGF1" URIs and
 // for RSASSA-PSS with parameters, PKCS#1 v1.5 otherwise.
 int signatureMethodToRsaPadding(const StringBuffer& uri);
+// A method never verified here: no key type, or an EdDSA form that RFC 9231
+// does not define.
+bool isUnsupportedSignatureMethod(const StringBuffer& uri);
+// The EdDSA form of an "#eddsa-" method (RFC 9231), its context still
+// empty; none for another method or an EdDSA form not defined there.
+std::optional<EddsaForm> signatureMethodToEddsaForm(const StringBuffer& uri);

@@ -1,8 +1,11 @@
 #include "verifier/SignatureMethodParams.h"
 
+#include "companion/crypto/EddsaVerifier.h"
 #include "companion/crypto/HashAlgorithm.h"
 #include "companion/crypto/HashIds.h"
 #include "companion/log/LogBase.h"
+#include "companion/text/ContentCoding.h"
+#include "companion/text/DataBuffer.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/SignatureMethodMapping.h"
@@ -95,6 +98,30 @@ bool readHmacOutputLength(const ClsXml& method, int& bits, std::string& error, L
     error = "HMACOutputLength is not a number.";
     log.LogDataSb("hmacOutputLength", text);
     return false;
+}
+
+bool readEddsaContext(const ClsXml& method, EddsaForm& form, std::string& error, LogBase& log) {
+    StringBuffer text;
+    if (method.getChildContentUtf8("*:EdDSAContextString", text, true)) {
+        DataBuffer context;
+        for (char c : {'\n', '\r', '\t', ' '})
+            text.removeCharOccurances(c);
+        if (!ContentCoding::decodeBase64ToDb(text.view(), context)) {
+            error = "EdDSAContextString is not base64.";
+            return false;
+        }
+        form.context.assign(context.view());
+    }
+    if (form.context.size() > eddsa_verifier::kMaxContextLength) {
+        error = "EdDSAContextString is longer than 255 bytes.";
+        log.LogDataLong("contextLength", static_cast<long>(form.context.size()));
+        return false;
+    }
+    if (form.withContext && form.context.empty()) {
+        error = "Ed25519ctx needs a non-empty EdDSAContextString.";
+        return false;
+    }
+    return true;
 }
 
 } // namespace signature_method

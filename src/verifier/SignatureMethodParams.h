@@ -1,5 +1,7 @@
 #pragma once
 
+#include "companion/crypto/EddsaVerifier.h"
+
 #include <string>
 
 class ClsXml;
@@ -28,5 +30,11 @@ bool readPssParams(const ClsXml& method, PssParams& out, std::string& error, Log
 // Reads HMACOutputLength, in bits: kNoHmacOutputLength when absent. False,
 // with `error`, when its text is not a non-negative decimal number.
 bool readHmacOutputLength(const ClsXml& method, int& bits, std::string& error, LogBase& log);
+
+// Reads the EdDSAContextString (base64) of the method element into the
+// form's context. False, with `error`, when it is not base64, when it is
+// longer than 255 bytes, or when Ed25519ctx has none (RFC 8032 forbids an
+// empty one there).
+bool readEddsaContext(const ClsXml& method, EddsaForm& form, std::string& error, LogBase& log);
 
 } // namespace signature_method

@@ -18,10 +18,48 @@ const char* keySourceText(KeySource source) {
         return "caller's key";
     case KeySource::HmacSecret:
         return "HMAC secret";
+    case KeySource::DerEncodedKeyValue:
+        return "DEREncodedKeyValue in KeyInfo";
+    case KeySource::StoreByX509Digest:
+        return "certificate store, by X509Digest";
+    case KeySource::StoreByKeyName:
+        return "certificate store, by KeyName";
+    case KeySource::RetrievedCertificate:
+        return "certificate retrieved by RetrievalMethod";
     case KeySource::None:
         break;
     }
     return "none";
+}
+
+const char* keyPathStep(KeySource source) {
+    switch (source) {
+    case KeySource::KeyInfoCertificate:
+        return "X509Data";
+    case KeySource::KeyValue:
+        return "KeyValue";
+    case KeySource::StoreByIssuerSerial:
+        return "X509IssuerSerial lookup in the store";
+    case KeySource::StoreBySubjectName:
+        return "X509SubjectName lookup in the store";
+    case KeySource::StoreBySki:
+        return "X509SKI lookup in the store";
+    case KeySource::WsSecurityToken:
+        return "SecurityTokenReference";
+    case KeySource::DerEncodedKeyValue:
+        return "DEREncodedKeyValue";
+    case KeySource::StoreByX509Digest:
+        return "X509Digest lookup in the store";
+    case KeySource::StoreByKeyName:
+        return "KeyName lookup in the store";
+    case KeySource::RetrievedCertificate:
+        return "raw X.509 certificate";
+    case KeySource::CallerKey:
+    case KeySource::HmacSecret:
+    case KeySource::None:
+        break;
+    }
+    return keySourceText(source);
 }
 
 std::string SignerIdentity::algorithmName() const {

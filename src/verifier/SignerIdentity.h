@@ -16,10 +16,17 @@ enum class KeySource : int {
     WsSecurityToken,
     CallerKey,
     HmacSecret,
+    DerEncodedKeyValue,
+    StoreByX509Digest,
+    StoreByKeyName,
+    RetrievedCertificate,
 };
 
 // "certificate in KeyInfo", "KeyValue in KeyInfo", ...
 const char* keySourceText(KeySource source);
+// The KeyInfo form a key of that source was read from, as a step of its
+// path: "X509Data", "DEREncodedKeyValue", "X509Digest lookup in the store".
+const char* keyPathStep(KeySource source);
 
 // Who signed: the key that verified the selected signature, where it came
 // from and, when it was taken from a certificate, that certificate; with the
@@ -28,6 +35,9 @@ struct SignerIdentity {
     KeySource source = KeySource::None;
     std::string signatureMethod;
     int keyType = 0; // key_type, 0 for an HMAC secret
+    // How KeyInfo led to the key: "KeyInfoReference → X509Data"; the source's
+    // own step for a key found directly.
+    std::string keyPath;
     int keyBits = 0;
     X509Ptr certificate;
     std::vector<X509Ptr> keyInfoCertificates;

@@ -65,8 +65,12 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     // The MyInvois document digest belongs to this run. The SII DTE stays
     // as the last reference stage of this document extracted it.
     m_docDigest.clear();
-    if (verifyReferenceDigests && !verifyReferenceStage(log))
+    if (verifyReferenceDigests && !verifyReferenceStage(log)) {
+        // A method never verified here is the reason to give, whatever the
+        // references say.
+        refuseUnsupportedMethod(log);
         return false;
+    }
 
     RefPtr<ClsXml> firstReference(getReference(0, log));
     if (!firstReference)
@@ -108,6 +112,13 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     if (!ended)
         logSuccessFailure(valid);
     return valid;
+}
+
+void ClsXmlDSig::refuseUnsupportedMethod(LogBase& log) {
+    StringBuffer method;
+    if (getSignedInfoField("SignatureMethod", "Algorithm", method, log) && isUnsupportedSignatureMethod(method))
+        fail(VerificationStage::SignedInfo,
+             std::string(signature_method::kUnsupportedMethod) + std::string(method.view()), log);
 }
 
 bool ClsXmlDSig::fail(VerificationStage stage, std::string_view reason, LogBase& log) {
@@ -193,12 +204,12 @@ bool ClsXmlDSig::signatureValueToCheck(SignedInfoCheck& check, LogBase& log) {
     log.LogDataSb("SignatureMethod", check.method);
     check.hashAlg = signatureMethodToHashAlg(check.method, log);
     check.keyType = signatureMethodToKeyType(check.method, log);
+    // Never read as another algorithm: what is not verified here is named.
+    if (isUnsupportedSignatureMethod(check.method))
+        return fail(VerificationStage::SignedInfo,
+                    std::string(signature_method::kUnsupportedMethod) + std::string(check.method.view()), log);
     if (!signatureMethodParamsToCheck(check, log))
         return false;
-    if (check.hashAlg < 0)
-        return fail(VerificationStage::SignedInfo, "Hash algorithm not implemented yet by Tavix.", log);
-    if (check.keyType < 0)
-        return fail(VerificationStage::SignedInfo, "Key type not implemented yet by Tavix.", log);
     if (check.hashAlg != 0)
         signedHash(check);
     return true;
@@ -208,12 +219,18 @@ bool ClsXmlDSig::signatureValueToCheck(SignedInfoCheck& check, LogBase& log) {
 // method, which names its hash there instead of in its URI.
 bool ClsXmlDSig::signatureMethodParamsToCheck(SignedInfoCheck& check, LogBase& log) {
     const bool pssWithParams = isPssWithParams(check.method);
-    if (check.keyType != signature_method::kHmac && !pssWithParams)
+    if (check.keyType != signature_method::kHmac && check.keyType != signature_method::kEddsa && !pssWithParams)
         return true;
     RefPtr<ClsXml> method(signedInfoChild("SignatureMethod", log));
     if (!method)
         return fail(VerificationStage::SignedInfo, "No SignatureMethod in SignedInfo.", log);
     std::string error;
+    if (check.keyType == signature_method::kEddsa) {
+        check.eddsa = signatureMethodToEddsaForm(check.method).value_or(EddsaForm{});
+        if (signature_method::readEddsaContext(*method, check.eddsa, error, log))
+            return true;
+        return fail(VerificationStage::SignedInfo, error, log);
+    }
     if (check.keyType == signature_method::kHmac) {
         if (signature_method::readHmacOutputLength(*method, check.hmacOutputBits, error, log))
             return true;

@@ -75,7 +75,7 @@ TEST_F(ReferenceDigest, OnlyAMismatchIsRetried) {
                                   referenceXml("#n1", ok, {"http://www.w3.org/TR/1999/REC-xslt-19991116"}) +
                                   referenceXml("#n1", ok, {"http://www.w3.org/TR/1999/REC-xpath-19991116"}) +
                                   referenceXml("#n1", sha256Of("x"), {kC14nT}));
-    const std::pair<int, int> cases[] = {{9, 3}, {0, 2}, {1, 5}, {2, 99}, {3, 99}};
+    const std::pair<int, int> cases[] = {{9, 3}, {0, 2}, {1, 5}, {2, 7}, {3, 99}};
     for (const auto& [index, reason] : cases) {
         SCOPED_TRACE(index);
         EXPECT_FALSE(dsig.VerifyReferenceDigest(index));

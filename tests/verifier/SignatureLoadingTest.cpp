@@ -177,7 +177,9 @@ TEST(SignatureMethodMapping, UrisOfRealSigners) {
         {"http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha384", 2, 3},
         {"http://www.w3.org/2001/04/xmldsig-more#hmac-ripemd160", 10, 4},
         {"http://www.w3.org/2007/05/xmldsig-more#ripemd128-rsa-MGF1", 9, 1},
-        {"http://www.w3.org/2007/05/xmldsig-more#sha3-256-rsa-MGF1", -1, 1},
+        {"http://www.w3.org/2007/05/xmldsig-more#sha3-256-rsa-MGF1", 13, 1},
+        {"http://www.w3.org/2021/04/xmldsig-more#eddsa-ed448ph", 0, 5},
+        {"http://www.aleksey.com/xmlsec/2025/12/xmldsig-more#slh-dsa-sha2-128f", 0, -1},
         // ADFS writes the SHA-256 method under another host and path.
         {"http://www.w3.org/2001/04/xmldsig-more/rsa-sha256", 7, 1},
         {"http://www.w3.org/2001/04/xmldsig-more#RSA-SHA256", 0, -1},

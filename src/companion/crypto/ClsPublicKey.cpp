@@ -10,7 +10,7 @@
 
 namespace {
 
-constexpr const char* kKeyTypeNames[] = {"empty", "rsa", "dsa", "ecc"};
+constexpr const char* kKeyTypeNames[] = {"empty", "rsa", "dsa", "ecc", "eddsa"};
 
 } // namespace
 
@@ -48,7 +48,7 @@ bool ClsPublicKey::takeKey(PkeyPtr pkey, LogBase& log) {
     if (!pkey)
         return false;
     if (!m_key.setPkey(std::move(pkey))) {
-        log.LogError("Only RSA, DSA and EC public keys are supported.");
+        log.LogError("Only RSA, DSA, EC and EdDSA public keys are supported.");
         return false;
     }
     log.LogDataStr("keyType", kKeyTypeNames[m_key.keyType()]);

@@ -8,7 +8,7 @@ class DataBuffer;
 class LogBase;
 class XString;
 
-// A public key (RSA, DSA or EC) that the verifier checks signatures with.
+// A public key (RSA, DSA, EC or EdDSA) that the verifier checks signatures with.
 // Reference-counted: createNewCls returns it with one reference.
 class ClsPublicKey : public RefCountedObject, public ClsBase {
 public:
@@ -20,7 +20,7 @@ public:
     bool LoadXml(XString& xml);
     // Loads a PEM or DER public key, or the key of a PEM or DER certificate.
     bool LoadFromFile(XString& path);
-    // "rsa", "dsa", "ecc", or "empty".
+    // "rsa", "dsa", "ecc", "eddsa", or "empty".
     void get_KeyType(XString& out);
     int get_KeySize();
 
@@ -40,6 +40,7 @@ public:
     const RsaKey* getRsaKey() const { return m_key.rsaKey(); }
     const DsaKey* getDsaKey() const { return m_key.dsaKey(); }
     const EccKey* getEccKey() const { return m_key.eccKey(); }
+    const EdwardsKey* getEdwardsKey() const { return m_key.edwardsKey(); }
     // key_type in _tvPublicKey.h.
     int keyType() const { return m_key.keyType(); }
     int bitLength() const { return m_key.bitLength(); }
@@ -48,6 +49,9 @@ public:
     // found and the certificate it was taken from (null when none).
     void setOrigin(int tag, X509* certificate);
     int originTag() const { return m_originTag; }
+    // How the document led to the key, in words ("KeyInfoReference → X509Data").
+    void setPath(std::string path) { m_path = std::move(path); }
+    const std::string& path() const { return m_path; }
     X509* certificate() const { return m_certificate.get(); }
 
 private:
@@ -57,5 +61,6 @@ private:
 
     _tvPublicKey m_key;
     int m_originTag = 0;
+    std::string m_path;
     X509Ptr m_certificate;
 };

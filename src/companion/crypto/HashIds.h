@@ -10,4 +10,9 @@ inline constexpr int kMd5 = 5;
 inline constexpr int kSha256 = 7;
 inline constexpr int kRipemd128 = 9;
 inline constexpr int kRipemd160 = 10;
+inline constexpr int kSha224 = 11;
+inline constexpr int kSha3_224 = 12;
+inline constexpr int kSha3_256 = 13;
+inline constexpr int kSha3_384 = 14;
+inline constexpr int kSha3_512 = 15;
 } // namespace hash_alg

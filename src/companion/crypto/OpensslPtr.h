@@ -26,6 +26,7 @@ using MdCtxPtr = std::unique_ptr<EVP_MD_CTX, OpensslDeleter<EVP_MD_CTX_free>>;
 using MacPtr = std::unique_ptr<EVP_MAC, OpensslDeleter<EVP_MAC_free>>;
 using MacCtxPtr = std::unique_ptr<EVP_MAC_CTX, OpensslDeleter<EVP_MAC_CTX_free>>;
 using BnPtr = std::unique_ptr<BIGNUM, OpensslDeleter<BN_free>>;
+using BnCtxPtr = std::unique_ptr<BN_CTX, OpensslDeleter<BN_CTX_free>>;
 using BioPtr = std::unique_ptr<BIO, OpensslDeleter<BIO_free>>;
 using X509Ptr = std::unique_ptr<X509, OpensslDeleter<X509_free>>;
 using X509StorePtr = std::unique_ptr<X509_STORE, OpensslDeleter<X509_STORE_free>>;

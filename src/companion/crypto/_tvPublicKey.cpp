@@ -5,10 +5,11 @@
 #include <string>
 #include <type_traits>
 
-using Material = std::variant<std::monostate, RsaKey, DsaKey, EccKey>;
+using Material = std::variant<std::monostate, RsaKey, DsaKey, EccKey, EdwardsKey>;
 static_assert(std::is_same_v<std::variant_alternative_t<key_type::kRsa, Material>, RsaKey>);
 static_assert(std::is_same_v<std::variant_alternative_t<key_type::kDsa, Material>, DsaKey>);
 static_assert(std::is_same_v<std::variant_alternative_t<key_type::kEcc, Material>, EccKey>);
+static_assert(std::is_same_v<std::variant_alternative_t<key_type::kEddsa, Material>, EdwardsKey>);
 
 bool _tvPublicKey::setPkey(PkeyPtr pkey) {
     clear();
@@ -20,6 +21,8 @@ bool _tvPublicKey::setPkey(PkeyPtr pkey) {
         m_material.emplace<DsaKey>(pkey.get());
     else if (EVP_PKEY_is_a(pkey.get(), "EC"))
         m_material.emplace<EccKey>(pkey.get());
+    else if (EVP_PKEY_is_a(pkey.get(), "ED25519") || EVP_PKEY_is_a(pkey.get(), "ED448"))
+        m_material.emplace<EdwardsKey>(pkey.get());
     return !isEmpty();
 }
 

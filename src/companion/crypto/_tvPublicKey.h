@@ -2,6 +2,7 @@
 
 #include "companion/crypto/DsaKey.h"
 #include "companion/crypto/EccKey.h"
+#include "companion/crypto/EdwardsKey.h"
 #include "companion/crypto/OpensslPtr.h"
 #include "companion/crypto/RsaKey.h"
 
@@ -15,6 +16,7 @@ inline constexpr int kNone = 0;
 inline constexpr int kRsa = 1;
 inline constexpr int kDsa = 2;
 inline constexpr int kEcc = 3;
+inline constexpr int kEddsa = 4;
 } // namespace key_type
 
 // A public key and the view of its material that its kind offers.
@@ -30,6 +32,7 @@ public:
     const RsaKey* rsaKey() const { return std::get_if<RsaKey>(&m_material); }
     const DsaKey* dsaKey() const { return std::get_if<DsaKey>(&m_material); }
     const EccKey* eccKey() const { return std::get_if<EccKey>(&m_material); }
+    const EdwardsKey* edwardsKey() const { return std::get_if<EdwardsKey>(&m_material); }
 
     // key_type above.
     int keyType() const { return static_cast<int>(m_material.index()); }
@@ -42,5 +45,5 @@ private:
     const PkeyRef* ref() const;
 
     // The alternatives are in key_type order, so that the index is the type.
-    std::variant<std::monostate, RsaKey, DsaKey, EccKey> m_material;
+    std::variant<std::monostate, RsaKey, DsaKey, EccKey, EdwardsKey> m_material;
 };

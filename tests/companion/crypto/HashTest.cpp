@@ -45,6 +45,14 @@ const std::vector<Vector> kVectors = {
      "a9ac94fa54ca49f"},
     {hash_alg::kMd5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
     {hash_alg::kRipemd160, "abc", "8eb208f7e05d987a9b044a8e98c6b087f15a0bfc"},
+    {hash_alg::kSha224, "abc", "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
+    {hash_alg::kSha3_224, "abc", "e642824c3f8cf24ad09234ee7d3c766fc9a3a5168d0c94ad73b46fdf"},
+    {hash_alg::kSha3_256, "abc", "3a985da74fe225b2045c172d6bd390bd855f086e3e9d525b46bfe24511431532"},
+    {hash_alg::kSha3_384, "abc",
+     "ec01498288516fc926459f58e2c6ad8df9b473cb0fc08c2596da7cf0e49be4b298d88cea927ac7f539f1edf228376d25"},
+    {hash_alg::kSha3_512, "abc",
+     "b751850b1a57168a5693cd924b6b096e08f621827444f70d884f5d0240d2712e10e116e9192af3c91a7ec57647e3934057340b4cf408d5a5"
+     "6592f8274eec53f0"},
     // Published values, and the million-a value.
     {hash_alg::kMd2, "", "8350e5a3e24c153df2275c9f80692773"},
     {hash_alg::kMd2, "abc", "da853b0d3f88d99b30283a69e6ded6bb"},
@@ -62,8 +70,10 @@ const std::vector<Vector> kVectors = {
     {hash_alg::kRipemd128, kMillionA, "4a7f5723f954eba1216c9d8f6320431f"},
 };
 
-const int kAllAlgs[] = {hash_alg::kSha1, hash_alg::kSha384, hash_alg::kSha512,    hash_alg::kMd2,
-                        hash_alg::kMd5,  hash_alg::kSha256, hash_alg::kRipemd128, hash_alg::kRipemd160};
+const int kAllAlgs[] = {hash_alg::kSha1,    hash_alg::kSha384,   hash_alg::kSha512,    hash_alg::kMd2,
+                        hash_alg::kMd5,     hash_alg::kSha256,   hash_alg::kRipemd128, hash_alg::kRipemd160,
+                        hash_alg::kSha224,  hash_alg::kSha3_224, hash_alg::kSha3_256,  hash_alg::kSha3_384,
+                        hash_alg::kSha3_512};
 
 std::string messageLabel(const std::string& m) {
     return m.size() > 80 ? std::to_string(m.size()) + " bytes" : '"' + m + '"';
@@ -109,7 +119,7 @@ TEST(HashTest, StreamingInUnevenPiecesEqualsOneShot) {
 }
 
 TEST(HashTest, UnknownIdentifiersFailAndLeaveNoDigest) {
-    for (int alg : {0, -1, 6, 8, 11}) {
+    for (int alg : {0, -1, 6, 8, 16}) {
         DataBuffer out = test_support::bufferOf("stale");
         EXPECT_FALSE(Digest::doHash("abc", 3, alg, out)) << alg;
         EXPECT_TRUE(out.isEmpty());
