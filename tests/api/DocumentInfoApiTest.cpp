@@ -1,5 +1,7 @@
 #include "xmldsig/DocumentInfo.h"
 
+#include "TestSupport.h"
+
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -11,7 +13,7 @@ namespace {
 
 namespace fs = std::filesystem;
 
-const fs::path kExample = fs::path(XMLDSIG_SOURCE_DIR) / "examples" / "enveloped-rsa-x509.xml";
+const fs::path kExample = test_support::examplesDir() / "enveloped-rsa-x509.xml";
 
 // Two signatures in SII's namespace: the first with a prefixed name, a
 // reference without URI, an exclusive canonicalization with a prefix list and
