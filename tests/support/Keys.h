@@ -16,6 +16,7 @@
 
 #include <filesystem>
 #include <string>
+#include <string_view>
 
 namespace test_support {
 
@@ -46,8 +47,8 @@ public:
             m_keyOf = std::move(name);
             return *this;
         }
-        // A section of the workshop's configuration: with_ski (the default)
-        // or tsa (a time-stamping authority).
+        // A section of the workshop's configuration: with_ski (the default),
+        // without_ski, tsa (a time-stamping authority).
         Request& extensions(std::string section) {
             m_extensions = std::move(section);
             return *this;
@@ -125,6 +126,7 @@ public:
         return !::testing::Test::HasFailure();
     }
 
+    void write(const std::string& name, std::string_view bytes) const { writeFile(path(name), std::string(bytes)); }
     DataBuffer read(const std::string& name) const { return bufferOf(readFile(path(name))); }
     DataBuffer der(const std::string& name) const { return read(name + ".der"); }
     // The certificate's DER, base64 on one line.
@@ -160,6 +162,10 @@ private:
                                            "[with_ski]\n"
                                            "basicConstraints = CA:true\n"
                                            "subjectKeyIdentifier = hash\n"
+                                           "[without_ski]\n"
+                                           "basicConstraints = CA:true\n"
+                                           "subjectKeyIdentifier = none\n"
+                                           "authorityKeyIdentifier = none\n"
                                            "[tsa]\n"
                                            "basicConstraints = CA:FALSE\n"
                                            "keyUsage = critical,digitalSignature,nonRepudiation\n"

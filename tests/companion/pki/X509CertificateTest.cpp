@@ -1,6 +1,7 @@
 #include "support/Keys.h"
 
 #include "companion/log/LogBase.h"
+#include "companion/pki/CertPem.h"
 #include "companion/pki/CertificateHolder.h"
 #include "companion/pki/CertificateStore.h"
 #include "companion/pki/X509Certificate.h"
@@ -80,6 +81,21 @@ TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {
     log.clear();
     EXPECT_FALSE(CertificateHolder::createFromBase64(notCert.data(), 8, nullptr, log));
     EXPECT_TRUE(log.hasErrors());
+}
+
+TEST(CertPem, WritesWhatOpensslWrites) {
+    Workshop ws;
+    ASSERT_TRUE(ws.make("c", Cert("/CN=Pem")));
+    const std::string expected = ws.openssl("x509 -inform DER -in c.der -outform PEM");
+    LogBase log;
+    StringBuffer pem;
+    ASSERT_TRUE(CertPem::derToPem(ws.der("c"), pem, log));
+    EXPECT_EQ(pem.view(), expected);
+    StringBuffer fromBase64;
+    ASSERT_TRUE(CertPem::base64ToPem(StringBuffer(base64Of(ws.der("c"))), fromBase64, log));
+    EXPECT_EQ(fromBase64.view(), expected);
+    EXPECT_FALSE(CertPem::base64ToPem(StringBuffer("AAEC"), fromBase64, log));
+    EXPECT_EQ(fromBase64.view(), expected);
 }
 
 } // namespace

@@ -1,9 +1,24 @@
-#include "companion/text/TextCodec.h"
 #include "companion/log/LogBase.h"
 #include "companion/text/DataBuffer.h"
+#include "companion/text/StringBuffer.h"
+#include "companion/text/TextCodec.h"
 #include "companion/text/XString.h"
 
 #include <gtest/gtest.h>
+
+namespace {
+
+const std::string kBinary("\x00\x01\x7F\x80\xAB\xFF", 6);
+
+std::string encodedAs(std::string_view encoding, std::string_view bytes = kBinary) {
+    DataBuffer db;
+    db.append(bytes);
+    StringBuffer sb;
+    EXPECT_TRUE(db.encodeDB(encoding, sb)) << encoding;
+    return std::string(sb.view());
+}
+
+} // namespace
 
 TEST(NamedEncoding, MalformedHexFailsWithoutAppending) {
     for (const char* text : {"ABC", "0G", "0x12", "A B C"}) {
@@ -12,6 +27,21 @@ TEST(NamedEncoding, MalformedHexFailsWithoutAppending) {
         EXPECT_FALSE(db.appendEncoded(text, "hex")) << text;
         EXPECT_EQ(db.view(), "x") << text;
     }
+}
+
+TEST(NamedEncoding, NamesAreCaseInsensitiveAndUnknownNamesFail) {
+    DataBuffer db;
+    EXPECT_TRUE(db.appendEncoded("Zm9v", "BASE64"));
+    EXPECT_TRUE(db.appendEncoded("-\xC3\xA9", "UTF-8"));
+    EXPECT_TRUE(db.appendEncoded("!", "ascii"));
+    EXPECT_TRUE(db.appendEncoded("?", "utf8"));
+    EXPECT_EQ(db.view(), "foo-\xC3\xA9!?");
+
+    StringBuffer sb;
+    EXPECT_FALSE(db.appendEncoded("Zm9v", "base-64"));
+    EXPECT_FALSE(db.encodeDB("quoted-printable", sb));
+    EXPECT_TRUE(sb.isEmpty());
+    EXPECT_EQ(encodedAs("base64", "foobar"), "Zm9vYmFy");
 }
 
 TEST(NamedEncoding, DecimalSerialBecomesCertificateStyleHex) {

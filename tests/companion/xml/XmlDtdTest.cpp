@@ -118,4 +118,10 @@ TEST(XmlEntities, ParameterEntitiesDeclareBetweenDeclarations) {
     EXPECT_EQ(attr(*x, "d"), "dv");
 }
 
+TEST(XmlContent, LineEndsAndCDataAreNormalized) {
+    RefPtr<ClsXml> r = load("<r>a\r\nb\rc<![CDATA[d\r\n<&>]]>e</r>");
+    ASSERT_TRUE(r);
+    EXPECT_EQ(content(*r), "a\nb\ncd\n<&>e");
+}
+
 } // namespace

@@ -64,6 +64,31 @@ TEST(XmlScanner, RejectsMalformedDocumentsWithOneReason) {
         EXPECT_NE(firstError(c.text).find(c.reason), std::string::npos) << c.text << " -> " << firstError(c.text);
 }
 
+TEST(XmlScanner, AcceptsWhatXmlAllowsButLooksOdd) {
+    const char* accepted[] = {
+        "<a:b/>", // undeclared prefix: a namespace error only
+        "<a xmlns:xml='http://www.w3.org/XML/1998/namespace' xmlns:p='foo' xml:lang='en'/>",
+        "<a xmlns:a='urn:a' xmlns:b='urn:b' xmlns='urn:a'><e a:z='1' b:z='2' z='3' xml:z='4'/></a>",
+        "<a:b:c/>",                  // not a QName, still a Name
+        "<a b='>' c=\"'\"/>",        // '>' and the other quote inside a value
+        "<?xml version='1.1'?><a/>", // later 1.x versions are read as 1.0
+        "<?xml version = '1.0' encoding = 'x-y_z.1' standalone = 'no' ?><a/>",
+        ("<été ñ='1'><a\xC2\xB7"
+         "b/></été>"),                          // non-ASCII name characters
+        "<a>\x7F\xC2\x80 \xF4\x8F\xBF\xBF</a>", // DEL, C1 controls and U+10FFFF are characters
+        "<a>]] ]> ]]</a>",
+        "<a><!----></a>",
+        "<a><?p?><?q-r data ?></a>",
+        "<a></a \n>",
+        "\xEF\xBB\xBF<a/>", // one byte-order mark
+        "<!-- c --><?pi?>\n<a/>\n<!-- c --><?pi?>\n",
+    };
+    for (const char* text : accepted) {
+        LogBase log;
+        EXPECT_TRUE(xml_test::load(text, log)) << text << ": " << log.firstError();
+    }
+}
+
 TEST(XmlScanner, ErrorNamesLineAndColumn) {
     EXPECT_EQ(firstError("<a>\n  <b>\n</c>"), "XML parse error at line 3, column 1: mismatched end tag: expected </b>");
     // Columns count characters, not bytes.
