@@ -12,6 +12,9 @@ namespace test_support {
 inline std::filesystem::path corpusDir() {
     return XMLDSIG_CORPUS_DIR;
 }
+inline std::filesystem::path examplesDir() {
+    return std::filesystem::path(XMLDSIG_SOURCE_DIR) / "examples";
+}
 inline std::filesystem::path toolPath() {
     return XMLDSIG_TOOL_PATH;
 }

@@ -9,7 +9,7 @@
 
 namespace {
 
-const std::filesystem::path kExamples = std::filesystem::path(XMLDSIG_SOURCE_DIR) / "examples";
+const std::filesystem::path kExamples = test_support::examplesDir();
 
 // A KeyInfo that points at a WS-Security token the document does not hold.
 constexpr const char* kMissingToken =

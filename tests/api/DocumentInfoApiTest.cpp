@@ -2,16 +2,11 @@
 
 #include <gtest/gtest.h>
 
-#include <filesystem>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace {
-
-namespace fs = std::filesystem;
-
-const fs::path kExample = fs::path(XMLDSIG_SOURCE_DIR) / "examples" / "enveloped-rsa-x509.xml";
 
 // Two signatures in SII's namespace: the first with a prefixed name, a
 // reference without URI, an exclusive canonicalization with a prefix list and
@@ -62,31 +57,4 @@ TEST(DocumentInfoApi, SignaturesAndReferencesAsWritten) {
     EXPECT_EQ(second.signatureMethod, "urn:sm2");
     EXPECT_EQ(second.signatureValueBytes, std::optional<std::size_t>(3));
     EXPECT_TRUE(second.references.empty());
-}
-
-TEST(DocumentInfoApi, FilesBytesAndLoadFailures) {
-    const fs::path missing = fs::temp_directory_path() / "xmldsig-no-such-file.xml";
-    struct Row {
-        const char* what;
-        xmldsig::DocumentInfo info;
-        xmldsig::Errc code;
-        std::string messagePrefix;
-        size_t signatures;
-    };
-    const Row rows[] = {
-        {"example file", xmldsig::describeFile(kExample), xmldsig::Errc::ok, "", 1},
-        {"no signature", xmldsig::describe("<a/>"), xmldsig::Errc::ok, "", 0},
-        {"malformed", xmldsig::describe("<a><b></a>"), xmldsig::Errc::not_xml, "document: ", 0},
-        {"missing file", xmldsig::describeFile(missing), xmldsig::Errc::file_unreadable, missing.string() + ": ", 0},
-        {"folder", xmldsig::describeFile(kExample.parent_path()), xmldsig::Errc::file_unreadable,
-         kExample.parent_path().string() + ": cannot open", 0},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        EXPECT_EQ(row.info.status.code.value(), static_cast<int>(row.code)) << row.info.status.message;
-        EXPECT_TRUE(row.info.status.message.starts_with(row.messagePrefix)) << row.info.status.message;
-        EXPECT_EQ(row.info.signatures.size(), row.signatures);
-    }
-    EXPECT_EQ(rows[0].info.signatures[0].signatureValueBytes, std::optional<std::size_t>(256));
-    EXPECT_TRUE(rows[0].info.profile.empty());
 }

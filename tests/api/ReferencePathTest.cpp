@@ -114,13 +114,7 @@ TEST(ReferencePath, NamesTheSignedElementByNamespaceAndPosition) {
 TEST(ReferencePath, AnXPathSelectedReferenceNamesWhatItKept) {
     const std::string envelope = R"(<e:Envelope xmlns:e="urn:e"><e:Header>UNSIGNED</e:Header>)"
                                  R"(<e:Body><e:Item>a</e:Item></e:Body><e:Body>b</e:Body></e:Envelope>)";
-    auto filter2 = [](const std::string& filter, const std::string& expression) {
-        return "<Transform Algorithm=\"http://www.w3.org/2002/06/xmldsig-filter2\"><XPath "
-               "xmlns=\"http://www.w3.org/2002/06/xmldsig-filter2\" xmlns:e=\"urn:e\" Filter=\"" +
-               filter + "\">" + expression + "</XPath></Transform>";
-    };
-    const std::string xpath = "<Transform Algorithm=\"http://www.w3.org/TR/1999/REC-xpath-19991116\"><XPath "
-                              "xmlns:e=\"urn:e\">ancestor-or-self::e:Body</XPath></Transform>";
+    const std::string e = " xmlns:e=\"urn:e\"";
     const struct {
         const char* what;
         std::string transform;
@@ -128,11 +122,11 @@ TEST(ReferencePath, AnXPathSelectedReferenceNamesWhatItKept) {
         uint64_t count;
     } cases[] = {
         {"Filter 2.0 intersect",
-         filter2("intersect", "//e:Body"),
+         filter2Transform("intersect", "//e:Body", e),
          {"/doc/{urn:e}Envelope[1]/{urn:e}Body[1]", "/doc/{urn:e}Envelope[1]/{urn:e}Body[2]"},
          2},
-        {"XPath 1.0", xpath, {"/doc/{urn:e}Envelope[1]/{urn:e}Body[1]"}, 2},
-        {"the signature subtracted", filter2("subtract", "//*[local-name()='Signature']"), {}, 0},
+        {"XPath 1.0", xpathTransform("ancestor-or-self::e:Body", e), {"/doc/{urn:e}Envelope[1]/{urn:e}Body[1]"}, 2},
+        {"the signature subtracted", filter2Transform("subtract", "//*[local-name()='Signature']"), {}, 0},
     };
     xmldsig::Settings settings;
     ASSERT_TRUE(settings.setVerifyOptions(R"({"MaxReportedElements": 1})").ok());

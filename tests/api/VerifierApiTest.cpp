@@ -10,13 +10,9 @@ using namespace test_support;
 
 namespace {
 
-std::filesystem::path example(const std::string& name) {
-    return std::filesystem::path(XMLDSIG_SOURCE_DIR) / "examples" / name;
-}
-
 xmldsig::Settings withHmacSecret() {
     xmldsig::Settings s;
-    EXPECT_TRUE(s.setHmacKey(readFile(example("keys/hmac-secret.txt"))));
+    EXPECT_TRUE(s.setHmacKey(readFile(examplesDir() / "keys/hmac-secret.txt")));
     return s;
 }
 
@@ -31,7 +27,7 @@ TEST(VerifierApi, BadInputIsAnErrorCodeWithAMessage) {
     EXPECT_EQ(time.code, xmldsig::Errc::bad_option);
     EXPECT_EQ(time.message, "not a time: yesterday");
     s.selectIndex(3);
-    const xmldsig::Result r = xmldsig::verifyFile(example("hmac-sha256.xml"), s);
+    const xmldsig::Result r = xmldsig::verifyFile(examplesDir() / "hmac-sha256.xml", s);
     EXPECT_EQ(r.status.code, xmldsig::Errc::no_such_signature);
     EXPECT_FALSE(r.valid());
     EXPECT_NE(r.status.message.find("no signature at index 3"), std::string::npos);
@@ -39,9 +35,9 @@ TEST(VerifierApi, BadInputIsAnErrorCodeWithAMessage) {
 
 TEST(VerifierApi, BytesAndFileGiveTheSameResult) {
     const xmldsig::Settings s = withHmacSecret();
-    const std::string text = readFile(example("exc-c14n-ecdsa.xml"));
+    const std::string text = readFile(examplesDir() / "exc-c14n-ecdsa.xml");
     for (const xmldsig::Result& r : {xmldsig::verify(text, s), xmldsig::verify(std::as_bytes(std::span(text)), s),
-                                     xmldsig::verifyFile(example("exc-c14n-ecdsa.xml"), s)}) {
+                                     xmldsig::verifyFile(examplesDir() / "exc-c14n-ecdsa.xml", s)}) {
         ASSERT_TRUE(r.valid()) << r.status.message;
         const xmldsig::SignatureResult& sig = r.signatures.at(0);
         EXPECT_EQ(sig.signer->keySource, "certificate in KeyInfo");
@@ -64,7 +60,7 @@ TEST(VerifierApi, CopiesChangeIndependently) {
     xmldsig::Settings copy = original;
     copy.setHmacKey("wrong");
     copy.setLogJson(true);
-    const std::filesystem::path doc = example("hmac-sha256.xml");
+    const std::filesystem::path doc = examplesDir() / "hmac-sha256.xml";
     EXPECT_TRUE(xmldsig::verifyFile(doc, original).valid());
     const xmldsig::Result r = xmldsig::verifyFile(doc, copy);
     ASSERT_EQ(r.signatures.size(), 1u);
@@ -76,7 +72,7 @@ TEST(VerifierApi, CopiesChangeIndependently) {
 // One settings object, four threads each with its own verifier.
 TEST(VerifierApi, SharedSettingsOnFourThreads) {
     xmldsig::Settings s = withHmacSecret();
-    ASSERT_TRUE(s.addTrustAnchors(example("keys/rsa-signer.pem").string()));
+    ASSERT_TRUE(s.addTrustAnchors((examplesDir() / "keys/rsa-signer.pem").string()));
     const std::vector<std::string> docs = {"enveloped-rsa-x509.xml", "exc-c14n-ecdsa.xml", "hmac-sha256.xml",
                                            "detached-external.xml"};
     auto verdicts = [&] {
@@ -84,7 +80,7 @@ TEST(VerifierApi, SharedSettingsOnFourThreads) {
         std::string out;
         for (int round = 0; round < 5; ++round)
             for (const std::string& doc : docs)
-                out += verifier.verifyFile(example(doc)).valid() ? '1' : '0';
+                out += verifier.verifyFile(examplesDir() / doc).valid() ? '1' : '0';
         return out;
     };
     const std::string serial = verdicts();

@@ -13,17 +13,13 @@ ProcessResult c14n(const std::string& args) {
     return runTool("c14n " + args);
 }
 
-fs::path example(const char* name) {
-    return fs::path(XMLDSIG_SOURCE_DIR) / "examples" / name;
-}
-
 TEST(C14nCommand, ExclusiveFragmentReproducesTheSignedDigest) {
     // The example's reference is "#body" with exclusive C14N and the prefix list "soap".
     ProcessResult r =
-        c14n("--exclusive --prefixes soap --fragment body " + shellQuote(example("exc-c14n-ecdsa.xml").string()) +
-             " | openssl dgst -sha256 -binary | base64");
+        c14n("--exclusive --prefixes soap --fragment body " +
+             shellQuote((examplesDir() / "exc-c14n-ecdsa.xml").string()) + " | openssl dgst -sha256 -binary | base64");
     ASSERT_EQ(r.exitCode, 0) << r.err;
-    const std::string doc = readFile(example("exc-c14n-ecdsa.xml"));
+    const std::string doc = readFile(examplesDir() / "exc-c14n-ecdsa.xml");
     std::string digest = r.out;
     digest.erase(std::remove(digest.begin(), digest.end(), '\n'), digest.end());
     EXPECT_NE(doc.find("<ds:DigestValue>" + digest + "</ds:DigestValue>"), std::string::npos) << digest;
@@ -38,7 +34,8 @@ TEST(C14nCommand, BadInputExitsTwoWithOneLine) {
     EXPECT_EQ(std::count(malformed.err.begin(), malformed.err.end(), '\n'), 1) << malformed.err;
     EXPECT_TRUE(malformed.out.empty());
 
-    ProcessResult missingFragment = c14n("--fragment nowhere " + shellQuote(example("hmac-sha256.xml").string()));
+    ProcessResult missingFragment =
+        c14n("--fragment nowhere " + shellQuote((examplesDir() / "hmac-sha256.xml").string()));
     EXPECT_EQ(missingFragment.exitCode, 2);
     EXPECT_FALSE(missingFragment.err.empty());
 

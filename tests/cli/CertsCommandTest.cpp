@@ -9,7 +9,7 @@ using namespace test_support;
 // `xmldsig certs` prints KeyInfo's certificates as openssl writes PEM;
 // nothing for a signature without any, and exit 2 past the signatures.
 TEST(CertsCommand, PrintsKeyInfoCertificatesAsPem) {
-    const std::filesystem::path examples = std::filesystem::path(XMLDSIG_SOURCE_DIR) / "examples";
+    const std::filesystem::path examples = examplesDir();
     const ProcessResult rsa = runTool("certs " + shellQuote((examples / "enveloped-rsa-x509.xml").string()));
     EXPECT_EQ(rsa.exitCode, 0) << rsa.err;
     EXPECT_EQ(rsa.out, readFile(examples / "keys/rsa-signer.pem"));

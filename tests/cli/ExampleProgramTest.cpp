@@ -6,7 +6,7 @@ using namespace test_support;
 
 // The API example verifies every bundled example and names its signer.
 TEST(ExampleProgram, VerifiesTheExamplesAndNamesTheSigners) {
-    const std::filesystem::path examples = std::filesystem::path(XMLDSIG_SOURCE_DIR) / "examples";
+    const std::filesystem::path examples = examplesDir();
     const std::string secret = readFile(examples / "keys" / "hmac-secret.txt");
     std::string command = shellQuote(XMLDSIG_EXAMPLE_PATH) + " --hmac-key " + shellQuote(secret);
     for (const char* name :

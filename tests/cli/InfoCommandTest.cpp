@@ -9,7 +9,7 @@ using namespace test_support;
 // `xmldsig info` names each signature's methods and references as written;
 // an unreadable file or a bad option exits 2.
 TEST(InfoCommand, TextReportAndErrors) {
-    const auto file = std::filesystem::path(XMLDSIG_SOURCE_DIR) / "examples" / "enveloped-rsa-x509.xml";
+    const auto file = examplesDir() / "enveloped-rsa-x509.xml";
     const ProcessResult r = runTool("info " + shellQuote(file.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     for (const char* line :

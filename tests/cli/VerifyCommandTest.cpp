@@ -51,11 +51,7 @@ protected:
         writeFile(d / "ext" / "data.txt", "attached\n");
         writeFile(d / "sig" / "hmac.key", "secret");
         const std::string hmac =
-            xmlsecSign(d / "sig",
-                       "<doc><p Id=\"a\">text</p><Signature xmlns=\"" + std::string(kDsigNs) +
-                           "\"><SignedInfo><CanonicalizationMethod Algorithm=\"" + std::string(kC14n) +
-                           "\"/><SignatureMethod Algorithm=\"http://www.w3.org/2001/04/xmldsig-more#hmac-sha256\"/>" +
-                           ref("#a") + ref("data.txt") + "</SignedInfo><SignatureValue/></Signature></doc>",
+            xmlsecSign(d / "sig", hmacTemplate("<p Id=\"a\">text</p>", ref("#a") + ref("data.txt")),
                        "--hmackey hmac.key --id-attr:Id p", &diagnostics);
         ASSERT_FALSE(hmac.empty()) << diagnostics;
         writeFile(d / "sig" / "hmac.xml", hmac);

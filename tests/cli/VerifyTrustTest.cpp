@@ -65,7 +65,7 @@ TEST(VerifyTrust, ChainAnchorTimeKeyUsageAndRevocation) {
 // A key without a certificate has nothing to chain, unless the caller gave it.
 TEST(VerifyTrust, KeysWithoutCertificate) {
     const TrustFixtures& f = TrustFixtures::shared();
-    const std::filesystem::path examples = std::filesystem::path(XMLDSIG_SOURCE_DIR) / "examples";
+    const std::filesystem::path examples = examplesDir();
     const std::string root = "--trust " + q(f.root()) + " ";
     const std::string hmac = "--hmac-key " + q(readFile(examples / "keys" / "hmac-secret.txt")) + " ";
 

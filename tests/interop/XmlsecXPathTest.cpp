@@ -10,8 +10,6 @@ namespace {
 
 using namespace test_support;
 
-constexpr const char* kXPathAlg = "http://www.w3.org/TR/1999/REC-xpath-19991116";
-constexpr const char* kFilter2Ns = "http://www.w3.org/2002/06/xmldsig-filter2";
 constexpr const char* kSecret = "xpath secret";
 
 struct XPathCase {
@@ -22,14 +20,13 @@ struct XPathCase {
 };
 
 std::string xpath(const std::string& expression) {
-    return "<Transform Algorithm=\"" + std::string(kXPathAlg) + "\"><XPath xmlns:dsig=\"" + std::string(kDsigNs) +
-           "\">" + expression + "</XPath></Transform>";
+    return xpathTransform(expression, " xmlns:dsig=\"" + std::string(kDsigNs) + "\"");
 }
 
 std::string filter2(const std::vector<std::pair<const char*, const char*>>& steps) {
-    std::string t = "<Transform Algorithm=\"" + std::string(kFilter2Ns) + "\">";
+    std::string t = "<Transform Algorithm=\"" + std::string(kFilter2) + "\">";
     for (const auto& [filter, expression] : steps)
-        t += "<XPath xmlns=\"" + std::string(kFilter2Ns) + "\" xmlns:a=\"urn:a\" Filter=\"" + filter + "\">" +
+        t += "<XPath xmlns=\"" + std::string(kFilter2) + "\" xmlns:a=\"urn:a\" Filter=\"" + filter + "\">" +
              expression + "</XPath>";
     return t + "</Transform>";
 }

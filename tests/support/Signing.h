@@ -22,6 +22,8 @@ inline constexpr std::string_view kExcC14n = "http://www.w3.org/2001/10/xml-exc-
 inline constexpr std::string_view kSha256 = "http://www.w3.org/2001/04/xmlenc#sha256";
 inline constexpr std::string_view kRsaSha256 = "http://www.w3.org/2001/04/xmldsig-more#rsa-sha256";
 inline constexpr std::string_view kHmacSha256 = "http://www.w3.org/2001/04/xmldsig-more#hmac-sha256";
+inline constexpr std::string_view kXPath = "http://www.w3.org/TR/1999/REC-xpath-19991116";
+inline constexpr std::string_view kFilter2 = "http://www.w3.org/2002/06/xmldsig-filter2";
 
 inline bool loadXml(ClsXmlDSig& dsig, const std::string& xml) {
     XString text(xml);
@@ -94,6 +96,18 @@ inline std::string referenceXml(const std::string& uri, const std::string& diges
     }
     return r + "<DigestMethod Algorithm=\"" + std::string(kSha256) + "\"></DigestMethod><DigestValue>" + digest +
            "</DigestValue></Reference>";
+}
+
+// An XPath transform, and an XPath Filter 2.0 transform of one step; the
+// declarations (" xmlns:p=...") go on the XPath element.
+inline std::string xpathTransform(const std::string& expression, const std::string& declarations = "") {
+    return "<Transform Algorithm=\"" + std::string(kXPath) + "\"><XPath" + declarations + ">" + expression +
+           "</XPath></Transform>";
+}
+inline std::string filter2Transform(const std::string& filter, const std::string& expression,
+                                    const std::string& declarations = "") {
+    return "<Transform Algorithm=\"" + std::string(kFilter2) + "\"><XPath xmlns=\"" + std::string(kFilter2) + "\"" +
+           declarations + " Filter=\"" + filter + "\">" + expression + "</XPath></Transform>";
 }
 
 // A document <doc>content Signature</doc> whose Signature (no Id, default

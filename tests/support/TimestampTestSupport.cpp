@@ -16,6 +16,16 @@ using test_support::shellQuote;
 namespace {
 
 constexpr const char* kSignedPropertiesId = "--id-attr:Id 'http://uri.etsi.org/01903/v1.3.2#:SignedProperties'";
+// What every authority's openssl ts configuration shares.
+constexpr const char* kTsaSettings = R"(signer_digest = sha256
+default_policy = 1.2.3.4.1
+other_policies = 1.2.3.4.5
+digests = sha1, sha256, sha384, sha512
+accuracy = secs:1
+ordering = yes
+tsa_name = yes
+ess_cert_id_alg = sha256
+)";
 
 } // namespace
 
@@ -66,28 +76,10 @@ TimestampLab::TimestampLab() {
 void TimestampLab::writeConfig(const std::string& tsa, const std::string& root) const {
     const std::string d = dir().string() + "/";
     test_support::writeFile(dir() / (tsa + ".serial"), "01\n");
-    test_support::writeFile(dir() / (tsa + ".cnf"), "[ tsa ]\ndefault_tsa = tsa_config\n[ tsa_config ]\n"
-                                                    "serial = " +
-                                                        d + tsa +
-                                                        ".serial\n"
-                                                        "crypto_device = builtin\n"
-                                                        "signer_cert = " +
-                                                        d + tsa +
-                                                        ".pem\n"
-                                                        "certs = " +
-                                                        d + root +
-                                                        ".pem\n"
-                                                        "signer_key = " +
-                                                        d + tsa +
-                                                        ".key\n"
-                                                        "signer_digest = sha256\n"
-                                                        "default_policy = 1.2.3.4.1\n"
-                                                        "other_policies = 1.2.3.4.5\n"
-                                                        "digests = sha1, sha256, sha384, sha512\n"
-                                                        "accuracy = secs:1\n"
-                                                        "ordering = yes\n"
-                                                        "tsa_name = yes\n"
-                                                        "ess_cert_id_alg = sha256\n");
+    test_support::writeFile(dir() / (tsa + ".cnf"), "[ tsa ]\ndefault_tsa = tsa_config\n[ tsa_config ]\nserial = " + d +
+                                                        tsa + ".serial\ncrypto_device = builtin\nsigner_cert = " + d +
+                                                        tsa + ".pem\ncerts = " + d + root + ".pem\nsigner_key = " + d +
+                                                        tsa + ".key\n" + kTsaSettings);
 }
 
 TsaIdentity TimestampLab::identity(const std::string& tsa) const {

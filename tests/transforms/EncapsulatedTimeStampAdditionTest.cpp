@@ -54,32 +54,23 @@ protected:
 };
 
 TEST_F(TimeStampAddition, WhereTheStampGoes) {
-    {
-        std::string before;
-        const std::string after = signAndStamp(kXadesBesTemplate, before);
-        expectInsertedAfter(before, after, "</xades:SignedProperties>", kUp);
-        EXPECT_NE(tokenOf(after), "");
-    }
-    {
-        std::string before;
-        const std::string after = signAndStamp(kXadesUnsignedTemplate, before);
-        expectInsertedAfter(before, after, "<xades:UnsignedSignatureProperties>", kStamp);
-    }
-    {
-        std::string before;
-        const std::string after = signAndStamp(kPlainTemplate, before);
+    const std::string object = "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties";
+    const struct {
+        const char* xmlTemplate;
+        std::string marker, pattern;
+    } signedCases[] = {
+        {kXadesBesTemplate, "</xades:SignedProperties>", kUp},
+        {kXadesUnsignedTemplate, "<xades:UnsignedSignatureProperties>", kStamp},
         // No Signature Id: no Target; the signature's last child is KeyInfo.
-        expectInsertedAfter(before, after, "</ds:KeyInfo>",
-                            "<ds:Object Id=\"signature-object-" + kId + "\"><xades:QualifyingProperties" + kXadesNs +
-                                ">" + kUp + "</xades:QualifyingProperties></ds:Object>");
-    }
-    {
+        {kPlainTemplate, "</ds:KeyInfo>", object + kXadesNs + ">" + kUp + "</xades:QualifyingProperties></ds:Object>"},
+        {kXadesNsOnSignatureTemplate, "</ds:SignatureValue>",
+         object + " Target=\"#sig-4\">" + kUp + "</xades:QualifyingProperties></ds:Object>"},
+    };
+    for (const auto& c : signedCases) {
         std::string before;
-        const std::string after = signAndStamp(kXadesNsOnSignatureTemplate, before);
-        expectInsertedAfter(before, after, "</ds:SignatureValue>",
-                            "<ds:Object Id=\"signature-object-" + kId +
-                                "\"><xades:QualifyingProperties Target=\"#sig-4\">" + kUp +
-                                "</xades:QualifyingProperties></ds:Object>");
+        const std::string after = signAndStamp(c.xmlTemplate, before);
+        expectInsertedAfter(before, after, c.marker, c.pattern);
+        EXPECT_NE(tokenOf(after), "");
     }
     {
         // The cases that signed templates do not reach; no signature check is

@@ -11,9 +11,6 @@ namespace {
 
 using namespace test_support;
 
-constexpr const char* kXPath1 = "http://www.w3.org/TR/1999/REC-xpath-19991116";
-constexpr const char* kFilter2 = "http://www.w3.org/2002/06/xmldsig-filter2";
-
 std::string canonical(const std::string& xml) {
     ClsXmlDSig dsig;
     XString in(xml), version(""), out;
@@ -31,31 +28,24 @@ TEST(XPathTransform, RecognisedFormsEditTheText) {
         {"ebXML next MSH", "",
          "<E" + ns + "><H><eb:Via SOAP:actor=\"urn:oasis:names:tc:ebxml-msg:actor:nextMSH\">x</eb:Via><b>1</b></H></E>",
          "<E" + ns + "><H><b>1</b></H></E>",
-         "<Transform Algorithm=\"" + std::string(kXPath1) +
-             "\"><XPath>not(ancestor-or-self::node()[@SOAP:actor="
-             "&quot;urn:oasis:names:tc:ebxml-msg:actor:nextMSH&quot;])</XPath></Transform>",
+         xpathTransform("not(ancestor-or-self::node()[@SOAP:actor="
+                        "&quot;urn:oasis:names:tc:ebxml-msg:actor:nextMSH&quot;])"),
          "<b>2</b>"},
         {"UBL document signatures", "",
          "<I" + ns + "><sig:UBLDocumentSignatures>s</sig:UBLDocumentSignatures><b>1</b></I>",
          "<I" + ns + "><b>1</b></I>",
-         "<Transform Algorithm=\"" + std::string(kXPath1) +
-             "\"><XPath>count(ancestor-or-self::sig:UBLDocumentSignatures | "
-             "here()/ancestor::sig:UBLDocumentSignatures[1]) &gt; "
-             "count(ancestor-or-self::sig:UBLDocumentSignatures)</XPath></Transform>",
+         xpathTransform("count(ancestor-or-self::sig:UBLDocumentSignatures | "
+                        "here()/ancestor::sig:UBLDocumentSignatures[1]) &gt; "
+                        "count(ancestor-or-self::sig:UBLDocumentSignatures)"),
          "<b>2</b>"},
         {"named elements", "",
          "<I" + ns + "><ext:UBLExtensions>1</ext:UBLExtensions><b>1</b><ext:UBLExtensions>2</ext:UBLExtensions></I>",
-         "<I" + ns + "><b>1</b></I>",
-         "<Transform Algorithm=\"" + std::string(kXPath1) +
-             "\"><XPath>not(//ancestor-or-self::ext:UBLExtensions)</XPath></Transform>",
-         "<b>2</b>"},
+         "<I" + ns + "><b>1</b></I>", xpathTransform("not(//ancestor-or-self::ext:UBLExtensions)"), "<b>2</b>"},
         // MyInvois keeps the first extensions block, which holds its signature.
         {"MyInvois extensions", "MYINVOIS",
          "<I" + ns + "><ext:UBLExtensions>1</ext:UBLExtensions><b>1</b><ext:UBLExtensions>2</ext:UBLExtensions></I>",
          "<I" + ns + "><ext:UBLExtensions>1</ext:UBLExtensions><b>1</b></I>",
-         "<Transform Algorithm=\"" + std::string(kXPath1) +
-             "\"><XPath>not(//ancestor-or-self::ext:UBLExtensions)</XPath></Transform>",
-         "<b>2</b>"},
+         xpathTransform("not(//ancestor-or-self::ext:UBLExtensions)"), "<b>2</b>"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);
@@ -78,7 +68,7 @@ TEST(XPathTransform, RecognisedFormsEditTheText) {
 // with them is not one, and is left to the evaluator.
 TEST(XPathTransform, Filter2SignatureSubtraction) {
     const std::string filter = "<Transform Algorithm=\"" + std::string(kFilter2) +
-                               "\"><dsig-xpath:XPath xmlns:dsig-xpath=\"" + kFilter2 +
+                               "\"><dsig-xpath:XPath xmlns:dsig-xpath=\"" + std::string(kFilter2) +
                                "\" xmlns:ds=\"http://www.w3.org/2000/09/xmldsig#\" Filter=\"FILTER\">"
                                "/descendant::ds:Signature</dsig-xpath:XPath></Transform>";
     const std::string digest = sha256Of(canonical("<doc><a></a></doc>"));

@@ -178,15 +178,6 @@ TEST(VerificationLimits, OneWorkBudgetCoversEveryReferenceAndTransform) {
             out += (i ? separator : "") + item;
         return out;
     };
-    auto xpath = [](const std::string& expression) {
-        return "<Transform Algorithm=\"http://www.w3.org/TR/1999/REC-xpath-19991116\"><XPath>" + expression +
-               "</XPath></Transform>";
-    };
-    auto filter2 = [](const std::string& expression) {
-        return "<Transform Algorithm=\"http://www.w3.org/2002/06/xmldsig-filter2\"><XPath "
-               "xmlns=\"http://www.w3.org/2002/06/xmldsig-filter2\" Filter=\"union\">" +
-               expression + "</XPath></Transform>";
-    };
     std::string declarations;
     for (int i = 0; i < 300; ++i)
         declarations += " xmlns:p" + std::to_string(i) + "=\"urn:p" + std::to_string(i) + "\"";
@@ -198,12 +189,15 @@ TEST(VerificationLimits, OneWorkBudgetCoversEveryReferenceAndTransform) {
         const char* work;
         std::string document;
     } cases[] = {
-        {"XPath steps",
-         documentWithReferences(nested, repeated(referenceXml("", "AAAA", {xpath("count(//*//*) &gt; 0")}), 30))},
-        {"unions", documentWithReferences(nested, referenceXml("", "AAAA", {filter2(repeated("//*", 400, " | "))}))},
+        {"XPath steps", documentWithReferences(
+                            nested, repeated(referenceXml("", "AAAA", {xpathTransform("count(//*//*) &gt; 0")}), 30))},
+        {"unions", documentWithReferences(
+                       nested, referenceXml("", "AAAA", {filter2Transform("union", repeated("//*", 400, " | "))}))},
         {"predicates",
-         documentWithReferences(nested, referenceXml("", "AAAA", {filter2("//*" + repeated("[true()]", 400))}))},
-        {"trees", replaced(documentWithReferences(repeated("<e/>", 100), referenceXml("", "AAAA", {filter2("/")})),
+         documentWithReferences(
+             nested, referenceXml("", "AAAA", {filter2Transform("union", "//*" + repeated("[true()]", 400))}))},
+        {"trees", replaced(documentWithReferences(repeated("<e/>", 100),
+                                                  referenceXml("", "AAAA", {filter2Transform("union", "/")})),
                            "<doc>", "<doc" + declarations + ">")},
         {"canonical text", replaced(documentWithReferences("<a Id=\"x\">t</a>", distinctReferences), "<doc>",
                                     "<doc" + declarations + ">")},

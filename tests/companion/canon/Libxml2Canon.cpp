@@ -156,15 +156,6 @@ std::optional<std::string> Document::canonicalizeFragment(const Settings& settin
     return m_impl->subtree(settings, apex);
 }
 
-std::optional<std::string> Document::canonicalizeElement(const Settings& settings, std::string_view namespaceUri,
-                                                         std::string_view localName, size_t n) const {
-    xmlNodePtr apex = findElement(m_impl->doc->children, [&](xmlNodePtr e) {
-        const std::string_view uri = e->ns && e->ns->href ? reinterpret_cast<const char*>(e->ns->href) : "";
-        return uri == namespaceUri && reinterpret_cast<const char*>(e->name) == localName && n-- == 0;
-    });
-    return m_impl->subtree(settings, apex);
-}
-
 std::vector<std::string> Document::idValues(size_t limit) const {
     std::vector<std::string> values;
     findElement(m_impl->doc->children, [&](xmlNodePtr e) {

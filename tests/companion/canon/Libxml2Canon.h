@@ -33,10 +33,6 @@ public:
     // reference: the element, its descendants, their attributes and
     // namespace nodes.
     std::optional<std::string> canonicalizeFragment(const Settings& settings, std::string_view id) const;
-    // The subtree of the n-th element (document order, from 0) with this
-    // namespace URI and local name.
-    std::optional<std::string> canonicalizeElement(const Settings& settings, std::string_view namespaceUri,
-                                                   std::string_view localName, size_t n = 0) const;
 
     // The distinct Id/ID/id values, in document order, at most `limit`.
     std::vector<std::string> idValues(size_t limit) const;

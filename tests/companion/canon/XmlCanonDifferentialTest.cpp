@@ -15,7 +15,6 @@
 #include <libxml/tree.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <filesystem>
 #include <optional>
 #include <string>
@@ -96,27 +95,15 @@ std::string firstDifference(const std::string& expected, const std::string& actu
 }
 
 struct Tally {
-    size_t documents = 0;
     size_t wholeComparisons = 0;
     size_t fragmentComparisons = 0;
     size_t differing = 0;
     std::vector<std::string> libxml2Refused;
-    std::vector<std::string> skipped;
-
-    void print(const char* what) const {
-        std::printf("[%s] %zu documents, %zu whole-document and %zu fragment comparisons, %zu differing, "
-                    "%zu canonicalizations libxml2 refused, %zu documents skipped\n",
-                    what, documents, wholeComparisons, fragmentComparisons, differing, libxml2Refused.size(),
-                    skipped.size());
-        for (const std::string& s : skipped)
-            std::printf("  skipped %s\n", s.c_str());
-    }
 };
 
 // Compares one document in every variant, whole and by each id.
 void compareDocument(const std::string& label, const libxml2_canon::Document& oracle, const std::string& utf8,
                      const std::vector<std::string>& ids, const std::vector<std::string>& prefixes, Tally& tally) {
-    ++tally.documents;
     for (const Variant& v : variants(prefixes)) {
         auto check = [&](const std::optional<std::string>& expected, const char* fragmentUri, size_t& counter) {
             const std::string where = label + " [" + v.name + "]" + (fragmentUri ? std::string(" ") + fragmentUri : "");
@@ -163,10 +150,8 @@ TEST(XmlCanonDifferential, CorpusDocumentsMatchLibxml2) {
         const std::string label = fs::relative(file, test_support::corpusDir()).string();
         const std::string bytes = test_support::readFile(file);
         const auto oracle = libxml2_canon::Document::parse(bytes);
-        if (!oracle) {
-            tally.skipped.push_back(label + ": libxml2 does not parse it");
-            continue;
-        }
+        if (!oracle)
+            continue; // the corpus sweeps of the tree compare loading with xmllint
         const std::string utf8 = xml_test::utf8Of(bytes);
         const size_t refusedBefore = tally.libxml2Refused.size();
         compareDocument(label, *oracle, utf8, oracle->idValues(kFragmentsPerDocument), rootPrefixes(utf8), tally);
@@ -176,10 +161,7 @@ TEST(XmlCanonDifferential, CorpusDocumentsMatchLibxml2) {
         EXPECT_TRUE(reason) << "libxml2 refuses to canonicalize " << label;
         std::string error;
         EXPECT_TRUE(ours(utf8, Settings{}, nullptr, error)) << label << ": " << error;
-        tally.skipped.push_back(label + ": libxml2 refuses it (" + (reason ? reason : "?") +
-                                "); ours canonicalizes it");
     }
-    tally.print("corpus");
     EXPECT_EQ(tally.differing, 0u);
     EXPECT_GT(tally.wholeComparisons, 4 * files.size() / 2);
     EXPECT_GT(tally.fragmentComparisons, 0u);
@@ -193,7 +175,6 @@ TEST(XmlCanonDifferential, GeneratedDocumentsMatchLibxml2) {
         ASSERT_TRUE(oracle) << "libxml2 rejects generated document " << seed << ":\n" << doc.text;
         compareDocument("generated #" + std::to_string(seed), *oracle, doc.text, doc.ids, doc.prefixes, tally);
     }
-    tally.print("generated");
     EXPECT_EQ(tally.differing, 0u);
     EXPECT_TRUE(tally.libxml2Refused.empty());
 }

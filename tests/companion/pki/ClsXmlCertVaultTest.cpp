@@ -1,6 +1,5 @@
 #include "support/Keys.h"
 
-#include "companion/log/LogBase.h"
 #include "companion/pki/ClsXmlCertVault.h"
 #include "companion/text/RefCountedObject.h"
 #include "companion/text/StringBuffer.h"
@@ -14,65 +13,51 @@
 
 using test_support::Workshop;
 using Cert = test_support::Workshop::Request;
-using test_support::writeFile;
 
 namespace {
 
-class ClsXmlCertVaultTest : public ::testing::Test {
-protected:
-    void SetUp() override {
-        for (const char* name : {"a", "b", "c"})
-            ASSERT_TRUE(m_ws.make(name, Cert(std::string("/O=Vault/CN=Cert ") + name)));
+// The subject common names of the vault's certificates.
+std::set<std::string> names(ClsXmlCertVault& vault) {
+    std::set<std::string> out;
+    CertMgr* mgr = vault.getCertMgr();
+    for (int i = 0; mgr && i < mgr->getNumCerts(); ++i) {
+        StringBuffer cn;
+        EXPECT_TRUE(mgr->certAt(i)->get_SubjectCN(cn));
+        out.insert(std::string(cn.view()));
     }
-
-    bool addFile(const std::filesystem::path& path) {
-        XString p(path.string());
-        return m_vault->AddCertFile(p);
-    }
-
-    bool addDir(const std::filesystem::path& path) {
-        XString p(path.string());
-        return m_vault->AddCertDir(p);
-    }
-
-    // The subject common names of the vault's certificates.
-    std::set<std::string> names() {
-        std::set<std::string> out;
-        CertMgr* mgr = m_vault->getCertMgr();
-        for (int i = 0; mgr && i < mgr->getNumCerts(); ++i) {
-            StringBuffer cn;
-            EXPECT_TRUE(mgr->certAt(i)->get_SubjectCN(cn));
-            out.insert(std::string(cn.view()));
-        }
-        return out;
-    }
-
-    Workshop m_ws;
-    RefPtr<ClsXmlCertVault> m_vault{ClsXmlCertVault::createNewCls()};
-};
-
-TEST_F(ClsXmlCertVaultTest, EmptyVaultHasNoCertificateManager) {
-    EXPECT_EQ(m_vault->getCertMgr(), nullptr);
-    EXPECT_EQ(m_vault->get_NumCerts(), 0);
-    EXPECT_FALSE(addFile(m_ws.dir() / "missing.pem"));
-    EXPECT_EQ(m_vault->getCertMgr(), nullptr);
-    EXPECT_NE(m_vault->lastErrorText().find("Failed to open the file."), std::string::npos);
+    return out;
 }
 
-TEST_F(ClsXmlCertVaultTest, AddsTheCertificateFilesOfADirectory) {
-    const std::filesystem::path dir = m_ws.dir() / "certs";
+// A vault gets its certificate manager with its first certificate; a
+// folder adds the certificate files directly in it, and one without any
+// fails.
+TEST(ClsXmlCertVault, AddsTheCertificateFilesOfADirectory) {
+    Workshop ws;
+    for (const char* name : {"a", "b", "c"})
+        ASSERT_TRUE(ws.make(name, Cert(std::string("/O=Vault/CN=Cert ") + name)));
+    RefPtr<ClsXmlCertVault> vault(ClsXmlCertVault::createNewCls());
+    auto addDir = [&](const std::filesystem::path& p) {
+        XString text(p.string());
+        return vault->AddCertDir(text);
+    };
+    XString missing((ws.dir() / "missing.pem").string());
+    EXPECT_FALSE(vault->AddCertFile(missing));
+    EXPECT_EQ(vault->getCertMgr(), nullptr);
+    EXPECT_NE(vault->lastErrorText().find("Failed to open the file."), std::string::npos);
+
+    const std::filesystem::path dir = ws.dir() / "certs";
     std::filesystem::create_directories(dir / "sub");
-    std::filesystem::copy_file(m_ws.pemPath("a"), dir / "a.crt");
-    std::filesystem::copy_file(m_ws.derPath("b"), dir / "b.cer");
-    std::filesystem::copy_file(m_ws.dir() / "c.key", dir / "c.key");
-    std::filesystem::copy_file(m_ws.pemPath("c"), dir / "sub" / "c.pem");
-    writeFile(dir / "notes.txt", "not a certificate");
+    std::filesystem::copy_file(ws.pemPath("a"), dir / "a.crt");
+    std::filesystem::copy_file(ws.derPath("b"), dir / "b.cer");
+    std::filesystem::copy_file(ws.dir() / "c.key", dir / "c.key");
+    std::filesystem::copy_file(ws.pemPath("c"), dir / "sub" / "c.pem");
+    test_support::writeFile(dir / "notes.txt", "not a certificate");
     ASSERT_TRUE(addDir(dir));
-    EXPECT_EQ(names(), (std::set<std::string>{"Cert a", "Cert b"}));
+    EXPECT_EQ(names(*vault), (std::set<std::string>{"Cert a", "Cert b"}));
 
     EXPECT_FALSE(addDir(dir / "sub" / "missing"));
-    std::filesystem::create_directories(m_ws.dir() / "empty");
-    EXPECT_FALSE(addDir(m_ws.dir() / "empty"));
+    std::filesystem::create_directories(ws.dir() / "empty");
+    EXPECT_FALSE(addDir(ws.dir() / "empty"));
 }
 
 } // namespace

@@ -6,10 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <iconv.h>
-
 #include <filesystem>
-#include <regex>
 #include <string>
 
 namespace fs = std::filesystem;
@@ -23,43 +20,6 @@ size_t leadingBoms(std::string_view bytes) {
     while (bytes.substr(n * kBom.size()).starts_with(kBom))
         ++n;
     return n;
-}
-
-std::string declaredEncoding(const std::string& bytes) {
-    static const std::regex kEncoding(R"(^<\?xml[^>]*encoding\s*=\s*["']([^"']+)["'])", std::regex::icase);
-    std::smatch m;
-    const std::string head = bytes.substr(0, 200);
-    return std::regex_search(head, m, kEncoding) ? m[1].str() : std::string("UTF-8");
-}
-
-bool isUtf8(std::string encoding) {
-    for (char& c : encoding)
-        c = static_cast<char>(std::toupper(static_cast<unsigned char>(c)));
-    return encoding == "UTF-8" || encoding == "UTF8";
-}
-
-std::string convertToUtf8(const std::string& bytes, const std::string& encoding) {
-    iconv_t cd = iconv_open("UTF-8", encoding.c_str());
-    if (cd == reinterpret_cast<iconv_t>(-1))
-        return bytes;
-    std::string out(bytes.size() * 4, '\0');
-    char* in = const_cast<char*>(bytes.data());
-    size_t inLeft = bytes.size();
-    char* dst = out.data();
-    size_t outLeft = out.size();
-    iconv(cd, &in, &inLeft, &dst, &outLeft);
-    iconv_close(cd);
-    out.resize(out.size() - outLeft);
-    return out;
-}
-
-// The document as the tree receives it from the text layer: in UTF-8, and
-// without leading byte-order marks (DataBuffer::convertXmlToUtf8 strips them
-// all, while xmllint reads at most one).
-std::string asTreeInput(const std::string& bytes) {
-    std::string text = bytes.substr(leadingBoms(bytes) * kBom.size());
-    const std::string encoding = declaredEncoding(text);
-    return isUtf8(encoding) ? text : convertToUtf8(text, encoding);
 }
 
 bool xmllintAvailable() {
@@ -113,7 +73,9 @@ TEST(XmlCorpus, LoadsExactlyWhatXmllintAccepts) {
         const fs::path& file = files[i];
         SCOPED_TRACE(file.string());
         const std::string bytes = test_support::readFile(file);
-        const std::string text = asTreeInput(bytes);
+        // As the tree receives it from the text layer: in UTF-8, every leading
+        // byte-order mark dropped (xmllint reads at most one).
+        const std::string text = xml_test::utf8Of(bytes);
         LogBase log;
         RefPtr<ClsXml> root = xml_test::load(text, log);
         const bool lint = verdicts[i];
