@@ -237,8 +237,10 @@ void KeyResolver::keyFromRetrievedFile(const StringBuffer& uri, HashedStringSet&
     ExtPtrArraySb dirs;
     if (m_externalDirs)
         splitExternalRefDirs(*m_externalDirs, dirs);
+    std::optional<uint64_t> oversize;
     std::optional<ExternalFile> file =
-        dirs.getSize() > 0 ? resolveExternalFile(uri.view(), dirs, m_maxExternalFileBytes, log) : std::nullopt;
+        dirs.getSize() > 0 ? resolveExternalFile(uri.view(), dirs, m_maxExternalFileBytes, oversize, log)
+                           : std::nullopt;
     std::string der, error;
     if (!file || !file->file.appendAll(der, error)) {
         log.LogError("The certificate a RetrievalMethod names is not in the external-reference folders.");
