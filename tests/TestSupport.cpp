@@ -17,6 +17,14 @@ namespace fs = std::filesystem;
 
 namespace test_support {
 
+std::vector<std::string> words(const std::string& text) {
+    std::vector<std::string> out;
+    std::stringstream ss(text);
+    for (std::string w; ss >> w;)
+        out.push_back(w);
+    return out;
+}
+
 std::string readFile(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::ostringstream ss;

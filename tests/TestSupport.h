@@ -20,6 +20,8 @@ inline std::filesystem::path toolPath() {
 }
 
 std::string readFile(const std::filesystem::path& path);
+// The blank-separated words of a text.
+std::vector<std::string> words(const std::string& text);
 void writeFile(const std::filesystem::path& path, const std::string& bytes);
 
 // Every corpus file named as an XML document (.xml, .ddoc, .xsl).

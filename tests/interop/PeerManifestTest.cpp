@@ -68,14 +68,6 @@ std::string knownReason(const std::string& id) {
     return {};
 }
 
-std::vector<std::string> words(const std::string& text) {
-    std::vector<std::string> out;
-    std::stringstream ss(text);
-    for (std::string w; ss >> w;)
-        out.push_back(w);
-    return out;
-}
-
 // Applies the xmlsec driver arguments that carry key material or data.
 void applyArgs(ClsXmlDSig& dsig, const std::string& args, const fs::path& peers) {
     RefPtr<ClsXmlCertVault> vault(ClsXmlCertVault::createNewCls());

@@ -9,6 +9,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <sstream>
 
@@ -30,18 +31,10 @@ const std::map<std::string, const char*> kKnownDifferent = {
     {"xmlsec:phaos-xmldsig-three/signature-rsa-~x509-data-crl", "a CRL the document carries in X509Data is not read"},
 };
 
-std::vector<std::string> words(const std::string& text) {
-    std::vector<std::string> out;
-    std::stringstream ss(text);
-    for (std::string w; ss >> w;)
-        out.push_back(w);
-    return out;
-}
-
-// The first `from` in `s` replaced (xmlsec writes its times "YYYY-MM-DD+HH:MM:SS", UTC).
-std::string replaced(std::string s, const std::string& from, const std::string& to) {
-    const size_t at = s.find(from);
-    return at == std::string::npos ? s : s.replace(at, from.size(), to);
+// xmlsec writes its times "YYYY-MM-DD+HH:MM:SS", UTC.
+std::string isoTime(std::string xmlsecTime) {
+    std::replace(xmlsecTime.begin(), xmlsecTime.end(), '+', 'T');
+    return xmlsecTime + "Z";
 }
 
 // The settings the row's xmlsec arguments stand for.
@@ -62,7 +55,7 @@ xmldsig::Settings settingsOf(const std::string& args, const fs::path& peers, con
         else if (opt.rfind("--pubkey-", 0) == 0)
             EXPECT_TRUE(settings.addKeyFile(file).ok()) << file;
         else if (opt == "--verification-gmt-time")
-            EXPECT_TRUE(settings.setVerificationTime(replaced(w[i + 1], "+", "T") + "Z").ok()) << w[i + 1];
+            EXPECT_TRUE(settings.setVerificationTime(isoTime(w[i + 1])).ok()) << w[i + 1];
         else if (opt.rfind("--url-map:", 0) == 0)
             urlData[opt.substr(10)] = file;
     }

@@ -22,17 +22,6 @@ struct CanonQName {
         return CanonQName{qname.substr(0, colon), qname.substr(colon + 1)};
     }
 
-    // Equality of two names (prefixes, mostly of a few bytes), without the
-    // call to memcmp that comparing string_views makes.
-    static bool same(std::string_view a, std::string_view b) {
-        if (a.size() != b.size())
-            return false;
-        for (size_t i = 0; i < a.size(); ++i)
-            if (a[i] != b[i])
-                return false;
-        return true;
-    }
-
     // True for "xmlns" (prefix left empty: the default namespace) and "xmlns:p".
     static bool isNamespaceDeclaration(std::string_view qname, std::string_view& declaredPrefix) {
         constexpr std::string_view kXmlns = "xmlns";
