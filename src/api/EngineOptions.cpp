@@ -9,15 +9,17 @@ namespace xmldsig {
 
 namespace {
 const LimitField kLimitFields[] = {
-    {VerificationLimits::kMaxReferences, &Limits::maxReferences},
-    {VerificationLimits::kMaxTransforms, &Limits::maxTransforms},
-    {VerificationLimits::kMaxSignatures, &Limits::maxSignatures},
-    {VerificationLimits::kMaxSignatureValueBytes, &Limits::maxSignatureValueBytes},
-    {VerificationLimits::kMaxCertificateBytes, &Limits::maxCertificateBytes},
-    {VerificationLimits::kMaxExternalFileBytes, &Limits::maxExternalFileBytes},
-    {VerificationLimits::kMaxXPathNodes, &Limits::maxXPathNodes},
-    {VerificationLimits::kMaxWorkUnits, &Limits::maxWorkUnits},
-    {VerificationLimits::kMaxReportedElements, &Limits::maxReportedElements},
+    {VerificationLimits::kMaxReferences, &Limits::maxReferences, &VerificationLimits::maxReferences},
+    {VerificationLimits::kMaxTransforms, &Limits::maxTransforms, &VerificationLimits::maxTransforms},
+    {VerificationLimits::kMaxSignatures, &Limits::maxSignatures, &VerificationLimits::maxSignatures},
+    {VerificationLimits::kMaxSignatureValueBytes, &Limits::maxSignatureValueBytes,
+     &VerificationLimits::maxSignatureValueBytes},
+    {VerificationLimits::kMaxCertificateBytes, &Limits::maxCertificateBytes, &VerificationLimits::maxCertificateBytes},
+    {VerificationLimits::kMaxExternalFileBytes, &Limits::maxExternalFileBytes,
+     &VerificationLimits::maxExternalFileBytes},
+    {VerificationLimits::kMaxXPathNodes, &Limits::maxXPathNodes, &VerificationLimits::maxXPathNodes},
+    {VerificationLimits::kMaxWorkUnits, &Limits::maxWorkUnits, &VerificationLimits::maxWorkUnits},
+    {VerificationLimits::kMaxReportedElements, &Limits::maxReportedElements, &VerificationLimits::maxReportedElements},
 };
 } // namespace
 

@@ -5,15 +5,19 @@
 #include <string>
 #include <string_view>
 
+struct VerificationLimits;
+
 namespace xmldsig {
 
 struct Limits;
 struct SettingsData;
 
-// Each public limit with the VerifyOptions member that names it.
+// Each public limit with the VerifyOptions member that names it and the
+// engine's field that holds it.
 struct LimitField {
     std::string_view name;
     std::uint64_t Limits::*member;
+    std::uint64_t VerificationLimits::*engineMember;
 };
 std::span<const LimitField> limitFields();
 

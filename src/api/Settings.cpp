@@ -156,11 +156,9 @@ Status Settings::setVerifyOptions(std::string_view json) {
     const VerificationPolicy policy = VerificationPolicy::parse({}, json);
     if (!policy.error.empty())
         return failure(Errc::bad_option, policy.error);
-    const VerificationLimits& l = policy.limits;
     SettingsData& d = mutableData();
-    d.limits = Limits{l.maxReferences,          l.maxTransforms,       l.maxSignatures,
-                      l.maxSignatureValueBytes, l.maxCertificateBytes, l.maxExternalFileBytes,
-                      l.maxXPathNodes,          l.maxWorkUnits,        l.maxReportedElements};
+    for (const LimitField& field : limitFields())
+        d.limits.*field.member = policy.limits.*field.engineMember;
     d.validateTsaChain = policy.validateTsaChain;
     return {};
 }
