@@ -2,6 +2,7 @@
 
 #include "xmldsig/Export.h"
 
+#include "xmldsig/Ades.h"
 #include "xmldsig/Status.h"
 
 #include <cstdint>
@@ -121,6 +122,7 @@ struct SignatureResult {
     std::optional<Signer> signer; // when the signature value verified
     Trust trust;
     std::vector<Reference> references; // when the references were checked
+    std::optional<AdesValidation> ades; // when the settings ask for it
     std::string logText;               // as the settings ask
     std::string logJson;
 };

@@ -73,6 +73,18 @@ public:
     // "2024-05-01T12:00:00Z", an offset, or a bare date.
     Status setVerificationTime(std::string_view xsdDateTime);
 
+    // AdES validation (ETSI EN 319 102-1) of each signature, its indication
+    // in the result's `ades`; off by default. A signature policy's document
+    // is checked against the digest a SignaturePolicyIdentifier states: tied
+    // to that identifier when one is given, else to the policy whose
+    // identifier ends with the file's name, else (alone) to any policy.
+    // Online: revocation is fetched from the OCSP responders and CRL
+    // distribution points certificates name; nothing touches the network
+    // otherwise.
+    void setAdesValidation(bool on);
+    Status addPolicyDocument(std::string_view path, std::string_view identifier = {});
+    void setOnline(bool on);
+
     // External references: folders their relative URIs are looked up in
     // (the document's own folder is added for a file), data for a reference
     // index, or missing data ignored.

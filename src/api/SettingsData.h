@@ -28,6 +28,16 @@ struct SettingsData {
     std::shared_ptr<const TrustAnchors> anchors;
     std::optional<std::time_t> verificationTime;
 
+    // A signature policy's document, read when added.
+    struct PolicyDocument {
+        std::string identifier; // empty: matched by file name, or alone
+        std::string path;
+        std::shared_ptr<const std::string> bytes;
+    };
+    bool ades = false;
+    bool online = false;
+    std::vector<PolicyDocument> policies;
+
     std::vector<std::string> externalRefDirs;
     std::vector<std::pair<int, std::string>> refData;
     bool ignoreExternalRefs = false;
