@@ -33,6 +33,8 @@ const PolicyDocument* documentFor(const std::string& identifier, std::span<const
 bool transformed(const XmlDocument& doc, uint32_t transforms, const std::string& bytes, std::string& out,
                  LogBase& log) {
     out = bytes;
+    if (transforms == kNoNode)
+        return true;
     for (uint32_t t = doc.firstChildElement(transforms); t != kNoNode; t = doc.nextSiblingElement(t)) {
         const CanonicalizationMethod method = canonicalizationMethodOf(attributeValue(doc, t, "Algorithm"));
         if (!method.recognised)
