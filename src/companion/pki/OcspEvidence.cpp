@@ -29,11 +29,12 @@ RevocationEvidence rejected(std::string reason) {
     return evidence;
 }
 
-// OpenSSL's last error in words, with its detail ("certificate verify error: Verify error:...").
-std::string lastOpensslError() {
+// OpenSSL's first error in words, the cause rather than what it led to, with its detail ("certificate
+// verify error: Verify error:...").
+std::string firstOpensslError() {
     const char* data = nullptr;
     int flags = 0;
-    const unsigned long code = ERR_peek_last_error_data(&data, &flags);
+    const unsigned long code = ERR_peek_error_data(&data, &flags);
     const char* text = code ? ERR_reason_error_string(code) : nullptr;
     std::string error = text ? text : "unspecified error";
     if (data && *data && (flags & ERR_TXT_STRING))
@@ -92,10 +93,10 @@ std::string responderRejection(OCSP_BASICRESP* basic, X509* signer, STACK_OF(X50
     if (!issuerOnly)
         return "out of memory";
     if (OCSP_basic_verify(basic, issuerStack, issuerOnly.get(), OCSP_NOVERIFY) != 1)
-        return "its signature does not verify (" + lastOpensslError() + ")";
+        return "its signature does not verify (" + firstOpensslError() + ")";
     if (OCSP_basic_verify(basic, issuerStack, issuerOnly.get(), 0) == 1)
         return {};
-    const std::string openssl = lastOpensslError();
+    const std::string openssl = firstOpensslError();
     if (delegatedSigning(signer) && anchors.chainOf(signer, responseCertificates(basic), producedAt).trusted)
         return {};
     return "its responder \"" + certificateNameText(X509_get_subject_name(signer)) +
