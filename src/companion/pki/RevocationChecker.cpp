@@ -81,7 +81,10 @@ struct RevocationChecker::Attempt {
                 return true;
         }
         for (size_t i = 0; i < sources.crls.size(); ++i) {
-            if (takeCrl(crlOfDer(sources.crls[i]).get(), kEmbeddedCrl, numbered(kEmbeddedCrl, i)))
+            const X509CrlPtr crl = crlOfDer(sources.crls[i]);
+            if (!crl)
+                rejections.push_back(numbered(kEmbeddedCrl, i) + ": it is not a DER CRL");
+            else if (takeCrl(crl.get(), kEmbeddedCrl, numbered(kEmbeddedCrl, i)))
                 return true;
         }
         for (const X509CrlPtr& crl : anchors.crls()) {
