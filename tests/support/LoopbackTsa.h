@@ -1,11 +1,9 @@
 #pragma once
 
-#include <atomic>
+#include "support/LoopbackHttpServer.h"
+
 #include <filesystem>
-#include <mutex>
 #include <string>
-#include <thread>
-#include <vector>
 
 namespace timestamp_test {
 
@@ -19,7 +17,7 @@ struct TsaIdentity {
 
 // A timestamp responder on 127.0.0.1 (a port the system picks): a minimal
 // HTTP server that answers each POST with `openssl ts -reply` over the
-// request body. It runs on its own thread from construction to destruction.
+// request body, on a LoopbackHttpServer.
 class LoopbackTsa {
 public:
     enum class Behaviour {
@@ -30,35 +28,27 @@ public:
     };
 
     LoopbackTsa(TsaIdentity identity, std::filesystem::path workDir, Behaviour behaviour = Behaviour::Answer);
-    ~LoopbackTsa();
     LoopbackTsa(const LoopbackTsa&) = delete;
     LoopbackTsa& operator=(const LoopbackTsa&) = delete;
 
     std::string url() const;
     // The header block of the last request read.
-    std::string lastHeaders() const;
+    std::string lastHeaders() const { return m_server.lastHeaders(); }
 
     // A loopback port that nothing listens on.
-    static int closedPort();
+    static int closedPort() { return test_support::LoopbackHttpServer::closedPort(); }
 
 private:
-    void serve();
-    void handle(int client);
-    bool readRequest(int client, std::string& headers, std::string& body);
+    std::string answer(const std::string& query);
     std::string reply(const std::string& query);
 
     TsaIdentity m_identity;
     std::filesystem::path m_workDir;
     Behaviour m_behaviour;
-    int m_listener = -1;
-    int m_port = 0;
-    std::vector<int> m_heldOpen;
-    std::atomic<bool> m_stop{false};
     int m_requestCount = 0;
     std::string m_firstAnswer;
-    mutable std::mutex m_mutex;
-    std::string m_lastHeaders;
-    std::thread m_thread;
+    // Last, so that it stops before the members its handler reads go.
+    test_support::LoopbackHttpServer m_server;
 };
 
 } // namespace timestamp_test

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "companion/base/ClsBase.h"
+#include "companion/net/HttpExchange.h"
 #include "companion/text/DataBuffer.h"
 #include "companion/text/RefCountedObject.h"
 #include "companion/text/XString.h"
@@ -8,22 +9,6 @@
 #include <string>
 
 class LogBase;
-
-// How a request is sent: timeouts in seconds (0: none) and optional basic
-// authentication. TLS peers are always verified; requests go directly to
-// the host, never through a proxy named in the environment.
-struct HttpSettings {
-    long connectTimeoutSeconds = 10;
-    long totalTimeoutSeconds = 30;
-    XString login;
-    XString password;
-};
-
-// One HTTP exchange's outcome: the status line's code and the body.
-struct HttpResult {
-    long status = 0;
-    DataBuffer body;
-};
 
 // An HTTP client over libcurl. Reference-counted: createNewCls returns it
 // with one reference, and objects it is handed to keep their own.

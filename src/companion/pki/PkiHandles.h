@@ -11,6 +11,7 @@
 using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, OpensslDeleter<ASN1_OBJECT_free>>;
 using Asn1TypePtr = std::unique_ptr<ASN1_TYPE, OpensslDeleter<ASN1_TYPE_free>>;
 using Asn1StringPtr = std::unique_ptr<ASN1_STRING, OpensslDeleter<ASN1_STRING_free>>;
+using Asn1TimePtr = std::unique_ptr<ASN1_TIME, OpensslDeleter<ASN1_TIME_free>>;
 using X509NamePtr = std::unique_ptr<X509_NAME, OpensslDeleter<X509_NAME_free>>;
 
 // A stack that borrows its certificates: freeing it leaves them alone.

@@ -4,10 +4,10 @@
 #include "companion/log/LogBase.h"
 #include "companion/pki/CertFileReader.h"
 #include "companion/pki/CertificateSummary.h"
+#include "companion/pki/CrlParsing.h"
 #include "companion/pki/PkiHandles.h"
 
 #include <openssl/err.h>
-#include <openssl/pem.h>
 #include <openssl/x509v3.h>
 
 #include <algorithm>
@@ -37,26 +37,6 @@ std::vector<std::filesystem::path> filesOf(const std::filesystem::path& path) {
     return files;
 }
 
-// Every X509 CRL block of PEM text, else one DER CRL.
-std::vector<X509CrlPtr> parseCrls(const std::string& bytes) {
-    std::vector<X509CrlPtr> crls;
-    const BioPtr bio(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
-    while (bio) {
-        X509CrlPtr crl(PEM_read_bio_X509_CRL(bio.get(), nullptr, nullptr, nullptr));
-        if (!crl)
-            break;
-        crls.push_back(std::move(crl));
-    }
-    if (crls.empty()) {
-        const auto* p = reinterpret_cast<const unsigned char*>(bytes.data());
-        if (X509CrlPtr crl{d2i_X509_CRL(nullptr, &p, static_cast<long>(bytes.size()))})
-            crls.push_back(std::move(crl));
-    }
-    // The PEM loop ends on the "no more blocks" error, which is expected.
-    ERR_clear_error();
-    return crls;
-}
-
 X509StackPtr stackOf(std::span<X509* const> certs) {
     X509StackPtr stack(sk_X509_new_null());
     for (X509* cert : certs) {
@@ -80,7 +60,7 @@ bool anyAdded(size_t added, const std::string& path, std::string_view nothingRea
 }
 
 ChainOutcome untrusted(std::string reason) {
-    return {false, std::move(reason), {}};
+    return {false, std::move(reason), {}, {}};
 }
 
 } // namespace
@@ -108,32 +88,52 @@ bool TrustAnchors::addCrls(const std::string& path, std::string& error) {
     std::string bytes;
     size_t added = 0;
     if (FileSys::readWholeFile(path, bytes)) {
-        for (const X509CrlPtr& crl : parseCrls(bytes)) {
-            if (m_store && X509_STORE_add_crl(m_store.get(), crl.get()) == 1)
+        for (X509CrlPtr& crl : parseCrls(bytes)) {
+            if (m_store && X509_STORE_add_crl(m_store.get(), crl.get()) == 1) {
+                m_crls.push_back(std::move(crl));
                 ++added;
+            }
         }
     }
-    m_hasCrls = m_hasCrls || added > 0;
     return anyAdded(added, path, kNoCrl, error);
 }
 
 ChainOutcome TrustAnchors::check(X509* signer, std::span<X509* const> untrustedPool, std::time_t at) const {
+    ChainOutcome outcome = build(signer, untrustedPool, at, !m_crls.empty() ? X509_V_FLAG_CRL_CHECK : 0);
+    if (outcome.trusted && !allowsSigning(signer)) {
+        outcome.trusted = false;
+        outcome.reason = kKeyUsageReason;
+        outcome.anchorSubject.clear();
+    }
+    return outcome;
+}
+
+ChainOutcome TrustAnchors::chainOf(X509* cert, std::span<X509* const> untrustedPool, std::time_t at) const {
+    return build(cert, untrustedPool, at, 0);
+}
+
+ChainOutcome TrustAnchors::build(X509* cert, std::span<X509* const> untrustedPool, std::time_t at,
+                                 unsigned long flags) const {
     const X509StoreCtxPtr ctx(X509_STORE_CTX_new());
     const X509StackPtr pool = stackOf(untrustedPool);
-    if (!signer || !ctx || !pool || X509_STORE_CTX_init(ctx.get(), m_store.get(), signer, pool.get()) != 1) {
+    if (!cert || !ctx || !pool || X509_STORE_CTX_init(ctx.get(), m_store.get(), cert, pool.get()) != 1) {
         ERR_clear_error();
         return untrusted(X509_verify_cert_error_string(X509_V_ERR_UNSPECIFIED));
     }
     X509_VERIFY_PARAM* param = X509_STORE_CTX_get0_param(ctx.get());
-    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | (m_hasCrls ? X509_V_FLAG_CRL_CHECK : 0));
+    X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | flags);
     X509_VERIFY_PARAM_set_time(param, at);
     const bool verified = X509_verify_cert(ctx.get()) == 1;
     ERR_clear_error();
-    if (!verified)
-        return untrusted(X509_verify_cert_error_string(X509_STORE_CTX_get_error(ctx.get())));
-    if (!allowsSigning(signer))
-        return untrusted(std::string(kKeyUsageReason));
+    ChainOutcome outcome = verified ? ChainOutcome{true, {}, {}, {}}
+                                    : untrusted(X509_verify_cert_error_string(X509_STORE_CTX_get_error(ctx.get())));
     const STACK_OF(X509)* chain = X509_STORE_CTX_get0_chain(ctx.get());
-    X509* anchor = sk_X509_value(chain, sk_X509_num(chain) - 1);
-    return {true, {}, certificateNameText(X509_get_subject_name(anchor))};
+    for (int i = 0; chain && i < sk_X509_num(chain); ++i) {
+        X509* link = sk_X509_value(chain, i);
+        X509_up_ref(link);
+        outcome.chain.emplace_back(link);
+    }
+    if (verified)
+        outcome.anchorSubject = certificateNameText(X509_get_subject_name(outcome.chain.back().get()));
+    return outcome;
 }

@@ -5,12 +5,16 @@
 #include <ctime>
 #include <span>
 #include <string>
+#include <vector>
 
 struct ChainOutcome {
     bool trusted = false;
     std::string reason; // when not trusted: OpenSSL's reason text, or our key-usage text
     std::string
         anchorSubject; // when trusted: the subject of the anchor the chain ended at, as CertificateSummary writes it
+    // The chain OpenSSL built, the certificate first and the anchor last when trusted; when not, as far as
+    // it got (often the certificate alone).
+    std::vector<X509Ptr> chain;
 };
 
 // Trust anchors and CRLs, loaded once and then only read: one object may be
@@ -32,9 +36,16 @@ public:
     // intermediate given as an anchor works; the signer's revocation is checked when any CRL was added),
     // then the signer's keyUsage, which when present must allow digitalSignature or nonRepudiation.
     ChainOutcome check(X509* signer, std::span<X509* const> untrusted, std::time_t at) const;
+    // The chain alone, for a caller that checks each link's revocation itself: no CRL check and no key usage.
+    ChainOutcome chainOf(X509* cert, std::span<X509* const> untrusted, std::time_t at) const;
+
+    // The CRLs added, in the order read.
+    std::span<const X509CrlPtr> crls() const { return m_crls; }
 
 private:
+    ChainOutcome build(X509* cert, std::span<X509* const> untrusted, std::time_t at, unsigned long flags) const;
+
     X509StorePtr m_store;
     size_t m_anchorCount = 0;
-    bool m_hasCrls = false;
+    std::vector<X509CrlPtr> m_crls;
 };

@@ -1,5 +1,7 @@
 #include "companion/pki/TrustAnchors.h"
 
+#include "companion/pki/CertificateSummary.h"
+
 #include "support/Keys.h"
 #include "support/TrustFixtures.h"
 
@@ -107,5 +109,22 @@ TEST(TrustAnchors, ReadsDirectoriesAndBundles) {
         EXPECT_EQ(error, path.string() + ": no certificate could be read");
     }
     EXPECT_TRUE(anchors.empty());
+}
+
+// The chain alone leaves revocation to its caller: a revoked signer that check() refuses once a CRL is
+// given still chains, signer first and anchor last.
+TEST(TrustAnchors, ChainOfIgnoresTheCrlsThatCheckApplies) {
+    TrustAnchors anchors = anchorsOf({fixtures().root()});
+    std::string error;
+    ASSERT_TRUE(anchors.addCrls(fixtures().crl().string(), error)) << error;
+    EXPECT_EQ(Chain(anchors).withIntermediate(Signer::Revoked).reason, "certificate revoked");
+    const X509Ptr intermediate = loadPem(fixtures().intermediate());
+    X509* const pool[] = {intermediate.get()};
+    const ChainOutcome chain = anchors.chainOf(loadSigner(Signer::Revoked).get(), pool, std::time(nullptr));
+    ASSERT_TRUE(chain.trusted) << chain.reason;
+    ASSERT_EQ(chain.chain.size(), 3u);
+    EXPECT_EQ(X509_cmp(chain.chain[1].get(), intermediate.get()), 0);
+    EXPECT_EQ(certificateNameText(X509_get_subject_name(chain.chain[2].get())), TrustFixtures::kRootSubject);
+    EXPECT_EQ(chain.anchorSubject, TrustFixtures::kRootSubject);
 }
 } // namespace
