@@ -13,6 +13,7 @@
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/CertMgr.h"
 #include "companion/pki/ClsXmlCertVault.h"
+#include "companion/pki/RevocationChecker.h"
 #include "companion/pki/TrustAnchors.h"
 #include "companion/xml/ClsXml.h"
 #include "verifier/ClsXmlDSig.h"
@@ -25,6 +26,12 @@ namespace {
 
 Status failure(Errc code, std::string message) {
     return {make_error_code(code), std::move(message)};
+}
+
+// Revocation data fetched online is kept for the whole process.
+const RevocationChecker& processRevocationChecker() {
+    static const RevocationChecker checker;
+    return checker;
 }
 
 XString utf8(std::string_view text) {
@@ -89,6 +96,7 @@ void VerifierEngine::configureAdes() {
     m_adesContext.pool = m_certificatePool;
     m_adesContext.at = s.verificationTime;
     m_adesContext.online = s.online;
+    m_adesContext.revocation = &processRevocationChecker();
     m_adesContext.policies = m_policies;
 }
 

@@ -2,6 +2,7 @@
 // fixtures' signers: each forgery a relying party could be shown, with the
 // indication it must give, and the signatures that must pass.
 #include "support/AdesLab.h"
+#include "support/RevocationLab.h"
 #include "support/Signing.h"
 
 #include <gtest/gtest.h>
@@ -118,10 +119,61 @@ TEST(AdesValidation, ThePolicyDigestIsCheckedWhenItsDocumentIsGiven) {
 
 TEST(AdesValidation, AnExpiredSignerNeedsProofOfExistenceWhileItWasValid) {
     const std::string signedXml = lab().sign(Signer::Expired);
-    EXPECT_EQ(indicationOf(lab().validate(signedXml)), "INDETERMINATE/OUT_OF_BOUNDS_NO_POE");
+    EXPECT_EQ(indicationOf(lab().validate(signedXml)), "INDETERMINATE/OUT_OF_BOUNDS_NOT_REVOKED");
     xmldsig::Settings atThen = lab().settings();
     atThen.setVerificationTime(trust_test::TrustFixtures::kWhileExpiredWasValid);
     EXPECT_EQ(indicationOf(lab().validate(signedXml, atThen)), "TOTAL_PASSED");
+}
+
+} // namespace
+
+namespace {
+
+// Anchored at the root, whose CRL says the intermediate is good; the
+// signers' own status comes from where each case says.
+std::string base64Of(const std::string& bytes) {
+    DataBuffer data;
+    data.append(bytes);
+    StringBuffer text;
+    data.encodeDB("base64", text);
+    return std::string(text.view());
+}
+
+xmldsig::Settings withoutSignerCrl(bool online) {
+    xmldsig::Settings settings;
+    settings.setAdesValidation(true);
+    settings.setOnline(online);
+    EXPECT_TRUE(settings.addTrustAnchors(lab().pki().root().string()).ok());
+    EXPECT_TRUE(settings.addCertificates(lab().pki().intermediate().string()).ok());
+    EXPECT_TRUE(settings.addCrls((lab().pki().dir() / "root.crl").string()).ok());
+    return settings;
+}
+
+TEST(AdesValidation, RevocationFromACrlFileEmbeddedValuesAndAnOcspResponder) {
+    EXPECT_EQ(indicationOf(lab().validate(lab().sign(Signer::Revoked))), "INDETERMINATE/REVOKED_NO_POE");
+
+    const revocation_test::RevocationLab revocation;
+    const auto signer = [&](const std::string& name) {
+        return ades_test::SignerFiles{revocation.dir() / (name + ".key"), revocation.pem(name), true};
+    };
+    XadesParts embedded;
+    embedded.unsignedProperties = "<xades:RevocationValues><xades:OCSPValues><xades:EncapsulatedOCSPValue>" +
+                                  base64Of(revocation.response("ocsp-revoked", "responder")) +
+                                  "</xades:EncapsulatedOCSPValue></xades:OCSPValues></xades:RevocationValues>";
+    const xmldsig::SignatureResult r =
+        lab().validate(lab().sign(signer("ocsp-revoked"), embedded), withoutSignerCrl(false));
+    EXPECT_EQ(indicationOf(r), "INDETERMINATE/REVOKED_NO_POE") << verdictOf(r);
+    ASSERT_FALSE(r.ades->chain.empty());
+    EXPECT_EQ(r.ades->chain[0].revocationSource, "embedded OCSP response");
+
+    for (const auto& [name, expected] :
+         {std::pair{"ocsp-good", "TOTAL_PASSED"}, std::pair{"ocsp-revoked", "INDETERMINATE/REVOKED_NO_POE"},
+          std::pair{"ocsp-down", "INDETERMINATE/TRY_LATER"}}) {
+        const xmldsig::SignatureResult online = lab().validate(lab().sign(signer(name)), withoutSignerCrl(true));
+        EXPECT_EQ(indicationOf(online), expected) << name << "\n" << verdictOf(online);
+    }
+    const xmldsig::SignatureResult offline = lab().validate(lab().sign(signer("ocsp-good")), withoutSignerCrl(false));
+    EXPECT_EQ(indicationOf(offline), "INDETERMINATE/TRY_LATER") << verdictOf(offline);
 }
 
 } // namespace

@@ -20,6 +20,8 @@ constexpr const char* kIdAttributes = " --id-attr:Id 'http://uri.etsi.org/01903/
 constexpr const char* kDigest = R"(<ds:DigestMethod Algorithm="http://www.w3.org/2001/04/xmlenc#sha256"/>)";
 constexpr const char* kSignedInfoStart =
     R"(<ds:SignedInfo><ds:CanonicalizationMethod Algorithm="http://www.w3.org/2001/10/xml-exc-c14n#"/><ds:SignatureMethod Algorithm="http://www.w3.org/2001/04/xmldsig-more#rsa-sha256"/>)";
+constexpr std::string_view kRsaMethod = "#rsa-sha256";
+constexpr std::string_view kEcdsaMethod = "#ecdsa-sha256";
 
 std::string reference(const std::string& uri, const std::string& type, const std::string& transforms) {
     return "<ds:Reference URI=\"" + uri + "\"" + (type.empty() ? "" : " Type=\"" + type + "\"") + ">" + transforms +
@@ -49,16 +51,29 @@ const AdesLab& AdesLab::shared() {
     return lab;
 }
 
+// The root's CRL, so that the intermediate's status is known too.
+AdesLab::AdesLab() {
+    const auto r = test_support::runProcess(
+        "cd " + shellQuote(pki().dir().string()) +
+        " && openssl ca -batch -config root.cnf -gencrl -crl_lastupdate 200101000000Z -crl_nextupdate "
+        "391231235959Z -out root.crl");
+    EXPECT_EQ(r.exitCode, 0) << r.err;
+}
+
 std::string AdesLab::signingCertificateV2(const std::filesystem::path& certificate) const {
     return std::string("<xades:SigningCertificateV2><xades:Cert><xades:CertDigest>") + kDigest + "<ds:DigestValue>" +
            test_support::sha256Of(derOf(certificate)) +
            "</ds:DigestValue></xades:CertDigest></xades:Cert></xades:SigningCertificateV2>";
 }
 
-std::string AdesLab::sign(Signer signer, const XadesParts& parts) const {
+SignerFiles AdesLab::filesOf(Signer signer) const {
+    return {pki().dir() / (trust_test::TrustFixtures::nameOf(signer) + ".key"), pki().certificate(signer)};
+}
+
+std::string AdesLab::sign(const SignerFiles& signer, const XadesParts& parts) const {
     const std::string exc = R"(<ds:Transform Algorithm="http://www.w3.org/2001/10/xml-exc-c14n#"/>)";
     const std::string signingCertificate =
-        parts.signingCertificate.empty() ? signingCertificateV2(pki().certificate(signer)) : parts.signingCertificate;
+        parts.signingCertificate.empty() ? signingCertificateV2(signer.certificate) : parts.signingCertificate;
     const std::string unsignedProperties = parts.unsignedProperties.empty()
                                                ? ""
                                                : "<xades:UnsignedProperties><xades:UnsignedSignatureProperties>" +
@@ -86,7 +101,7 @@ std::string AdesLab::signEnveloping(Signer signer) const {
                             R"(</ds:SignedInfo><ds:SignatureValue Id="sv-1"/><ds:KeyInfo><ds:X509Data/></ds:KeyInfo>)"
                             R"(<ds:Object Id="obj-1"><Order xmlns="urn:example:order">pay 10 EUR</Order></ds:Object>)"
                             "</ds:Signature>";
-    return xmlsecSign(signer, xml);
+    return xmlsecSign(filesOf(signer), xml);
 }
 
 std::string AdesLab::counterSign(const std::string& signedXml, Signer signer, const std::string& coveredId) const {
@@ -97,17 +112,18 @@ std::string AdesLab::counterSign(const std::string& signedXml, Signer signer, co
         R"(</ds:SignedInfo><ds:SignatureValue/><ds:KeyInfo><ds:X509Data/></ds:KeyInfo></ds:Signature></xades:CounterSignature></xades:UnsignedSignatureProperties></xades:UnsignedProperties>)";
     const std::string xml = test_support::replaced(signedXml, "</xades:QualifyingProperties>",
                                                    counterSignature + "</xades:QualifyingProperties>");
-    return xmlsecSign(signer, xml, "cs-1");
+    return xmlsecSign(filesOf(signer), xml, "cs-1");
 }
 
-std::string AdesLab::xmlsecSign(Signer signer, const std::string& xml, const std::string& nodeId) const {
+std::string AdesLab::xmlsecSign(const SignerFiles& signer, const std::string& xml, const std::string& nodeId) const {
     test_support::TempDir dir;
-    const std::string key = (pki().dir() / (trust_test::TrustFixtures::nameOf(signer) + ".key")).string();
-    test_support::writeFile(dir.path() / "template.xml", xml);
-    const auto r = test_support::runProcess(
-        "xmlsec1 --sign --privkey-pem " + shellQuote(key) + "," + shellQuote(pki().certificate(signer).string()) +
-        kIdAttributes + (nodeId.empty() ? "" : " --node-id " + nodeId) + " --output " +
-        shellQuote((dir.path() / "signed.xml").string()) + " " + shellQuote((dir.path() / "template.xml").string()));
+    test_support::writeFile(dir.path() / "template.xml",
+                            signer.ecdsa ? test_support::replaced(xml, kRsaMethod, kEcdsaMethod) : xml);
+    const auto r = test_support::runProcess("xmlsec1 --sign --privkey-pem " + shellQuote(signer.key.string()) + "," +
+                                            shellQuote(signer.certificate.string()) + kIdAttributes +
+                                            (nodeId.empty() ? "" : " --node-id " + nodeId) + " --output " +
+                                            shellQuote((dir.path() / "signed.xml").string()) + " " +
+                                            shellQuote((dir.path() / "template.xml").string()));
     EXPECT_EQ(r.exitCode, 0) << r.err;
     return r.exitCode == 0 ? test_support::readFile(dir.path() / "signed.xml") : std::string();
 }
@@ -118,6 +134,7 @@ xmldsig::Settings AdesLab::settings() const {
     EXPECT_TRUE(settings.addTrustAnchors(pki().root().string()).ok());
     EXPECT_TRUE(settings.addCertificates(pki().intermediate().string()).ok());
     EXPECT_TRUE(settings.addCrls(pki().crl().string()).ok());
+    EXPECT_TRUE(settings.addCrls((pki().dir() / "root.crl").string()).ok());
     return settings;
 }
 

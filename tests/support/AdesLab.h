@@ -18,18 +18,30 @@ struct XadesParts {
     bool certificateInKeyInfo = true;
 };
 
+// A signer's private key and certificate (PEM), and its key's kind.
+struct SignerFiles {
+    std::filesystem::path key;
+    std::filesystem::path certificate;
+    bool ecdsa = false;
+};
+
 // Signs XAdES documents with xmlsec1 as the trust fixtures' signers
 // (root -> intermediate -> signer), and verifies them under AdES validation
 // with the root as anchor, the intermediate as a known certificate and the
-// intermediate's CRL.
+// CRLs of both.
 class AdesLab {
 public:
     static const AdesLab& shared();
+    AdesLab();
     const trust_test::TrustFixtures& pki() const { return trust_test::TrustFixtures::shared(); }
 
     // The signed document: an enveloped signature "sig-1" whose value is
     // "sv-1" and SignedProperties "sp-1".
-    std::string sign(trust_test::Signer signer, const XadesParts& parts = {}) const;
+    std::string sign(const SignerFiles& signer, const XadesParts& parts = {}) const;
+    std::string sign(trust_test::Signer signer, const XadesParts& parts = {}) const {
+        return sign(filesOf(signer), parts);
+    }
+    SignerFiles filesOf(trust_test::Signer signer) const;
     // An enveloping signature over the ds:Object "obj-1".
     std::string signEnveloping(trust_test::Signer signer) const;
     // The document with a counter-signature of the signature "sig-1" by
@@ -44,7 +56,7 @@ public:
     xmldsig::SignatureResult validate(const std::string& xml) const { return validate(xml, settings()); }
 
 private:
-    std::string xmlsecSign(trust_test::Signer signer, const std::string& xml, const std::string& nodeId = {}) const;
+    std::string xmlsecSign(const SignerFiles& signer, const std::string& xml, const std::string& nodeId = {}) const;
 };
 
 // The SigningTime the lab's signatures state: when the tests started.

@@ -46,10 +46,6 @@ X509StackPtr stackOf(std::span<X509* const> certs) {
     return stack;
 }
 
-bool allowsSigning(X509* cert) {
-    return (X509_get_extension_flags(cert) & EXFLAG_KUSAGE) == 0 || (X509_get_key_usage(cert) & kSigningKeyUsages) != 0;
-}
-
 // False, with the error for `path`, when the file gave nothing.
 bool anyAdded(size_t added, const std::string& path, std::string_view nothingRead, std::string& error) {
     ERR_clear_error();
@@ -106,6 +102,10 @@ ChainOutcome TrustAnchors::check(X509* signer, std::span<X509* const> untrustedP
         outcome.anchorSubject.clear();
     }
     return outcome;
+}
+
+bool TrustAnchors::allowsSigning(X509* cert) {
+    return (X509_get_extension_flags(cert) & EXFLAG_KUSAGE) == 0 || (X509_get_key_usage(cert) & kSigningKeyUsages) != 0;
 }
 
 ChainOutcome TrustAnchors::chainOf(X509* cert, std::span<X509* const> untrustedPool, std::time_t at) const {

@@ -38,6 +38,8 @@ public:
     ChainOutcome check(X509* signer, std::span<X509* const> untrusted, std::time_t at) const;
     // The chain alone, for a caller that checks each link's revocation itself: no CRL check and no key usage.
     ChainOutcome chainOf(X509* cert, std::span<X509* const> untrusted, std::time_t at) const;
+    // The certificate's keyUsage, when present, allows digitalSignature or nonRepudiation.
+    static bool allowsSigning(X509* cert);
 
     // The CRLs added, in the order read.
     std::span<const X509CrlPtr> crls() const { return m_crls; }
