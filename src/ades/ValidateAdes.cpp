@@ -120,7 +120,7 @@ AdesReport ClsXmlDSig::validateAdes(const AdesContext& context, LogBase& log) {
         return report;
     }
     XadesElements e = XadesElements::find(*doc, signature, m_report.references);
-    const ValidationData data = ValidationData::read(*doc, e.unsignedSignatureProperties);
+    const ValidationData data = ValidationData::read(*doc, e.unsignedSignatureProperties, e.keyInfo);
     const SigningCertificateProperty signingCertificate = readSigningCertificate(*doc, e.signedSignatureProperties);
     if (e.hasXades() && m_report.stage == VerificationStage::KeyResolution &&
         verifyWithNamedCertificate(signingCertificate, data, context, log))

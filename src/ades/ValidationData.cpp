@@ -33,6 +33,19 @@ void readRevocationValues(const XmlDocument& doc, uint32_t values, ValidationDat
                       [&](uint32_t ocsp) { data.ocspResponses.push_back(decoded(doc, ocsp)); });
 }
 
+void readKeyInfoCrls(const XmlDocument& doc, uint32_t keyInfo, ValidationData& data) {
+    if (keyInfo == kNoNode)
+        return;
+    for (uint32_t x509Data = doc.firstChildElement(keyInfo); x509Data != kNoNode;
+         x509Data = doc.nextSiblingElement(x509Data)) {
+        if (!isDsigElement(doc, x509Data, "X509Data"))
+            continue;
+        for (uint32_t c = doc.firstChildElement(x509Data); c != kNoNode; c = doc.nextSiblingElement(c))
+            if (isDsigElement(doc, c, "X509CRL"))
+                data.crls.push_back(decoded(doc, c));
+    }
+}
+
 } // namespace
 
 std::vector<X509*> ValidationData::certificatePointers() const {
@@ -42,8 +55,9 @@ std::vector<X509*> ValidationData::certificatePointers() const {
     return pointers;
 }
 
-ValidationData ValidationData::read(const XmlDocument& doc, uint32_t unsignedSignatureProperties) {
+ValidationData ValidationData::read(const XmlDocument& doc, uint32_t unsignedSignatureProperties, uint32_t keyInfo) {
     ValidationData data;
+    readKeyInfoCrls(doc, keyInfo, data);
     if (unsignedSignatureProperties == kNoNode)
         return data;
     for (uint32_t c = doc.firstChildElement(unsignedSignatureProperties); c != kNoNode; c = doc.nextSiblingElement(c)) {

@@ -8,8 +8,9 @@
 #include <vector>
 
 // The validation data a signature carries in its unsigned properties
-// (CertificateValues, RevocationValues, TimeStampValidationData): the
-// certificates decoded, the CRLs and OCSP responses as DER.
+// (CertificateValues, RevocationValues, TimeStampValidationData) and its
+// KeyInfo's X509CRL elements: the certificates decoded, the CRLs and OCSP
+// responses as DER.
 struct ValidationData {
     std::vector<X509Ptr> certificates;
     std::vector<std::vector<uint8_t>> crls;
@@ -17,5 +18,5 @@ struct ValidationData {
     int undecodable = 0; // certificates that are not X.509
 
     std::vector<X509*> certificatePointers() const;
-    static ValidationData read(const XmlDocument& doc, uint32_t unsignedSignatureProperties);
+    static ValidationData read(const XmlDocument& doc, uint32_t unsignedSignatureProperties, uint32_t keyInfo);
 };

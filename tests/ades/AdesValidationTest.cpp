@@ -151,6 +151,12 @@ xmldsig::Settings withoutSignerCrl(bool online) {
 
 TEST(AdesValidation, RevocationFromACrlFileEmbeddedValuesAndAnOcspResponder) {
     EXPECT_EQ(indicationOf(lab().validate(lab().sign(Signer::Revoked))), "INDETERMINATE/REVOKED_NO_POE");
+    std::string crl = test_support::readFile(lab().pki().crl());
+    crl = crl.substr(crl.find('\n') + 1);
+    crl = crl.substr(0, crl.find("-----END"));
+    const std::string crlInKeyInfo = test_support::replaced(lab().sign(Signer::Revoked), "</ds:X509Data>",
+                                                            "<ds:X509CRL>" + crl + "</ds:X509CRL></ds:X509Data>");
+    EXPECT_EQ(indicationOf(lab().validate(crlInKeyInfo, withoutSignerCrl(false))), "INDETERMINATE/REVOKED_NO_POE");
 
     const revocation_test::RevocationLab revocation;
     const auto signer = [&](const std::string& name) {
