@@ -24,8 +24,8 @@ bool containsCovered(const XmlDocument& doc, uint32_t element, std::span<const R
 }
 
 std::string described(const XmlDocument& doc, uint32_t element, const char* what) {
-    return std::string(what) + " " + std::string(doc.name(element)) + " at byte " +
-           std::to_string(doc.startTagBegin(element)) + " is not covered by any reference";
+    return std::string(doc.name(element)) + " at byte " + std::to_string(doc.startTagBegin(element)) + ": " + what +
+           " that no reference covers";
 }
 
 } // namespace
@@ -34,13 +34,13 @@ std::vector<std::string> unsignedSignatureContent(const XmlDocument& doc, const 
                                                   std::span<const ReferenceOutcome> references) {
     std::vector<std::string> found;
     for (uint32_t copy : e.unsignedCopies)
-        found.push_back(described(doc, copy, "the copy of SignedProperties"));
+        found.push_back(described(doc, copy, "a SignedProperties beside the signed one"));
     for (uint32_t object : e.objects) {
         if (coveredByMatchedReference(doc, object, references))
             continue;
         for (uint32_t c = doc.firstChildElement(object); c != kNoNode; c = doc.nextSiblingElement(c))
             if (!isXadesElement(doc, c, "QualifyingProperties") && !containsCovered(doc, c, references))
-                found.push_back(described(doc, c, "the Object's content"));
+                found.push_back(described(doc, c, "content of a ds:Object"));
     }
     return found;
 }
