@@ -140,9 +140,26 @@ std::string coreVerification(const SignatureResult& s) {
     return heading("Signature verification") + facts.html();
 }
 
+// When the value was never verified (a reference failed first), the AdES
+// validation may still have identified the signing certificate.
+std::string unverifiedSigner(const SignatureResult& s) {
+    if (!s.ades || s.ades->chain.empty())
+        return heading("Signer") + noneParagraph("No key verified the signature value.");
+    const AdesValidation::ChainCertificate& c = s.ades->chain.front();
+    Facts facts;
+    facts.text("Subject", c.subject)
+        .text("Issuer", c.issuer)
+        .add("Serial number", "<span class=\"mono\">" + valueOrNone(c.serialNumber) + "</span>")
+        .text("Valid from", c.notBefore)
+        .text("Valid until", c.notAfter)
+        .add("SHA-256 fingerprint", "<span class=\"mono\">" + valueOrNone(c.sha256Fingerprint) + "</span>");
+    return heading("Signer") + "<p>The signing certificate; the signature value was not verified with it.</p>\n" +
+           facts.html();
+}
+
 std::string signer(const SignatureResult& s) {
     if (!s.signer)
-        return heading("Signer") + noneParagraph("No key verified the signature value.");
+        return unverifiedSigner(s);
     const xmldsig::Signer& k = *s.signer;
     Facts facts;
     if (const auto& c = k.certificate)
