@@ -25,7 +25,7 @@ uint32_t childWhere(const XmlDocument& doc, uint32_t parent, std::string_view lo
 } // namespace
 
 bool isXadesNamespace(std::string_view uri) {
-    static constexpr std::array kAll{kV111, kV122, kV132, kV141};
+    static constexpr std::array kAll{kV111, kV122, kV132, kV141, kSkXml10};
     for (std::string_view known : kAll)
         if (uri == known)
             return true;

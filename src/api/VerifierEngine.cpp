@@ -1,5 +1,6 @@
 #include "api/VerifierEngine.h"
 
+#include "api/AdesConversion.h"
 #include "api/DocumentLoading.h"
 #include "api/EngineOptions.h"
 #include "api/FailureReason.h"
@@ -76,7 +77,19 @@ Status VerifierEngine::configure() {
     XString verifyOptions = utf8(engineVerifyOptions(s));
     m_dsig->put_VerifyOptions(verifyOptions);
     m_dsig->put_VerboseLogging(s.verboseLog);
+    configureAdes();
     return {};
+}
+
+void VerifierEngine::configureAdes() {
+    const SettingsData& s = m_settings.data();
+    for (const SettingsData::PolicyDocument& policy : s.policies)
+        m_policies.push_back({policy.identifier, policy.path, policy.bytes});
+    m_adesContext.anchors = s.anchors.get();
+    m_adesContext.pool = m_certificatePool;
+    m_adesContext.at = s.verificationTime;
+    m_adesContext.online = s.online;
+    m_adesContext.policies = m_policies;
 }
 
 Result VerifierEngine::verify(const DocumentSource& source, const std::string& name, const std::string& folder) {
@@ -180,6 +193,11 @@ SignatureResult VerifierEngine::verifySelected(int index) {
     SignatureResult r;
     r.index = index;
     r.valid = m_dsig->VerifySignature(s.checkReferences);
+    if (s.ades) {
+        // A signer found through its SigningCertificate verifies the signature again.
+        r.ades = adesValidation(m_dsig->ValidateAdes(m_adesContext));
+        r.valid = m_dsig->report().valid;
+    }
     r.refFailReason = m_dsig->get_RefFailReason();
     const VerificationReport& report = m_dsig->report();
     r.stage = verificationStageName(report.stage);

@@ -5,6 +5,8 @@
 
 #include "api/ResultReport.h"
 
+#include "ades/AdesContext.h"
+
 #include "companion/crypto/OpensslPtr.h"
 #include "companion/text/RefCountedObject.h"
 
@@ -41,6 +43,7 @@ private:
     bool selectedIndexes(Result& result, const std::string& name, std::vector<int>& indexes);
     SignatureResult verifySelected(int index);
     void judgeTrust(SignatureResult& r) const;
+    void configureAdes();
 
     Settings m_settings;
     Status m_configured;
@@ -49,6 +52,8 @@ private:
     // The vault's certificates, as intermediates for a chain (owned by it).
     std::vector<X509*> m_certificatePool;
     CertificateReports m_certificateReports;
+    std::vector<PolicyDocument> m_policies;
+    AdesContext m_adesContext;
 };
 
 } // namespace xmldsig

@@ -102,6 +102,10 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
         if (log.verbose())
             log.LogDataLong("numPublicKeys", keys.getSize());
     }
+    if (m_signingCertificateKey) {
+        m_signingCertificateKey->incRefCount();
+        keys.appendRefCounted(m_signingCertificateKey.get());
+    }
     if (!keyInfoOnly) {
         if (auto* explicitKey = static_cast<ClsPublicKey*>(m_publicKeys.elementAt(m_selector))) {
             explicitKey->incRefCount();

@@ -38,6 +38,12 @@ uint32_t ReferenceVerifier::LineCounter::lineOf(std::string_view text, uint32_t 
     return m_line;
 }
 
+// SK-XML writers put the URI's '#' into the Id too.
+std::span<const uint32_t> ReferenceVerifier::elementsNamed(std::string_view uri) {
+    const std::span<const uint32_t> carriers = m_engine.elementsNamedBy(uri);
+    return carriers.empty() ? m_engine.elementsNamedBy("#" + std::string(uri)) : carriers;
+}
+
 ReferenceOutcome ReferenceVerifier::outcome(int index, bool matched, const ReferenceCheck& check, LogBase& log) {
     ReferenceOutcome out;
     out.index = index;
@@ -67,7 +73,7 @@ ReferenceOutcome ReferenceVerifier::outcome(int index, bool matched, const Refer
                 e.line = m_lines.lineOf(m_engine.loadedTree()->source(), e.offset);
     } else if (target.isDocument()) {
         out.target = ReferenceOutcome::Target::WholeDocument;
-    } else if (const std::span<const uint32_t> carriers = m_engine.elementsNamedBy(uri.view()); carriers.size() == 1) {
+    } else if (const std::span<const uint32_t> carriers = elementsNamed(uri.view()); carriers.size() == 1) {
         const XmlDocument& doc = *m_engine.loadedTree();
         out.target = ReferenceOutcome::Target::Element;
         out.elementName = doc.name(carriers[0]);

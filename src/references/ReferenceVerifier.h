@@ -4,6 +4,7 @@
 #include "verifier/VerificationReport.h"
 
 #include <cstdint>
+#include <span>
 #include <string_view>
 #include <vector>
 
@@ -54,6 +55,7 @@ private:
     };
 
     ReferenceOutcome outcome(int index, bool matched, const ReferenceCheck& check, LogBase& log);
+    std::span<const uint32_t> elementsNamed(std::string_view uri);
 
     ClsXmlDSig& m_engine;
     ReferenceRun m_run;

@@ -1,5 +1,6 @@
 #include "verifier/ClsXmlDSig.h"
 
+#include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ades/AdesContext.h"
+#include "ades/AdesReport.h"
 #include "companion/base/ClsBinData.h"
 #include "companion/base/ClsStringBuilder.h"
 #include "companion/pki/CertificateStore.h"
@@ -38,6 +40,10 @@ class DSigReference;
 struct ReferenceRun;
 struct DigestAttempt;
 struct ReferenceCheck;
+struct AdesFacts;
+struct SigningCertificateProperty;
+struct ValidationData;
+struct XadesElements;
 
 // Verifies the XML digital signatures of one loaded document.
 class ClsXmlDSig : public _clsXmlDSigBase, public CertificateStoreHolder {
@@ -97,6 +103,12 @@ public:
     // A key tried for every signature, after those of KeyInfo and the one
     // set for the signature's index; the caller may give several.
     void addCallerKey(ClsPublicKey& key);
+
+    // The AdES validation of the selected signature, after VerifySignature:
+    // its XAdES properties, counter-signatures, chain and revocation, and
+    // the indication. A signer KeyInfo does not name is looked for by its
+    // SigningCertificate digest, and the signature verified again with it.
+    AdesReport ValidateAdes(const AdesContext& context);
 
     // The facts of the last VerifySignature: the stage that decided, what
     // each reference covered, the key that verified, the further attempts
@@ -336,6 +348,19 @@ private:
     bool digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, const DigestAttempt& attempt,
                                  bool hasSignedProperties, StringBuffer& calculated, ReferenceCheck& check,
                                  LogBase& log);
+
+    AdesReport validateAdes(const AdesContext& context, LogBase& log);
+    bool verifyWithNamedCertificate(const SigningCertificateProperty& property, const ValidationData& data,
+                                    const AdesContext& context, LogBase& log);
+    void checkCounterSignatures(const XmlDocument& doc, const XadesElements& e, AdesFacts& facts, AdesReport& report,
+                                LogBase& log);
+    CounterSignatureOutcome verifyCounterSignature(const XmlDocument& doc, uint32_t counterSignature,
+                                                   uint32_t parentValue, LogBase& log);
+    // The index of the signature whose start tag is at the offset, or -1.
+    int signatureIndexAt(uint32_t offset) const;
+    static void logAdesReport(const AdesReport& report, LogBase& log);
+    // The key of the certificate SigningCertificate names, tried while set.
+    RefPtr<ClsPublicKey> m_signingCertificateKey;
 
     void releaseDocument();
     void resetLoadedDocument();

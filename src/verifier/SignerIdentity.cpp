@@ -26,6 +26,8 @@ const char* keySourceText(KeySource source) {
         return "certificate store, by KeyName";
     case KeySource::RetrievedCertificate:
         return "certificate retrieved by RetrievalMethod";
+    case KeySource::NamedBySigningCertificate:
+        return "certificate named by SigningCertificate";
     case KeySource::None:
         break;
     }
@@ -54,6 +56,8 @@ const char* keyPathStep(KeySource source) {
         return "KeyName lookup in the store";
     case KeySource::RetrievedCertificate:
         return "raw X.509 certificate";
+    case KeySource::NamedBySigningCertificate:
+        return "SigningCertificate digest lookup";
     case KeySource::CallerKey:
     case KeySource::HmacSecret:
     case KeySource::None:

@@ -20,6 +20,9 @@ enum class KeySource : int {
     StoreByX509Digest,
     StoreByKeyName,
     RetrievedCertificate,
+    // The certificate XAdES SigningCertificate names, found by its digest
+    // among CertificateValues and the store.
+    NamedBySigningCertificate,
 };
 
 // "certificate in KeyInfo", "KeyValue in KeyInfo", ...

@@ -1,0 +1,60 @@
+#include "ades/ValidationData.h"
+
+#include "ades/XadesNames.h"
+#include "companion/text/DataBuffer.h"
+
+#include <openssl/x509.h>
+
+using namespace xades_names;
+
+namespace {
+
+std::vector<uint8_t> decoded(const XmlDocument& doc, uint32_t element) {
+    DataBuffer bytes;
+    bytes.appendEncoded(trimmedContent(doc, element), "base64");
+    return {bytes.getData(), bytes.getData() + bytes.getSize()};
+}
+
+void readCertificateValues(const XmlDocument& doc, uint32_t values, ValidationData& data) {
+    forEachXadesChild(doc, values, "EncapsulatedX509Certificate", [&](uint32_t encapsulated) {
+        const std::vector<uint8_t> der = decoded(doc, encapsulated);
+        const unsigned char* p = der.data();
+        if (X509Ptr cert{d2i_X509(nullptr, &p, static_cast<long>(der.size()))})
+            data.certificates.push_back(std::move(cert));
+        else
+            ++data.undecodable;
+    });
+}
+
+void readRevocationValues(const XmlDocument& doc, uint32_t values, ValidationData& data) {
+    forEachXadesChild(doc, xadesChild(doc, values, "CRLValues"), "EncapsulatedCRLValue",
+                      [&](uint32_t crl) { data.crls.push_back(decoded(doc, crl)); });
+    forEachXadesChild(doc, xadesChild(doc, values, "OCSPValues"), "EncapsulatedOCSPValue",
+                      [&](uint32_t ocsp) { data.ocspResponses.push_back(decoded(doc, ocsp)); });
+}
+
+} // namespace
+
+std::vector<X509*> ValidationData::certificatePointers() const {
+    std::vector<X509*> pointers;
+    for (const X509Ptr& cert : certificates)
+        pointers.push_back(cert.get());
+    return pointers;
+}
+
+ValidationData ValidationData::read(const XmlDocument& doc, uint32_t unsignedSignatureProperties) {
+    ValidationData data;
+    if (unsignedSignatureProperties == kNoNode)
+        return data;
+    for (uint32_t c = doc.firstChildElement(unsignedSignatureProperties); c != kNoNode; c = doc.nextSiblingElement(c)) {
+        if (isXadesElement(doc, c, "CertificateValues")) {
+            readCertificateValues(doc, c, data);
+        } else if (isXadesElement(doc, c, "RevocationValues")) {
+            readRevocationValues(doc, c, data);
+        } else if (isXadesElement(doc, c, "TimeStampValidationData")) {
+            readCertificateValues(doc, xadesChild(doc, c, "CertificateValues"), data);
+            readRevocationValues(doc, xadesChild(doc, c, "RevocationValues"), data);
+        }
+    }
+    return data;
+}
