@@ -1,5 +1,7 @@
 #include "DocumentText.h"
 
+#include "xmldsig/Certificates.h"
+
 #include <fstream>
 
 namespace {
@@ -71,4 +73,13 @@ std::string DocumentText::elementStartAt(std::uint32_t offset) const {
     if (end != std::string::npos && end < kMaxExcerptBytes)
         return text.substr(0, end + 1);
     return text.size() > kMaxExcerptBytes ? cutAt(text, kMaxExcerptBytes) : text + "...";
+}
+
+std::vector<xmldsig::Certificate> DocumentText::keyInfoCertificates(int index) const {
+    std::vector<xmldsig::Certificate> certificates;
+    const xmldsig::Status status = m_inMemory ? xmldsig::keyInfoCertificates(m_bytes, index, certificates)
+                                              : xmldsig::keyInfoCertificatesOfFile(m_path, index, certificates);
+    if (!status)
+        certificates.clear();
+    return certificates;
 }

@@ -1,11 +1,15 @@
 #pragma once
 
+#include "xmldsig/Result.h"
+
 #include <cstdint>
 #include <filesystem>
 #include <string>
+#include <vector>
 
-// The signed document's text, read back for excerpts: from the file a few
-// hundred bytes at a time, or from the bytes already read (standard input).
+// The signed document, read back for what the result does not hold: excerpts
+// from the file a few hundred bytes at a time (or from the bytes already read
+// from standard input), and KeyInfo's certificates.
 class DocumentText {
 public:
     static DocumentText ofFile(std::filesystem::path path);
@@ -14,6 +18,11 @@ public:
     // The start tag of the element at `offset`, at most kMaxExcerptBytes
     // ("..." marks a cut); empty when no start tag begins there.
     std::string elementStartAt(std::uint32_t offset) const;
+
+    // The certificates the KeyInfo of the signature at `index` carries (none
+    // when it cannot be read): who claims to have signed, when no key
+    // verified the value.
+    std::vector<xmldsig::Certificate> keyInfoCertificates(int index) const;
 
     static constexpr size_t kMaxExcerptBytes = 240;
 

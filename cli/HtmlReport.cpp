@@ -140,42 +140,55 @@ std::string coreVerification(const SignatureResult& s) {
     return heading("Signature verification") + facts.html();
 }
 
-// When the value was never verified (a reference failed first), the AdES
-// validation may still have identified the signing certificate.
-std::string unverifiedSigner(const SignatureResult& s) {
-    if (!s.ades || s.ades->chain.empty())
-        return heading("Signer") + noneParagraph("No key verified the signature value.");
-    const AdesValidation::ChainCertificate& c = s.ades->chain.front();
-    Facts facts;
-    facts.text("Subject", c.subject)
-        .text("Issuer", c.issuer)
-        .add("Serial number", "<span class=\"mono\">" + valueOrNone(c.serialNumber) + "</span>")
-        .text("Valid from", c.notBefore)
-        .text("Valid until", c.notAfter)
-        .add("SHA-256 fingerprint", "<span class=\"mono\">" + valueOrNone(c.sha256Fingerprint) + "</span>");
-    return heading("Signer") + "<p>The signing certificate; the signature value was not verified with it.</p>\n" +
-           facts.html();
+std::string certificateFacts(const std::string& subject, const std::string& issuer, const std::string& serial,
+                             const std::string& notBefore, const std::string& notAfter,
+                             const std::string& fingerprint) {
+    return Facts()
+        .text("Subject", subject)
+        .text("Issuer", issuer)
+        .add("Serial number", "<span class=\"mono\">" + valueOrNone(serial) + "</span>")
+        .text("Valid from", notBefore)
+        .text("Valid until", notAfter)
+        .add("SHA-256 fingerprint", "<span class=\"mono\">" + valueOrNone(fingerprint) + "</span>")
+        .html();
 }
 
-std::string signer(const SignatureResult& s) {
+// When no key verified the value (a reference failed first), the AdES
+// validation's signing certificate, else what KeyInfo carries, says who
+// claims to have signed.
+std::string unverifiedSigner(const SignatureResult& s, const DocumentText& text) {
+    if (s.ades && !s.ades->chain.empty()) {
+        const AdesValidation::ChainCertificate& c = s.ades->chain.front();
+        return heading("Signer") + "<p>The signing certificate; the signature value was not verified with it.</p>\n" +
+               certificateFacts(c.subject, c.issuer, c.serialNumber, c.notBefore, c.notAfter, c.sha256Fingerprint);
+    }
+    const std::vector<xmldsig::Certificate> certificates = text.keyInfoCertificates(s.index);
+    if (certificates.empty())
+        return heading("Signer") + noneParagraph("No key verified the signature value.");
+    std::string html =
+        heading("Signer") + "<p>No key verified the signature value. The certificates its KeyInfo carries:</p>\n";
+    for (const xmldsig::Certificate& c : certificates)
+        html += certificateFacts(c.subject, c.issuer, c.serialNumber, c.notBefore, c.notAfter, c.sha256Fingerprint);
+    return html;
+}
+
+std::string signer(const SignatureResult& s, const DocumentText& text) {
     if (!s.signer)
-        return unverifiedSigner(s);
+        return unverifiedSigner(s, text);
     const xmldsig::Signer& k = *s.signer;
     Facts facts;
-    if (const auto& c = k.certificate)
-        facts.text("Subject", c->subject)
-            .text("Issuer", c->issuer)
-            .add("Serial number", "<span class=\"mono\">" + valueOrNone(c->serialNumber) + "</span>")
-            .text("Valid from", c->notBefore)
-            .text("Valid until", c->notAfter)
-            .add("SHA-256 fingerprint", "<span class=\"mono\">" + valueOrNone(c->sha256Fingerprint) + "</span>");
     facts.text("Algorithm", k.algorithm)
         .text("Key", k.keyType + (k.keyBits > 0 ? " " + std::to_string(k.keyBits) + " bits" : std::string()))
         .text("Key source", k.keySource)
         .text("Found through", k.keyPath);
     if (!k.signingTime.empty())
         facts.text("Signing time", k.signingTime + " (" + k.signingTimeSource + ")");
-    return heading("Signer") + facts.html();
+    const auto& c = k.certificate;
+    return heading("Signer") +
+           (c ? certificateFacts(c->subject, c->issuer, c->serialNumber, c->notBefore, c->notAfter,
+                                 c->sha256Fingerprint)
+              : std::string()) +
+           facts.html();
 }
 
 std::string trust(const Trust& t) {
@@ -275,9 +288,9 @@ std::string references(const SignatureResult& s, const DocumentText& text) {
     for (const Reference& r : s.references) {
         std::string transforms;
         for (const std::string& t : r.transforms)
-            transforms += (transforms.empty() ? "" : "<br>") + esc(t);
+            transforms += std::string(transforms.empty() ? "" : "<br>") + "<code>" + esc(t) + "</code>";
         table.row({std::to_string(r.index), "<code>" + esc(r.uri) + "</code>", coveredCell(r, text),
-                   transforms.empty() ? valueOrNone("") : transforms, esc(r.digestMethod),
+                   transforms.empty() ? valueOrNone("") : transforms, "<code>" + esc(r.digestMethod) + "</code>",
                    yesNo(r.matched, "matched", "NOT MATCHED: " + r.failure)},
                   r.matched ? "" : "mismatch");
     }
@@ -313,7 +326,7 @@ std::string signatureSection(const SignatureResult& s, const DocumentText& text)
     std::string html = "<section class=\"signature\"><h2>Signature " + std::to_string(s.index) +
                        (s.id.empty() ? "" : " <code>" + esc(s.id) + "</code>") + "</h2>\n";
     html += s.ades ? adesBanner(*s.ades) : coreBanner(s);
-    html += failures(s) + coreVerification(s) + signer(s) + trust(s.trust);
+    html += failures(s) + coreVerification(s) + signer(s, text) + trust(s.trust);
     if (s.ades)
         html += chain(*s.ades) + timestamps(*s.ades) + properties(s.ades->properties);
     html += references(s, text);

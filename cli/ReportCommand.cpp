@@ -68,6 +68,7 @@ int parseArgs(CommandLine& args, ReportArgs& a) {
         return kExitUsage;
     }
     a.settings.verification.setAdesValidation(true);
+    a.settings.verification.setLogJson(a.format == "json");
     return kExitValid;
 }
 

@@ -20,7 +20,8 @@ h3 { font-size: 1.05rem; margin: 1.5rem 0 .5rem; }
 .failed { background: var(--bad); }
 table { border-collapse: collapse; width: 100%; margin: .25rem 0 1rem; }
 th, td { border: 1px solid var(--line); padding: .3rem .5rem; text-align: left; vertical-align: top;
-         overflow-wrap: anywhere; }
+         overflow-wrap: break-word; }
+td code, td .mono { overflow-wrap: anywhere; }
 th { background: #f2f4f7; font-weight: 600; }
 dl { display: grid; grid-template-columns: max-content 1fr; gap: .2rem 1rem; margin: .25rem 0 1rem; }
 dt { font-weight: 600; color: var(--muted); }

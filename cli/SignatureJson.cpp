@@ -123,6 +123,7 @@ json signatureJson(const SignatureResult& s, AdesDetail ades) {
     j["trust"] = trustJson(s.trust);
     if (s.ades)
         j["ades"] = ades == AdesDetail::Full ? adesFullJson(*s.ades) : adesVerdictJson(*s.ades);
-    j["log"] = json::parse(s.logJson, nullptr, false);
+    if (!s.logJson.empty())
+        j["log"] = json::parse(s.logJson, nullptr, false);
     return j;
 }

@@ -12,14 +12,19 @@ def test_ades_only_when_asked_and_a_tampered_document_fails_on_its_hash():
     assert any(c.outcome == "failed" for c in sig.ades.checks)
 
 
-def test_timestamped_signature_gives_its_properties_timestamp_and_chain():
-    [sig] = xmldsig.verify(XADES / "xades4j-document.signed.t.bes.xml", ades=True)
+def test_signer_as_anchor_passes_with_its_chain_and_properties(tmp_path):
+    document = XADES / "xades4j-document.signed.t.bes.xml"
+    [untrusted] = xmldsig.verify(document, ades=True)
+    assert (untrusted.ades.indication, untrusted.ades.sub_indication) == ("INDETERMINATE", "NO_CERTIFICATE_CHAIN_FOUND")
+    anchor = tmp_path / "signer.der"
+    anchor.write_bytes(untrusted.signer.certificate_der)
+    [sig] = xmldsig.verify(document, ades=True, trust=anchor)
     ades = sig.ades
-    assert ades.level.startswith("XAdES")
-    assert [t.kind for t in ades.timestamps] == ["SignatureTimeStamp"]
-    assert ades.timestamps[0].time
-    assert ades.chain[0].subject == sig.signer.subject
-    assert ades.properties.signing_time
+    assert (ades.indication, ades.sub_indication) == ("TOTAL_PASSED", None)
+    assert ades.level.startswith("XAdES-BASELINE-")
+    assert [c.outcome for c in ades.checks] == ["passed"] * len(ades.checks)
+    assert [(c.subject, c.revocation) for c in ades.chain] == [(sig.signer.subject, "not checked")]
+    assert ades.properties.signing_time == "2017-04-21T18:36:38Z" and ades.properties.policy_identifier is None
 
 
 def test_policies_are_paths_or_identifier_path_pairs(tmp_path):

@@ -18,6 +18,15 @@ std::string q(const fs::path& p) {
     return shellQuote(p.string());
 }
 
+// The signer's own certificate as the trust anchor, so that the valid
+// document can reach TOTAL_PASSED.
+fs::path signerAnchor(const fs::path& dir) {
+    const ProcessResult certs = runTool("certs " + q(kValid));
+    EXPECT_EQ(certs.exitCode, 0) << certs.err;
+    writeFile(dir / "signer.pem", certs.out);
+    return dir / "signer.pem";
+}
+
 // Chromium in a profile of its own inside `dir`; the page's DOM as rendered,
 // and a screenshot beside the page.
 class Browser {
@@ -44,19 +53,21 @@ TEST(ReportCommand, PagesOfAValidAndATamperedDocumentRenderInABrowser) {
         GTEST_SKIP() << "chromium is not installed (scripts/install-deps installs it)";
     TempDir scratch;
     const Browser browser(scratch.path());
+    const std::string trust = "--trust " + q(signerAnchor(scratch.path()));
     const struct {
         fs::path document;
         const char* page;
+        int exitCode;
         std::vector<std::string> shown;
     } cases[] = {
-        {kValid, "valid", {"INDETERMINATE", kSigner, "SignatureTimeStamp", "matched"}},
-        {kTampered, "tampered", {"TOTAL_FAILED", "HASH_FAILURE", kSigner, "NOT MATCHED: digest mismatch"}},
+        {kValid, "valid", 0, {">TOTAL_PASSED<", kSigner, "XAdES-BASELINE-", "&lt;collection Id=\"root\"&gt;"}},
+        {kTampered, "tampered", 1, {">TOTAL_FAILED<", ">HASH_FAILURE<", kSigner, "NOT MATCHED: digest mismatch"}},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.page);
         const fs::path html = scratch.path() / (std::string(c.page) + ".html");
-        const ProcessResult r = runTool("report " + q(c.document) + " -o " + q(html));
-        EXPECT_EQ(r.exitCode, 1) << r.err;
+        const ProcessResult r = runTool("report " + trust + " " + q(c.document) + " -o " + q(html));
+        EXPECT_EQ(r.exitCode, c.exitCode) << r.err;
         const std::string dom = browser.renderedDom(html);
         ASSERT_NE(dom.find("<body>"), std::string::npos) << dom;
         for (const std::string& text : c.shown)
@@ -68,14 +79,19 @@ TEST(ReportCommand, PagesOfAValidAndATamperedDocumentRenderInABrowser) {
 }
 
 TEST(ReportCommand, JsonCarriesTheWholeValidationAndTheInputIsNeverOverwritten) {
-    const ProcessResult r = runTool("report --format json " + q(kValid));
-    ASSERT_EQ(r.exitCode, 1) << r.err;
-    const nlohmann::json ades = nlohmann::json::parse(r.out).at("signatures").at(0).at("ades");
-    EXPECT_EQ(ades.at("chain").at(0).at("subject"), kSigner);
-    EXPECT_EQ(ades.at("timestamps").at(0).at("kind"), "SignatureTimeStamp");
-    EXPECT_TRUE(ades.at("properties").at("signingTime").is_string());
-
     TempDir scratch;
+    const ProcessResult r =
+        runTool("report --format json --trust " + q(signerAnchor(scratch.path())) + " " + q(kValid));
+    ASSERT_EQ(r.exitCode, 0) << r.err;
+    const nlohmann::json sig = nlohmann::json::parse(r.out).at("signatures").at(0);
+    const nlohmann::json& ades = sig.at("ades");
+    EXPECT_EQ(ades.at("indication"), "TOTAL_PASSED");
+    EXPECT_EQ(ades.at("chain").at(0).at("subject"), kSigner);
+    EXPECT_EQ(ades.at("chain").at(0).at("revocation").at("status"), "not checked");
+    EXPECT_EQ(ades.at("properties").at("signingTime"), "2017-04-21T18:36:38Z");
+    EXPECT_TRUE(ades.at("timestamps").is_array() && ades.at("counterSignatures").is_array());
+    EXPECT_TRUE(sig.at("log").is_array());
+
     const fs::path copy = scratch.path() / "doc.xml";
     fs::copy_file(kValid, copy);
     const ProcessResult same = runTool("report " + q(copy) + " -o " + q(scratch.path() / "." / "doc.xml"));
@@ -85,13 +101,24 @@ TEST(ReportCommand, JsonCarriesTheWholeValidationAndTheInputIsNeverOverwritten) 
 }
 
 TEST(VerifyAdes, IndicationDecidesTheExitCodeOnlyUnderAdes) {
+    // Valid, but with no anchor to chain to: INDETERMINATE.
     const ProcessResult plain = runTool("verify " + q(kValid));
     EXPECT_EQ(plain.exitCode, 0);
     EXPECT_EQ(plain.out.find("AdES"), std::string::npos);
-    const ProcessResult ades = runTool("verify --ades " + q(kValid) + " " + q(kTampered));
-    EXPECT_EQ(ades.exitCode, 1);
-    EXPECT_NE(ades.out.find("VALID rsa-sha256"), std::string::npos) << ades.out;
-    EXPECT_NE(ades.out.find("; AdES TOTAL_FAILED (HASH_FAILURE)"), std::string::npos) << ades.out;
+    const ProcessResult untrusted = runTool("verify --ades " + q(kValid));
+    EXPECT_EQ(untrusted.exitCode, 1);
+    EXPECT_NE(untrusted.out.find("VALID rsa-sha256"), std::string::npos) << untrusted.out;
+    EXPECT_NE(untrusted.out.find("; AdES INDETERMINATE (NO_CERTIFICATE_CHAIN_FOUND), XAdES-BASELINE-"),
+              std::string::npos)
+        << untrusted.out;
+    TempDir scratch;
+    const std::string trust = "--trust " + q(signerAnchor(scratch.path()));
+    EXPECT_EQ(runTool("verify --ades " + trust + " " + q(kValid)).exitCode, 0);
+    const ProcessResult both = runTool("verify --ades " + trust + " " + q(kValid) + " " + q(kTampered));
+    EXPECT_EQ(both.exitCode, 1);
+    EXPECT_NE(both.out.find("INVALID: reference 0: digest mismatch; AdES TOTAL_FAILED (HASH_FAILURE)"),
+              std::string::npos)
+        << both.out;
 
     const ProcessResult json = runTool("verify --json " + q(kTampered));
     const nlohmann::json verdict = nlohmann::json::parse(json.out).at("files").at(0).at("signatures").at(0).at("ades");
