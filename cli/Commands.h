@@ -7,3 +7,4 @@ int runC14n(CommandLine& args);
 int runCerts(CommandLine& args);
 int runVerify(CommandLine& args);
 int runTimestamp(CommandLine& args);
+int runReport(CommandLine& args);

@@ -1,44 +1,17 @@
 #include "VerdictReport.h"
 
-#include <nlohmann/json.hpp>
+#include "CommandLine.h"
+#include "SignatureJson.h"
 
 namespace {
 
-using xmldsig::Reference;
+using xmldsig::AdesValidation;
 using xmldsig::SignatureResult;
 using xmldsig::Signer;
 using xmldsig::Trust;
 
 const char* verdictWord(bool valid) {
     return valid ? "VALID" : "INVALID";
-}
-
-const char* targetKind(Reference::Target target) {
-    switch (target) {
-    case Reference::Target::Element:
-        return "element";
-    case Reference::Target::WholeDocument:
-        return "whole document";
-    case Reference::Target::External:
-        return "external";
-    case Reference::Target::Selection:
-        return "selection";
-    case Reference::Target::Unresolved:
-        break;
-    }
-    return "unresolved";
-}
-
-const char* trustWord(Trust::Status status) {
-    switch (status) {
-    case Trust::Status::Trusted:
-        return "trusted";
-    case Trust::Status::NotTrusted:
-        return "not trusted";
-    case Trust::Status::NotChecked:
-        break;
-    }
-    return "not checked";
 }
 
 // `rsa-sha256 signer "CN=..., O=..." (certificate in KeyInfo)`
@@ -57,92 +30,25 @@ std::string trustText(const Trust& trust) {
     return "signer trusted (chain to \"" + trust.anchorSubject + "\")";
 }
 
-nlohmann::json referenceJson(const Reference& r) {
-    nlohmann::json j = {{"index", r.index},
-                        {"uri", r.uri},
-                        {"target", targetKind(r.target)},
-                        {"transforms", r.transforms},
-                        {"digestMethod", r.digestMethod},
-                        {"matched", r.matched}};
-    if (r.target == Reference::Target::Element) {
-        j["element"] = r.elementName;
-        j["path"] = r.path;
-        j["line"] = r.line;
-        j["offset"] = r.offset;
-    } else if (r.target == Reference::Target::External) {
-        j["file"] = r.externalFile;
-    } else if (r.target == Reference::Target::Selection) {
-        nlohmann::json selected = nlohmann::json::array();
-        for (const Reference::SelectedElement& e : r.selected)
-            selected.push_back({{"element", e.name}, {"path", e.path}, {"line", e.line}, {"offset", e.offset}});
-        j["selected"] = std::move(selected);
-        j["selectedCount"] = r.selectedCount;
-        j["excludesOutside"] = r.excludesOutside;
-    }
-    if (!r.matched)
-        j["reason"] = r.failReason;
-    return j;
+// "; AdES TOTAL_FAILED (HASH_FAILURE), XAdES-BASELINE-B"
+std::string adesText(const std::optional<AdesValidation>& ades) {
+    if (!ades)
+        return "; AdES not validated";
+    std::string text = std::string("; AdES ") + xmldsig::indicationName(ades->indication);
+    if (const std::string sub = xmldsig::subIndicationName(ades->subIndication); !sub.empty())
+        text += " (" + sub + ")";
+    if (!ades->level.empty())
+        text += ", " + ades->level;
+    return text;
 }
 
-nlohmann::json signerJson(const Signer& signer) {
-    nlohmann::json j = {{"keySource", signer.keySource}, {"keyPath", signer.keyPath},
-                        {"algorithm", signer.algorithm}, {"signatureMethod", signer.signatureMethod},
-                        {"keyType", signer.keyType},     {"keyBits", signer.keyBits}};
-    if (const auto& c = signer.certificate)
-        j["certificate"] = {{"subject", c->subject},     {"issuer", c->issuer},     {"serialNumber", c->serialNumber},
-                            {"notBefore", c->notBefore}, {"notAfter", c->notAfter}, {"sha256", c->sha256Fingerprint}};
-    if (!signer.signingTime.empty())
-        j["signingTime"] = {{"time", signer.signingTime}, {"source", signer.signingTimeSource}};
-    return j;
-}
-
-nlohmann::json trustJson(const Trust& trust) {
-    nlohmann::json j = {{"status", trustWord(trust.status)}};
-    if (trust.status == Trust::Status::NotChecked)
-        return j;
-    j["time"] = trust.time;
-    j["timeSource"] = trust.timeSource;
-    if (!trust.anchorSubject.empty())
-        j["anchor"] = trust.anchorSubject;
-    if (!trust.reason.empty())
-        j["reason"] = trust.reason;
-    return j;
-}
-
-nlohmann::json signatureJson(const SignatureResult& s) {
-    nlohmann::json refs = nlohmann::json::array();
-    for (const auto& ref : s.failedReferences)
-        refs.push_back({{"index", ref.index}, {"reason", ref.reason}});
-    nlohmann::json covered = nlohmann::json::array();
-    for (const Reference& ref : s.references)
-        covered.push_back(referenceJson(ref));
-    nlohmann::json j = {{"index", s.index},
-                        {"id", s.id},
-                        {"verdict", verdictWord(s.valid)},
-                        {"refFailReason", s.refFailReason},
-                        {"failedReferences", refs},
-                        {"references", covered}};
-    if (!s.valid)
-        j["reason"] = s.reason;
-    j["stage"] = s.stage;
-    if (!s.furtherAttempts.empty()) {
-        nlohmann::json attempts = nlohmann::json::array();
-        for (const auto& attempt : s.furtherAttempts)
-            attempts.push_back({{"reference", attempt.reference}, {"attempt", attempt.name}});
-        j["furtherAttempts"] = attempts;
-    }
-    if (s.limit)
-        j["limit"] = {{"option", s.limit->option}, {"count", s.limit->count}, {"limit", s.limit->limit}};
-    if (s.signer)
-        j["signer"] = signerJson(*s.signer);
-    j["trust"] = trustJson(s.trust);
-    j["log"] = nlohmann::json::parse(s.logJson, nullptr, false);
-    return j;
+bool totalPassed(const SignatureResult& s) {
+    return s.ades && s.ades->indication == AdesValidation::Indication::TotalPassed;
 }
 
 } // namespace
 
-void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, std::ostream& out) {
+void printVerdictLines(const std::vector<FileVerdict>& results, const VerdictLineOptions& options, std::ostream& out) {
     for (const FileVerdict& file : results) {
         if (!file.result.status)
             continue;
@@ -156,8 +62,10 @@ void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, st
             else if (s.signer)
                 out << ' ' << signerText(*s.signer) << (s.trust.status == Trust::Status::NotChecked ? "; " : ", ")
                     << trustText(s.trust);
+            if (options.ades)
+                out << adesText(s.ades);
             out << '\n';
-            if (withLog)
+            if (options.log)
                 out << s.logText << '\n';
         }
     }
@@ -172,10 +80,22 @@ void printVerdictJson(const std::vector<FileVerdict>& results, std::ostream& out
         } else {
             nlohmann::json sigs = nlohmann::json::array();
             for (const SignatureResult& s : file.result.signatures)
-                sigs.push_back(signatureJson(s));
+                sigs.push_back(signatureJson(s, AdesDetail::Verdict));
             f["signatures"] = sigs;
         }
         files.push_back(f);
     }
-    out << nlohmann::json{{"files", files}}.dump(2) << '\n';
+    out << nlohmann::json{{"files", files}}.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
+}
+
+int verdictExitCode(const std::vector<FileVerdict>& results, bool byIndication) {
+    int code = kExitValid;
+    for (const FileVerdict& file : results) {
+        if (!file.result.status)
+            return kExitUsage;
+        for (const SignatureResult& s : file.result.signatures)
+            if (byIndication ? !totalPassed(s) : !s.valid)
+                code = kExitInvalid;
+    }
+    return code;
 }

@@ -12,12 +12,20 @@ struct FileVerdict {
     xmldsig::Result result;
 };
 
+struct VerdictLineOptions {
+    bool log = false;  // each signature's log follows its line
+    bool ades = false; // each line ends with the AdES indication
+};
+
 // A line per signature: file, index, Id, VALID with the signer and its
-// trust, or INVALID and the reason; with `withLog`, each signature's log
-// follows its line.
-void printVerdictLines(const std::vector<FileVerdict>& results, bool withLog, std::ostream& out);
+// trust, or INVALID and the reason.
+void printVerdictLines(const std::vector<FileVerdict>& results, const VerdictLineOptions& options, std::ostream& out);
 
 // One JSON document: per file and signature the verdict, RefFailReason, the
-// failing reference indexes, the signer, the trust, the references and the
-// log tree.
+// failing reference indexes, the signer, the trust, the references, the AdES
+// verdict and the log tree.
 void printVerdictJson(const std::vector<FileVerdict>& results, std::ostream& out);
+
+// kExitUsage when a file could not be verified, else kExitInvalid when a
+// signature is not valid (byIndication: not TOTAL_PASSED), else kExitValid.
+int verdictExitCode(const std::vector<FileVerdict>& results, bool byIndication);

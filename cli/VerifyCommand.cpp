@@ -18,7 +18,14 @@ constexpr const char* kUsage =
     "         [--cert FILE|DIR]... [--hmac-key TEXT [--hmac-encoding ascii|hex|base64]]\n"
     "         [--trust FILE|DIR]... [--crl FILE]... [--at TIME]\n"
     "         [--ext-dir DIR[;DIR...]] [--ref-data INDEX=FILE]... [--ignore-external-refs]\n"
-    "         [--options TEXT] [--verify-options JSON] [--log | --verbose] [--json] [-j N] FILE...";
+    "         [--options TEXT] [--verify-options JSON] [--ades] [--online] [--policy [IDENTIFIER=]FILE]...\n"
+    "         [--log | --verbose] [--json] [-j N] FILE...\n"
+    "  --ades     AdES validation (ETSI EN 319 102-1): each line ends with the indication, and the\n"
+    "             exit code is 0 only when every signature is TOTAL_PASSED\n"
+    "  --online   fetch revocation from the OCSP responders and CRL distribution points\n"
+    "             that certificates name (nothing touches the network otherwise)\n"
+    "  --policy   a signature policy's document, checked against the digest the signature states\n"
+    "  --json     one JSON document, each signature with its AdES verdict (\"ades\")";
 
 // Files are handed out one at a time to `jobs` threads, each with its own
 // verifier; results keep the order of the command line.
@@ -68,18 +75,6 @@ bool unusableSettings(const std::vector<FileVerdict>& results) {
     return code == xmldsig::Errc::bad_key || code == xmldsig::Errc::bad_certificate;
 }
 
-int exitCode(const std::vector<FileVerdict>& results) {
-    int code = kExitValid;
-    for (const FileVerdict& file : results) {
-        if (!file.result.status)
-            return kExitUsage;
-        for (const xmldsig::SignatureResult& s : file.result.signatures)
-            if (!s.valid)
-                code = kExitInvalid;
-    }
-    return code;
-}
-
 } // namespace
 
 int runVerify(CommandLine& args) {
@@ -111,8 +106,8 @@ int runVerify(CommandLine& args) {
     if (settings.json)
         printVerdictJson(results, std::cout);
     else
-        printVerdictLines(results, settings.printLog, std::cout);
+        printVerdictLines(results, {.log = settings.printLog, .ades = settings.ades}, std::cout);
     if (results.size() > 1)
         std::cerr << summaryLine(results) << '\n';
-    return exitCode(results);
+    return verdictExitCode(results, settings.ades);
 }

@@ -15,6 +15,18 @@ bool parseRefData(const std::string& text, int& index, std::string& file) {
     return parseIndex(text.substr(0, eq), index);
 }
 
+// "[IDENTIFIER=]FILE": an identifier is a URI or OID, so the last '=' before
+// the file ends it only when something follows; a file name may hold none.
+void parsePolicy(const std::string& text, std::string& identifier, std::string& file) {
+    const size_t eq = text.rfind('=');
+    if (eq == std::string::npos || eq == 0 || eq + 1 == text.size()) {
+        file = text;
+        return;
+    }
+    identifier = text.substr(0, eq);
+    file = text.substr(eq + 1);
+}
+
 // Reads the options group by group; the first failure ends the reading.
 class OptionReader {
 public:
@@ -22,7 +34,7 @@ public:
         : m_args(args), m_v(v), m_s(v.verification), m_error(error) {}
 
     ParseOutcome read() {
-        if (!selection() || !keys() || !trust() || !references() || !output())
+        if (!selection() || !keys() || !trust() || !references() || !ades() || !output())
             return m_outcome;
         m_v.files = m_args.operands();
         if (!m_args.error().empty())
@@ -117,6 +129,18 @@ private:
         return true;
     }
 
+    bool ades() {
+        m_v.ades = m_args.takeFlag("--ades");
+        m_s.setOnline(m_args.takeFlag("--online"));
+        for (const std::string& item : m_args.takeValues("--policy")) {
+            std::string identifier, file;
+            parsePolicy(item, identifier, file);
+            if (!accepted(m_s.addPolicyDocument(file, identifier)))
+                return false;
+        }
+        return true;
+    }
+
     bool output() {
         const bool log = m_args.takeFlag("--log");
         const bool verbose = m_args.takeFlag("--verbose");
@@ -125,6 +149,7 @@ private:
         m_s.setVerboseLog(verbose);
         m_s.setLogText(m_v.printLog);
         m_s.setLogJson(m_v.json);
+        m_s.setAdesValidation(m_v.ades || m_v.json);
         std::string jobs;
         int n = 0;
         if (m_args.takeValue("-j", jobs) && (!parseIndex(jobs, n) || n < 1 || static_cast<unsigned>(n) > kMaxJobs))

@@ -13,6 +13,8 @@ struct VerifySettings {
     xmldsig::Settings verification;
     bool printLog = false;
     bool json = false;
+    bool ades = false; // --ades: the indication decides the exit code
+
     unsigned jobs = 1;
     std::vector<std::string> files;
 };

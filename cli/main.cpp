@@ -10,6 +10,9 @@ constexpr const char* kUsage = "usage: xmldsig <command> [options] FILE...\n"
                                "commands:\n"
                                "  verify [options] FILE...\n"
                                "                       verify signatures (xmldsig verify --help for options)\n"
+                               "  report FILE [--format html|json] [-o OUT] [verify options]\n"
+                               "                       a page on the signatures: AdES indication, signer, chain,\n"
+                               "                       timestamps, properties, what was signed (HTML or JSON)\n"
                                "  info FILE [--json]   signatures, references and detected profile\n"
                                "  c14n [--exclusive] [--with-comments] [--prefixes \"a b\"] [--fragment ID] FILE\n"
                                "                       canonical form of the document or of one element\n"
@@ -37,6 +40,8 @@ int main(int argc, char** argv) {
         return runCerts(args);
     if (command == "timestamp")
         return runTimestamp(args);
+    if (command == "report")
+        return runReport(args);
     if (command == "--help" || command == "-h") {
         std::cout << kUsage;
         return kExitValid;

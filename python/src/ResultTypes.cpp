@@ -1,5 +1,7 @@
 #include "ResultTypes.h"
 
+#include "AdesTypes.h"
+
 #include "xmldsig/Result.h"
 
 #include <pybind11/stl.h>
@@ -163,6 +165,7 @@ void registerSignatureResult(py::module_& m) {
         .def_property_readonly("trust_reason", [](const SignatureResult& r) { return nonEmpty(r.trust.reason); })
         .def_property_readonly("trust_time", [](const SignatureResult& r) { return nonEmpty(r.trust.time); })
         .def_readonly("references", &SignatureResult::references)
+        .def_readonly("ades", &SignatureResult::ades)
         .def_readonly("log_text", &SignatureResult::logText)
         .def_property_readonly("log_json", [](const SignatureResult& r) { return logTree(r.logJson); })
         .def("__repr__", &resultRepr);
@@ -173,6 +176,7 @@ void registerSignatureResult(py::module_& m) {
 void registerResultTypes(py::module_& m) {
     registerSigner(m);
     registerReference(m);
+    registerAdesTypes(m);
     registerSignatureResult(m);
 }
 

@@ -4,7 +4,7 @@
 
 namespace xmldsig_python {
 
-// SignatureResult, Signer and Reference as read-only classes with plain
+// SignatureResult, Signer, Reference and the AdES validation as read-only classes with plain
 // attributes.
 void registerResultTypes(pybind11::module_& module);
 

@@ -18,10 +18,12 @@ import datetime as _datetime
 import json as _json
 import os as _os
 
+from ._xmldsig import AdesCheck, AdesProperties, AdesTimestamp, AdesValidation, ChainCertificate, CounterSignature
 from ._xmldsig import Error, FileError, Reference, SignatureResult, Signer
 from ._xmldsig import _c14n, _c14n_file, _Settings, _Verifier
 
-__all__ = ["Error", "FileError", "Reference", "SignatureResult", "Signer", "Verifier", "c14n", "verify"]
+__all__ = ["AdesCheck", "AdesProperties", "AdesTimestamp", "AdesValidation", "ChainCertificate", "CounterSignature",
+           "Error", "FileError", "Reference", "SignatureResult", "Signer", "Verifier", "c14n", "verify"]
 
 _NO_PATHS = ()
 # PATH_MAX on Linux, the terminating NUL included.
@@ -50,9 +52,18 @@ def _time_text(at):
     raise TypeError(f"at: expected str, datetime or a POSIX time, got {type(at).__name__}")
 
 
+def _policy(item):
+    """A policies entry: a path, or an (identifier, path) pair."""
+    if isinstance(item, (str, bytes, _os.PathLike)):
+        return "", _os.fsdecode(_os.fspath(item))
+    identifier, path = item
+    return identifier, _os.fsdecode(_os.fspath(path))
+
+
 def _settings(keys=_NO_PATHS, certs=_NO_PATHS, trust=_NO_PATHS, crls=_NO_PATHS, at=None, hmac_key=None,
               options="", all=False, signature_id=None, selector=0, check_references=True, ext_dirs=_NO_PATHS,
-              ref_data=None, ignore_external_refs=False, verify_options=None, log_json=False, verbose=False):
+              ref_data=None, ignore_external_refs=False, verify_options=None, log_json=False, verbose=False,
+              ades=False, online=False, policies=()):
     s = _Settings()
     for key in _path_list(keys):
         s.add_key_file(key)
@@ -85,6 +96,10 @@ def _settings(keys=_NO_PATHS, certs=_NO_PATHS, trust=_NO_PATHS, crls=_NO_PATHS, 
         s.set_verify_options(verify_options if isinstance(verify_options, str) else _json.dumps(verify_options))
     s.set_log_json(log_json)
     s.set_verbose_log(verbose)
+    s.set_ades_validation(ades)
+    s.set_online(online)
+    for identifier, path in map(_policy, policies):
+        s.add_policy_document(path, identifier)
     return s
 
 
@@ -120,6 +135,10 @@ class Verifier:
       ext_dirs, ref_data ({index: path}), ignore_external_refs: external references
       verify_options: limits, a dict or JSON text
       log_json: also give each result its log as a dict; verbose: a verbose log
+      ades: AdES validation, each result's `ades` (None otherwise)
+      online: fetch revocation from the OCSP responders and CRL distribution
+          points that certificates name (nothing touches the network otherwise)
+      policies: signature policy documents, each a path or an (identifier, path) pair
     """
 
     def __init__(self, **settings):

@@ -47,6 +47,57 @@ class Reference:
     matched: bool
     failure: str | None
 
+class AdesCheck:
+    name: str
+    outcome: Literal["passed", "failed", "not done", "info"]
+    detail: str
+
+class AdesProperties:
+    signing_time: str | None
+    # {"reference": int | None, "mime_type": str, "description": str}
+    data_object_formats: list[dict[str, Any]]
+    commitment_types: list[str]
+    signer_roles: list[str]
+    production_place: str | None
+    policy_identifier: str | None
+
+class AdesTimestamp:
+    kind: str
+    valid: bool
+    time: str | None
+    tsa_subject: str | None
+    tsa_trusted: bool
+    reason: str | None
+
+class ChainCertificate:
+    subject: str
+    issuer: str
+    serial_number: str
+    not_before: str
+    not_after: str
+    sha256_fingerprint: str
+    anchor: bool
+    revocation: str
+    revocation_source: str | None
+    revocation_time: str | None
+
+class CounterSignature:
+    id: str
+    valid: bool
+    reason: str | None
+    signer_subject: str | None
+
+class AdesValidation:
+    indication: Literal["TOTAL_PASSED", "INDETERMINATE", "TOTAL_FAILED"]
+    sub_indication: str | None
+    level: str
+    best_signature_time: str | None
+    checks: list[AdesCheck]
+    properties: AdesProperties
+    timestamps: list[AdesTimestamp]
+    chain: list[ChainCertificate]
+    counter_signatures: list[CounterSignature]
+
 class SignatureResult:
     index: int
     id: str
@@ -62,6 +113,7 @@ class SignatureResult:
     trust_reason: str | None
     trust_time: str | None
     references: list[Reference]
+    ades: AdesValidation | None
     log_text: str
     log_json: dict[str, Any] | None
 
@@ -86,6 +138,9 @@ class Verifier:
         verify_options: str | Mapping[str, Any] | None = ...,
         log_json: bool = ...,
         verbose: bool = ...,
+        ades: bool = ...,
+        online: bool = ...,
+        policies: Iterable[_Path | tuple[str, _Path]] = ...,
     ) -> None: ...
     def verify(self, data: _Document) -> list[SignatureResult]: ...
 
@@ -109,6 +164,9 @@ def verify(
     verify_options: str | Mapping[str, Any] | None = ...,
     log_json: bool = ...,
     verbose: bool = ...,
+    ades: bool = ...,
+    online: bool = ...,
+    policies: Iterable[_Path | tuple[str, _Path]] = ...,
 ) -> list[SignatureResult]: ...
 def c14n(
     data: _Document,
