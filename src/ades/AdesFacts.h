@@ -25,6 +25,7 @@ struct AdesFacts {
     enum class SigningCertificate { NotStated, Matches, Mismatch, NoCertificate };
     SigningCertificate signingCertificate = SigningCertificate::NotStated;
     PolicyCheck::Outcome policy = PolicyCheck::Outcome::NoPolicy;
+    bool formatNamesNoReference = false; // a DataObjectFormat names no reference
 
     bool timestampImprintFailed = false;
     bool timestampSignatureFailed = false;

@@ -77,6 +77,8 @@ AdesVerdict adesVerdictOf(const AdesFacts& f) {
         return *core;
     if (f.timestampImprintFailed)
         return failed(S::HashFailure);
+    if (f.formatNamesNoReference)
+        return failed(S::FormatFailure);
     if (f.timestampSignatureFailed)
         return failed(S::SigCryptoFailure);
     if (f.revocation == F::Revocation::Revoked && f.bestTimeFromTimestamp && f.revocationTime &&

@@ -76,6 +76,17 @@ void checkSigningCertificate(const SigningCertificateProperty& property, X509* s
                              : "it does not name the certificate that verified the signature: " + why);
 }
 
+// Each DataObjectFormat must describe a reference of the signature.
+void checkDataObjectFormats(const XadesProperties& properties, AdesFacts& facts, AdesReport& report) {
+    for (const XadesProperties::DataObjectFormat& format : properties.dataObjectFormats) {
+        if (format.reference >= 0)
+            continue;
+        facts.formatNamesNoReference = true;
+        report.check("DataObjectFormat", AdesCheckOutcome::Failed,
+                     "\"" + format.objectReference + "\" names no reference of the signature");
+    }
+}
+
 void checkPolicy(const PolicyCheck& policy, AdesFacts& facts, AdesReport& report) {
     using O = PolicyCheck::Outcome;
     facts.policy = policy.outcome;
@@ -132,6 +143,7 @@ AdesReport ClsXmlDSig::validateAdes(const AdesContext& context, LogBase& log) {
     checkSignedData(*doc, e, m_report, facts, report);
     checkSigningCertificate(signingCertificate, m_report.signer.certificate.get(), facts, report);
     report.properties = readXadesProperties(*doc, e);
+    checkDataObjectFormats(report.properties, facts, report);
     checkPolicy(checkSignaturePolicy(*doc, e.signedSignatureProperties, context.policies, log), facts, report);
     checkCounterSignatures(*doc, e, facts, report, log);
     checkSignerChain(m_report.signer, data, context, facts, report);

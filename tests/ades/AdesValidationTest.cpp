@@ -20,10 +20,19 @@ const AdesLab& lab() {
 }
 
 TEST(AdesValidation, AGoodSignerPassesAndTheLevelAndPropertiesAreReported) {
-    const xmldsig::SignatureResult r = lab().validate(lab().sign(Signer::Good));
+    XadesParts parts;
+    parts.dataObjectProperties =
+        R"(<xades:DataObjectFormat ObjectReference="#ref-0"><xades:MimeType>text/xml</xades:MimeType></xades:DataObjectFormat>)";
+    const xmldsig::SignatureResult r = lab().validate(lab().sign(Signer::Good, parts));
     EXPECT_EQ(indicationOf(r), "TOTAL_PASSED") << verdictOf(r);
     EXPECT_EQ(r.ades->level, "XAdES-BASELINE-B");
     EXPECT_EQ(r.ades->properties.signingTime, ades_test::signingTimeNow());
+    ASSERT_EQ(r.ades->properties.dataObjectFormats.size(), 1u);
+    EXPECT_EQ(r.ades->properties.dataObjectFormats[0].reference, 0);
+    EXPECT_EQ(r.ades->properties.dataObjectFormats[0].mimeType, "text/xml");
+
+    parts.dataObjectProperties = test_support::replaced(parts.dataObjectProperties, "#ref-0", "#elsewhere");
+    EXPECT_EQ(indicationOf(lab().validate(lab().sign(Signer::Good, parts))), "TOTAL_FAILED/FORMAT_FAILURE");
 
     xmldsig::Settings noAnchors;
     noAnchors.setAdesValidation(true);

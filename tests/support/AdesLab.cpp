@@ -23,9 +23,11 @@ constexpr const char* kSignedInfoStart =
 constexpr std::string_view kRsaMethod = "#rsa-sha256";
 constexpr std::string_view kEcdsaMethod = "#ecdsa-sha256";
 
-std::string reference(const std::string& uri, const std::string& type, const std::string& transforms) {
-    return "<ds:Reference URI=\"" + uri + "\"" + (type.empty() ? "" : " Type=\"" + type + "\"") + ">" + transforms +
-           kDigest + "<ds:DigestValue/></ds:Reference>";
+std::string reference(const std::string& uri, const std::string& type, const std::string& transforms,
+                      const std::string& id = {}) {
+    return "<ds:Reference" + (id.empty() ? "" : " Id=\"" + id + "\"") + " URI=\"" + uri + "\"" +
+           (type.empty() ? "" : " Type=\"" + type + "\"") + ">" + transforms + kDigest +
+           "<ds:DigestValue/></ds:Reference>";
 }
 
 std::string derOf(const std::filesystem::path& pem) {
@@ -84,13 +86,18 @@ std::string AdesLab::sign(const SignerFiles& signer, const XadesParts& parts) co
         std::string(kSignedInfoStart) +
         reference("", "",
                   "<ds:Transforms><ds:Transform Algorithm=\"http://www.w3.org/2000/09/xmldsig#enveloped-signature\"/>" +
-                      exc + "</ds:Transforms>") +
+                      exc + "</ds:Transforms>",
+                  "ref-0") +
         reference("#sp-1", "http://uri.etsi.org/01903#SignedProperties", "<ds:Transforms>" + exc + "</ds:Transforms>") +
         parts.references + R"(</ds:SignedInfo><ds:SignatureValue Id="sv-1"/>)" +
         (parts.certificateInKeyInfo ? "<ds:KeyInfo><ds:X509Data/></ds:KeyInfo>" : "") + parts.objects +
         R"(<ds:Object><xades:QualifyingProperties xmlns:xades="http://uri.etsi.org/01903/v1.3.2#" Target="#sig-1"><xades:SignedProperties Id="sp-1"><xades:SignedSignatureProperties><xades:SigningTime>)" +
         signingTimeNow() + "</xades:SigningTime>" + signingCertificate + parts.signedProperties +
-        "</xades:SignedSignatureProperties></xades:SignedProperties>" + unsignedProperties +
+        "</xades:SignedSignatureProperties>" +
+        (parts.dataObjectProperties.empty() ? ""
+                                            : "<xades:SignedDataObjectProperties>" + parts.dataObjectProperties +
+                                                  "</xades:SignedDataObjectProperties>") +
+        "</xades:SignedProperties>" + unsignedProperties +
         "</xades:QualifyingProperties></ds:Object></ds:Signature></Invoice>";
     return xmlsecSign(signer, xml);
 }

@@ -10,11 +10,12 @@ namespace ades_test {
 // What a XAdES signature made by the lab holds besides its enveloped
 // reference and SignedProperties (SigningTime, SigningCertificateV2).
 struct XadesParts {
-    std::string signingCertificate; // default: SigningCertificateV2 naming the signer
-    std::string signedProperties;   // more SignedSignatureProperties children
-    std::string references;         // more SignedInfo references
-    std::string objects;            // more ds:Object elements
-    std::string unsignedProperties; // UnsignedSignatureProperties children
+    std::string signingCertificate;   // default: SigningCertificateV2 naming the signer
+    std::string signedProperties;     // more SignedSignatureProperties children
+    std::string dataObjectProperties; // SignedDataObjectProperties children; the enveloped reference is "#ref-0"
+    std::string references;           // more SignedInfo references
+    std::string objects;              // more ds:Object elements
+    std::string unsignedProperties;   // UnsignedSignatureProperties children
     bool certificateInKeyInfo = true;
 };
 
