@@ -38,6 +38,9 @@ class DSigReference;
 struct ReferenceRun;
 struct DigestAttempt;
 struct ReferenceCheck;
+struct AdesContext;
+struct XadesTimestampOutcome;
+struct XadesElements;
 
 // Verifies the XML digital signatures of one loaded document.
 class ClsXmlDSig : public _clsXmlDSigBase, public CertificateStoreHolder {
@@ -215,6 +218,14 @@ public:
                                   LogBase& log);
     bool addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log);
     static void appendXmlAttrId(StringBuffer& out);
+
+    // AdES: every XAdES timestamp of the signature's properties (over its
+    // data objects, its SignatureValue, its validation data, the archive),
+    // each token verified against what it covers. Called after
+    // VerifySignature of the selected signature, whose reference outcomes it
+    // reads; charges that run's work budget.
+    std::vector<XadesTimestampOutcome> verifyXadesTimestamps(const XadesElements& e, const AdesContext& context,
+                                                             LogBase& log);
 
     // Adds a vault's certificates to the store that KeyInfo references are
     // resolved against.
