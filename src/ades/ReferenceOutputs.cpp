@@ -44,6 +44,12 @@ const std::string* ReferenceOutputs::octets(int index, std::string& reason, LogB
         reason = "no " + which;
         return nullptr;
     }
+    for (const ReferenceOutcome& r : m_outcomes)
+        if (r.index == index && !r.matched) {
+            // The octets it covers changed, or could not be read again.
+            reason = "the digest of " + which + " does not match";
+            return nullptr;
+        }
     std::optional<HashedOctets>& slot = m_octets[static_cast<size_t>(index)];
     if (!slot) {
         slot.emplace();
