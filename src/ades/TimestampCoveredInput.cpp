@@ -17,7 +17,9 @@ public:
     bool element(uint32_t element) {
         if (element == kNoNode || m_input.addElement(element, m_log))
             return true;
-        m_reason = "the " + std::string(XmlDocument::localName(m_doc.name(element))) + " could not be canonicalized";
+        const std::string name(XmlDocument::localName(m_doc.name(element)));
+        m_reason = m_input.workSpent() ? "the work budget was spent canonicalizing the " + name
+                                       : "the " + name + " could not be canonicalized";
         return false;
     }
 

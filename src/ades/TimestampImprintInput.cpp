@@ -11,7 +11,7 @@ using namespace xades_names;
 
 TimestampImprintInput::TimestampImprintInput(const XmlDocument& doc, const StringBuffer& text, uint32_t timestamp,
                                              int hashAlg, WorkBudget& work)
-    : m_doc(doc), m_text(text), m_digest(hashAlg, "") {
+    : m_doc(doc), m_work(work), m_text(text), m_digest(hashAlg, "") {
     const CanonicalizationMethod method =
         canonicalizationMethodOf(attributeValue(doc, dsigChild(doc, timestamp, "CanonicalizationMethod"), "Algorithm"));
     m_canon.setMode(method.mode);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/base/WorkBudget.h"
 #include "companion/canon/XmlCanon.h"
 #include "references/StreamedDigest.h"
 
@@ -9,7 +10,6 @@
 class DataBuffer;
 class LogBase;
 class StringBuffer;
-class WorkBudget;
 class XmlDocument;
 
 // What a XAdES timestamp's message imprint covers, hashed as it is put
@@ -26,9 +26,11 @@ public:
     void addOctets(std::string_view octets);
     // Ends the input and compares its hash with the imprint.
     bool matches(const DataBuffer& imprint);
+    bool workSpent() const { return m_work.spent(); }
 
 private:
     const XmlDocument& m_doc;
+    const WorkBudget& m_work;
     const StringBuffer& m_text;
     XmlCanon m_canon;
     StreamedDigest m_digest;
