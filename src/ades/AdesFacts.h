@@ -29,7 +29,6 @@ struct AdesFacts {
 
     bool timestampImprintFailed = false;
     bool timestampSignatureFailed = false;
-    bool timestampUntrusted = false;
     bool timestampOrderFailed = false;
     bool counterSignatureFailed = false;
 

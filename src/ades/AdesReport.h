@@ -51,9 +51,13 @@ enum class XadesTimestampKind : uint8_t {
 const char* xadesTimestampElementName(XadesTimestampKind kind);
 
 struct XadesTimestampOutcome {
+    // Why it did not verify: the token itself, what it covers could not be
+    // rebuilt, or its imprint is not of what it covers.
+    enum class Failure : uint8_t { None, Token, InputUnavailable, Imprint };
     XadesTimestampKind kind = XadesTimestampKind::Signature;
     uint32_t element = 0;
     bool valid = false;
+    Failure failure = Failure::None;
     std::string reason; // when not valid
     std::optional<std::time_t> time;
     X509Ptr tsaCertificate;

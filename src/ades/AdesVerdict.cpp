@@ -94,8 +94,6 @@ AdesVerdict adesVerdictOf(const AdesFacts& f) {
         return indeterminate(S::TimestampOrderFailure);
     if (f.counterSignatureFailed)
         return indeterminate(S::SignatureConstraintsFailure);
-    if (f.timestampUntrusted)
-        return indeterminate(S::NoCertificateChainFound);
     if (std::optional<AdesVerdict> chain = chainVerdict(f))
         return *chain;
     return {AdesIndication::TotalPassed, S::None};

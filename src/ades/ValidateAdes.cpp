@@ -3,6 +3,7 @@
 #include "ades/SignedDataCoverage.h"
 #include "ades/SignerChainCheck.h"
 #include "ades/SigningCertificateCheck.h"
+#include "ades/TimestampFacts.h"
 #include "ades/ValidationData.h"
 #include "ades/XadesElements.h"
 #include "ades/XadesNames.h"
@@ -10,6 +11,7 @@
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/CertificateSummary.h"
+#include "companion/pki/TrustAnchors.h"
 #include "companion/text/XmlDateTime.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -145,6 +147,8 @@ AdesReport ClsXmlDSig::validateAdes(const AdesContext& context, LogBase& log) {
     report.properties = readXadesProperties(*doc, e);
     checkDataObjectFormats(report.properties, facts, report);
     checkPolicy(checkSignaturePolicy(*doc, e.signedSignatureProperties, context.policies, log), facts, report);
+    report.timestamps = verifyXadesTimestamps(e, context, log);
+    noteTimestampFacts(report.timestamps, context.anchors && !context.anchors->empty(), facts, report);
     checkCounterSignatures(*doc, e, facts, report, log);
     checkSignerChain(m_report.signer, data, context, facts, report);
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "references/HashedOctets.h"
 #include "verifier/FurtherAttempt.h"
 #include "verifier/ReferenceOutcome.h"
 
@@ -53,4 +54,6 @@ struct ReferenceCheck {
     // What the evaluated node-set of a same-document reference kept, when
     // not the whole of what its URI named.
     std::optional<ReferenceSelection> selection;
+    // When set, receives the octets the last digest computed was over.
+    HashedOctets* hashed = nullptr;
 };

@@ -45,3 +45,10 @@ bool ReferenceVerifier::checkOne(int index, LogBase& log) {
     ReferenceCheck check;
     return m_engine.verifyReferenceDigest(index, check, m_run, log);
 }
+
+bool ReferenceVerifier::hashedOctets(int index, HashedOctets& out, LogBase& log) {
+    ReferenceCheck check;
+    check.hashed = &out;
+    m_engine.verifyReferenceDigest(index, check, m_run, log);
+    return out.complete;
+}

@@ -12,6 +12,7 @@ class ClsXmlDSig;
 class LogBase;
 class XString;
 struct ReferenceCheck;
+struct HashedOctets;
 
 // How the references of one signature fared: each one's outcome, those that
 // failed with their literal codes, the further attempts that made one match,
@@ -42,6 +43,10 @@ public:
     ReferenceStageOutcome checkAll(int count, bool ignoreExternalRefs, LogBase& log);
     // One reference, on its own.
     bool checkOne(int index, LogBase& log);
+    // One reference checked again for the octets its digest is computed
+    // over, as the reading that matched (or the last one tried) produced
+    // them; false when the digest step that ran cannot hand them over.
+    bool hashedOctets(int index, HashedOctets& out, LogBase& log);
 
 private:
     // Line numbers of ascending offsets, counted once over the text.

@@ -12,6 +12,7 @@
 #include "verifier/DSigReference.h"
 
 #include <cctype>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -85,10 +86,12 @@ void zatcaSignedPropertiesDigest(StringBuffer& xml, int hashAlg, DataBuffer& dig
 
 // The base64 transform: the digest covers the decoded text content of the
 // root element.
-bool digestBase64Content(const StringBuffer& xml, int hashAlg, DataBuffer& digest, LogBase& log) {
+bool digestBase64Content(const StringBuffer& xml, int hashAlg, DataBuffer& digest, HashedOctets* hashed, LogBase& log) {
     DataBuffer decoded;
     if (!base64DecodeXmlContent(xml, decoded, log))
         return false;
+    if (hashed)
+        hashed->assign(decoded.view());
     return Digest::doHash(decoded.getData(), decoded.getSize(), hashAlg, digest);
 }
 
@@ -117,7 +120,12 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     // signed-properties marker.
     const int hashAlg = ref.getHashAlg();
     StreamedDigest streamed(hashAlg, storedDigestLooksHex(ref, hashAlg) ? kSignedPropertiesMarker : "");
-    CanonSink* sink = canStreamDigest(ref) ? &streamed : nullptr;
+    std::optional<CopyingSink> copying;
+    if (check.hashed) {
+        check.hashed->restart();
+        copying.emplace(streamed, *check.hashed);
+    }
+    CanonSink* sink = !canStreamDigest(ref) ? nullptr : copying ? &*copying : static_cast<CanonSink*>(&streamed);
 
     TransformChain chain;
     if (ref.m_transformsXml.isEmpty()) {
@@ -147,14 +155,18 @@ bool ClsXmlDSig::verifyInternalReference(StringBuffer& uri, DSigReference& ref, 
     DataBuffer digest;
     if (streamed.used()) {
         streamed.final(digest);
+        if (check.hashed)
+            check.hashed->complete = true;
         if (m_profile.isMyInvois && chain.count == kMyInvoisDocumentTransforms)
             m_docDigest = digest;
     } else if (chain.base64Seen) {
-        if (!digestBase64Content(xml, hashAlg, digest, log))
+        if (!digestBase64Content(xml, hashAlg, digest, check.hashed, log))
             return false;
     } else if (m_profile.isZatca && xml.containsSubstring(kSignedPropertiesMarker)) {
         zatcaSignedPropertiesDigest(xml, hashAlg, digest);
     } else {
+        if (check.hashed)
+            check.hashed->assign(xml.view());
         Digest::doHash(xml.getString(), xml.getSize(), hashAlg, digest);
         if (m_profile.isMyInvois && chain.count == kMyInvoisDocumentTransforms)
             m_docDigest = digest;
@@ -316,6 +328,9 @@ bool ClsXmlDSig::digestMatchesOnFallback(StringBuffer& uri, DSigReference& ref, 
     const StringBuffer& stored = ref.m_digestValue;
     if (!m_profile.isZatca && storedDigestLooksHex(ref, ref.getHashAlg()) && hasSignedProperties) {
         log.LogInfo("Retry with ZATCA rules...");
+        // The hex text of a digest is hashed here, not octets a timestamp covers.
+        if (check.hashed)
+            check.hashed->restart();
         StringBuffer retry(m_document.text.view());
         preprocessXmlToTransform(uri, retry, attempt.ownDocument, log);
         StringBuffer exclusive(kExclusiveC14nMarker);

@@ -75,6 +75,8 @@ bool ClsXmlDSig::verifyByFieldSignerRules(int index, ReferenceCheck& check, Refe
     const int literalReason = m_refFailReason;
     if (literalReason != kMismatch && literalReason != kCanonicalizationFailed)
         return false;
+    if (check.hashed)
+        check.hashed->restart();
     const bool matched =
         m_profile.isSiiCl ? verifyInSiiDteOwnContext(index, check, run, log) : verifyBySignedDocRules(index, log);
     if (!matched)
@@ -134,6 +136,8 @@ bool ClsXmlDSig::verifyReferenceDigest2(int index, const DigestAttempt& attempt,
 
     check.externalFile.clear();
     check.selection.reset();
+    if (check.hashed)
+        check.hashed->restart();
     const bool matched = uri.beginsWith("#") || uri.isEmpty()
                              ? verifyNamedSameDocumentReference(index, uri, ref, attempt, check, run, log)
                              : verifyExternalReference(index, uri, ref, attempt, check, run, log);
@@ -184,9 +188,18 @@ bool ClsXmlDSig::verifyExternalReference(int index, const StringBuffer& uri, DSi
 
     const int hashAlg = ref.getHashAlg();
     DataBuffer digest;
+    StringBuffer whole;
     if (attempt.transformsOnExternalData) {
         if (!digestTransformedExternalData(*data, ref, attempt, digest, check.recognisedXPathOnExternalData, log))
             return false;
+    } else if (check.hashed) {
+        // Read whole only when its octets are asked for.
+        if (!readExternalData(*data, whole, log)) {
+            m_refFailReason = kExternalDataMissing;
+            return false;
+        }
+        check.hashed->assign(whole.view());
+        Digest::doHash(whole.getString(), whole.getSize(), hashAlg, digest);
     } else if (!data->m_data.isEmpty()) {
         Digest::doHash(data->m_data.getData(), data->m_data.getSize(), hashAlg, digest);
     } else {

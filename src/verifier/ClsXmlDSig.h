@@ -43,6 +43,7 @@ struct ReferenceCheck;
 struct AdesFacts;
 struct SigningCertificateProperty;
 struct ValidationData;
+struct XadesTimestampOutcome;
 struct XadesElements;
 
 // Verifies the XML digital signatures of one loaded document.
@@ -227,6 +228,14 @@ public:
                                   LogBase& log);
     bool addEncapsulatedTimeStamp(ClsJsonObject& tsaOptions, XString& out, LogBase& log);
     static void appendXmlAttrId(StringBuffer& out);
+
+    // AdES: every XAdES timestamp of the signature's properties (over its
+    // data objects, its SignatureValue, its validation data, the archive),
+    // each token verified against what it covers. Called after
+    // VerifySignature of the selected signature, whose reference outcomes it
+    // reads; charges that run's work budget.
+    std::vector<XadesTimestampOutcome> verifyXadesTimestamps(const XadesElements& e, const AdesContext& context,
+                                                             LogBase& log);
 
     // Adds a vault's certificates to the store that KeyInfo references are
     // resolved against.

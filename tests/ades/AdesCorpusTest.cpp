@@ -18,6 +18,10 @@ using Indication = xmldsig::AdesValidation::Indication;
 using Sub = xmldsig::AdesValidation::SubIndication;
 
 const std::set<std::string> kXadesFamilies = {"xades", "zatca", "myinvois", "italian", "skxml"};
+// Rows valid as XML-DSig that AdES validation must fail.
+const std::set<std::string> kFailedAsAdes = {
+    "xades-16", // its SignatureTimeStamp's imprint is not of the SignatureValue (see xades-16-ts)
+};
 
 xmldsig::Settings settingsFor(const fs::path& family, const std::string& keyMaterial, const std::string& options) {
     xmldsig::Settings settings;
@@ -56,7 +60,7 @@ TEST(AdesCorpus, ValidDocumentsPassButForTheChainAndTamperedOnesNever) {
         const fs::path family = dir / c[1];
         const xmldsig::Result result = xmldsig::verifyFile(family / c[2], settingsFor(family, c[6], c[7]));
         ASSERT_TRUE(result.status.ok()) << c[0] << ": " << result.status.message;
-        const bool expectedValid = c[3] == "valid";
+        const bool expectedValid = c[3] == "valid" && !kFailedAsAdes.count(c[0]);
         bool anyPassedAsFarAsItCan = false;
         for (const xmldsig::SignatureResult& s : result.signatures) {
             ASSERT_TRUE(s.ades) << c[0];
@@ -68,6 +72,9 @@ TEST(AdesCorpus, ValidDocumentsPassButForTheChainAndTamperedOnesNever) {
             }
             if (!expectedValid) {
                 EXPECT_NE(s.ades->indication, Indication::TotalPassed) << c[0] << "\n  " << describe(s);
+            }
+            if (kFailedAsAdes.count(c[0])) {
+                EXPECT_EQ(s.ades->indication, Indication::TotalFailed) << c[0] << "\n  " << describe(s);
             }
         }
         if (expectedValid) {

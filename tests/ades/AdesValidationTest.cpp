@@ -4,6 +4,7 @@
 #include "support/AdesLab.h"
 #include "support/RevocationLab.h"
 #include "support/Signing.h"
+#include "support/TimestampTestSupport.h"
 
 #include <gtest/gtest.h>
 
@@ -124,6 +125,27 @@ TEST(AdesValidation, ThePolicyDigestIsCheckedWhenItsDocumentIsGiven) {
         const xmldsig::SignatureResult r = lab().validate(signedXml, settings);
         EXPECT_EQ(indicationOf(r), expected) << file << "\n" << verdictOf(r);
     }
+}
+
+// Validated in 2039, after the signer expired: a trusted signature timestamp
+// made while it was valid is the proof that the signature existed then.
+TEST(AdesValidation, ASignatureTimestampIsProofOfExistence) {
+    const timestamp_test::TimestampLab tsaLab;
+    const timestamp_test::LoopbackTsa tsa(tsaLab.identity("tsa"), tsaLab.dir());
+    const std::string signedXml = lab().sign(Signer::Good);
+    const timestamp_test::Stamped stamped = timestamp_test::addTimeStamp(signedXml, tsa.url());
+    ASSERT_FALSE(stamped.text.empty()) << stamped.failure << stamped.requestError;
+    xmldsig::Settings in2039 = lab().settings();
+    ASSERT_TRUE(in2039.addTrustAnchors(tsaLab.cert("ca").string()).ok());
+    ASSERT_TRUE(in2039.setVerificationTime("2039-06-01T00:00:00Z").ok());
+
+    const xmldsig::SignatureResult r = lab().validate(stamped.text, in2039);
+    EXPECT_EQ(indicationOf(r), "TOTAL_PASSED") << verdictOf(r);
+    EXPECT_EQ(r.ades->level, "XAdES-BASELINE-T");
+    ASSERT_EQ(r.ades->timestamps.size(), 1u);
+    EXPECT_TRUE(r.ades->timestamps[0].tsaTrusted);
+    EXPECT_EQ(r.ades->bestSignatureTime, r.ades->timestamps[0].time);
+    EXPECT_EQ(indicationOf(lab().validate(signedXml, in2039)), "INDETERMINATE/OUT_OF_BOUNDS_NOT_REVOKED");
 }
 
 TEST(AdesValidation, AnExpiredSignerNeedsProofOfExistenceWhileItWasValid) {

@@ -128,3 +128,19 @@ bool CmsSignedData::verifyOpaqueSignature(DataBuffer& content, bool validateChai
     const long len = BIO_get_mem_data(out.get(), &data);
     return content.append(data, static_cast<size_t>(len));
 }
+
+X509Ptr CmsSignedData::signerCertificate() const {
+    X509StackPtr signers(m_cms ? CMS_get0_signers(m_cms.get()) : nullptr);
+    if (!signers || sk_X509_num(signers.get()) == 0)
+        return nullptr;
+    X509* first = sk_X509_value(signers.get(), 0);
+    return X509Ptr(first && X509_up_ref(first) == 1 ? first : nullptr);
+}
+
+std::vector<X509Ptr> CmsSignedData::certificates() const {
+    std::vector<X509Ptr> out;
+    OwnedX509StackPtr certs(m_cms ? CMS_get1_certs(m_cms.get()) : nullptr);
+    while (certs && sk_X509_num(certs.get()) > 0)
+        out.emplace_back(sk_X509_shift(certs.get()));
+    return out;
+}

@@ -1,6 +1,9 @@
 #pragma once
 
+#include "companion/crypto/OpensslPtr.h"
 #include "companion/pki/CmsHandles.h"
+
+#include <vector>
 
 class ClsJsonObject;
 class DataBuffer;
@@ -34,6 +37,11 @@ public:
     // `validateChain`: the signer certificate must chain to `certs` and be fit
     // for time stamping; otherwise only the signature is checked.
     bool verifyOpaqueSignature(DataBuffer& content, bool validateChain, CertificateStore& certs, LogBase& log);
+    // After a verification that succeeded: the first signer's certificate
+    // (null when none was found).
+    X509Ptr signerCertificate() const;
+    // The certificates the SignedData carries.
+    std::vector<X509Ptr> certificates() const;
 
     // Asks a time-stamping authority for a token over the hash of data and
     // returns the token's DER. The request carries a random nonce and asks
