@@ -114,10 +114,6 @@ bool ClsXml::hasAttribute(const char* name) const {
     return m_doc && name && m_doc->findAttribute(m_node, name);
 }
 
-bool ClsXml::HasAttribute(const XString& name) const {
-    return hasAttribute(name.getUtf8());
-}
-
 int ClsXml::get_NumAttributes() const {
     return m_doc ? static_cast<int>(m_doc->attributes(m_node).size()) : 0;
 }
@@ -154,20 +150,8 @@ bool ClsXml::getChild2(int index) {
     return true;
 }
 
-bool ClsXml::getParent2() {
-    const uint32_t parent = m_doc ? m_doc->parent(m_node) : kNoNode;
-    if (parent == kNoNode)
-        return false;
-    m_node = parent;
-    return true;
-}
-
 ClsXml* ClsXml::getParent() const {
     return m_doc ? handleOn(m_doc->parent(m_node)) : nullptr;
-}
-
-ClsXml* ClsXml::getRoot() const {
-    return m_doc ? handleOn(m_doc->root()) : nullptr;
 }
 
 ClsXml* ClsXml::getChildWithTagUtf8(const char* tagPath) const {

@@ -50,7 +50,6 @@ public:
     // Attributes (names as written).
     bool getAttrValue(const char* name, StringBuffer& out) const;
     bool hasAttribute(const char* name) const;
-    bool HasAttribute(const XString& name) const;
     int get_NumAttributes() const;
     bool getAttributeName(int index, StringBuffer& out) const;
     bool getAttributeValue(int index, StringBuffer& out) const;
@@ -61,10 +60,7 @@ public:
     ClsXml* getChild(int index) const { return GetChild(index); }
     // Moves this handle onto its index-th child; false (unchanged) if none.
     bool getChild2(int index);
-    // Moves this handle onto its parent; false at the root.
-    bool getParent2();
     ClsXml* getParent() const;
-    ClsXml* getRoot() const;
 
     ClsXml* getChildWithTagUtf8(const char* tagPath) const;
     ClsXml* findChild(const char* tagPath) const { return getChildWithTagUtf8(tagPath); }
