@@ -8,3 +8,4 @@ int runCerts(CommandLine& args);
 int runVerify(CommandLine& args);
 int runTimestamp(CommandLine& args);
 int runReport(CommandLine& args);
+int runServe(CommandLine& args);

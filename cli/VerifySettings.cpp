@@ -30,8 +30,8 @@ void parsePolicy(const std::string& text, std::string& identifier, std::string& 
 // Reads the options group by group; the first failure ends the reading.
 class OptionReader {
 public:
-    OptionReader(CommandLine& args, VerifySettings& v, std::string& error)
-        : m_args(args), m_v(v), m_s(v.verification), m_error(error) {}
+    OptionReader(CommandLine& args, VerifySettings& v, std::string& error, FileOperands operands)
+        : m_args(args), m_v(v), m_s(v.verification), m_error(error), m_operands(operands) {}
 
     ParseOutcome read() {
         if (!selection() || !keys() || !trust() || !references() || !ades() || !output())
@@ -39,7 +39,9 @@ public:
         m_v.files = m_args.operands();
         if (!m_args.error().empty())
             return usage(m_args.error());
-        if (m_v.files.empty())
+        if (m_operands == FileOperands::None && !m_v.files.empty())
+            return usage("unexpected argument " + m_v.files.front());
+        if (m_operands == FileOperands::Required && m_v.files.empty())
             return usage("verify needs at least one FILE");
         return ParseOutcome::Ok;
     }
@@ -163,11 +165,12 @@ private:
     VerifySettings& m_v;
     xmldsig::Settings& m_s;
     std::string& m_error;
+    FileOperands m_operands;
     ParseOutcome m_outcome = ParseOutcome::Ok;
 };
 
 } // namespace
 
-ParseOutcome parseVerifySettings(CommandLine& args, VerifySettings& v, std::string& error) {
-    return OptionReader(args, v, error).read();
+ParseOutcome parseVerifySettings(CommandLine& args, VerifySettings& v, std::string& error, FileOperands operands) {
+    return OptionReader(args, v, error, operands).read();
 }

@@ -21,6 +21,11 @@ struct VerifySettings {
 
 enum class ParseOutcome { Ok, UsageError, UnusableFile };
 
+// Whether the command verifies FILE operands (verify, report) or documents
+// that arrive later (serve), which takes none.
+enum class FileOperands { Required, None };
+
 // Reads the options; on failure `error` says why: a usage error, or a key,
 // certificate or CRL file that cannot be used.
-ParseOutcome parseVerifySettings(CommandLine& args, VerifySettings& settings, std::string& error);
+ParseOutcome parseVerifySettings(CommandLine& args, VerifySettings& settings, std::string& error,
+                                 FileOperands operands = FileOperands::Required);

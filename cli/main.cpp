@@ -19,7 +19,9 @@ constexpr const char* kUsage = "usage: xmldsig <command> [options] FILE...\n"
                                "  certs FILE [--selector N]\n"
                                "                       the certificates of a signature's KeyInfo, as PEM\n"
                                "  timestamp --tsa URL [--tsa-options JSON] [--selector N] FILE [-o OUT]\n"
-                               "                       adds an RFC 3161 timestamp (XAdES-T) to a signature\n";
+                               "                       adds an RFC 3161 timestamp (XAdES-T) to a signature\n"
+                               "  serve [--listen HOST:PORT] [--threads N] [verify settings]\n"
+                               "                       verification over HTTP (xmldsig serve --help)\n";
 
 } // namespace
 
@@ -42,6 +44,8 @@ int main(int argc, char** argv) {
         return runTimestamp(args);
     if (command == "report")
         return runReport(args);
+    if (command == "serve")
+        return runServe(args);
     if (command == "--help" || command == "-h") {
         std::cout << kUsage;
         return kExitValid;
