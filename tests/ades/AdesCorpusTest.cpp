@@ -7,6 +7,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <set>
 #include <sstream>
 
@@ -18,6 +19,13 @@ using Indication = xmldsig::AdesValidation::Indication;
 using Sub = xmldsig::AdesValidation::SubIndication;
 
 const std::set<std::string> kXadesFamilies = {"xades", "zatca", "myinvois", "italian", "skxml"};
+// The levels xades4j's timestamps reach: each kind of timestamp it writes
+// (over the data objects, the signature, the signature and its references)
+// must be found and verify.
+const std::map<std::string, std::string> kLevels = {{"xades-01", "XAdES-BASELINE-B"},
+                                                    {"xades-02", "XAdES-BASELINE-T"},
+                                                    {"xades-04", "XAdES-C"},
+                                                    {"xades-05", "XAdES-X-L"}};
 // Rows valid as XML-DSig that AdES validation must fail.
 const std::set<std::string> kFailedAsAdes = {
     "xades-16", // its SignatureTimeStamp's imprint is not of the SignatureValue (see xades-16-ts)
@@ -69,6 +77,14 @@ TEST(AdesCorpus, ValidDocumentsPassButForTheChainAndTamperedOnesNever) {
             anyPassedAsFarAsItCan |= chainOnly;
             if (expectedValid && !chainOnly) {
                 EXPECT_NE(s.ades->indication, Indication::TotalFailed) << c[0] << "\n  " << describe(s);
+            }
+            if (expectedValid) {
+                for (const auto& check : s.ades->checks)
+                    EXPECT_NE(check.outcome, xmldsig::AdesValidation::Check::Outcome::Failed)
+                        << c[0] << " " << check.name;
+            }
+            if (kLevels.count(c[0])) {
+                EXPECT_EQ(s.ades->level, kLevels.at(c[0])) << describe(s);
             }
             if (!expectedValid) {
                 EXPECT_NE(s.ades->indication, Indication::TotalPassed) << c[0] << "\n  " << describe(s);

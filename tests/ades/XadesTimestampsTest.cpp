@@ -36,53 +36,6 @@ std::vector<XadesTimestampOutcome> timestampsOf(const std::string& xml, const Ad
     return dsig.verifyXadesTimestamps(e, context, log);
 }
 
-std::string corpusXades(const std::string& name) {
-    return test_support::readFile(test_support::corpusDir() / "real" / "xades" / name);
-}
-
-struct Expected {
-    XadesTimestampKind kind;
-    bool valid;
-};
-
-// xades4j's documents: each kind of timestamp it writes verifies, with its
-// time and authority; the one whose SignatureTimeStamp covers other bytes
-// says so.
-TEST(XadesTimestamps, Xades4jDocuments) {
-    using K = XadesTimestampKind;
-    const struct {
-        const char* file;
-        std::vector<Expected> expected;
-    } cases[] = {
-        {"xades4j-document.signed.bes.xml", {{K::AllDataObjects, true}, {K::IndividualDataObjects, true}}},
-        {"xades4j-document.signed.t.bes.xml", {{K::Signature, true}}},
-        {"xades4j-document.signed.c.xml", {{K::Signature, true}}},
-        {"xades4j-document.verified.c.xl.xml", {{K::Signature, true}, {K::SigAndRefs, true}}},
-        {"xades4j-bad-document.signed.t.bes.badtsdigest.xml", {{K::Signature, false}}},
-        // The data object was changed after it was stamped.
-        {"xades4j-document.signed.bes-tamper.xml", {{K::AllDataObjects, false}, {K::IndividualDataObjects, false}}},
-    };
-    for (const auto& c : cases) {
-        SCOPED_TRACE(c.file);
-        const std::vector<XadesTimestampOutcome> outcomes = timestampsOf(corpusXades(c.file));
-        ASSERT_EQ(outcomes.size(), c.expected.size());
-        for (size_t i = 0; i < outcomes.size(); ++i) {
-            SCOPED_TRACE(xadesTimestampElementName(outcomes[i].kind));
-            EXPECT_EQ(outcomes[i].kind, c.expected[i].kind);
-            EXPECT_EQ(outcomes[i].valid, c.expected[i].valid) << outcomes[i].reason;
-            EXPECT_TRUE(outcomes[i].time.has_value());
-            EXPECT_NE(outcomes[i].tsaCertificate, nullptr);
-            EXPECT_FALSE(outcomes[i].tsaTrusted);
-        }
-    }
-    const auto bad = timestampsOf(corpusXades("xades4j-bad-document.signed.t.bes.badtsdigest.xml"));
-    ASSERT_EQ(bad.size(), 1u);
-    EXPECT_EQ(bad[0].reason, "message imprint does not match the SignatureValue");
-    const auto tampered = timestampsOf(corpusXades("xades4j-document.signed.bes-tamper.xml"));
-    ASSERT_FALSE(tampered.empty());
-    EXPECT_EQ(tampered[0].reason, "the digest of reference 0 does not match");
-}
-
 // Signed by xmlsec1; every part an archive timestamp covers has an Id, so
 // that the test canonicalizes each on its own.
 constexpr const char* kArchivedTemplate =
