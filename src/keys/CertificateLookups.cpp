@@ -6,8 +6,8 @@
 #include "companion/pki/ClsXmlCertVault.h"
 #include "companion/pki/DistinguishedName.h"
 #include "companion/text/ContentCoding.h"
-#include "companion/text/HashedStringSet.h"
 #include "keys/KeyResolver.h"
+#include "keys/SeenCertificates.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/SignerIdentity.h"
 #include "verifier/VerificationLimits.h"
@@ -38,20 +38,6 @@ bool certToBase64(X509Certificate* cert, StringBuffer& outBase64) {
     if (!cert->getCertDer(der) || der.isEmpty())
         return false;
     return der.encodeDB("base64", outBase64);
-}
-
-// The two keys that identify a certificate in a resolution's dedupe set.
-void recordCertificate(const X509Certificate& cert, HashedStringSet& seen, LogBase& log) {
-    StringBuffer issuerCN, serial, issuerSerial;
-    cert.get_IssuerCN(issuerCN);
-    cert.get_SerialNumber(serial);
-    issuerSerial.append3(issuerCN.view(), ":", serial.view());
-    seen.hashInsertSb(issuerSerial);
-
-    StringBuffer dn, subjectKey;
-    cert.getDN(true, true, dn, log, 0);
-    DistinguishedName::toTvCanonHashKey(dn, subjectKey, log);
-    seen.hashInsertSb(subjectKey);
 }
 
 } // namespace
@@ -114,7 +100,7 @@ namespace {
 
 // Decodes certificate text from the document (cleaned of escaped carriage
 // returns in place) and records it in the dedupe set.
-bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, X509CertificateHolder& holder, LogBase& log) {
+bool parseCertBase64(StringBuffer& text, SeenCertificates& seen, X509CertificateHolder& holder, LogBase& log) {
     if (text.containsSubstring("&#13;"))
         text.replaceAllOccurances("&#13;", "");
     if (text.containsSubstring("&#xD;"))
@@ -136,7 +122,7 @@ bool parseCertBase64(StringBuffer& text, HashedStringSet& seen, X509CertificateH
         log.LogError("Failed to parse X.509 certificate.");
         return false;
     }
-    recordCertificate(*cert, seen, log);
+    seen.add(*cert);
     return true;
 }
 
@@ -152,7 +138,7 @@ bool KeyResolver::certificateWithinLimit(const StringBuffer& text, LogBase& log)
     return false;
 }
 
-ClsPublicKey* KeyResolver::publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+ClsPublicKey* KeyResolver::publicKeyFromCertBase64(StringBuffer& text, SeenCertificates& seen, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromCertBase64");
     X509CertificateHolder holder;
     if (!certificateWithinLimit(text, log) || !parseCertBase64(text, seen, holder, log))
@@ -160,7 +146,7 @@ ClsPublicKey* KeyResolver::publicKeyFromCertBase64(StringBuffer& text, HashedStr
     return publicKeyFromX509(*holder.getX509Ptr(), log);
 }
 
-bool KeyResolver::processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log) {
+bool KeyResolver::processCertBase64(StringBuffer& text, SeenCertificates& seen, LogBase& log) {
     LogContextExitor ctx(log, "processCertBase64");
     X509CertificateHolder holder;
     return certificateWithinLimit(text, log) && parseCertBase64(text, seen, holder, log);

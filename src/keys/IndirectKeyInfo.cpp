@@ -169,7 +169,8 @@ ClsXml* KeyResolver::followedElement(const StringBuffer& uri, LogBase& log) {
     return nullptr;
 }
 
-void KeyResolver::keysFromKeyInfoReferences(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+void KeyResolver::keysFromKeyInfoReferences(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys,
+                                            LogBase& log) {
     ExtPtrArrayRc references;
     keyInfo.childrenWithTag("*:KeyInfoReference", references);
     for (int i = 0; i < references.getSize(); ++i) {
@@ -187,7 +188,7 @@ void KeyResolver::keysFromKeyInfoReferences(ClsXml& keyInfo, HashedStringSet& se
     }
 }
 
-void KeyResolver::keysFromRetrievalMethods(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+void KeyResolver::keysFromRetrievalMethods(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log) {
     ExtPtrArrayRc methods;
     keyInfo.childrenWithTag("*:RetrievalMethod", methods);
     for (int i = 0; i < methods.getSize(); ++i) {
@@ -211,7 +212,7 @@ void KeyResolver::keysFromRetrievalMethods(ClsXml& keyInfo, HashedStringSet& see
 
 // The element is read as the content of a KeyInfo of its own: a key value
 // inside a KeyValue, the rest as it stands.
-void KeyResolver::keysFromRetrievedElement(ClsXml& element, const StringBuffer& type, HashedStringSet& seen,
+void KeyResolver::keysFromRetrievedElement(ClsXml& element, const StringBuffer& type, SeenCertificates& seen,
                                            ExtPtrArrayRc& keys, LogBase& log) {
     const std::string_view name = localName(element.tag());
     if (!matchesType(name, typeName(type))) {
@@ -232,7 +233,7 @@ void KeyResolver::keysFromRetrievedElement(ClsXml& element, const StringBuffer& 
 
 // A raw DER certificate from the external-reference folders, as external
 // references read their data.
-void KeyResolver::keyFromRetrievedFile(const StringBuffer& uri, HashedStringSet& seen, ExtPtrArrayRc& keys,
+void KeyResolver::keyFromRetrievedFile(const StringBuffer& uri, SeenCertificates& seen, ExtPtrArrayRc& keys,
                                        LogBase& log) {
     ExtPtrArraySb dirs;
     if (m_externalDirs)

@@ -3,11 +3,11 @@
 #include "companion/log/FirstErrorLog.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/pki/CertificateStore.h"
-#include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
 #include "keys/KeyResolver.h"
 #include "keys/ParsedNameLookups.h"
+#include "keys/SeenCertificates.h"
 #include "verifier/ClsXmlDSig.h"
 
 bool ClsXmlDSig::GetCerts(ClsStringArray& out) {
@@ -39,13 +39,13 @@ ClsPublicKey* ClsXmlDSig::GetPublicKey() {
 
 bool KeyResolver::certsFromKeyInfo(ClsXml& keyInfo, ClsStringArray& out, LogBase& log) {
     LogContextExitor ctx(log, "certsFromKeyInfo");
-    HashedStringSet seen(key_info::kDedupeBuckets);
+    SeenCertificates seen;
     certsFromX509Data(keyInfo, seen, out, log);
     RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
     return str ? certsFromSecurityTokenReference(*str, seen, out, log) : true;
 }
 
-void KeyResolver::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log) {
+void KeyResolver::certsFromX509Data(ClsXml& parent, SeenCertificates& seen, ClsStringArray& out, LogBase& log) {
     StringBuffer text;
     auto appendIfParsed = [&](StringBuffer& certBase64) {
         if (processCertBase64(certBase64, seen, log))
@@ -69,7 +69,7 @@ void KeyResolver::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsSt
     }
 
     key_info::IssuerSerial issuerSerial;
-    if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key)) {
+    if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.contains(issuerSerial.key, log)) {
         auto lookUp = [&] {
             if (issuerSerial.hasCommonName &&
                 getCertByIssuerNameAndSerial(issuerSerial.issuerCN, issuerSerial.serialHex, text, log)) {
@@ -100,7 +100,7 @@ void KeyResolver::certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsSt
         appendIfParsed(text);
 }
 
-bool KeyResolver::certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out,
+bool KeyResolver::certsFromSecurityTokenReference(ClsXml& str, SeenCertificates& seen, ClsStringArray& out,
                                                   LogBase& log) {
     StringBuffer identifier, text;
     if (str.getChildContentUtf8("*:KeyIdentifier", identifier, false) && !identifier.isEmpty()) {

@@ -2,11 +2,11 @@
 
 #include "companion/log/LogBase.h"
 #include "companion/pki/DistinguishedName.h"
-#include "companion/text/HashedStringSet.h"
 #include "companion/text/TextCodec.h"
 #include "companion/text/XString.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyResolver.h"
+#include "keys/SeenCertificates.h"
 
 namespace key_info {
 
@@ -50,12 +50,12 @@ bool readSerialAsHex(IssuerSerial& issuerSerial, LogBase& log) {
     return true;
 }
 
-bool unseenSubjectName(ClsXml& parent, const HashedStringSet& seen, StringBuffer& subject, LogBase& log) {
+bool unseenSubjectName(ClsXml& parent, SeenCertificates& seen, StringBuffer& subject, LogBase& log) {
     if (!parent.getChildContentUtf8("*:X509Data|*:X509SubjectName", subject, false) || subject.isEmpty())
         return false;
     StringBuffer canonKey;
     DistinguishedName::toTvCanonHashKey(subject, canonKey, log);
-    return !seen.hashContainsSb(canonKey);
+    return !seen.contains(canonKey, log);
 }
 
 bool readTokenReference(ClsXml& reference, TokenReference& out, LogBase& log) {

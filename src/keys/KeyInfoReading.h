@@ -4,7 +4,7 @@
 
 class ClsXml;
 class KeyResolver;
-class HashedStringSet;
+class SeenCertificates;
 class LogBase;
 
 // Readers of KeyInfo parts shared by key resolution and certificate listing.
@@ -34,7 +34,7 @@ bool readSerialAsHex(IssuerSerial& issuerSerial, LogBase& log);
 
 // X509Data/X509SubjectName of `parent` when present, non-empty and not
 // already seen.
-bool unseenSubjectName(ClsXml& parent, const HashedStringSet& seen, StringBuffer& subject, LogBase& log);
+bool unseenSubjectName(ClsXml& parent, SeenCertificates& seen, StringBuffer& subject, LogBase& log);
 
 struct TokenReference {
     StringBuffer uri;

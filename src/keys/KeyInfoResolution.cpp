@@ -5,11 +5,11 @@
 #include "companion/pki/CertificateHolder.h"
 #include "companion/pki/CertificateStore.h"
 #include "companion/pki/DistinguishedName.h"
-#include "companion/text/HashedStringSet.h"
 #include "companion/xml/ClsXml.h"
 #include "keys/KeyInfoReading.h"
 #include "keys/KeyResolver.h"
 #include "keys/ParsedNameLookups.h"
+#include "keys/SeenCertificates.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/SignerIdentity.h"
 
@@ -122,7 +122,7 @@ bool ClsXmlDSig::getPublicKey(bool keyInfoOnly, ExtPtrArrayRc& keys, LogBase& lo
 
 bool KeyResolver::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log) {
     LogContextExitor ctx(log, "publicKeyFromKeyInfo");
-    HashedStringSet seen(key_info::kDedupeBuckets);
+    SeenCertificates seen;
     m_pathSteps.clear();
     m_followedIds.clear();
     return resolveKeyInfo(keyInfo, seen, keys, log);
@@ -130,7 +130,7 @@ bool KeyResolver::publicKeyFromKeyInfo(ClsXml& keyInfo, ExtPtrArrayRc& keys, Log
 
 // The direct forms first, in the order signers have long relied on; the
 // forms of XML-DSig 1.1 and the indirections after them.
-bool KeyResolver::resolveKeyInfo(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::resolveKeyInfo(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log) {
     if (!keysFromKeyValue(keyInfo, keys, log))
         return false;
     keysFromX509Data(keyInfo, seen, keys, log);
@@ -143,7 +143,7 @@ bool KeyResolver::resolveKeyInfo(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrA
     return ok;
 }
 
-bool KeyResolver::keysFromSecurityTokenReference(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys,
+bool KeyResolver::keysFromSecurityTokenReference(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys,
                                                  LogBase& log) {
     RefPtr<ClsXml> str(keyInfo.getChildWithTagUtf8("*:SecurityTokenReference"));
     if (!str)
@@ -162,7 +162,7 @@ bool KeyResolver::keysFromSecurityTokenReference(ClsXml& keyInfo, HashedStringSe
 
 // The certificates that X509Data of `parent` carries, then those it names
 // by issuer and serial, by subject name and by SKI.
-void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+void KeyResolver::keysFromX509Data(ClsXml& parent, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log) {
     auto keyOf = [&](X509Certificate* cert) { return cert ? publicKeyFromX509(*cert, log) : nullptr; };
     StringBuffer text;
     if (RefPtr<ClsXml> x509Data(parent.findChild("*:X509Data")); x509Data) {
@@ -176,7 +176,7 @@ void KeyResolver::keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtr
     }
 
     key_info::IssuerSerial issuerSerial;
-    if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.hashContainsSb(issuerSerial.key)) {
+    if (key_info::readIssuerSerial(parent, issuerSerial, log) && !seen.contains(issuerSerial.key, log)) {
         auto lookUp = [&] {
             ClsPublicKey* key =
                 issuerSerial.hasCommonName
@@ -227,7 +227,7 @@ void KeyResolver::keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, 
             found(keys, publicKeyFromX509(*cert, log), KeySource::StoreBySki);
 }
 
-bool KeyResolver::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::keyFromReferencedToken(ClsXml& str, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log) {
     RefPtr<ClsXml> reference(str.getChildWithTagUtf8("*:Reference"));
     if (!reference)
         return true;
@@ -246,7 +246,7 @@ bool KeyResolver::keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, Ext
     return true;
 }
 
-bool KeyResolver::keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log) {
+bool KeyResolver::keyFromThumbprint(ClsXml& str, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log) {
     RefPtr<ClsXml> keyIdentifier(str.getChildWithTagUtf8("*:KeyIdentifier"));
     if (!keyIdentifier)
         return true;

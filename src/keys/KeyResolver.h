@@ -12,7 +12,7 @@
 class ClsPublicKey;
 class ClsStringArray;
 class ClsXml;
-class HashedStringSet;
+class SeenCertificates;
 class LogBase;
 class CertificateStore;
 class X509Certificate;
@@ -55,14 +55,14 @@ public:
     ClsPublicKey* getPublicKeyBySKI(StringBuffer& ski, LogBase& log);
     bool getCertBySKI(StringBuffer& ski, StringBuffer& outBase64, LogBase& log);
     ClsPublicKey* publicKeyFromX509(X509Certificate& cert, LogBase& log);
-    ClsPublicKey* publicKeyFromCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
-    bool processCertBase64(StringBuffer& text, HashedStringSet& seen, LogBase& log);
+    ClsPublicKey* publicKeyFromCertBase64(StringBuffer& text, SeenCertificates& seen, LogBase& log);
+    bool processCertBase64(StringBuffer& text, SeenCertificates& seen, LogBase& log);
     static void reverseSubjectNameDN(StringBuffer& dn, StringBuffer& out);
     // The signer's certificate (the last) of a WS-Security X509PKIPathv1 token.
     bool pkiPathV1_to_cert(const StringBuffer& tokenBase64, StringBuffer& outBase64, LogBase& log);
 
 private:
-    bool resolveKeyInfo(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool resolveKeyInfo(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
     // Appends a key found, with where it was found and the path to it.
     void found(ExtPtrArrayRc& keys, ClsPublicKey* key, KeySource source);
     bool keysFromKeyValue(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
@@ -71,23 +71,23 @@ private:
     void keysFromDerEncodedKeyValues(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
     void keysFromX509Digests(ClsXml& x509Data, ExtPtrArrayRc& keys, LogBase& log);
     void keysFromKeyNames(ClsXml& keyInfo, ExtPtrArrayRc& keys, LogBase& log);
-    void keysFromKeyInfoReferences(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    void keysFromRetrievalMethods(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    void keysFromRetrievedElement(ClsXml& element, const StringBuffer& type, HashedStringSet& seen, ExtPtrArrayRc& keys,
-                                  LogBase& log);
-    void keyFromRetrievedFile(const StringBuffer& uri, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    void keysFromKeyInfoReferences(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
+    void keysFromRetrievalMethods(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
+    void keysFromRetrievedElement(ClsXml& element, const StringBuffer& type, SeenCertificates& seen,
+                                  ExtPtrArrayRc& keys, LogBase& log);
+    void keyFromRetrievedFile(const StringBuffer& uri, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
     // The element of the document with that Id, once per resolution and
     // within the bound of indirections; null (logged) otherwise.
     ClsXml* followedElement(const StringBuffer& uri, LogBase& log);
     // What X509Data of KeyInfo or of a SecurityTokenReference yields.
-    void keysFromX509Data(ClsXml& parent, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    void certsFromX509Data(ClsXml& parent, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
+    void keysFromX509Data(ClsXml& parent, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
+    void certsFromX509Data(ClsXml& parent, SeenCertificates& seen, ClsStringArray& out, LogBase& log);
     // The SecurityTokenReference forms.
-    bool keysFromSecurityTokenReference(ClsXml& keyInfo, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool keysFromSecurityTokenReference(ClsXml& keyInfo, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
     void keyFromStoreByKeyIdentifier(ClsXml& str, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromReferencedToken(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    bool keyFromThumbprint(ClsXml& str, HashedStringSet& seen, ExtPtrArrayRc& keys, LogBase& log);
-    bool certsFromSecurityTokenReference(ClsXml& str, HashedStringSet& seen, ClsStringArray& out, LogBase& log);
+    bool keyFromReferencedToken(ClsXml& str, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool keyFromThumbprint(ClsXml& str, SeenCertificates& seen, ExtPtrArrayRc& keys, LogBase& log);
+    bool certsFromSecurityTokenReference(ClsXml& str, SeenCertificates& seen, ClsStringArray& out, LogBase& log);
 
     CertificateStore& m_store;
     ClsXml* m_document;

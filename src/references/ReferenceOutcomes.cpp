@@ -6,7 +6,6 @@
 #include "references/DigestAttempt.h"
 #include "references/ReferenceVerifier.h"
 #include "verifier/ClsXmlDSig.h"
-#include "verifier/DSigReference.h"
 
 #include <algorithm>
 
@@ -52,12 +51,10 @@ ReferenceOutcome ReferenceVerifier::outcome(int index, bool matched, const Refer
     RefPtr<ClsXml> reference(m_engine.getReference(index, log));
     if (!reference)
         return out;
-    DSigReference ref;
-    ref.parseReference(*reference, log);
-    out.uri = ref.m_uri.view();
+    StringBuffer uri;
+    reference->getAttrValue("URI", uri);
+    out.uri = uri.view();
     readTransformsAndDigestMethod(*reference, out);
-
-    StringBuffer uri(ref.m_uri);
     uri.trim2();
     CanonTarget target;
     if (!uri.isEmpty() && !uri.beginsWith("#")) {

@@ -64,7 +64,8 @@ XPathNodeSet::XPathNodeSet() = default;
 XPathNodeSet::~XPathNodeSet() = default;
 
 bool XPathNodeSet::parseDocument(std::string_view text, const XmlDocument* parsed, LogBase& log) {
-    if (parsed && parsed->canStandFor(text)) {
+    // The XPath tree is built from the nodes under the root only.
+    if (parsed && parsed->canStandFor(text) && parsed->prolog().empty() && parsed->epilog().empty()) {
         m_doc = parsed;
     } else {
         std::string error;

@@ -20,14 +20,18 @@ bool DSigReference::parseReference(ClsXml& reference, LogBase& log) {
         transforms->getXml(false, m_transformsXml, log);
 
     reference.getChildAttrValue("*:DigestMethod", "Algorithm", m_digestMethod);
-    reference.getChildContentUtf8("*:DigestValue", m_digestValue, false);
-    for (char c : {'\n', '\r', '\t', ' '})
-        m_digestValue.removeCharOccurances(c);
+    readDigestValue(reference, m_digestValue);
     if (log.verbose()) {
         log.LogDataSb("DigestMethod", m_digestMethod);
         log.LogDataSb("DigestValue", m_digestValue);
     }
     return true;
+}
+
+void DSigReference::readDigestValue(ClsXml& reference, StringBuffer& out) {
+    reference.getChildContentUtf8("*:DigestValue", out, false);
+    for (char c : {'\n', '\r', '\t', ' '})
+        out.removeCharOccurances(c);
 }
 
 int DSigReference::digestMethodHashAlg(const StringBuffer& uri) {

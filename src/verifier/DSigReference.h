@@ -14,6 +14,8 @@ public:
     // Reads the Reference element's fields; always succeeds (missing parts
     // leave their fields empty).
     bool parseReference(ClsXml& reference, LogBase& log);
+    // The DigestValue's text without white space (empty when there is none).
+    static void readDigestValue(ClsXml& reference, StringBuffer& out);
     // The hash identifier of the digest method (SHA-1 when unrecognised).
     int getHashAlg() const;
     // The hash identifier of a DigestMethod URI, or 0 when unrecognised.

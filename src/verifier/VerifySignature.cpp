@@ -75,11 +75,13 @@ bool ClsXmlDSig::verifySignature(bool verifyReferenceDigests, LogBase& log) {
     RefPtr<ClsXml> firstReference(getReference(0, log));
     if (!firstReference)
         return fail(VerificationStage::Selection, "No Reference at index 0", log);
-    DSigReference ref;
-    ref.parseReference(*firstReference, log);
+    // Without an Id, the signature is confirmed by its first reference's digest.
+    StringBuffer firstDigest;
+    if (sigId.isEmpty())
+        DSigReference::readDigestValue(*firstReference, firstDigest);
 
     XmlSigPositions locate;
-    if (!locateSelectedSignature(m_document.text.view(), sigId, ref.m_digestValue, locate, log)) {
+    if (!locateSelectedSignature(m_document.text.view(), sigId, firstDigest, locate, log)) {
         if (sigId.isEmpty())
             return fail(VerificationStage::Location, "Unable to find the Signature.", log);
         log.LogInfo("Unable to find the Signature by Id.");

@@ -216,6 +216,8 @@ TEST(KeyInfoResolution, EachFormYieldsItsKeys) {
     // Those embedded too are not listed twice, except by their SKI.
     expect("issuer serial of an embedded certificate", true, KS::KeyInfoCertificate, 0, 0, 1,
            {0, x509Data(certElement(0) + issuerSerial(issuer0, "4660")), "", "", 0});
+    expect("subject name of an embedded certificate", true, KS::KeyInfoCertificate, 0, 0, 1,
+           {0, x509Data(certElement(0) + "<ds:X509SubjectName>" + issuer0 + "</ds:X509SubjectName>"), "", "", 0});
     expect("SKI of an embedded certificate", true, KS::KeyInfoCertificate, 0, 0, 2,
            {0, x509Data(certElement(0) + "<ds:X509SKI>" + std::string(skiBase64.view()) + "</ds:X509SKI>"), "", "", 0});
     expect("issuer without a common name", false, KS::None, -1, -1, 0,

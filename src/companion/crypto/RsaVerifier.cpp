@@ -3,6 +3,7 @@
 #include "companion/crypto/Digest.h"
 #include "companion/crypto/DigestFetch.h"
 #include "companion/crypto/HashAlgorithm.h"
+#include "companion/crypto/HashIds.h"
 #include "companion/crypto/RsaKey.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/DataBuffer.h"
@@ -12,6 +13,7 @@
 
 #include <algorithm>
 #include <string>
+#include <string_view>
 
 namespace {
 
@@ -61,9 +63,40 @@ int digestInfoHashAlg(const X509_SIG* digestInfo, bool& paramsOk) {
     return Digest::oidToHashAlg(oidText);
 }
 
+// The DER DigestInfo of a hash up to the hash itself, with NULL parameters
+// (RFC 8017, 9.2, note 1), for the hashes signers use; empty for others.
+std::string_view digestInfoPrefix(int hashAlg) {
+    using namespace std::string_view_literals;
+    switch (hashAlg) {
+    case hash_alg::kSha1:
+        return "\x30\x21\x30\x09\x06\x05\x2b\x0e\x03\x02\x1a\x05\x00\x04\x14"sv;
+    case hash_alg::kSha224:
+        return "\x30\x2d\x30\x0d\x06\x09\x60\x86\x48\x01\x65\x03\x04\x02\x04\x05\x00\x04\x1c"sv;
+    case hash_alg::kSha256:
+        return "\x30\x31\x30\x0d\x06\x09\x60\x86\x48\x01\x65\x03\x04\x02\x01\x05\x00\x04\x20"sv;
+    case hash_alg::kSha384:
+        return "\x30\x41\x30\x0d\x06\x09\x60\x86\x48\x01\x65\x03\x04\x02\x02\x05\x00\x04\x30"sv;
+    case hash_alg::kSha512:
+        return "\x30\x51\x30\x0d\x06\x09\x60\x86\x48\x01\x65\x03\x04\x02\x03\x05\x00\x04\x40"sv;
+    default:
+        return {};
+    }
+}
+
+// Whether block is the usual encoding: the prefix above, then the hash. The
+// prefix ends with the hash's length, which must be this hash's.
+bool isUsualDigestInfoOf(std::string_view block, int hashAlg, std::string_view hash) {
+    const std::string_view prefix = digestInfoPrefix(hashAlg);
+    return !prefix.empty() && static_cast<unsigned char>(prefix.back()) == hash.size() &&
+           block.size() == prefix.size() + hash.size() && block.starts_with(prefix) && block.ends_with(hash);
+}
+
 // Whether block is exactly the DER DigestInfo of hash under hashAlg. The DER
-// is re-encoded and compared, so that no slack in the encoding is accepted.
+// is re-encoded and compared, so that no slack in the encoding is accepted;
+// the usual encoding is recognised without decoding it.
 bool isDigestInfoOf(const std::string& block, int hashAlg, const DataBuffer& hash, LogBase& log) {
+    if (isUsualDigestInfoOf(block, hashAlg, hash.view()))
+        return true;
     auto* p = reinterpret_cast<const unsigned char*>(block.data());
     const X509SigPtr digestInfo(d2i_X509_SIG(nullptr, &p, static_cast<long>(block.size())));
     if (!digestInfo || derOf(digestInfo.get()) != block) {

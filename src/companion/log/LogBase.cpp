@@ -6,26 +6,37 @@
 #include <nlohmann/json.hpp>
 
 #include <fstream>
+#include <initializer_list>
 
 namespace {
 
 constexpr int kIndentWidth = 2;
 
-void appendIndented(std::string& out, int depth, std::string_view text) {
+// One line of the text form, its parts written one after another.
+void appendIndented(std::string& out, int depth, std::initializer_list<std::string_view> parts) {
     out.append(static_cast<size_t>(depth) * kIndentWidth, ' ');
-    out.append(text);
+    for (std::string_view part : parts)
+        out.append(part);
     out.push_back('\n');
 }
 
 } // namespace
 
+// An entry of an earlier tree is written over, so that its strings' memory
+// serves again: a verifier logs about as much for every document.
 void LogBase::add(Kind kind, std::string_view tag, std::string_view value) {
-    m_entries.push_back(Entry{kind, static_cast<uint16_t>(m_depth), std::string(tag), std::string(value)});
+    if (m_used == m_entries.size())
+        m_entries.emplace_back();
+    Entry& e = m_entries[m_used++];
+    e.kind = kind;
+    e.depth = static_cast<uint16_t>(m_depth);
+    e.tag.assign(tag);
+    e.value.assign(value);
 }
 
 void LogBase::enterContext(std::string_view name) {
     if (m_depth == 0)
-        m_entries.clear();
+        m_used = 0;
     add(Kind::Context, name, {});
     ++m_depth;
 }
@@ -66,42 +77,42 @@ void LogBase::LogDataBool(std::string_view tag, bool value) {
 }
 
 bool LogBase::hasErrors() const {
-    for (const Entry& e : m_entries)
+    for (const Entry& e : entries())
         if (e.kind == Kind::Error)
             return true;
     return false;
 }
 
 std::string LogBase::firstError() const {
-    for (const Entry& e : m_entries)
+    for (const Entry& e : entries())
         if (e.kind == Kind::Error)
             return e.value;
     return {};
 }
 
 void LogBase::clear() {
-    m_entries.clear();
+    m_used = 0;
     m_depth = 0;
 }
 
 std::string LogBase::renderText() const {
     std::string out;
-    for (const Entry& e : m_entries) {
+    for (const Entry& e : entries()) {
         switch (e.kind) {
         case Kind::Context:
-            appendIndented(out, e.depth, e.tag + ":");
+            appendIndented(out, e.depth, {e.tag, ":"});
             break;
         case Kind::Error:
-            appendIndented(out, e.depth, "ERROR: " + e.value);
+            appendIndented(out, e.depth, {"ERROR: ", e.value});
             break;
         case Kind::Info:
-            appendIndented(out, e.depth, e.value);
+            appendIndented(out, e.depth, {e.value});
             break;
         case Kind::Data:
-            appendIndented(out, e.depth, e.tag + ": " + e.value);
+            appendIndented(out, e.depth, {e.tag, ": ", e.value});
             break;
         case Kind::Bracketed:
-            appendIndented(out, e.depth, e.tag + ": [" + e.value + "]");
+            appendIndented(out, e.depth, {e.tag, ": [", e.value, "]"});
             break;
         }
     }
@@ -112,7 +123,7 @@ namespace {
 
 // Builds the JSON form of the entries [pos, end) at one depth; a context's
 // children are the entries that follow it at a greater depth.
-nlohmann::json toJson(const std::vector<LogBase::Entry>& entries, size_t& pos, uint16_t depth) {
+nlohmann::json toJson(std::span<const LogBase::Entry> entries, size_t& pos, uint16_t depth) {
     using Kind = LogBase::Kind;
     nlohmann::json items = nlohmann::json::array();
     while (pos < entries.size() && entries[pos].depth >= depth) {
@@ -142,5 +153,5 @@ nlohmann::json toJson(const std::vector<LogBase::Entry>& entries, size_t& pos, u
 
 std::string LogBase::renderJson() const {
     size_t pos = 0;
-    return toJson(m_entries, pos, 0).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
+    return toJson(entries(), pos, 0).dump(2, ' ', false, nlohmann::json::error_handler_t::replace);
 }

@@ -1,6 +1,8 @@
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
+#include <span>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -50,7 +52,7 @@ public:
     bool hasErrors() const;
     // The first error line of the current tree, or empty.
     std::string firstError() const;
-    const std::vector<Entry>& entries() const { return m_entries; }
+    std::span<const Entry> entries() const { return {m_entries.data(), m_used}; }
     int contextDepth() const { return m_depth; }
     void clear();
 
@@ -66,7 +68,8 @@ public:
 private:
     void add(Kind kind, std::string_view tag, std::string_view value);
 
-    std::vector<Entry> m_entries;
+    std::vector<Entry> m_entries; // the first m_used are the current tree's
+    size_t m_used = 0;
     std::string m_lastJsonData;
     std::string m_debugLogFilePath;
     int m_depth = 0;

@@ -5,6 +5,8 @@
 #include <openssl/crypto.h>
 #include <openssl/err.h>
 
+#include <array>
+
 namespace {
 
 X509Ptr sharedX509(const X509Ptr& x509) {
@@ -44,11 +46,48 @@ PkeyPtr decodePublicKey(const X509& x509) {
     return pkey;
 }
 
+// One certificate a thread was given lately.
+struct FrontEntry {
+    uint64_t cacheId = 0;
+    uint64_t generation = 0;
+    std::string der;
+    X509Ptr x509;
+    size_t derLength = 0;
+    PkeyPtr pkey;
+    bool pkeyDecoded = false;
+};
+
+// A thread's front: its last certificates, the oldest replaced first.
+class ThreadFront {
+public:
+    FrontEntry* find(uint64_t cacheId, uint64_t generation, std::string_view der) {
+        for (FrontEntry& e : m_entries)
+            if (e.x509 && e.cacheId == cacheId && e.generation == generation && e.der == der)
+                return &e;
+        return nullptr;
+    }
+    void remember(uint64_t cacheId, uint64_t generation, std::string_view der,
+                  const DecodedCertificateCache::Certificate& decoded) {
+        FrontEntry& e = m_entries[m_next];
+        m_next = (m_next + 1) % m_entries.size();
+        e = FrontEntry{cacheId, generation, std::string(der), sharedX509(decoded.x509), decoded.derLength,
+                       nullptr, false};
+    }
+
+private:
+    std::array<FrontEntry, DecodedCertificateCache::kThreadFrontEntries> m_entries;
+    size_t m_next = 0;
+};
+
+thread_local ThreadFront t_front;
+
+std::atomic<uint64_t> g_lastCacheId{0};
+
 } // namespace
 
 // OpenSSL is set up first, so that its clean-up at exit, registered then,
 // runs after the cached objects are freed.
-DecodedCertificateCache::DecodedCertificateCache() {
+DecodedCertificateCache::DecodedCertificateCache() : m_id(++g_lastCacheId) {
     OPENSSL_init_crypto(0, nullptr);
 }
 
@@ -58,6 +97,27 @@ DecodedCertificateCache& DecodedCertificateCache::process() {
 }
 
 DecodedCertificateCache::Certificate DecodedCertificateCache::certificate(std::string_view der) {
+    const uint64_t generation = m_generation.load();
+    if (const FrontEntry* e = t_front.find(m_id, generation, der))
+        return {sharedX509(e->x509), e->derLength};
+    Certificate decoded = sharedCertificate(der);
+    if (decoded.x509 && der.size() <= kMaxCertificateBytes)
+        t_front.remember(m_id, generation, der, decoded);
+    return decoded;
+}
+
+PkeyPtr DecodedCertificateCache::publicKey(std::string_view certDer, const X509& x509) {
+    FrontEntry* e = t_front.find(m_id, m_generation.load(), certDer);
+    if (!e)
+        return sharedPublicKey(certDer, x509);
+    if (!e->pkeyDecoded) {
+        e->pkey = sharedPublicKey(certDer, *e->x509);
+        e->pkeyDecoded = true;
+    }
+    return sharedPkey(e->pkey);
+}
+
+DecodedCertificateCache::Certificate DecodedCertificateCache::sharedCertificate(std::string_view der) {
     {
         const std::lock_guard lock(m_mutex);
         if (const Entry* entry = find(der))
@@ -71,7 +131,7 @@ DecodedCertificateCache::Certificate DecodedCertificateCache::certificate(std::s
     return decoded;
 }
 
-PkeyPtr DecodedCertificateCache::publicKey(std::string_view certDer, const X509& x509) {
+PkeyPtr DecodedCertificateCache::sharedPublicKey(std::string_view certDer, const X509& x509) {
     const std::lock_guard lock(m_mutex);
     Entry* entry = find(certDer);
     if (!entry)
@@ -92,6 +152,7 @@ size_t DecodedCertificateCache::size() const {
 
 void DecodedCertificateCache::clear() {
     const std::lock_guard lock(m_mutex);
+    ++m_generation;
     m_entries.clear();
     m_recency.clear();
     m_bytes = 0;

@@ -2,7 +2,9 @@
 
 #include "companion/crypto/OpensslPtr.h"
 
+#include <atomic>
 #include <cstddef>
+#include <cstdint>
 #include <list>
 #include <mutex>
 #include <string>
@@ -18,11 +20,17 @@
 // Bounded: at most kMaxEntries certificates and kMaxBytes of DER, the least
 // recently used going first; a certificate over kMaxCertificateBytes is
 // decoded every time and not kept.
+//
+// In front of it, each thread keeps the last kThreadFrontEntries
+// certificates it was given (with their keys), so that a thread verifying
+// one signer's documents takes no lock and shares no written memory with
+// the others; those may outlive their eviction from the shared entries.
 class DecodedCertificateCache {
 public:
     static constexpr size_t kMaxEntries = 256;
     static constexpr size_t kMaxBytes = 4 * 1024 * 1024;
     static constexpr size_t kMaxCertificateBytes = 64 * 1024;
+    static constexpr size_t kThreadFrontEntries = 4;
 
     struct Certificate {
         X509Ptr x509;
@@ -44,7 +52,9 @@ public:
     // when it cannot be decoded.
     PkeyPtr publicKey(std::string_view certDer, const X509& x509);
 
+    // The shared entries (the threads' fronts aside).
     size_t size() const;
+    // Forgets every entry, the threads' fronts included.
     void clear();
 
 private:
@@ -57,10 +67,16 @@ private:
         std::list<std::string>::iterator recency;
     };
 
+    Certificate sharedCertificate(std::string_view der);
+    PkeyPtr sharedPublicKey(std::string_view certDer, const X509& x509);
     Entry* find(std::string_view der);
     void insert(std::string_view der, const Certificate& decoded);
     void evictUntilFits(size_t incomingBytes);
 
+    // Which cache and which of its generations (clear() starts one) a
+    // thread's front entry belongs to.
+    const uint64_t m_id;
+    std::atomic<uint64_t> m_generation{0};
     mutable std::mutex m_mutex;
     // Most recently used first; the map's keys point at these strings.
     std::list<std::string> m_recency;

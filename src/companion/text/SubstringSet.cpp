@@ -8,72 +8,88 @@
 #endif
 
 SubstringSet::SubstringSet(std::span<const std::string_view> needles) {
-    for (std::string_view n : needles.first(std::min(needles.size(), kMaxNeedles))) {
-        m_needles.push_back(Needle{n, static_cast<unsigned char>(n.front()), static_cast<unsigned char>(n.back())});
+    m_needles.assign(needles.begin(), needles.begin() + static_cast<ptrdiff_t>(std::min(needles.size(), kMaxNeedles)));
+    for (size_t i = 0; i < m_needles.size(); ++i) {
+        const std::string_view n = m_needles[i];
+        if (n.size() < 2)
+            continue;
+        const Lead lead{static_cast<unsigned char>(n[0]), static_cast<unsigned char>(n[1])};
+        if (std::find(m_leads.begin(), m_leads.end(), lead) == m_leads.end())
+            m_leads.push_back(lead);
+        m_blockNeedles |= uint64_t{1} << i;
+        m_byFirstByte[lead.first] |= uint64_t{1} << i;
+        m_longest = std::max(m_longest, n.size());
     }
 }
 
 uint64_t SubstringSet::findIn(std::string_view text) const {
-    uint64_t found = 0;
     size_t pos = 0;
-#if defined(__SSE2__)
-    constexpr size_t kLanes = 16;
-    // The needles still sought, with their first and last bytes in every lane.
-    struct Sought {
-        size_t index;
-        size_t lastOffset;
-        __m128i first;
-        __m128i last;
-    };
-    Sought sought[kMaxNeedles];
-    size_t count = 0;
-    size_t longest = 0;
-    for (size_t i = 0; i < m_needles.size(); ++i) {
-        const Needle& n = m_needles[i];
-        longest = std::max(longest, n.text.size());
-        sought[count++] = Sought{i, n.text.size() - 1, _mm_set1_epi8(static_cast<char>(n.first)),
-                                 _mm_set1_epi8(static_cast<char>(n.last))};
-    }
-    // Lanes where a needle's first and last bytes both match.
-    auto candidates = [](const Sought& s, const char* block, __m128i firsts) {
-        const __m128i lasts = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + s.lastOffset));
-        return _mm_and_si128(_mm_cmpeq_epi8(firsts, s.first), _mm_cmpeq_epi8(lasts, s.last));
-    };
-    // A block is tested only when the longest needle starting at its last
-    // lane still fits, so every load stays inside the text.
-    for (; count > 0 && pos + kLanes + longest <= text.size() + 1; pos += kLanes) {
-        const char* block = text.data() + pos;
-        const __m128i firsts = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
-        // One test for all needles; only a block with a candidate is
-        // searched needle by needle.
-        __m128i any = _mm_setzero_si128();
-        for (size_t k = 0; k < count; ++k)
-            any = _mm_or_si128(any, candidates(sought[k], block, firsts));
-        if (_mm_movemask_epi8(any) == 0)
-            continue;
-        for (size_t k = 0; k < count; ++k) {
-            const std::string_view needle = m_needles[sought[k].index].text;
-            auto lanes = static_cast<unsigned>(_mm_movemask_epi8(candidates(sought[k], block, firsts)));
-            for (; lanes != 0; lanes &= lanes - 1) {
-                if (std::string_view(block + std::countr_zero(lanes), needle.size()) == needle)
-                    break;
-            }
-            if (lanes != 0) {
-                found |= uint64_t{1} << sought[k].index;
-                sought[k--] = sought[--count];
-            }
-        }
-    }
-#endif
+    const uint64_t found = findInBlocks(text, pos);
     return findTail(text, pos, found);
 }
 
-// Where blocks do not reach (the last bytes, or everything without SSE2),
-// each needle not found yet is searched plainly.
+// The needles of two bytes or more that start at the text's first `pos`
+// bytes; `pos` ends where blocks no longer reach.
+uint64_t SubstringSet::findInBlocks(std::string_view text, size_t& pos) const {
+    uint64_t found = 0;
+#if defined(__SSE2__)
+    constexpr size_t kLanes = 16;
+    struct Pair {
+        __m128i first;
+        __m128i second;
+    };
+    // Padded to whole groups with copies of the last pair, so that the loop
+    // over pairs tests a group at a time.
+    constexpr size_t kGroup = 4;
+    Pair pairs[kMaxNeedles + kGroup];
+    const size_t count = m_leads.size();
+    const size_t padded = (count + kGroup - 1) / kGroup * kGroup;
+    for (size_t k = 0; k < padded; ++k) {
+        const Lead& lead = m_leads[std::min(k, count - 1)];
+        pairs[k] = Pair{_mm_set1_epi8(static_cast<char>(lead.first)), _mm_set1_epi8(static_cast<char>(lead.second))};
+    }
+    // A block is tested only when the longest needle starting at its last
+    // lane still fits, so every load stays inside the text.
+    for (; found != m_blockNeedles && pos + kLanes + m_longest <= text.size() + 1; pos += kLanes) {
+        const char* block = text.data() + pos;
+        const __m128i firsts = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block));
+        const __m128i seconds = _mm_loadu_si128(reinterpret_cast<const __m128i*>(block + 1));
+        auto hits = [&](const Pair& pair) {
+            return _mm_and_si128(_mm_cmpeq_epi8(firsts, pair.first), _mm_cmpeq_epi8(seconds, pair.second));
+        };
+        __m128i any = _mm_setzero_si128();
+        for (size_t k = 0; k < padded; k += kGroup)
+            any = _mm_or_si128(any, _mm_or_si128(_mm_or_si128(hits(pairs[k]), hits(pairs[k + 1])),
+                                                 _mm_or_si128(hits(pairs[k + 2]), hits(pairs[k + 3]))));
+        for (auto lanes = static_cast<unsigned>(_mm_movemask_epi8(any)); lanes != 0; lanes &= lanes - 1)
+            found |= needlesAt(block + std::countr_zero(lanes), m_blockNeedles & ~found);
+    }
+#else
+    (void)text;
+#endif
+    return found;
+}
+
+// The sought needles that start at `at`, which all fit in the text there.
+uint64_t SubstringSet::needlesAt(const char* at, uint64_t sought) const {
+    uint64_t found = 0;
+    for (sought &= m_byFirstByte[static_cast<unsigned char>(at[0])]; sought != 0; sought &= sought - 1) {
+        const auto i = static_cast<size_t>(std::countr_zero(sought));
+        const std::string_view n = m_needles[i];
+        if (at[1] == n[1] && std::string_view(at, n.size()) == n)
+            found |= uint64_t{1} << i;
+    }
+    return found;
+}
+
+// Where blocks do not reach (the last bytes, one-byte needles, or everything
+// without SSE2), each needle not found yet is searched plainly.
 uint64_t SubstringSet::findTail(std::string_view text, size_t from, uint64_t found) const {
     for (size_t i = 0; i < m_needles.size(); ++i) {
-        if (!(found & (uint64_t{1} << i)) && text.find(m_needles[i].text, from) != std::string_view::npos)
-            found |= uint64_t{1} << i;
+        const uint64_t bit = uint64_t{1} << i;
+        const size_t start = (m_blockNeedles & bit) ? from : 0;
+        if (!(found & bit) && text.find(m_needles[i], start) != std::string_view::npos)
+            found |= bit;
     }
     return found;
 }

@@ -95,14 +95,14 @@ bool XmlDocument::build(XmlScanner& scanner) {
             if (!open.empty())
                 addNode(scanner, open, XmlNodeKind::Comment, t.begin, t.end, 0);
             else
-                m_replayable = false;
+                addOutsideRoot(t, XmlNodeKind::Comment);
             break;
         case XmlTokenKind::ProcessingInstruction:
             if (!open.empty()) {
                 const uint32_t n = addNode(scanner, open, XmlNodeKind::ProcessingInstruction, t.begin, t.end, 0);
                 m_nodes[n].nameLength = static_cast<uint16_t>(t.name.length);
             } else {
-                m_replayable = false;
+                addOutsideRoot(t, XmlNodeKind::ProcessingInstruction);
             }
             break;
         case XmlTokenKind::Doctype:
@@ -152,6 +152,13 @@ uint32_t XmlDocument::addNode(const XmlScanner& scanner, std::vector<OpenElement
         o.lastChild = n;
     }
     return n;
+}
+
+void XmlDocument::addOutsideRoot(const XmlToken& t, XmlNodeKind kind) {
+    const auto nameLength = static_cast<uint16_t>(kind == XmlNodeKind::ProcessingInstruction ? t.name.length : 0);
+    m_outsideRoot.push_back(Node{t.begin, t.end, t.end, kNoNode, kNoNode, 0, nameLength, kind, 0});
+    if (m_nodes.empty())
+        m_prologSize = m_outsideRoot.size();
 }
 
 void XmlDocument::addAttributes(std::span<const XmlAttribute> attributes) {

@@ -111,9 +111,14 @@ public:
     uint32_t endTagEnd(uint32_t element) const;
 
     // True when the tree holds everything a token stream of the text would:
-    // no DOCTYPE (so no entity expansions and no defaulted attributes), no
-    // comment or processing instruction outside the root element.
+    // no DOCTYPE (so no entity expansions and no defaulted attributes).
     bool isReplayable() const { return m_replayable; }
+    // The comments and processing instructions before and after the root
+    // element, kept beside the tree (they have no parent in it), so that a
+    // prolog such as an xml-stylesheet instruction does not make the text be
+    // scanned again.
+    std::span<const Node> prolog() const { return {m_outsideRoot.data(), m_prologSize}; }
+    std::span<const Node> epilog() const { return std::span<const Node>(m_outsideRoot).subspan(m_prologSize); }
     // Replayable, not empty, and parsed from exactly this text (same bytes
     // in the same place): a reader of the text may read the tree instead.
     bool canStandFor(std::string_view text) const {
@@ -149,6 +154,7 @@ private:
     uint32_t addNode(const XmlScanner& scanner, std::vector<OpenElement>& open, XmlNodeKind kind, uint32_t begin,
                      uint32_t end, uint8_t flags);
     void addAttributes(std::span<const XmlAttribute> attributes);
+    void addOutsideRoot(const XmlToken& t, XmlNodeKind kind);
     void populateNodesAhead(BackgroundPopulation& pages, size_t lessThanCount);
     void noteSignatureCandidate(uint32_t element, std::string_view qualifiedName);
     XmlSpan origin(uint32_t n) const;
@@ -164,6 +170,8 @@ private:
     std::vector<Attribute> m_attributes;
     std::vector<EntityOrigin> m_origins;
     std::vector<uint32_t> m_signatureCandidates;
+    std::vector<Node> m_outsideRoot; // the prolog's, then the epilog's
+    size_t m_prologSize = 0;
     bool m_autoTrim;
     bool m_replayable = true;
     mutable std::once_flag m_idIndexBuilt;

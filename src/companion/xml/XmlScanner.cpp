@@ -1,5 +1,7 @@
 #include "companion/xml/XmlScanner.h"
 
+#include "companion/text/ByteSearch.h"
+
 #include "companion/xml/XmlChars.h"
 #include "companion/xml/XmlDtdParser.h"
 #include "companion/xml/XmlLimits.h"
@@ -7,7 +9,6 @@
 #include "companion/xml/XmlReference.h"
 
 #include <algorithm>
-#include <array>
 #include <cstdio>
 
 using xml_chars::skipSpace;
@@ -24,15 +25,6 @@ constexpr std::string_view kXmlDeclarationOpen = "<?xml";
 constexpr std::string_view kXmlDeclarationClose = "?>";
 // Up to this many attributes, pairwise comparison beats sorting.
 constexpr size_t kPairwiseUniquenessLimit = 8;
-
-constexpr std::array<bool, 256> stopTable(std::string_view stops) {
-    std::array<bool, 256> table{};
-    for (char c : stops)
-        table[static_cast<unsigned char>(c)] = true;
-    return table;
-}
-constexpr auto kTextStop = stopTable("<&]\r");
-constexpr auto kAttributeStop = stopTable("<&\"'\t\n\r");
 
 bool startsWith(const char* p, const char* end, std::string_view s) {
     return static_cast<size_t>(end - p) >= s.size() && std::string_view(p, s.size()) == s;
@@ -261,8 +253,7 @@ bool XmlScanner::scanText(Input& in) {
     const char* p = start;
     uint8_t flags = 0;
     for (;;) {
-        while (p < end && !kTextStop[static_cast<unsigned char>(*p)])
-            ++p;
+        p = findFirstOf<'<', '&', ']', '\r'>(p, end);
         if (p == end || *p == '<')
             break;
         if (*p == '\r') {
@@ -407,8 +398,7 @@ const char* XmlScanner::scanAttribute(Input& in, const char* p) {
     const char* const value = ++q;
     uint8_t flags = 0;
     for (;;) {
-        while (q < end && !kAttributeStop[static_cast<unsigned char>(*q)])
-            ++q;
+        q = findFirstOf<'<', '&', '"', '\'', '\t', '\n', '\r'>(q, end);
         if (q >= end)
             return failAt(value - 1, "unterminated attribute value");
         const char c = *q;

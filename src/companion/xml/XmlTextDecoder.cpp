@@ -1,4 +1,5 @@
 #include "companion/xml/XmlTextDecoder.h"
+#include "companion/text/ByteSearch.h"
 #include "companion/text/Utf8.h"
 
 #include "companion/xml/XmlChars.h"
@@ -21,8 +22,7 @@ void XmlTextDecoder::appendContent(std::string_view raw, const XmlDtd& dtd, std:
     std::string unused;
     while (p < end) {
         const char* run = p;
-        while (p < end && *p != '&' && *p != '\r')
-            ++p;
+        p = findFirstOf<'&', '\r'>(p, end);
         out.append(run, p);
         if (p == end)
             break;

@@ -18,6 +18,8 @@ XmlTreeReplay::XmlTreeReplay(const XmlDocument& doc, uint32_t apex, Extent exten
     if (extent == Extent::Subtree) {
         m_limit = doc.subtreeEnd(apex);
         m_stopDepth = static_cast<uint32_t>(m_ancestors.size());
+    } else {
+        m_after = doc.epilog();
     }
     m_textFrom = doc.node(apex).begin;
 }

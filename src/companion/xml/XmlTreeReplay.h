@@ -13,25 +13,30 @@
 // data between nodes comes as Text tokens flagged for references and line
 // ends, which readers of raw text decode anyway.
 //
-// From the root it replays the root element. From an apex it replays the
-// start tags of the apex's ancestors, outermost first (so that a reader
-// learns the namespaces in scope), then the apex's subtree, and stops there
-// or goes on to the end of the document.
+// The whole document is its prolog's comments and processing instructions,
+// the root element, then its epilog's. From an apex it replays the start
+// tags of the apex's ancestors, outermost first (so that a reader learns the
+// namespaces in scope), then the apex's subtree, and stops there or goes on
+// to the end of the document, epilog included.
 class XmlTreeReplay final : public XmlTokenSource {
 public:
     enum class Extent : uint8_t { Subtree, ToDocumentEnd };
 
-    explicit XmlTreeReplay(const XmlDocument& doc) : XmlTreeReplay(doc, doc.root()) {}
+    explicit XmlTreeReplay(const XmlDocument& doc) : XmlTreeReplay(doc, doc.root(), Extent::ToDocumentEnd) {
+        m_before = doc.prolog();
+    }
     XmlTreeReplay(const XmlDocument& doc, uint32_t apex, Extent extent = Extent::Subtree);
 
     // Inline, as a pass over a large document calls it for every token.
     bool next() override {
+        if (!m_before.empty())
+            return emitOutsideRoot(m_before);
         if (!m_ancestors.empty())
             return emitAncestor();
         if (m_open.size() > m_stopDepth && (m_next >= m_limit || m_doc.parent(m_next) != m_open.back()))
             return emitText(m_doc.node(m_open.back()).endBegin) || emitEndTag();
         if (m_next >= m_limit)
-            return false;
+            return !m_after.empty() && emitOutsideRoot(m_after);
         if (emitText(m_doc.node(m_next).begin))
             return true;
         if (m_next == m_left) {
@@ -78,6 +83,11 @@ private:
         return true;
     }
     bool emitOtherNode(const XmlDocument::Node& node);
+    bool emitOutsideRoot(std::span<const XmlDocument::Node>& nodes) {
+        emitOtherNode(nodes.front());
+        nodes = nodes.subspan(1);
+        return true;
+    }
     std::span<const XmlAttribute> copyAttributes(std::span<const XmlDocument::Attribute> attributes);
     bool emitEndTag() {
         const uint32_t e = m_open.back();
@@ -105,7 +115,9 @@ private:
     static constexpr uint8_t kRawTextFlags = kTextHasReferences | kTextHasCarriageReturn;
 
     const XmlDocument& m_doc;
-    std::vector<uint32_t> m_ancestors; // innermost first; emitted from the back
+    std::span<const XmlDocument::Node> m_before; // the prolog's nodes not yet emitted
+    std::span<const XmlDocument::Node> m_after;  // the epilog's, emitted at the end
+    std::vector<uint32_t> m_ancestors;           // innermost first; emitted from the back
     std::vector<uint32_t> m_open;
     std::vector<XmlAttribute> m_attributes;
     uint32_t m_next;

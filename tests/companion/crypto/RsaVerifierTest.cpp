@@ -135,6 +135,23 @@ TEST_F(RsaVerifierTest, PaddingSelectorAndByteLayout) {
     EXPECT_FALSE(verify(bufferOf(reversed), hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256).valid);
 }
 
+// The usual DigestInfo of every SHA hash verifies, and so does SHA-256's
+// with its parameters left out.
+TEST_F(RsaVerifierTest, UsualAndParameterlessDigestInfos) {
+    const std::pair<int, const char*> hashes[] = {{hash_alg::kSha1, "sha1"},
+                                                  {hash_alg::kSha224, "sha224"},
+                                                  {hash_alg::kSha256, "sha256"},
+                                                  {hash_alg::kSha384, "sha384"},
+                                                  {hash_alg::kSha512, "sha512"}};
+    for (const auto& [alg, name] : hashes)
+        EXPECT_TRUE(verify(dgstSign(name, ""), hashOf(alg), alg, kPkcs1, alg).valid) << name;
+
+    const DataBuffer hash = hashOf(hash_alg::kSha256);
+    DataBuffer parameterless = test_support::fromHex("302f300b06096086480165030402010420");
+    parameterless.append(hash);
+    EXPECT_TRUE(verify(rawSign(parameterless), hash, hash_alg::kSha256, kPkcs1, hash_alg::kSha256).valid);
+}
+
 TEST_F(RsaVerifierTest, WhatTheSignedBlockMustHold) {
     const DataBuffer hash = hashOf(hash_alg::kSha256);
     const DataBuffer bare = rawSign(hash);

@@ -65,4 +65,16 @@ TEST_F(DecodedCertificateCacheTest, KeepsAtMostItsBoundLeastRecentlyUsedFirst) {
     EXPECT_EQ(cache.size(), before) << "an oversized input was kept";
 }
 
+// A thread's front serves what it was given lately, but never across clear().
+TEST_F(DecodedCertificateCacheTest, ClearReachesTheThreadsFront) {
+    DecodedCertificateCache& cache = DecodedCertificateCache::process();
+    const X509Certificate a = loaded(m_a);
+    EXPECT_EQ(loaded(m_a).x509(), a.x509());
+    ASSERT_TRUE(a.publicKey());
+    EXPECT_EQ(loaded(m_a).publicKey().get(), a.publicKey().get());
+    cache.clear();
+    EXPECT_TRUE(loaded(m_a).publicKey());
+    EXPECT_EQ(cache.size(), 1u) << "the front answered after clear()";
+}
+
 } // namespace
