@@ -1,7 +1,7 @@
 #include "HttpError.h"
 
-#include "HtmlText.h"
 #include "ServePages.h"
+#include "report/HtmlText.h"
 
 #include <nlohmann/json.hpp>
 

@@ -1,12 +1,12 @@
 #include "HttpService.h"
 
-#include "DocumentText.h"
-#include "HtmlReport.h"
 #include "RequestBody.h"
 #include "RequestFields.h"
 #include "ServePages.h"
-#include "SignatureJson.h"
 #include "VerdictReport.h"
+#include "report/DocumentText.h"
+#include "report/HtmlReport.h"
+#include "report/ReportPage.h"
 
 #include <charconv>
 #include <sstream>
@@ -67,10 +67,7 @@ std::string verdictJson(const RequestFields& fields, const xmldsig::Result& resu
         printVerdictJson({{fields.documentName, result}}, out);
         return out.str();
     }
-    nlohmann::json sigs = nlohmann::json::array();
-    for (const xmldsig::SignatureResult& s : result.signatures)
-        sigs.push_back(signatureJson(s, AdesDetail::Full));
-    const nlohmann::json files = nlohmann::json::array({{{"file", fields.documentName}, {"signatures", sigs}}});
+    const nlohmann::json files = nlohmann::json::array({reportJson(fields.documentName, result)});
     return nlohmann::json{{"files", files}}.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) + "\n";
 }
 

@@ -1,17 +1,14 @@
 #include "CommandLine.h"
 #include "Commands.h"
-#include "DocumentText.h"
-#include "HtmlReport.h"
 #include "OutputFile.h"
-#include "SignatureJson.h"
 #include "VerdictReport.h"
 #include "VerifySettings.h"
+#include "report/ReportPage.h"
 
 #include "xmldsig/Verifier.h"
 
 #include <iostream>
 #include <iterator>
-#include <sstream>
 
 namespace {
 
@@ -23,7 +20,7 @@ constexpr const char* kUsage =
 
 struct ReportArgs {
     VerifySettings settings;
-    std::string format = "html";
+    ReportFormat format = ReportFormat::Html;
     std::string output;
 };
 
@@ -45,9 +42,10 @@ bool refuseVerifyOnly(CommandLine& args, std::string& error) {
 
 int parseArgs(CommandLine& args, ReportArgs& a) {
     std::string error;
-    args.takeValue("--format", a.format);
+    std::string format = "html";
+    args.takeValue("--format", format);
     args.takeValue("-o", a.output);
-    if (!refuseVerifyOnly(args, error) || (a.format != "html" && a.format != "json")) {
+    if (!refuseVerifyOnly(args, error) || (format != "html" && format != "json")) {
         printError(error.empty() ? "--format must be html or json" : error);
         std::cerr << kUsage << '\n';
         return kExitUsage;
@@ -67,8 +65,8 @@ int parseArgs(CommandLine& args, ReportArgs& a) {
         printError("report takes one FILE");
         return kExitUsage;
     }
-    a.settings.verification.setAdesValidation(true);
-    a.settings.verification.setLogJson(a.format == "json");
+    a.format = format == "json" ? ReportFormat::Json : ReportFormat::Html;
+    prepareReportSettings(a.settings.verification, a.format);
     return kExitValid;
 }
 
@@ -85,21 +83,6 @@ FileVerdict verifyDocument(const ReportArgs& a, DocumentText& text) {
     FileVerdict verdict{path, verifier.verify(std::string_view(bytes))};
     text = DocumentText::ofBytes(std::move(bytes));
     return verdict;
-}
-
-std::string render(const ReportArgs& a, const FileVerdict& verdict, const DocumentText& text) {
-    std::ostringstream out;
-    if (a.format == "json") {
-        nlohmann::json sigs = nlohmann::json::array();
-        for (const xmldsig::SignatureResult& s : verdict.result.signatures)
-            sigs.push_back(signatureJson(s, AdesDetail::Full));
-        out << nlohmann::json{{"file", verdict.path}, {"signatures", sigs}}.dump(
-                   2, ' ', false, nlohmann::json::error_handler_t::replace)
-            << '\n';
-    } else {
-        writeHtmlReport(verdict.path, verdict.result, text, out);
-    }
-    return out.str();
 }
 
 bool emit(const ReportArgs& a, const std::string& page) {
@@ -133,7 +116,7 @@ int runReport(CommandLine& args) {
         printError(verdict.result.status.message);
         return kExitUsage;
     }
-    if (!emit(a, render(a, verdict, text)))
+    if (!emit(a, reportPage(a.format, verdict.path, verdict.result, text)))
         return kExitUsage;
     return verdictExitCode({verdict}, true);
 }

@@ -1,7 +1,7 @@
 #include "ServePages.h"
 
-#include "HtmlText.h"
-#include "ReportStyle.h"
+#include "report/HtmlText.h"
+#include "report/ReportStyle.h"
 
 namespace {
 

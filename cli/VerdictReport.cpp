@@ -1,7 +1,7 @@
 #include "VerdictReport.h"
 
 #include "CommandLine.h"
-#include "SignatureJson.h"
+#include "report/SignatureJson.h"
 
 namespace {
 

@@ -1,6 +1,7 @@
 // The compiled part of the xmldsig package: settings, a verifier that many
 // threads may call, and canonicalization. The package's __init__.py turns
 // keyword arguments into settings and paths into calls.
+#include "Report.h"
 #include "ResultTypes.h"
 #include "StatusError.h"
 #include "VerifierPool.h"
@@ -124,6 +125,7 @@ PYBIND11_MODULE(_xmldsig, m) {
     registerResultTypes(m);
     registerSettings(m);
     registerVerifier(m);
+    registerReport(m);
     m.def("_c14n", &canonicalBytes, py::arg("document"), py::arg("method"), py::arg("with_comments"),
           py::arg("prefixes"), py::arg("fragment"));
     m.def("_c14n_file", &canonicalForm<std::filesystem::path>, py::arg("path"), py::arg("method"),

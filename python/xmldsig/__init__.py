@@ -20,10 +20,10 @@ import os as _os
 
 from ._xmldsig import AdesCheck, AdesProperties, AdesTimestamp, AdesValidation, ChainCertificate, CounterSignature
 from ._xmldsig import Error, FileError, Reference, SignatureResult, Signer
-from ._xmldsig import _c14n, _c14n_file, _Settings, _Verifier
+from ._xmldsig import _c14n, _c14n_file, _report, _Settings, _Verifier
 
 __all__ = ["AdesCheck", "AdesProperties", "AdesTimestamp", "AdesValidation", "ChainCertificate", "CounterSignature",
-           "Error", "FileError", "Reference", "SignatureResult", "Signer", "Verifier", "c14n", "verify"]
+           "Error", "FileError", "Reference", "SignatureResult", "Signer", "Verifier", "c14n", "report", "verify"]
 
 _NO_PATHS = ()
 # PATH_MAX on Linux, the terminating NUL included.
@@ -156,6 +156,26 @@ class Verifier:
 def verify(data, **settings):
     """Verifies one document with the given settings (see Verifier)."""
     return Verifier(**settings).verify(data)
+
+
+# Settings a report decides itself, as `xmldsig report` refuses --log and --verbose.
+_REPORT_FIXED = ("ades", "log_json", "verbose")
+
+
+def report(data, format="html", *, name=None, **settings):
+    """The report a person reads on one document (bytes or a path), as
+    `xmldsig report FILE --format html|json` writes it: the HTML page, or the
+    JSON text. Each signature is validated as AdES too. `name` is the
+    document's name on the page (by default the path, or "-" for bytes as for
+    standard input); the settings are Verifier's. Raises Error (FileError when
+    the document cannot be read), ValueError for another format."""
+    fixed = [key for key in _REPORT_FIXED if key in settings]
+    if fixed:
+        raise TypeError(f"report() does not take {fixed[0]}: a report validates AdES, and its JSON holds the log")
+    document, path = _document(data)
+    if name is None:
+        name = "-" if path is None else path
+    return _report(_settings(**settings), document, path or "", format, name)
 
 
 _C14N_METHODS = {(False, False): "inclusive", (True, False): "exclusive", (False, True): "c14n11"}

@@ -3,12 +3,12 @@
 // the signed elements), the AdES JSON, and writing a report file.
 #include "TestSupport.h"
 
-#include "cli/AdesJson.h"
-#include "cli/DocumentText.h"
-#include "cli/HtmlReport.h"
-#include "cli/HtmlText.h"
 #include "cli/OutputFile.h"
-#include "cli/SignatureJson.h"
+#include "report/AdesJson.h"
+#include "report/DocumentText.h"
+#include "report/HtmlReport.h"
+#include "report/HtmlText.h"
+#include "report/SignatureJson.h"
 
 #include <gtest/gtest.h>
 
