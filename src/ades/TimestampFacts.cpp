@@ -21,8 +21,11 @@ bool overDataObjects(Kind kind) {
 AdesCheckOutcome outcomeOf(const XadesTimestampOutcome& t, bool anchorsGiven) {
     if (t.failure == Failure::InputUnavailable)
         return AdesCheckOutcome::NotDone;
-    if (!t.valid || (anchorsGiven && !t.tsaTrusted))
+    if (!t.valid)
         return AdesCheckOutcome::Failed;
+    // A token whose authority is not trusted is no proof of time, and no fault of the signature.
+    if (anchorsGiven && !t.tsaTrusted)
+        return AdesCheckOutcome::NotDone;
     return AdesCheckOutcome::Passed;
 }
 
@@ -31,7 +34,8 @@ std::string detailOf(const XadesTimestampOutcome& t, bool anchorsGiven) {
         return t.reason;
     std::string detail = "verified, made at " + (t.time ? formatXmlDateTime(*t.time) : std::string("an unknown time"));
     if (anchorsGiven)
-        detail += t.tsaTrusted ? "; its authority is trusted" : "; its authority is not trusted: " + t.tsaReason;
+        detail += t.tsaTrusted ? "; its authority is trusted"
+                               : "; its authority is not trusted (" + t.tsaReason + "), so its time proves nothing";
     return detail;
 }
 
