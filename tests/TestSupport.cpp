@@ -8,6 +8,7 @@
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
+#include <mutex>
 #include <random>
 #include <sstream>
 #include <sys/wait.h>
@@ -35,6 +36,23 @@ std::string readFile(const fs::path& path) {
 void writeFile(const fs::path& path, const std::string& bytes) {
     std::ofstream out(path, std::ios::binary);
     out << bytes;
+}
+
+fs::path corpusDataFile(const fs::path& path) {
+    fs::path compressed = path;
+    compressed += ".gz";
+    if (fs::exists(path) || !fs::exists(compressed))
+        return path;
+    static const TempDir scratch;
+    static std::mutex lock;
+    const std::lock_guard<std::mutex> held(lock);
+    const fs::path copy = scratch.path() / path.filename();
+    if (!fs::exists(copy)) {
+        const ProcessResult r =
+            runProcess("(gzip -dc " + shellQuote(compressed.string()) + " > " + shellQuote(copy.string()) + ")");
+        EXPECT_EQ(r.exitCode, 0) << r.err;
+    }
+    return copy;
 }
 
 std::vector<fs::path> corpusXmlFiles() {

@@ -24,6 +24,11 @@ std::string readFile(const std::filesystem::path& path);
 std::vector<std::string> words(const std::string& text);
 void writeFile(const std::filesystem::path& path, const std::string& bytes);
 
+// A corpus data file by the path its manifest names. The W3C pages that
+// external references digest are kept gzip-compressed (FILE.gz), byte for
+// byte as published once decompressed: the copy made on first use.
+std::filesystem::path corpusDataFile(const std::filesystem::path& path);
+
 // Every corpus file named as an XML document (.xml, .ddoc, .xsl).
 std::vector<std::filesystem::path> corpusXmlFiles();
 

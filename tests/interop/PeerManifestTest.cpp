@@ -94,7 +94,7 @@ void applyArgs(ClsXmlDSig& dsig, const std::string& args, const fs::path& peers)
             for (int r = 0; r < dsig.get_NumReferences(); ++r) {
                 XString uri;
                 if (dsig.ReferenceUri(r, uri) && std::string(uri.view()) == url) {
-                    XString path(file);
+                    XString path(corpusDataFile(file).string());
                     dsig.SetRefDataFile(r, path);
                 }
             }

@@ -57,7 +57,7 @@ xmldsig::Settings settingsOf(const std::string& args, const fs::path& peers, con
         else if (opt == "--verification-gmt-time")
             EXPECT_TRUE(settings.setVerificationTime(isoTime(w[i + 1])).ok()) << w[i + 1];
         else if (opt.rfind("--url-map:", 0) == 0)
-            urlData[opt.substr(10)] = file;
+            urlData[opt.substr(10)] = corpusDataFile(file).string();
     }
     const xmldsig::DocumentInfo info = xmldsig::describeFile(document);
     for (const xmldsig::ReferenceInfo& ref :
