@@ -26,20 +26,19 @@ std::string routeLabel(const std::string& path) {
     return "other";
 }
 
+// What a client sent wrong is named as the API names it; what the server
+// could not do for it is "not_verified".
 const char* errcName(const std::error_code& code) {
-    switch (static_cast<xmldsig::Errc>(code.value())) {
-    case xmldsig::Errc::not_xml:
-        return "not_xml";
-    case xmldsig::Errc::no_signature:
-        return "no_signature";
-    case xmldsig::Errc::no_such_signature:
-        return "no_such_signature";
+    const auto errc = static_cast<xmldsig::Errc>(code.value());
+    switch (errc) {
     case xmldsig::Errc::file_unreadable:
         return "data_unreadable";
+    case xmldsig::Errc::not_xml:
+    case xmldsig::Errc::no_signature:
+    case xmldsig::Errc::no_such_signature:
     case xmldsig::Errc::bad_option:
-        return "bad_option";
     case xmldsig::Errc::unresolved_key_info:
-        return "unresolved_key_info";
+        return xmldsig::errcName(errc);
     default:
         break;
     }

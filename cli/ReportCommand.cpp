@@ -50,17 +50,8 @@ int parseArgs(CommandLine& args, ReportArgs& a) {
         std::cerr << kUsage << '\n';
         return kExitUsage;
     }
-    switch (parseVerifySettings(args, a.settings, error)) {
-    case ParseOutcome::Ok:
-        break;
-    case ParseOutcome::UsageError:
-        printError(error);
-        std::cerr << kUsage << '\n';
+    if (!takeVerifySettings(args, a.settings, kUsage))
         return kExitUsage;
-    case ParseOutcome::UnusableFile:
-        printError(error);
-        return kExitUsage;
-    }
     if (a.settings.files.size() != 1) {
         printError("report takes one FILE");
         return kExitUsage;

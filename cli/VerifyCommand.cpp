@@ -83,18 +83,8 @@ int runVerify(CommandLine& args) {
         return kExitValid;
     }
     VerifySettings settings;
-    std::string error;
-    switch (parseVerifySettings(args, settings, error)) {
-    case ParseOutcome::Ok:
-        break;
-    case ParseOutcome::UsageError:
-        printError(error);
-        std::cerr << kUsage << '\n';
+    if (!takeVerifySettings(args, settings, kUsage))
         return kExitUsage;
-    case ParseOutcome::UnusableFile:
-        printError(error);
-        return kExitUsage;
-    }
     const std::vector<FileVerdict> results = verifyAll(settings);
     if (unusableSettings(results)) {
         printError(results.front().result.status.message);

@@ -2,6 +2,8 @@
 
 #include "CommandLine.h"
 
+#include <iostream>
+
 namespace {
 
 constexpr unsigned kMaxJobs = 256;
@@ -173,4 +175,15 @@ private:
 
 ParseOutcome parseVerifySettings(CommandLine& args, VerifySettings& v, std::string& error, FileOperands operands) {
     return OptionReader(args, v, error, operands).read();
+}
+
+bool takeVerifySettings(CommandLine& args, VerifySettings& settings, const char* usage) {
+    std::string error;
+    const ParseOutcome outcome = parseVerifySettings(args, settings, error);
+    if (outcome == ParseOutcome::Ok)
+        return true;
+    printError(error);
+    if (outcome == ParseOutcome::UsageError)
+        std::cerr << usage << '\n';
+    return false;
 }

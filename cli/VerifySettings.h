@@ -29,3 +29,6 @@ enum class FileOperands { Required, None };
 // certificate or CRL file that cannot be used.
 ParseOutcome parseVerifySettings(CommandLine& args, VerifySettings& settings, std::string& error,
                                  FileOperands operands = FileOperands::Required);
+// The same for a command that verifies FILE operands: false once it has said
+// why on standard error (with `usage` after a usage error).
+bool takeVerifySettings(CommandLine& args, VerifySettings& settings, const char* usage);

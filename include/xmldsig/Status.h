@@ -26,6 +26,8 @@ enum class Errc {
 
 XMLDSIG_API const std::error_category& error_category() noexcept;
 XMLDSIG_API std::error_code make_error_code(Errc e) noexcept;
+// The code's name as written above: "file_unreadable", "not_xml", ...
+XMLDSIG_API const char* errcName(Errc e) noexcept;
 
 // An error code and the one-line message that says what went wrong with
 // what ("keys/signer.pem: not a public key or certificate").

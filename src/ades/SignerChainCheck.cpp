@@ -12,14 +12,10 @@ namespace {
 using Chain = AdesFacts::Chain;
 using Revocation = AdesFacts::Revocation;
 
-bool saysOutOfBounds(const std::string& reason) {
-    return reason.find("expired") != std::string::npos || reason.find("not yet valid") != std::string::npos;
-}
-
 Chain chainOf(const ChainOutcome& outcome, X509* signer) {
     if (outcome.trusted)
         return TrustAnchors::allowsSigning(signer) ? Chain::Trusted : Chain::KeyUsage;
-    return saysOutOfBounds(outcome.reason) ? Chain::OutOfBounds : Chain::Untrusted;
+    return outcome.outsideValidity() ? Chain::OutOfBounds : Chain::Untrusted;
 }
 
 std::vector<X509*> intermediatesFor(const SignerIdentity& signer, const ValidationData& data,
@@ -103,11 +99,10 @@ void checkRevocation(const ChainOutcome& chain, const ValidationData& data, cons
                      AdesFacts& facts, AdesReport& report) {
     if (!context.revocation || chain.chain.size() < 2)
         return;
-    const RevocationSources sources{data.ocspResponses, data.crls, context.online};
     for (size_t i = 0; i + 1 < chain.chain.size(); ++i) {
         X509* cert = chain.chain[i].get();
         const RevocationEvidence evidence = context.revocation->check(
-            cert, chain.chain[i + 1].get(), facts.bestSignatureTime, sources, *context.anchors);
+            cert, chain.chain[i + 1].get(), facts.bestSignatureTime, data.revocation, *context.anchors);
         const Revocation fact = factOf(evidence.status);
         if (severity(fact) > severity(facts.revocation)) {
             facts.revocation = fact;

@@ -133,7 +133,8 @@ AdesReport ClsXmlDSig::validateAdes(const AdesContext& context, LogBase& log) {
         return report;
     }
     XadesElements e = XadesElements::find(*doc, signature, m_report.references);
-    const ValidationData data = ValidationData::read(*doc, e.unsignedSignatureProperties, e.keyInfo);
+    ValidationData data = ValidationData::read(*doc, e.unsignedSignatureProperties, e.keyInfo);
+    data.revocation.online = context.online;
     const SigningCertificateProperty signingCertificate = readSigningCertificate(*doc, e.signedSignatureProperties);
     if (e.hasXades() && m_report.stage == VerificationStage::KeyResolution &&
         verifyWithNamedCertificate(signingCertificate, data, context, log))

@@ -28,9 +28,9 @@ void readCertificateValues(const XmlDocument& doc, uint32_t values, ValidationDa
 
 void readRevocationValues(const XmlDocument& doc, uint32_t values, ValidationData& data) {
     forEachXadesChild(doc, xadesChild(doc, values, "CRLValues"), "EncapsulatedCRLValue",
-                      [&](uint32_t crl) { data.crls.push_back(decoded(doc, crl)); });
+                      [&](uint32_t crl) { data.revocation.crls.push_back(decoded(doc, crl)); });
     forEachXadesChild(doc, xadesChild(doc, values, "OCSPValues"), "EncapsulatedOCSPValue",
-                      [&](uint32_t ocsp) { data.ocspResponses.push_back(decoded(doc, ocsp)); });
+                      [&](uint32_t ocsp) { data.revocation.ocspResponses.push_back(decoded(doc, ocsp)); });
 }
 
 void readKeyInfoCrls(const XmlDocument& doc, uint32_t keyInfo, ValidationData& data) {
@@ -42,7 +42,7 @@ void readKeyInfoCrls(const XmlDocument& doc, uint32_t keyInfo, ValidationData& d
             continue;
         for (uint32_t c = doc.firstChildElement(x509Data); c != kNoNode; c = doc.nextSiblingElement(c))
             if (isDsigElement(doc, c, "X509CRL"))
-                data.crls.push_back(decoded(doc, c));
+                data.revocation.crls.push_back(decoded(doc, c));
     }
 }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "companion/crypto/OpensslPtr.h"
+#include "companion/pki/RevocationEvidence.h"
 #include "companion/xml/XmlDocument.h"
 
 #include <cstdint>
@@ -10,12 +11,11 @@
 // The validation data a signature carries in its unsigned properties
 // (CertificateValues, RevocationValues, TimeStampValidationData) and its
 // KeyInfo's X509CRL elements: the certificates decoded, the CRLs and OCSP
-// responses as DER.
+// responses as DER, ready for the revocation checker.
 struct ValidationData {
     std::vector<X509Ptr> certificates;
-    std::vector<std::vector<uint8_t>> crls;
-    std::vector<std::vector<uint8_t>> ocspResponses;
-    int undecodable = 0; // certificates that are not X.509
+    RevocationSources revocation; // online off: the caller decides
+    int undecodable = 0;          // certificates that are not X.509
 
     std::vector<X509*> certificatePointers() const;
     static ValidationData read(const XmlDocument& doc, uint32_t unsignedSignatureProperties, uint32_t keyInfo);

@@ -50,6 +50,36 @@ std::error_code make_error_code(Errc e) noexcept {
     return {static_cast<int>(e), error_category()};
 }
 
+const char* errcName(Errc e) noexcept {
+    switch (e) {
+    case Errc::ok:
+        return "ok";
+    case Errc::file_unreadable:
+        return "file_unreadable";
+    case Errc::not_xml:
+        return "not_xml";
+    case Errc::no_signature:
+        return "no_signature";
+    case Errc::no_such_signature:
+        return "no_such_signature";
+    case Errc::bad_key:
+        return "bad_key";
+    case Errc::bad_certificate:
+        return "bad_certificate";
+    case Errc::bad_crl:
+        return "bad_crl";
+    case Errc::bad_option:
+        return "bad_option";
+    case Errc::unresolved_key_info:
+        return "unresolved_key_info";
+    case Errc::timestamp_failed:
+        return "timestamp_failed";
+    case Errc::no_such_element:
+        return "no_such_element";
+    }
+    return "unknown";
+}
+
 bool Result::valid() const noexcept {
     if (!status.ok() || signatures.empty())
         return false;

@@ -5,11 +5,8 @@
 #include "ades/AdesContext.h"
 #include "ades/AdesReport.h"
 #include "ades/XadesElements.h"
-#include "companion/base/ClsJsonObject.h"
 #include "companion/log/LogBase.h"
-#include "companion/pki/CmsSignedData.h"
 #include "companion/pki/TrustAnchors.h"
-#include "companion/pki/_clsCades.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <gtest/gtest.h>
@@ -82,16 +79,7 @@ protected:
 
     // A token over the bytes from "tsa" (0) or "tsa2" (1), as base64.
     static std::string tokenOver(const std::string& bytes, size_t tsa) {
-        ClsJsonObject options;
-        options.updateString("TsaUrl", s_tsas[tsa]->url());
-        _clsCades cades;
-        DataBuffer data, token;
-        data.append(bytes);
-        LogBase log;
-        EXPECT_TRUE(CmsSignedData::getTimestampToken(options, data, cades, token, log)) << log.renderText();
-        StringBuffer b64;
-        token.encodeDB("base64", b64);
-        return std::string(b64.view());
+        return timestamp_test::tokenOver(bytes, s_tsas[tsa]->url());
     }
 
     static std::string archiveStamped(const std::string& signedXml, const std::string& token) {

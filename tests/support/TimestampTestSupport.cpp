@@ -1,7 +1,10 @@
 #include "support/TimestampTestSupport.h"
 
 #include "companion/base/ClsJsonObject.h"
+#include "companion/log/LogBase.h"
 #include "companion/pki/ClsXmlCertVault.h"
+#include "companion/pki/CmsSignedData.h"
+#include "companion/pki/_clsCades.h"
 #include "verifier/ClsXmlDSig.h"
 
 #include <gtest/gtest.h>
@@ -104,6 +107,19 @@ bool TimestampLab::xmlsecVerifies(const std::string& signedXml) const {
     const auto r = runProcess("xmlsec1 --verify --pubkey-cert-pem " + shellQuote(cert("signer").string()) + " " +
                               kSignedPropertiesId + " " + shellQuote(in.string()));
     return r.exitCode == 0;
+}
+
+std::string tokenOver(const std::string& bytes, const std::string& url) {
+    ClsJsonObject options;
+    options.updateString("TsaUrl", url);
+    _clsCades cades;
+    DataBuffer data, token;
+    data.append(bytes);
+    LogBase log;
+    EXPECT_TRUE(CmsSignedData::getTimestampToken(options, data, cades, token, log)) << log.renderText();
+    StringBuffer b64;
+    token.encodeDB("base64", b64);
+    return std::string(b64.view());
 }
 
 Stamped addTimeStamp(const std::string& xml, const std::string& url) {

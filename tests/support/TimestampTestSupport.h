@@ -78,6 +78,10 @@ inline bool timestampVerified(const StampCheck& check) {
     return check.stage > VerificationStage::Timestamp;
 }
 
+// A token from the authority at the URL over the bytes, as base64 (empty,
+// with a test failure, when it gives none).
+std::string tokenOver(const std::string& bytes, const std::string& url);
+
 // The base64 content of the first EncapsulatedTimeStamp.
 std::string tokenOf(const std::string& xml);
 

@@ -1,10 +1,7 @@
 #include "support/Signing.h"
 #include "support/TimestampTestSupport.h"
 
-#include "companion/base/ClsJsonObject.h"
 #include "companion/log/LogBase.h"
-#include "companion/pki/CmsSignedData.h"
-#include "companion/pki/_clsCades.h"
 #include "companion/text/ContentCoding.h"
 #include "verifier/ClsXmlDSig.h"
 
@@ -75,16 +72,7 @@ protected:
     // A token over the bytes from the TSA of that index (0 tsa, 1 tsa2,
     // 2 twin), as base64.
     static std::string tokenOver(const std::string& bytes, size_t tsa = 0) {
-        ClsJsonObject options;
-        options.updateString("TsaUrl", s_tsas[tsa]->url());
-        _clsCades cades;
-        DataBuffer data, token;
-        data.append(bytes);
-        LogBase log;
-        EXPECT_TRUE(CmsSignedData::getTimestampToken(options, data, cades, token, log)) << log.renderText();
-        StringBuffer b64;
-        token.encodeDB("base64", b64);
-        return std::string(b64.view());
+        return timestamp_test::tokenOver(bytes, s_tsas[tsa]->url());
     }
 
     static std::unique_ptr<TimestampLab> s_lab;

@@ -55,8 +55,8 @@ bool anyAdded(size_t added, const std::string& path, std::string_view nothingRea
     return false;
 }
 
-ChainOutcome untrusted(std::string reason) {
-    return {false, std::move(reason), {}, {}};
+ChainOutcome untrusted(int error) {
+    return {false, X509_verify_cert_error_string(error), {}, {}, error};
 }
 
 } // namespace
@@ -104,6 +104,10 @@ ChainOutcome TrustAnchors::check(X509* signer, std::span<X509* const> untrustedP
     return outcome;
 }
 
+bool ChainOutcome::outsideValidity() const {
+    return error == X509_V_ERR_CERT_HAS_EXPIRED || error == X509_V_ERR_CERT_NOT_YET_VALID;
+}
+
 bool TrustAnchors::allowsSigning(X509* cert) {
     return (X509_get_extension_flags(cert) & EXFLAG_KUSAGE) == 0 || (X509_get_key_usage(cert) & kSigningKeyUsages) != 0;
 }
@@ -118,15 +122,15 @@ ChainOutcome TrustAnchors::build(X509* cert, std::span<X509* const> untrustedPoo
     const X509StackPtr pool = stackOf(untrustedPool);
     if (!cert || !ctx || !pool || X509_STORE_CTX_init(ctx.get(), m_store.get(), cert, pool.get()) != 1) {
         ERR_clear_error();
-        return untrusted(X509_verify_cert_error_string(X509_V_ERR_UNSPECIFIED));
+        return untrusted(X509_V_ERR_UNSPECIFIED);
     }
     X509_VERIFY_PARAM* param = X509_STORE_CTX_get0_param(ctx.get());
     X509_VERIFY_PARAM_set_flags(param, X509_V_FLAG_PARTIAL_CHAIN | flags);
     X509_VERIFY_PARAM_set_time(param, at);
     const bool verified = X509_verify_cert(ctx.get()) == 1;
     ERR_clear_error();
-    ChainOutcome outcome = verified ? ChainOutcome{true, {}, {}, {}}
-                                    : untrusted(X509_verify_cert_error_string(X509_STORE_CTX_get_error(ctx.get())));
+    ChainOutcome outcome =
+        verified ? ChainOutcome{true, {}, {}, {}, X509_V_OK} : untrusted(X509_STORE_CTX_get_error(ctx.get()));
     const STACK_OF(X509)* chain = X509_STORE_CTX_get0_chain(ctx.get());
     for (int i = 0; chain && i < sk_X509_num(chain); ++i) {
         X509* link = sk_X509_value(chain, i);

@@ -15,6 +15,11 @@ struct ChainOutcome {
     // The chain OpenSSL built, the certificate first and the anchor last when trusted; when not, as far as
     // it got (often the certificate alone).
     std::vector<X509Ptr> chain;
+    // OpenSSL's verification error (X509_V_OK when trusted, or when only our key-usage check refused).
+    int error = 0;
+
+    // Not trusted because a certificate was expired or not yet valid at the time asked.
+    bool outsideValidity() const;
 };
 
 // Trust anchors and CRLs, loaded once and then only read: one object may be
