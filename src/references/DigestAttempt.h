@@ -27,6 +27,8 @@ struct DigestAttempt {
     bool transformsOnExternalData = false;
     // Expressions of the recognised forms evaluated too.
     bool evaluateEveryXPath = false;
+    // The relationship transform written as xmlsec 1.2 wrote it.
+    bool oldXmlsecRelationships = false;
     // The text a reference is resolved in instead of the loaded document
     // (an SII DTE as a document of its own); empty for the loaded one.
     std::string_view ownDocument;

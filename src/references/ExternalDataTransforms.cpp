@@ -134,7 +134,9 @@ bool ClsXmlDSig::applyExternalTransforms(DSigReference& ref, StringBuffer& data,
             data.append(decoded.view());
             nodeSetPending = false;
         } else if (algorithm.containsSubstring(algorithm_uri::kRelationshipTransformMarker) && !nodes) {
-            if (!applyRelationshipTransform(*transform, data, log))
+            const RelationshipOutput output =
+                attempt.oldXmlsecRelationships ? RelationshipOutput::OldXmlsec : RelationshipOutput::Standard;
+            if (!applyRelationshipTransform(*transform, data, output, log))
                 return false;
             nodeSetPending = true;
         } else {

@@ -2,6 +2,7 @@
 #include "companion/xml/ClsXml.h"
 #include "references/DigestAttempt.h"
 #include "references/RefFailReason.h"
+#include "verifier/AlgorithmUris.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/DSigReference.h"
 
@@ -43,6 +44,14 @@ bool ClsXmlDSig::verifyWithExternalTransforms(int index, ReferenceCheck& check, 
         DigestAttempt evaluated = attempt.further(FurtherAttempt::EveryXPathEvaluated);
         evaluated.evaluateEveryXPath = true;
         matched = verifyReferenceDigest2(index, evaluated, check, run, log);
+    }
+    if (!matched && ref.m_transformsXml.containsSubstring(algorithm_uri::kRelationshipTransformMarker)) {
+        // Signers on xmlsec 1.2 wrote the relationships part's whitespace and
+        // namespaces their own way; the standard output is tried first.
+        log.LogInfo("Retry with the relationship transform's output as old xmlsec wrote it...");
+        DigestAttempt old = attempt.further(FurtherAttempt::OldXmlsecRelationships);
+        old.oldXmlsecRelationships = true;
+        matched = verifyReferenceDigest2(index, old, check, run, log);
     }
     if (matched) {
         log.LogInfo("The external reference matched with its transforms applied.");

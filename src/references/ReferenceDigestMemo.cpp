@@ -28,6 +28,7 @@ std::string ReferenceDigestMemo::key(const DSigReference& ref, const DigestAttem
     appendFlag(key, attempt.commentsLeftOut);
     appendFlag(key, attempt.transformsOnExternalData);
     appendFlag(key, attempt.evaluateEveryXPath);
+    appendFlag(key, attempt.oldXmlsecRelationships);
     appendFlag(key, !attempt.ownDocument.empty());
     appendFlag(key, zatcaRules);
     appendFlag(key, ref.m_uriOmitted);

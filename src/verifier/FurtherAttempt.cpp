@@ -14,6 +14,8 @@ const char* furtherAttemptName(FurtherAttempt attempt) {
         return "transforms applied to external data";
     case FurtherAttempt::EveryXPathEvaluated:
         return "every XPath evaluated";
+    case FurtherAttempt::OldXmlsecRelationships:
+        return "relationship transform as old xmlsec wrote it";
     case FurtherAttempt::SiiDteOwnContext:
         return "SII DTE as its own document";
     case FurtherAttempt::SignedInfoInSiiDteOwnContext:

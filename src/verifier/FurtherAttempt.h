@@ -17,6 +17,8 @@ enum class FurtherAttempt : uint8_t {
     ExternalTransforms,
     // Expressions of the recognised XPath forms evaluated as XPath.
     EveryXPathEvaluated,
+    // The relationship transform's output as xmlsec 1.2 and its signers wrote it.
+    OldXmlsecRelationships,
     // An SII DTE digested, or its SignedInfo canonicalized, as a document of its own.
     SiiDteOwnContext,
     SignedInfoInSiiDteOwnContext,

@@ -2,6 +2,8 @@
 // transform, made at test time by an independent signer (lxml, Python's
 // hmac), verifies with the part as external data: the relationships it
 // selects by Id and by Type are signed, in Id order, and the rest is not.
+// A signature old xmlsec made verifies through its own output of the part,
+// and only where that output still tells the selected relationships apart.
 #include "support/Signing.h"
 
 #include <gtest/gtest.h>
@@ -84,6 +86,36 @@ TEST(RelationshipTransform, SelectedRelationshipsAreSignedInIdOrder) {
         XString dirs(dir.path().string());
         dsig->put_ExternalRefDirs(dirs);
         EXPECT_EQ(dsig->VerifySignature(true), valid) << dsig->report().reason;
+    }
+}
+
+// xmlsec 1.2 wrote the part's whitespace as <text> elements; its signature
+// verifies by that further attempt, and not once a selected relationship
+// changes, or is replaced by a foreign look-alike (or an attribute by a
+// prefixed one) that old xmlsec would have written alike.
+TEST(RelationshipTransform, OldXmlsecOutputCoversTheSelectedRelationships) {
+    const std::filesystem::path set = corpusDir() / "peers" / "xmlsec" / "aleksey-xmldsig-01";
+    const std::string signature = readFile(set / "enveloping-sha256-rsa-sha256-relationship-whitespace-legacy.xml");
+    const std::string part = readFile(set / "relationship" / "whitespace-input.xml");
+    const std::string rId1 = "<Relationship Id=\"rId1\"";
+    const std::string withX = replaced(part, "relationships\">", "relationships\" xmlns:x=\"urn:x\">");
+    const std::pair<std::string, bool> parts[] = {
+        {part, true},
+        {replaced(part, "word/document.xml", "word/other.xml"), false},
+        {replaced(withX, rId1, "<x:Relationship Id=\"rId1\""), false},
+        {replaced(withX, rId1 + " Type", rId1 + " x:Type"), false},
+    };
+    TempDir dir;
+    std::filesystem::create_directory(dir.path() / "relationship");
+    for (const auto& [text, valid] : parts) {
+        SCOPED_TRACE(text);
+        writeFile(dir.path() / "relationship" / "whitespace-input.xml", text);
+        ClsXmlDSig dsig;
+        ASSERT_TRUE(loadXml(dsig, signature));
+        XString dirs(dir.path().string());
+        dsig.put_ExternalRefDirs(dirs);
+        EXPECT_EQ(dsig.VerifySignature(true), valid) << dsig.report().reason;
+        EXPECT_EQ(usedAttempt(dsig, FurtherAttempt::OldXmlsecRelationships, 0), valid);
     }
 }
 
