@@ -2,6 +2,8 @@
 
 #include "ades/XadesNames.h"
 #include "companion/text/DataBuffer.h"
+#include "companion/xml/ClsXml.h"
+#include "verifier/ClsXmlDSig.h"
 
 #include <openssl/x509.h>
 
@@ -33,19 +35,6 @@ void readRevocationValues(const XmlDocument& doc, uint32_t values, ValidationDat
                       [&](uint32_t ocsp) { data.revocation.ocspResponses.push_back(decoded(doc, ocsp)); });
 }
 
-void readKeyInfoCrls(const XmlDocument& doc, uint32_t keyInfo, ValidationData& data) {
-    if (keyInfo == kNoNode)
-        return;
-    for (uint32_t x509Data = doc.firstChildElement(keyInfo); x509Data != kNoNode;
-         x509Data = doc.nextSiblingElement(x509Data)) {
-        if (!isDsigElement(doc, x509Data, "X509Data"))
-            continue;
-        for (uint32_t c = doc.firstChildElement(x509Data); c != kNoNode; c = doc.nextSiblingElement(c))
-            if (isDsigElement(doc, c, "X509CRL"))
-                data.revocation.crls.push_back(decoded(doc, c));
-    }
-}
-
 } // namespace
 
 std::vector<X509*> ValidationData::certificatePointers() const {
@@ -57,7 +46,7 @@ std::vector<X509*> ValidationData::certificatePointers() const {
 
 ValidationData ValidationData::read(const XmlDocument& doc, uint32_t unsignedSignatureProperties, uint32_t keyInfo) {
     ValidationData data;
-    readKeyInfoCrls(doc, keyInfo, data);
+    data.revocation.crls = keyInfoCrls(doc, keyInfo);
     if (unsignedSignatureProperties == kNoNode)
         return data;
     for (uint32_t c = doc.firstChildElement(unsignedSignatureProperties); c != kNoNode; c = doc.nextSiblingElement(c)) {
@@ -71,4 +60,25 @@ ValidationData ValidationData::read(const XmlDocument& doc, uint32_t unsignedSig
         }
     }
     return data;
+}
+
+std::vector<std::vector<uint8_t>> ValidationData::keyInfoCrls(const XmlDocument& doc, uint32_t keyInfo) {
+    std::vector<std::vector<uint8_t>> crls;
+    for (uint32_t x509Data = keyInfo == kNoNode ? kNoNode : doc.firstChildElement(keyInfo); x509Data != kNoNode;
+         x509Data = doc.nextSiblingElement(x509Data)) {
+        if (!isDsigElement(doc, x509Data, "X509Data"))
+            continue;
+        for (uint32_t c = doc.firstChildElement(x509Data); c != kNoNode; c = doc.nextSiblingElement(c))
+            if (isDsigElement(doc, c, "X509CRL"))
+                crls.push_back(decoded(doc, c));
+    }
+    return crls;
+}
+
+std::vector<std::vector<uint8_t>> ClsXmlDSig::keyInfoCrls() const {
+    ClsXml* selected = selectedSignature();
+    const XmlDocument* doc = loadedTree();
+    const uint32_t signature = doc && selected ? doc->elementAt(selected->startTagBegin()) : kNoNode;
+    return signature == kNoNode ? std::vector<std::vector<uint8_t>>{}
+                                : ValidationData::keyInfoCrls(*doc, dsigChild(*doc, signature, "KeyInfo"));
 }

@@ -19,4 +19,6 @@ struct ValidationData {
 
     std::vector<X509*> certificatePointers() const;
     static ValidationData read(const XmlDocument& doc, uint32_t unsignedSignatureProperties, uint32_t keyInfo);
+    // The X509CRL elements of a KeyInfo's X509Data, as DER.
+    static std::vector<std::vector<uint8_t>> keyInfoCrls(const XmlDocument& doc, uint32_t keyInfo);
 };

@@ -1,5 +1,6 @@
 #include "api/TrustEvaluation.h"
 
+#include "companion/pki/CrlParsing.h"
 #include "companion/pki/TrustAnchors.h"
 #include "companion/text/XmlDateTime.h"
 
@@ -26,7 +27,7 @@ std::time_t checkTime(const SignerIdentity& signer, std::optional<std::time_t> a
 } // namespace
 
 Trust evaluateTrust(const TrustAnchors& anchors, const SignerIdentity& signer, std::span<X509* const> pool,
-                    std::optional<std::time_t> at) {
+                    std::optional<std::time_t> at, std::span<const std::vector<uint8_t>> carriedCrls) {
     Trust trust;
     if (!signer.certificate) {
         if (signer.source == KeySource::CallerKey) {
@@ -44,7 +45,14 @@ Trust evaluateTrust(const TrustAnchors& anchors, const SignerIdentity& signer, s
     std::vector<X509*> untrusted(pool.begin(), pool.end());
     for (const X509Ptr& cert : signer.keyInfoCertificates)
         untrusted.push_back(cert.get());
-    const ChainOutcome outcome = anchors.check(signer.certificate.get(), untrusted, when);
+    std::vector<X509CrlPtr> crls;
+    std::vector<X509_CRL*> crlPointers;
+    for (const std::vector<uint8_t>& der : carriedCrls)
+        for (X509CrlPtr& crl : parseCrls({reinterpret_cast<const char*>(der.data()), der.size()})) {
+            crlPointers.push_back(crl.get());
+            crls.push_back(std::move(crl));
+        }
+    const ChainOutcome outcome = anchors.check(signer.certificate.get(), untrusted, when, crlPointers);
     trust.status = outcome.trusted ? Trust::Status::Trusted : Trust::Status::NotTrusted;
     trust.anchorSubject = outcome.anchorSubject;
     trust.reason = outcome.reason;

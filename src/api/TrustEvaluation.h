@@ -4,9 +4,11 @@
 
 #include "verifier/SignerIdentity.h"
 
+#include <cstdint>
 #include <ctime>
 #include <optional>
 #include <span>
+#include <vector>
 
 class TrustAnchors;
 
@@ -16,8 +18,9 @@ namespace xmldsig {
 // certificates key resolution read and `pool` as intermediates, at `at`
 // when given, else at the time the signature states, else now. A key the
 // caller gave is trusted as given; any other key without a certificate is
-// not trusted.
+// not trusted. The CRLs the signature carries (DER) may revoke a link of
+// the chain.
 Trust evaluateTrust(const TrustAnchors& anchors, const SignerIdentity& signer, std::span<X509* const> pool,
-                    std::optional<std::time_t> at);
+                    std::optional<std::time_t> at, std::span<const std::vector<uint8_t>> carriedCrls);
 
 } // namespace xmldsig

@@ -239,7 +239,8 @@ void VerifierEngine::judgeTrust(SignatureResult& r) const {
     const SettingsData& s = m_settings.data();
     if (!s.anchors || s.anchors->empty())
         return;
-    r.trust = evaluateTrust(*s.anchors, m_dsig->report().signer, m_certificatePool, s.verificationTime);
+    r.trust = evaluateTrust(*s.anchors, m_dsig->report().signer, m_certificatePool, s.verificationTime,
+                            m_dsig->keyInfoCrls());
     if (r.trust.status == Trust::Status::NotTrusted) {
         r.valid = false;
         r.reason = "signer not trusted: " + r.trust.reason;

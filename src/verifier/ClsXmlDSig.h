@@ -285,6 +285,8 @@ public:
     const XmlDocument* loadedTree() const;
     // The selected signature element (borrowed), or null.
     ClsXml* selectedSignature() const;
+    // The CRLs the selected signature carries in its KeyInfo, as DER.
+    std::vector<std::vector<uint8_t>> keyInfoCrls() const;
     // Where the selected signature lies in `text` (the loaded text, or one
     // edited from it), confirmed by the search by its Id or else by its first
     // reference's digest value.

@@ -18,6 +18,7 @@ namespace {
 
 constexpr std::string_view kNoCertificate = ": no certificate could be read";
 constexpr std::string_view kNoCrl = ": no CRL could be read";
+constexpr std::string_view kCarriedCrlReason = "certificate revoked by a CRL the signature carries: ";
 constexpr std::string_view kKeyUsageReason =
     "the signer certificate's key usage allows neither digitalSignature nor nonRepudiation";
 constexpr uint32_t kSigningKeyUsages = KU_DIGITAL_SIGNATURE | KU_NON_REPUDIATION;
@@ -59,6 +60,25 @@ ChainOutcome untrusted(int error) {
     return {false, X509_verify_cert_error_string(error), {}, {}, error};
 }
 
+// `crl`, signed by `issuer`, lists `cert` as revoked at or before `at`.
+bool revokes(X509_CRL* crl, X509* cert, X509* issuer, std::time_t at) {
+    X509_REVOKED* entry = nullptr;
+    const bool listed = X509_NAME_cmp(X509_CRL_get_issuer(crl), X509_get_subject_name(issuer)) == 0 &&
+                        X509_CRL_verify(crl, X509_get0_pubkey(issuer)) == 1 &&
+                        X509_CRL_get0_by_cert(crl, &entry, cert) == 1;
+    ERR_clear_error();
+    return listed && X509_cmp_time(X509_REVOKED_get0_revocationDate(entry), &at) < 0;
+}
+
+// The first link of `chain` that one of `crls` revokes, or null.
+X509* revokedByCarriedCrl(const std::vector<X509Ptr>& chain, std::span<X509_CRL* const> crls, std::time_t at) {
+    for (size_t i = 0; i + 1 < chain.size(); ++i)
+        for (X509_CRL* crl : crls)
+            if (revokes(crl, chain[i].get(), chain[i + 1].get(), at))
+                return chain[i].get();
+    return nullptr;
+}
+
 } // namespace
 
 TrustAnchors::TrustAnchors() : m_store(X509_STORE_new()) {
@@ -94,9 +114,15 @@ bool TrustAnchors::addCrls(const std::string& path, std::string& error) {
     return anyAdded(added, path, kNoCrl, error);
 }
 
-ChainOutcome TrustAnchors::check(X509* signer, std::span<X509* const> untrustedPool, std::time_t at) const {
+ChainOutcome TrustAnchors::check(X509* signer, std::span<X509* const> untrustedPool, std::time_t at,
+                                 std::span<X509_CRL* const> carriedCrls) const {
     ChainOutcome outcome = build(signer, untrustedPool, at, !m_crls.empty() ? X509_V_FLAG_CRL_CHECK : 0);
-    if (outcome.trusted && !allowsSigning(signer)) {
+    if (X509* revoked = outcome.trusted ? revokedByCarriedCrl(outcome.chain, carriedCrls, at) : nullptr) {
+        outcome.trusted = false;
+        outcome.error = X509_V_ERR_CERT_REVOKED;
+        outcome.reason = std::string(kCarriedCrlReason) + summarizeCertificate(revoked).subject;
+        outcome.anchorSubject.clear();
+    } else if (outcome.trusted && !allowsSigning(signer)) {
         outcome.trusted = false;
         outcome.reason = kKeyUsageReason;
         outcome.anchorSubject.clear();

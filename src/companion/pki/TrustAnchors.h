@@ -40,7 +40,10 @@ public:
     // as the pool of intermediates: OpenSSL's chain verification (a chain may end at any anchor, so an
     // intermediate given as an anchor works; the signer's revocation is checked when any CRL was added),
     // then the signer's keyUsage, which when present must allow digitalSignature or nonRepudiation.
-    ChainOutcome check(X509* signer, std::span<X509* const> untrusted, std::time_t at) const;
+    // A CRL the document carries counts too when a certificate of the chain's issuer signed it: it
+    // needs no CRL for the other links, and one revoking a link by `at` makes the chain untrusted.
+    ChainOutcome check(X509* signer, std::span<X509* const> untrusted, std::time_t at,
+                       std::span<X509_CRL* const> carriedCrls = {}) const;
     // The chain alone, for a caller that checks each link's revocation itself: no CRL check and no key usage.
     ChainOutcome chainOf(X509* cert, std::span<X509* const> untrusted, std::time_t at) const;
     // The certificate's keyUsage, when present, allows digitalSignature or nonRepudiation.
