@@ -3,7 +3,9 @@
 #include <algorithm>
 #include <bit>
 
-#if defined(__SSE2__)
+#if defined(__x86_64__) && defined(__GNUC__)
+#include <immintrin.h>
+#elif defined(__SSE2__)
 #include <emmintrin.h>
 #endif
 
@@ -32,15 +34,27 @@ uint64_t SubstringSet::findIn(std::string_view text) const {
 // bytes; `pos` ends where blocks no longer reach.
 uint64_t SubstringSet::findInBlocks(std::string_view text, size_t& pos) const {
     uint64_t found = 0;
+#if defined(__x86_64__) && defined(__GNUC__)
+    // Most of the time goes into testing blocks: twice as many bytes a step
+    // where the processor allows, the rest sixteen at a time.
+    static const bool wide = __builtin_cpu_supports("avx2");
+    if (wide)
+        found = findInWideBlocks(text, pos);
+#endif
+    return findInNarrowBlocks(text, pos, found);
+}
+
+// The needles' leading pairs are tested a group at a time; the last pair is
+// repeated to make whole groups.
+constexpr size_t kGroup = 4;
+
+uint64_t SubstringSet::findInNarrowBlocks(std::string_view text, size_t& pos, uint64_t found) const {
 #if defined(__SSE2__)
     constexpr size_t kLanes = 16;
     struct Pair {
         __m128i first;
         __m128i second;
     };
-    // Padded to whole groups with copies of the last pair, so that the loop
-    // over pairs tests a group at a time.
-    constexpr size_t kGroup = 4;
     Pair pairs[kMaxNeedles + kGroup];
     const size_t count = m_leads.size();
     const size_t padded = (count + kGroup - 1) / kGroup * kGroup;
@@ -66,9 +80,39 @@ uint64_t SubstringSet::findInBlocks(std::string_view text, size_t& pos) const {
     }
 #else
     (void)text;
+    (void)pos;
 #endif
     return found;
 }
+
+#if defined(__x86_64__) && defined(__GNUC__)
+// The same test as above, 32 bytes a step. Written out rather than shared
+// through a template: the vector instructions are allowed only inside a
+// function compiled for them.
+[[gnu::target("avx2")]] uint64_t SubstringSet::findInWideBlocks(std::string_view text, size_t& pos) const {
+    constexpr size_t kLanes = 32;
+    __m256i firstOf[kMaxNeedles];
+    __m256i secondOf[kMaxNeedles];
+    const size_t count = m_leads.size();
+    for (size_t k = 0; k < count; ++k) {
+        firstOf[k] = _mm256_set1_epi8(static_cast<char>(m_leads[k].first));
+        secondOf[k] = _mm256_set1_epi8(static_cast<char>(m_leads[k].second));
+    }
+    uint64_t found = 0;
+    for (; found != m_blockNeedles && pos + kLanes + m_longest <= text.size() + 1; pos += kLanes) {
+        const char* block = text.data() + pos;
+        const __m256i firsts = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(block));
+        const __m256i seconds = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(block + 1));
+        __m256i any = _mm256_setzero_si256();
+        for (size_t k = 0; k < count; ++k)
+            any = _mm256_or_si256(
+                any, _mm256_and_si256(_mm256_cmpeq_epi8(firsts, firstOf[k]), _mm256_cmpeq_epi8(seconds, secondOf[k])));
+        for (auto lanes = static_cast<uint32_t>(_mm256_movemask_epi8(any)); lanes != 0; lanes &= lanes - 1)
+            found |= needlesAt(block + std::countr_zero(lanes), m_blockNeedles & ~found);
+    }
+    return found;
+}
+#endif
 
 // The sought needles that start at `at`, which all fit in the text there.
 uint64_t SubstringSet::needlesAt(const char* at, uint64_t sought) const {

@@ -8,7 +8,7 @@
 
 // Which of a few short strings occur in a long text, found in one pass.
 // Searching a 200 MB document for a dozen markers one by one reads it a dozen
-// times; this reads it once, sixteen bytes at a step, testing at each
+// times; this reads it once, 16 or 32 bytes at a step, testing at each
 // position at once every distinct pair of leading bytes the needles start
 // with (far fewer tests than needles, as needles share them), and compares
 // whole needles only where a pair matches.
@@ -29,6 +29,8 @@ private:
         bool operator==(const Lead&) const = default;
     };
     uint64_t findInBlocks(std::string_view text, size_t& pos) const;
+    uint64_t findInNarrowBlocks(std::string_view text, size_t& pos, uint64_t found) const;
+    uint64_t findInWideBlocks(std::string_view text, size_t& pos) const;
     uint64_t needlesAt(const char* at, uint64_t sought) const;
     uint64_t findTail(std::string_view text, size_t from, uint64_t found) const;
 
