@@ -22,6 +22,22 @@ SubstringSet::SubstringSet(std::span<const std::string_view> needles) {
         m_byFirstByte[lead.first] |= uint64_t{1} << i;
         m_longest = std::max(m_longest, n.size());
     }
+    std::vector<unsigned char> firstBytes;
+    for (const Lead& lead : m_leads) {
+        auto at = std::find(firstBytes.begin(), firstBytes.end(), lead.first);
+        if (at == firstBytes.end())
+            at = firstBytes.insert(at, lead.first);
+        addToBuckets(lead, static_cast<size_t>(at - firstBytes.begin()) % 8);
+    }
+}
+
+void SubstringSet::addToBuckets(const Lead& lead, size_t bucket) {
+    constexpr unsigned kNibble = 0x0f;
+    const auto bit = static_cast<uint8_t>(1u << bucket);
+    m_buckets.firstLow[lead.first & kNibble] |= bit;
+    m_buckets.firstHigh[lead.first >> 4] |= bit;
+    m_buckets.secondLow[lead.second & kNibble] |= bit;
+    m_buckets.secondHigh[lead.second >> 4] |= bit;
 }
 
 uint64_t SubstringSet::findIn(std::string_view text) const {
@@ -86,30 +102,46 @@ uint64_t SubstringSet::findInNarrowBlocks(std::string_view text, size_t& pos, ui
 }
 
 #if defined(__x86_64__) && defined(__GNUC__)
-// The same test as above, 32 bytes a step. Written out rather than shared
-// through a template: the vector instructions are allowed only inside a
-// function compiled for them.
+namespace {
+
+[[gnu::target("avx2")]] __m256i bucketTable(const std::array<uint8_t, 16>& table) {
+    return _mm256_broadcastsi128_si256(_mm_loadu_si128(reinterpret_cast<const __m128i*>(table.data())));
+}
+
+// The buckets each of the bytes belongs to: those of its low nibble that are
+// also those of its high one.
+[[gnu::target("avx2")]] __m256i bucketsOf(__m256i bytes, __m256i low, __m256i high) {
+    const __m256i nibble = _mm256_set1_epi8(0x0f);
+    return _mm256_and_si256(_mm256_shuffle_epi8(low, _mm256_and_si256(bytes, nibble)),
+                            _mm256_shuffle_epi8(high, _mm256_and_si256(_mm256_srli_epi16(bytes, 4), nibble)));
+}
+
+} // namespace
+
+// A position can start a needle when its byte and the next share a bucket
+// as first and second byte. Buckets hold several pairs, and the nibbles of
+// different pairs mix, so some positions pass that start none: needlesAt
+// tells.
 [[gnu::target("avx2")]] uint64_t SubstringSet::findInWideBlocks(std::string_view text, size_t& pos) const {
     constexpr size_t kLanes = 32;
-    __m256i firstOf[kMaxNeedles];
-    __m256i secondOf[kMaxNeedles];
-    const size_t count = m_leads.size();
-    for (size_t k = 0; k < count; ++k) {
-        firstOf[k] = _mm256_set1_epi8(static_cast<char>(m_leads[k].first));
-        secondOf[k] = _mm256_set1_epi8(static_cast<char>(m_leads[k].second));
-    }
+    const __m256i firstLow = bucketTable(m_buckets.firstLow);
+    const __m256i firstHigh = bucketTable(m_buckets.firstHigh);
+    const __m256i secondLow = bucketTable(m_buckets.secondLow);
+    const __m256i secondHigh = bucketTable(m_buckets.secondHigh);
     uint64_t found = 0;
-    for (; found != m_blockNeedles && pos + kLanes + m_longest <= text.size() + 1; pos += kLanes) {
-        const char* block = text.data() + pos;
+    size_t at = pos;
+    for (; found != m_blockNeedles && at + kLanes + m_longest <= text.size() + 1; at += kLanes) {
+        const char* block = text.data() + at;
         const __m256i firsts = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(block));
         const __m256i seconds = _mm256_loadu_si256(reinterpret_cast<const __m256i*>(block + 1));
-        __m256i any = _mm256_setzero_si256();
-        for (size_t k = 0; k < count; ++k)
-            any = _mm256_or_si256(
-                any, _mm256_and_si256(_mm256_cmpeq_epi8(firsts, firstOf[k]), _mm256_cmpeq_epi8(seconds, secondOf[k])));
-        for (auto lanes = static_cast<uint32_t>(_mm256_movemask_epi8(any)); lanes != 0; lanes &= lanes - 1)
+        const __m256i shared =
+            _mm256_and_si256(bucketsOf(firsts, firstLow, firstHigh), bucketsOf(seconds, secondLow, secondHigh));
+        const auto none =
+            static_cast<uint32_t>(_mm256_movemask_epi8(_mm256_cmpeq_epi8(shared, _mm256_setzero_si256())));
+        for (uint32_t lanes = ~none; lanes != 0; lanes &= lanes - 1)
             found |= needlesAt(block + std::countr_zero(lanes), m_blockNeedles & ~found);
     }
+    pos = at;
     return found;
 }
 #endif
