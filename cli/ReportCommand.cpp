@@ -109,5 +109,5 @@ int runReport(CommandLine& args) {
     }
     if (!emit(a, reportPage(a.format, verdict.path, verdict.result, text)))
         return kExitUsage;
-    return verdictExitCode({verdict}, true);
+    return verdictExitCode(verdict, true);
 }

@@ -48,26 +48,24 @@ bool totalPassed(const SignatureResult& s) {
 
 } // namespace
 
-void printVerdictLines(const std::vector<FileVerdict>& results, const VerdictLineOptions& options, std::ostream& out) {
-    for (const FileVerdict& file : results) {
-        if (!file.result.status)
-            continue;
-        for (const SignatureResult& s : file.result.signatures) {
-            out << file.path << ": signature " << s.index;
-            if (!s.id.empty())
-                out << " (Id " << s.id << ")";
-            out << ": " << verdictWord(s.valid);
-            if (!s.valid)
-                out << ": " << s.reason;
-            else if (s.signer)
-                out << ' ' << signerText(*s.signer) << (s.trust.status == Trust::Status::NotChecked ? "; " : ", ")
-                    << trustText(s.trust);
-            if (options.ades)
-                out << adesText(s.ades);
-            out << '\n';
-            if (options.log)
-                out << s.logText << '\n';
-        }
+void printVerdictLines(const FileVerdict& file, const VerdictLineOptions& options, std::ostream& out) {
+    if (!file.result.status)
+        return;
+    for (const SignatureResult& s : file.result.signatures) {
+        out << file.path << ": signature " << s.index;
+        if (!s.id.empty())
+            out << " (Id " << s.id << ")";
+        out << ": " << verdictWord(s.valid);
+        if (!s.valid)
+            out << ": " << s.reason;
+        else if (s.signer)
+            out << ' ' << signerText(*s.signer) << (s.trust.status == Trust::Status::NotChecked ? "; " : ", ")
+                << trustText(s.trust);
+        if (options.ades)
+            out << adesText(s.ades);
+        out << '\n';
+        if (options.log)
+            out << s.logText << '\n';
     }
 }
 
@@ -88,14 +86,12 @@ void printVerdictJson(const std::vector<FileVerdict>& results, std::ostream& out
     out << nlohmann::json{{"files", files}}.dump(2, ' ', false, nlohmann::json::error_handler_t::replace) << '\n';
 }
 
-int verdictExitCode(const std::vector<FileVerdict>& results, bool byIndication) {
-    int code = kExitValid;
-    for (const FileVerdict& file : results) {
-        if (!file.result.status)
-            return kExitUsage;
-        for (const SignatureResult& s : file.result.signatures)
-            if (byIndication ? !totalPassed(s) : !s.valid)
-                code = kExitInvalid;
-    }
-    return code;
+int verdictExitCode(const FileVerdict& file, bool byIndication) {
+    static_assert(kExitValid < kExitInvalid && kExitInvalid < kExitUsage);
+    if (!file.result.status)
+        return kExitUsage;
+    for (const SignatureResult& s : file.result.signatures)
+        if (byIndication ? !totalPassed(s) : !s.valid)
+            return kExitInvalid;
+    return kExitValid;
 }

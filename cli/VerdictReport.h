@@ -17,15 +17,16 @@ struct VerdictLineOptions {
     bool ades = false; // each line ends with the AdES indication
 };
 
-// A line per signature: file, index, Id, VALID with the signer and its
-// trust, or INVALID and the reason.
-void printVerdictLines(const std::vector<FileVerdict>& results, const VerdictLineOptions& options, std::ostream& out);
+// A line per signature of the file: file, index, Id, VALID with the signer
+// and its trust, or INVALID and the reason.
+void printVerdictLines(const FileVerdict& file, const VerdictLineOptions& options, std::ostream& out);
 
 // One JSON document: per file and signature the verdict, RefFailReason, the
 // failing reference indexes, the signer, the trust, the references, the AdES
 // verdict and the log tree.
 void printVerdictJson(const std::vector<FileVerdict>& results, std::ostream& out);
 
-// kExitUsage when a file could not be verified, else kExitInvalid when a
+// kExitUsage when the file could not be verified, else kExitInvalid when a
 // signature is not valid (byIndication: not TOTAL_PASSED), else kExitValid.
-int verdictExitCode(const std::vector<FileVerdict>& results, bool byIndication);
+// The codes rise with what went wrong, so a run's code is its files' largest.
+int verdictExitCode(const FileVerdict& file, bool byIndication);

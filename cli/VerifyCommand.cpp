@@ -2,6 +2,7 @@
 #include "Commands.h"
 #include "ProgressMeter.h"
 #include "VerdictReport.h"
+#include "VerdictsInOrder.h"
 #include "VerifySettings.h"
 
 #include "xmldsig/Verifier.h"
@@ -28,18 +29,19 @@ constexpr const char* kUsage =
     "  --json     one JSON document, each signature with its AdES verdict (\"ades\")";
 
 // Files are handed out one at a time to `jobs` threads, each with its own
-// verifier; results keep the order of the command line.
-std::vector<FileVerdict> verifyAll(const VerifySettings& settings) {
+// verifier; `take` gets the results in the order of the command line.
+void verifyAll(const VerifySettings& settings, const VerdictsInOrder::Take& take) {
     const size_t count = settings.files.size();
     const unsigned jobs = std::min<unsigned>(settings.jobs, static_cast<unsigned>(count));
-    std::vector<FileVerdict> results(count);
+    VerdictsInOrder results(count, take);
     ProgressMeter progress(count, ProgressMeter::wanted(count), std::cerr);
     std::atomic<size_t> next{0};
     auto work = [&] {
         xmldsig::Verifier verifier(settings.verification);
         for (size_t i = next++; i < count; i = next++) {
-            results[i] = {settings.files[i], verifier.verifyFile(settings.files[i])};
-            progress.fileDone(!results[i].result.valid());
+            xmldsig::Result result = verifier.verifyFile(settings.files[i]);
+            progress.fileDone(!result.valid());
+            results.done(i, {settings.files[i], std::move(result)});
         }
     };
     std::vector<std::thread> threads;
@@ -49,30 +51,82 @@ std::vector<FileVerdict> verifyAll(const VerifySettings& settings) {
     for (std::thread& t : threads)
         t.join();
     progress.finish();
-    return results;
 }
 
-// "2,000 files, 1,998 valid, 2 invalid, 0 errors"
-std::string summaryLine(const std::vector<FileVerdict>& results) {
-    size_t valid = 0, invalid = 0, errors = 0;
-    for (const FileVerdict& file : results) {
+// What the end of a run needs of the files it has handed on: the counts of
+// the summary line and the exit code.
+struct RunTally {
+    size_t valid = 0;
+    size_t invalid = 0;
+    size_t errors = 0;
+    int exitCode = kExitValid;
+
+    void add(const FileVerdict& file, bool byIndication) {
         if (!file.result.status)
             ++errors;
         else if (file.result.valid())
             ++valid;
         else
             ++invalid;
+        exitCode = std::max(exitCode, verdictExitCode(file, byIndication));
     }
-    return withThousands(results.size()) + " files, " + withThousands(valid) + " valid, " + withThousands(invalid) +
-           " invalid, " + withThousands(errors) + " errors";
-}
+    size_t files() const { return valid + invalid + errors; }
+
+    // "2,000 files, 1,998 valid, 2 invalid, 0 errors"
+    std::string summaryLine() const {
+        return withThousands(files()) + " files, " + withThousands(valid) + " valid, " + withThousands(invalid) +
+               " invalid, " + withThousands(errors) + " errors";
+    }
+};
 
 // Settings that no document can be verified with end the run at once.
-bool unusableSettings(const std::vector<FileVerdict>& results) {
-    if (results.empty())
-        return false;
-    const std::error_code code = results.front().result.status.code;
+bool unusableSettings(const FileVerdict& first) {
+    const std::error_code code = first.result.status.code;
     return code == xmldsig::Errc::bad_key || code == xmldsig::Errc::bad_certificate;
+}
+
+// Each file's lines printed as soon as it and the files before it are done.
+int verifyToLines(const VerifySettings& settings) {
+    RunTally tally;
+    bool unusable = false;
+    verifyAll(settings, [&](FileVerdict& file) {
+        if (unusable)
+            return;
+        if (tally.files() == 0 && unusableSettings(file)) {
+            unusable = true;
+            printError(file.result.status.message);
+            return;
+        }
+        if (!file.result.status)
+            printError(file.result.status.message);
+        printVerdictLines(file, {.log = settings.printLog, .ades = settings.ades}, std::cout);
+        tally.add(file, settings.ades);
+    });
+    if (unusable)
+        return kExitUsage;
+    if (tally.files() > 1)
+        std::cerr << tally.summaryLine() << '\n';
+    return tally.exitCode;
+}
+
+// One JSON document, written once every file is done.
+int verifyToJson(const VerifySettings& settings) {
+    std::vector<FileVerdict> results;
+    verifyAll(settings, [&](FileVerdict& file) { results.push_back(std::move(file)); });
+    if (!results.empty() && unusableSettings(results.front())) {
+        printError(results.front().result.status.message);
+        return kExitUsage;
+    }
+    RunTally tally;
+    for (const FileVerdict& file : results) {
+        if (!file.result.status)
+            printError(file.result.status.message);
+        tally.add(file, settings.ades);
+    }
+    printVerdictJson(results, std::cout);
+    if (tally.files() > 1)
+        std::cerr << tally.summaryLine() << '\n';
+    return tally.exitCode;
 }
 
 } // namespace
@@ -85,19 +139,5 @@ int runVerify(CommandLine& args) {
     VerifySettings settings;
     if (!takeVerifySettings(args, settings, kUsage))
         return kExitUsage;
-    const std::vector<FileVerdict> results = verifyAll(settings);
-    if (unusableSettings(results)) {
-        printError(results.front().result.status.message);
-        return kExitUsage;
-    }
-    for (const FileVerdict& file : results)
-        if (!file.result.status)
-            printError(file.result.status.message);
-    if (settings.json)
-        printVerdictJson(results, std::cout);
-    else
-        printVerdictLines(results, {.log = settings.printLog, .ades = settings.ades}, std::cout);
-    if (results.size() > 1)
-        std::cerr << summaryLine(results) << '\n';
-    return verdictExitCode(results, settings.ades);
+    return settings.json ? verifyToJson(settings) : verifyToLines(settings);
 }

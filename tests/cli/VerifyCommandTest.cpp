@@ -191,19 +191,26 @@ TEST_F(VerifyCommand, OnlyRegularFilesOrStandardInputAreRead) {
 
 // Many files: a summary line on stderr, and progress only when stderr is a
 // terminal (`script` gives the run one).
+// On two threads too, each file's lines come in the order of the command line.
 TEST_F(VerifyCommand, ManyFilesGiveASummaryAndProgressOnlyOnATerminal) {
+    const std::string valid = verify(rsa(q(path("two.xml")))).out;
+    const std::string invalid = verify(rsa(q(path("badvalue.xml")))).out;
     std::string args = q(path("badvalue.xml")) + " " + q(path("missing.xml"));
-    for (int i = 0; i < 300; ++i)
-        args += " " + q(path("two.xml"));
-    const ProcessResult piped = verify(rsa(args));
+    std::string lines = invalid;
+    for (int i = 0; i < 150; ++i) {
+        args += " " + q(path("two.xml")) + " " + q(path("badvalue.xml"));
+        lines += valid + invalid;
+    }
+    const ProcessResult piped = verify(rsa("-j 2 " + args));
     EXPECT_EQ(piped.exitCode, 2);
+    EXPECT_EQ(piped.out, lines);
     EXPECT_EQ(piped.err.find('\r'), std::string::npos) << piped.err;
-    EXPECT_NE(piped.err.find("\n302 files, 300 valid, 1 invalid, 1 errors\n"), std::string::npos) << piped.err;
+    EXPECT_NE(piped.err.find("\n302 files, 150 valid, 151 invalid, 1 errors\n"), std::string::npos) << piped.err;
 
     const std::string command = shellQuote(toolPath().string()) + " verify " + rsa(args) + " >/dev/null";
     const ProcessResult terminal = runProcess("script -qec " + shellQuote(command) + " /dev/null");
     EXPECT_NE(terminal.out.find(" of 302 files, "), std::string::npos) << terminal.out;
-    EXPECT_NE(terminal.out.find("302 files, 300 valid, 1 invalid, 1 errors"), std::string::npos) << terminal.out;
+    EXPECT_NE(terminal.out.find("302 files, 150 valid, 151 invalid, 1 errors"), std::string::npos) << terminal.out;
 }
 
 } // namespace

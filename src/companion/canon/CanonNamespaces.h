@@ -24,7 +24,12 @@ public:
         bool decoded = false;
     };
 
-    explicit CanonNamespaces(const XmlDtd& dtd) : m_dtd(dtd) {}
+    explicit CanonNamespaces(const XmlDtd& dtd) : m_dtd(dtd) {
+        // Made for every canonicalization: what most documents need is taken
+        // at once rather than grown a step at a time.
+        m_levels.reserve(kUsualDepth);
+        m_declarations.reserve(kUsualDeclarationBytes);
+    }
 
     void openElement() {
         m_levels.push_back(Level{static_cast<uint32_t>(m_bindings.size()), static_cast<uint32_t>(m_rendered.size()),
@@ -73,6 +78,8 @@ public:
 
 private:
     static constexpr std::string_view kEmptyDefaultDeclaration = " xmlns=\"\"";
+    static constexpr size_t kUsualDepth = 16;
+    static constexpr size_t kUsualDeclarationBytes = 512;
 
     XmlSpan writeDeclaration(const Binding& binding);
     size_t levelStart() const { return m_levels.empty() ? 0 : m_levels.back().bindings; }

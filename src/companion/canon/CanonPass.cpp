@@ -19,6 +19,8 @@ constexpr std::string_view kAuthenticated = "true";
 constexpr uint32_t kEndTagMarkup = 3;
 // Output handed to a sink in pieces of about this size.
 constexpr size_t kSinkChunkBytes = 256u << 10;
+constexpr size_t kUsualAttributes = 8;
+constexpr size_t kUsualNamespaces = 4;
 
 bool byPrefix(const CanonNamespaces::Binding& a, const CanonNamespaces::Binding& b) {
     return a.prefix < b.prefix;
@@ -31,6 +33,10 @@ CanonPass::CanonPass(std::string_view document, const XmlDocument* parsed, const
     : m_options(options), m_target(target), m_authenticatedCounter(authenticatedCounter), m_ordinal(ordinal),
       m_output(out), m_dtd(document), m_namespaces(m_dtd),
       m_phase(target.isDocument() ? Phase::Prolog : Phase::Searching), m_testsExclusion(options.excludedEnd != 0) {
+    // A pass is made for every canonicalization: what most elements need is
+    // taken at once rather than grown a step at a time.
+    m_attributes.reserve(kUsualAttributes);
+    m_candidates.reserve(kUsualNamespaces);
     chooseTokenSource(parsed);
 }
 

@@ -1,6 +1,7 @@
 #include "companion/crypto/DsaStyleSignature.h"
 
 #include "companion/crypto/OpensslPtr.h"
+#include "companion/crypto/ThreadVerifyContext.h"
 #include "companion/text/DataBuffer.h"
 
 #include <openssl/err.h>
@@ -79,13 +80,13 @@ std::vector<std::string> DsaStyleSignature::candidateDerForms(const DataBuffer& 
 }
 
 bool DsaStyleSignature::verifyAny(EVP_PKEY* pkey, const std::vector<std::string>& derForms, const DataBuffer& hash) {
-    const PkeyCtxPtr ctx(EVP_PKEY_CTX_new_from_pkey(nullptr, pkey, nullptr));
-    if (!ctx || EVP_PKEY_verify_init(ctx.get()) != 1)
+    EVP_PKEY_CTX* ctx = threadVerifyContext(pkey, VerifyOperation::Verify);
+    if (!ctx)
         return false;
     bool valid = false;
     for (const std::string& der : derForms) {
-        valid = EVP_PKEY_verify(ctx.get(), reinterpret_cast<const unsigned char*>(der.data()), der.size(),
-                                hash.getData(), hash.getSize()) == 1;
+        valid = EVP_PKEY_verify(ctx, reinterpret_cast<const unsigned char*>(der.data()), der.size(), hash.getData(),
+                                hash.getSize()) == 1;
         if (valid)
             break;
     }

@@ -5,6 +5,7 @@
 #include "companion/crypto/HashAlgorithm.h"
 #include "companion/crypto/HashIds.h"
 #include "companion/crypto/RsaKey.h"
+#include "companion/crypto/ThreadVerifyContext.h"
 #include "companion/log/LogContextExitor.h"
 #include "companion/text/DataBuffer.h"
 
@@ -116,17 +117,9 @@ bool isDigestInfoOf(const std::string& block, int hashAlg, const DataBuffer& has
                             static_cast<size_t>(ASN1_STRING_length(digest))) == hash.view();
 }
 
-PkeyCtxPtr makeContext(const RsaKey& key, int padding, bool recover) {
-    PkeyCtxPtr ctx(EVP_PKEY_CTX_new_from_pkey(nullptr, key.pkey(), nullptr));
-    const int init = !ctx ? 0 : recover ? EVP_PKEY_verify_recover_init(ctx.get()) : EVP_PKEY_verify_init(ctx.get());
-    if (init != 1 || EVP_PKEY_CTX_set_rsa_padding(ctx.get(), padding) != 1)
-        return nullptr;
-    return ctx;
-}
-
 Outcome verifyPkcs1(const RsaKey& key, const std::string& sig, const DataBuffer& hash, int hashAlg, bool withDigestInfo,
                     LogBase& log) {
-    const PkeyCtxPtr ctx = makeContext(key, RSA_PKCS1_PADDING, true);
+    EVP_PKEY_CTX* ctx = threadVerifyContext(key.pkey(), VerifyOperation::VerifyRecoverPkcs1);
     if (!ctx) {
         log.LogError("Failed to set up PKCS#1 v1.5 verification.");
         return Outcome::Failed;
@@ -134,8 +127,8 @@ Outcome verifyPkcs1(const RsaKey& key, const std::string& sig, const DataBuffer&
     std::string block(sig.size(), '\0');
     size_t blockLen = block.size();
     const auto* sigBytes = reinterpret_cast<const unsigned char*>(sig.data());
-    if (EVP_PKEY_verify_recover(ctx.get(), reinterpret_cast<unsigned char*>(block.data()), &blockLen, sigBytes,
-                                sig.size()) != 1) {
+    if (EVP_PKEY_verify_recover(ctx, reinterpret_cast<unsigned char*>(block.data()), &blockLen, sigBytes, sig.size()) !=
+        1) {
         ERR_clear_error();
         return Outcome::KeyMismatch;
     }
@@ -169,8 +162,10 @@ Outcome verifyPss(const RsaKey& key, const std::string& sig, const DataBuffer& h
         log.LogDataLong("mgf1HashAlg", mgf1HashAlg);
         return Outcome::Failed;
     }
-    const PkeyCtxPtr ctx = makeContext(key, RSA_PKCS1_PSS_PADDING, false);
-    if (!ctx || !setPssParams(ctx.get(), md.get(), mgf1Md.get(), saltLength)) {
+    const PkeyCtxPtr ctx(EVP_PKEY_CTX_new_from_pkey(nullptr, key.pkey(), nullptr));
+    if (!ctx || EVP_PKEY_verify_init(ctx.get()) != 1 ||
+        EVP_PKEY_CTX_set_rsa_padding(ctx.get(), RSA_PKCS1_PSS_PADDING) != 1 ||
+        !setPssParams(ctx.get(), md.get(), mgf1Md.get(), saltLength)) {
         log.LogError("Failed to set up PSS verification.");
         return Outcome::Failed;
     }

@@ -24,6 +24,13 @@ const char* fileKindName(mode_t mode) {
     return "a special file";
 }
 
+// A read that failed: nothing of it is kept, and errno says why.
+bool failed(std::string& out, size_t start, std::string& error) {
+    error = std::strerror(errno);
+    out.resize(start);
+    return false;
+}
+
 } // namespace
 
 std::optional<RegularFile> RegularFile::open(const std::string& path, std::string& error) {
@@ -60,26 +67,29 @@ ssize_t RegularFile::readAt(char* buf, size_t cap, uint64_t offset) const {
 
 bool RegularFile::appendAll(std::string& out, std::string& error) const {
     const size_t start = out.size();
-    out.resize(start + m_size);
+    // A byte more than the file had when opened is asked for: a regular file
+    // reads short only at its end, so a read that stops before that byte has
+    // met the end, and a small file takes one read.
+    out.resize(start + m_size + 1);
     uint64_t done = 0;
-    while (done < m_size) {
-        const ssize_t n = readAt(out.data() + start + done, m_size - done, done);
-        if (n <= 0)
-            break;
+    bool ended = false;
+    while (!ended && done <= m_size) {
+        const size_t wanted = m_size + 1 - done;
+        const ssize_t n = readAt(out.data() + start + done, wanted, done);
+        if (n < 0)
+            return failed(out, start, error);
         done += static_cast<uint64_t>(n);
+        ended = static_cast<size_t>(n) < wanted;
     }
     out.resize(start + done);
-    // What the file has gained since it was opened, if anything.
+    if (ended)
+        return true;
+    // What the file has gained since it was opened.
     std::array<char, kTailChunk> chunk;
     ssize_t n;
     while ((n = readAt(chunk.data(), chunk.size(), done)) > 0) {
         out.append(chunk.data(), static_cast<size_t>(n));
         done += static_cast<uint64_t>(n);
     }
-    if (n < 0) {
-        error = std::strerror(errno);
-        out.resize(start);
-        return false;
-    }
-    return true;
+    return n == 0 || failed(out, start, error);
 }

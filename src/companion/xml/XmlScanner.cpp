@@ -25,6 +25,8 @@ constexpr std::string_view kXmlDeclarationOpen = "<?xml";
 constexpr std::string_view kXmlDeclarationClose = "?>";
 // Up to this many attributes, pairwise comparison beats sorting.
 constexpr size_t kPairwiseUniquenessLimit = 8;
+constexpr size_t kUsualDepth = 16;
+constexpr size_t kUsualAttributes = 8;
 
 bool startsWith(const char* p, const char* end, std::string_view s) {
     return static_cast<size_t>(end - p) >= s.size() && std::string_view(p, s.size()) == s;
@@ -53,6 +55,10 @@ std::string quoted(std::string_view s) {
 
 XmlScanner::XmlScanner(XmlDtd& dtd) : m_dtd(dtd), m_namespaces(dtd) {
     m_inputs.reserve(xml_limits::kMaxEntityNesting + 1);
+    // A scanner is made for every document: what most need is taken at once
+    // rather than grown a step at a time.
+    m_elements.reserve(kUsualDepth);
+    m_attributes.reserve(kUsualAttributes);
     const std::string_view text = dtd.document();
     m_inputs.push_back(Input{text.data(), text.data() + text.size(), text.data(), 0, nullptr, 0, {}});
     start();

@@ -14,6 +14,8 @@ using xml_sig_names::kSignatureValue;
 using xml_sig_names::kSignedInfo;
 constexpr std::string_view kXmlns = "xmlns";
 constexpr std::string_view kXmlnsPrefix = "xmlns:";
+constexpr size_t kUsualDepth = 16;
+constexpr size_t kUsualBindings = 8;
 
 } // namespace
 
@@ -23,6 +25,10 @@ bool XmlSigWalker::Element::isSignature() const {
 
 XmlSigWalker::XmlSigWalker(XmlDtd& dtd, const XmlDocument* parsed, uint32_t from)
     : m_tokens(tokenSource(dtd, parsed, from)), m_dtd(dtd) {
+    // A walk is made for every signature located: what most documents need
+    // is taken at once rather than grown a step at a time.
+    m_elements.reserve(kUsualDepth);
+    m_bindings.reserve(kUsualBindings);
 }
 
 // A tree of the same text that holds everything is replayed rather than the

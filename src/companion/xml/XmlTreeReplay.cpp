@@ -6,11 +6,18 @@
 namespace {
 
 constexpr uint32_t kPiCloseLength = 2; // "?>"
+constexpr size_t kUsualDepth = 16;
+constexpr size_t kUsualAttributes = 8;
 
 } // namespace
 
 XmlTreeReplay::XmlTreeReplay(const XmlDocument& doc, uint32_t apex, Extent extent)
     : m_doc(doc), m_next(apex), m_limit(doc.nodeCount()) {
+    // Every canonicalization makes a replay: what most documents need is
+    // taken at once rather than grown a step at a time.
+    m_ancestors.reserve(kUsualDepth);
+    m_open.reserve(kUsualDepth);
+    m_attributes.reserve(kUsualAttributes);
     if (doc.nodeCount() == 0)
         return;
     for (uint32_t a = doc.parent(apex); a != kNoNode; a = doc.parent(a))

@@ -16,15 +16,17 @@ uint64_t plainSearch(const std::vector<std::string_view>& needles, std::string_v
     return found;
 }
 
-// Needles that share leading bytes, one inside another, and one of a single
-// byte, planted at every offset of texts of every length around the block
-// size, in a text drawn from their own letters so that near misses abound.
+// Needles that share leading bytes, one inside another, one of a single byte,
+// and more distinct leading bytes than there are buckets, planted at every
+// offset of texts of every length over a few blocks, in a text drawn from
+// their own letters so that near misses abound.
 TEST(SubstringSet, FindsWhatAPlainSearchFinds) {
-    const std::vector<std::string_view> needles = {"urn:a", "urn:bc", "e-mf.gov", "mf.gov", "<x>", "q", "gg"};
+    const std::vector<std::string_view> needles = {"urn:a", "urn:bc", "e-mf.gov", "mf.gov", "<x>", "q",  "gg",
+                                                   "<y",    "ba",     "co",       "n:",     "v.",  "x>g"};
     const SubstringSet set(needles);
     std::mt19937 random(7);
-    const std::string alphabet = "urn:abce-mfgov.<x>g";
-    for (size_t length = 0; length < 80; ++length) {
+    const std::string alphabet = "urn:abce-mfgov.<x>gy";
+    for (size_t length = 0; length < 160; ++length) {
         for (int round = 0; round < 20; ++round) {
             std::string text;
             for (size_t i = 0; i < length; ++i)
