@@ -69,7 +69,7 @@ bool XPathNodeSet::parseDocument(std::string_view text, const XmlDocument* parse
         m_doc = parsed;
     } else {
         std::string error;
-        m_owned = XmlDocument::parse(std::make_shared<const std::string>(text), false, error);
+        m_owned = XmlDocument::parse(SharedText::ofString(std::string(text)), false, error);
         if (!m_owned) {
             log.LogError("The text an XPath transform reads is not well-formed XML.");
             log.LogDataStr("parseError", error);

@@ -130,7 +130,7 @@ public:
     // Sets the profile flags from the markers found in the loaded text.
     void detectSpecial(uint64_t foundMarkers, LogBase& log);
     // Which profile markers occur in the text, one bit per marker.
-    static uint64_t findProfileMarkers(std::string_view text);
+    static uint64_t findProfileMarkers(const SharedText& text);
     bool checkSetZatca(LogBase& log);
     bool checkSetMyInvois(LogBase& log);
     bool selectBySignatureId(StringBuffer& id, LogBase& log);

@@ -1,3 +1,4 @@
+#include "companion/text/SharedText.h"
 #include "companion/text/SubstringSet.h"
 #include "verifier/ClsXmlDSig.h"
 #include "verifier/ProfileMarkers.h"
@@ -7,6 +8,8 @@
 namespace {
 
 constexpr uint32_t kSunatProfile = 3;
+// The text is searched in pieces of this size (see findProfileMarkers).
+constexpr size_t kMarkerPiece = 8u << 20;
 constexpr const char* kSortBugMessage = "Will duplicate the XML canonicalization attribute sorting bug...";
 
 // Every marker, so that the text is searched once for all of them.
@@ -23,9 +26,19 @@ const std::vector<std::string_view>& allMarkers() {
 
 } // namespace
 
-uint64_t ClsXmlDSig::findProfileMarkers(std::string_view text) {
+// In pieces, so that a mapped text's pages behind the search are given back
+// as it goes (see XmlDocument::releaseTextBefore); the pieces overlap by a
+// marker's length less one, so that none is missed across a cut.
+uint64_t ClsXmlDSig::findProfileMarkers(const SharedText& text) {
     static const SubstringSet markerSet(allMarkers());
-    return markerSet.findIn(text);
+    const std::string_view all = text.view();
+    const size_t overlap = std::max<size_t>(markerSet.longest(), 1) - 1;
+    uint64_t found = 0;
+    for (size_t at = 0; at < all.size(); at += kMarkerPiece) {
+        found |= markerSet.findIn(all.substr(at, kMarkerPiece + overlap));
+        text.releasePages(0, at);
+    }
+    return found;
 }
 
 void ClsXmlDSig::detectSpecial(uint64_t found, LogBase& log) {

@@ -92,13 +92,13 @@ bool ClsXmlDSig::noteFailure(bool ok, const FirstErrorLog& errors) {
 bool ClsXmlDSig::parseLoadedText(LogBase& log) {
     // Shared before the threads start: the parser then reads the same bytes
     // without changing the buffer.
-    const std::shared_ptr<const std::string> text = m_document.text.share();
+    const SharedText text = m_document.text.share();
     uint64_t markers = 0;
     bool parsed = false;
     LogBase parseLog;
     m_document.tree.reset(ClsXml::createNewCls());
     runAlongside(
-        text->size() >= kDetectAlongsideFrom, [&] { markers = findProfileMarkers(*text); },
+        text.view().size() >= kDetectAlongsideFrom, [&] { markers = findProfileMarkers(text); },
         [&] { parsed = m_document.tree && m_document.tree->loadXml(m_document.text, false, parseLog); });
     detectSpecial(markers, log);
     if (!parsed) {

@@ -17,8 +17,8 @@ void ClsXmlDSig::noteSigningTime() {
         m_report.signer.signingTime = m_timestampTime;
         m_report.signer.signingTimeSource = "signature timestamp";
     } else if (ClsXml* sig = selectedSignature()) {
-        RefPtr<ClsXml> properties(sig->searchForTag(sig, kSignedPropertiesTag));
-        if (!properties || properties->startTagBegin() >= sig->endTagBegin())
+        RefPtr<ClsXml> properties(sig->findDescendant(kSignedPropertiesTag));
+        if (!properties)
             return;
         const uint32_t offset = properties->startTagBegin();
         const bool covered = std::any_of(m_report.references.begin(), m_report.references.end(), [&](const auto& r) {

@@ -72,7 +72,7 @@ std::shared_ptr<XmlDocument> treeOf(const std::string& bytes) {
     DataBuffer text = bufferOf(bytes);
     EXPECT_TRUE(text.convertXmlToUtf8(log)) << log.firstError();
     std::string error;
-    auto doc = XmlDocument::parse(std::make_shared<const std::string>(text.view()), false, error);
+    auto doc = XmlDocument::parse(SharedText::ofString(std::string(text.view())), false, error);
     EXPECT_TRUE(doc) << error;
     return doc;
 }

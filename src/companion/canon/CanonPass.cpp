@@ -208,6 +208,8 @@ inline void CanonPass::handOverFullChunk() {
 
 void CanonPass::flushToSink() {
     m_sink->handOver(m_output.flushed());
+    if (m_replay)
+        m_replay->releasePassedText();
 }
 
 inline void CanonPass::onStartTag(const XmlToken& t) {

@@ -6,10 +6,33 @@
 
 #include <algorithm>
 #include <array>
+#include <functional>
 #include <optional>
 #include <string>
 
 namespace {
+
+// How much of a text is checked between two reports of progress.
+constexpr size_t kCheckedStep = 8u << 20;
+// The longest part of a UTF-8 sequence a cut can leave at a piece's end.
+constexpr size_t kLongestCut = 3;
+
+// The valid UTF-8 prefix's length, found in pieces; `passed` is told how far
+// the check has got after each. A character cut at a piece's end is checked
+// whole with the next piece.
+size_t validUtf8Length(std::string_view text, const std::function<void(size_t)>& passed) {
+    size_t at = 0;
+    while (at < text.size()) {
+        const std::string_view piece = text.substr(at, kCheckedStep);
+        const size_t valid = validUtf8Prefix(piece);
+        const bool last = at + piece.size() == text.size();
+        if (valid < piece.size() && (last || piece.size() - valid > kLongestCut))
+            return at + valid;
+        at += valid;
+        passed(at);
+    }
+    return text.size();
+}
 
 // A multi-byte encoding recognised from the first bytes of the document.
 struct WideEncoding {
@@ -151,7 +174,7 @@ bool DataBuffer::convertXmlToUtf8(LogBase& log) {
         dropLeadingBoms(utf8);
         if (!agreesWithStart(utf8, wide->charset, wide->bomLength > 0, log))
             return false;
-        m_bytes = std::move(utf8);
+        takeString(std::move(utf8));
         return true;
     }
 
@@ -162,10 +185,12 @@ bool DataBuffer::convertXmlToUtf8(LogBase& log) {
     const std::string declared = declaredEncoding(text).name;
 
     if (isOneOf(declared, kUtf8Compatible)) {
-        const size_t valid = validUtf8Prefix(text);
+        // A mapped document's pages are given back behind the check.
+        const size_t valid =
+            validUtf8Length(text, [this, bomLength](size_t checked) { m_shared.releasePages(0, bomLength + checked); });
         if (valid < text.size())
             return failAt(text.substr(0, valid), "invalid UTF-8 byte sequence", log);
-        m_bytes.erase(0, bomLength);
+        dropFront(bomLength);
         return true;
     }
 
@@ -173,6 +198,6 @@ bool DataBuffer::convertXmlToUtf8(LogBase& log) {
     if (!convertCharset(declared, text, utf8, log))
         return false;
     dropLeadingBoms(utf8);
-    m_bytes = std::move(utf8);
+    takeString(std::move(utf8));
     return true;
 }

@@ -1,15 +1,19 @@
 #pragma once
 
+#include "companion/text/SharedText.h"
+
 #include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 class LogBase;
 class StringBuffer;
 
 // A growable byte buffer. Bytes live in a std::string so that text can move
-// between DataBuffer and StringBuffer without a copy.
+// between DataBuffer and StringBuffer without a copy; read-only bytes handed
+// over as a SharedText (a mapped file) are copied only if written to.
 class DataBuffer {
 public:
     DataBuffer() = default;
@@ -19,24 +23,53 @@ public:
     DataBuffer(DataBuffer&&) noexcept = default;
     DataBuffer& operator=(DataBuffer&&) noexcept = default;
 
-    const unsigned char* getData() const { return reinterpret_cast<const unsigned char*>(m_bytes.data()); }
-    unsigned char* getDataRw() { return reinterpret_cast<unsigned char*>(m_bytes.data()); }
-    unsigned getSize() const { return static_cast<unsigned>(m_bytes.size()); }
-    bool isEmpty() const { return m_bytes.empty(); }
-    std::string_view view() const { return m_bytes; }
+    const unsigned char* getData() const { return reinterpret_cast<const unsigned char*>(view().data()); }
+    unsigned char* getDataRw() {
+        own();
+        return reinterpret_cast<unsigned char*>(m_bytes.data());
+    }
+    unsigned getSize() const { return static_cast<unsigned>(view().size()); }
+    bool isEmpty() const { return view().empty(); }
+    std::string_view view() const { return m_shared ? m_shared.view() : std::string_view(m_bytes); }
 
-    void clear() { m_bytes.clear(); }
+    void clear() {
+        m_shared.reset();
+        m_bytes.clear();
+    }
     // Overwrites the bytes before releasing them; for key material.
     void secureClear();
     bool append(const void* data, size_t n);
     bool append(std::string_view s) { return append(s.data(), s.size()); }
     bool append(const DataBuffer& other) { return append(other.view()); }
     bool appendChar(unsigned char c);
-    void ensureBuffer(size_t n) { m_bytes.reserve(n); }
-    bool equals(const DataBuffer& other) const { return m_bytes == other.m_bytes; }
-    void takeString(std::string&& s) { m_bytes = std::move(s); }
-    std::string takeString() { return std::move(m_bytes); }
-    void swap(DataBuffer& other) noexcept { m_bytes.swap(other.m_bytes); }
+    void ensureBuffer(size_t n) {
+        own();
+        m_bytes.reserve(n);
+    }
+    bool equals(const DataBuffer& other) const { return view() == other.view(); }
+    void takeString(std::string&& s) {
+        m_shared.reset();
+        m_bytes = std::move(s);
+    }
+    std::string takeString() {
+        own();
+        return std::move(m_bytes);
+    }
+    // Holds these read-only bytes in place of its own.
+    void takeShared(SharedText text) {
+        m_bytes.clear();
+        m_shared = std::move(text);
+    }
+    // The read-only bytes it holds, if any (it is left empty then).
+    SharedText takeShared() {
+        SharedText text = std::move(m_shared);
+        m_shared.reset();
+        return text;
+    }
+    void swap(DataBuffer& other) noexcept {
+        m_bytes.swap(other.m_bytes);
+        std::swap(m_shared, other.m_shared);
+    }
 
     // Decodes text in the named encoding ("base64", "hex", "ascii", "utf-8")
     // and appends the bytes; false for malformed input or unknown encoding.
@@ -52,5 +85,10 @@ public:
     bool convertXmlToUtf8(LogBase& log);
 
 private:
+    // Copies shared bytes into the buffer's own before a write.
+    void own();
+    void dropFront(size_t n);
+
     std::string m_bytes;
+    SharedText m_shared;
 };

@@ -58,7 +58,7 @@ StringBuffer& StringBuffer::operator=(const StringBuffer& other) {
 
 void StringBuffer::own() {
     if (m_shared) {
-        m_str.assign(*m_shared);
+        m_str.assign(m_shared.view());
         m_shared.reset();
     }
 }
@@ -68,9 +68,9 @@ std::string& StringBuffer::raw() {
     return m_str;
 }
 
-std::shared_ptr<const std::string> StringBuffer::share() {
+SharedText StringBuffer::share() {
     if (!m_shared) {
-        m_shared = std::make_shared<const std::string>(std::move(m_str));
+        m_shared = SharedText::ofString(std::move(m_str));
         m_str.clear();
     }
     return m_shared;
@@ -191,7 +191,7 @@ void StringBuffer::shareFrom(StringBuffer& other) {
 void StringBuffer::removeChunk(unsigned start, unsigned len) {
     if (m_shared) {
         // One copy of what stays, rather than a copy of everything and a move.
-        const std::string_view v = *m_shared;
+        const std::string_view v = m_shared.view();
         if (start < v.size()) {
             const std::string_view tail = v.substr(start).substr(std::min<size_t>(len, v.size() - start));
             std::string kept;
@@ -299,8 +299,8 @@ void StringBuffer::toCRLF() {
 }
 
 void StringBuffer::takeFromDb(DataBuffer& db) {
-    m_shared.reset();
-    m_str = db.takeString();
+    m_shared = db.takeShared();
+    m_str = m_shared ? std::string() : db.takeString();
 }
 
 void StringBuffer::takeSb(StringBuffer& other) {
@@ -313,7 +313,7 @@ void StringBuffer::takeSb(StringBuffer& other) {
 
 void StringBuffer::swap(StringBuffer& other) noexcept {
     m_str.swap(other.m_str);
-    m_shared.swap(other.m_shared);
+    std::swap(m_shared, other.m_shared);
 }
 
 void StringBuffer::split(ExtPtrArraySb& parts, char delim, bool exceptDoubleQuoted, bool keepEmpty) const {

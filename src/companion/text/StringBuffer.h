@@ -1,5 +1,7 @@
 #pragma once
 
+#include "companion/text/SharedText.h"
+
 #include <cstddef>
 #include <memory>
 #include <string>
@@ -25,8 +27,8 @@ public:
     virtual ~StringBuffer() = default;
 
     // Reading.
-    std::string_view view() const { return m_shared ? std::string_view(*m_shared) : std::string_view(m_str); }
-    const char* getString() const { return m_shared ? m_shared->c_str() : m_str.c_str(); }
+    std::string_view view() const { return m_shared ? m_shared.view() : std::string_view(m_str); }
+    const char* getString() const { return m_shared ? m_shared.c_str() : m_str.c_str(); }
     unsigned getSize() const { return static_cast<unsigned>(view().size()); }
     bool isEmpty() const { return view().empty(); }
     char charAt(unsigned i) const { return i < getSize() ? view()[i] : '\0'; }
@@ -72,7 +74,8 @@ public:
     void toLF();
     // Every line end (LF, CRLF or lone CR) becomes CRLF.
     void toCRLF();
-    // Moves the bytes of db into this buffer (db is emptied).
+    // Moves the bytes of db into this buffer (db is emptied); read-only bytes
+    // it holds stay shared.
     void takeFromDb(DataBuffer& db);
     // Takes the content of other, leaving it empty.
     void takeSb(StringBuffer& other);
@@ -93,11 +96,11 @@ public:
     void shareFrom(StringBuffer& other);
     // Hands out the current bytes for read-only sharing. Later writes to
     // this buffer copy first, so the shared text never changes.
-    std::shared_ptr<const std::string> share();
+    SharedText share();
 
 private:
     void own();
 
     std::string m_str;
-    std::shared_ptr<const std::string> m_shared;
+    SharedText m_shared;
 };

@@ -24,6 +24,8 @@ public:
 
     // Bit i is set when needles[i] occurs in the text.
     uint64_t findIn(std::string_view text) const;
+    // The length of the longest needle of two bytes or more (0 when none).
+    size_t longest() const { return m_longest; }
 
 private:
     struct Lead {

@@ -54,14 +54,14 @@ bool ClsXml::loadXml(StringBuffer& text, bool autoTrim, LogBase& log) {
 
 bool ClsXml::loadXml(std::string_view text, bool autoTrim, LogBase& log) {
     try {
-        return load(std::make_shared<const std::string>(text), autoTrim, log);
+        return load(SharedText::ofString(std::string(text)), autoTrim, log);
     } catch (const std::bad_alloc&) {
         log.LogError("Out of memory loading XML.");
         return false;
     }
 }
 
-bool ClsXml::load(std::shared_ptr<const std::string> text, bool autoTrim, LogBase& log) {
+bool ClsXml::load(SharedText text, bool autoTrim, LogBase& log) {
     m_doc.reset();
     m_node = 0;
     try {

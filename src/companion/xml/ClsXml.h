@@ -77,6 +77,9 @@ public:
     // Depth-first search of the whole document in document order, starting
     // after `after` (from the root when null).
     ClsXml* searchForTag(const ClsXml* after, const char* tag) const;
+    // The first element inside this one, in document order, with that tag;
+    // the rest of the document is not visited.
+    ClsXml* findDescendant(const char* tag) const;
     // Same, for an element with that tag (null tag: any) whose attribute
     // matches valuePattern ('*' is a wildcard).
     ClsXml* searchForAttribute(const ClsXml* after, const char* tag, const char* attr, bool caseSensitive,
@@ -105,7 +108,7 @@ private:
     ClsXml(std::shared_ptr<XmlDocument> doc, uint32_t node) : m_doc(std::move(doc)), m_node(node) {}
     ~ClsXml() override = default;
     ClsXml* handleOn(uint32_t node) const;
-    bool load(std::shared_ptr<const std::string> text, bool autoTrim, LogBase& log);
+    bool load(SharedText text, bool autoTrim, LogBase& log);
     // The element a tag path leads to from this one, or kNoNode.
     uint32_t resolve(const char* tagPath) const;
     // The elements of the document, in order, from the one after `after`.

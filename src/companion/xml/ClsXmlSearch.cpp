@@ -24,6 +24,16 @@ ClsXml* ClsXml::searchForTag(const ClsXml* after, const char* tag) const {
     return nullptr;
 }
 
+ClsXml* ClsXml::findDescendant(const char* tag) const {
+    if (!m_doc || !tag)
+        return nullptr;
+    const uint32_t end = m_doc->subtreeEnd(m_node);
+    for (uint32_t n = m_node + 1; n < end; ++n)
+        if (m_doc->isElement(n) && xml_match::tagMatches(tag, m_doc->name(n)))
+            return handleOn(n);
+    return nullptr;
+}
+
 ClsXml* ClsXml::searchForAttribute(const ClsXml* after, const char* tag, const char* attr, bool caseSensitive,
                                    const char* valuePattern) const {
     if (!m_doc || !attr)

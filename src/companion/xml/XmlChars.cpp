@@ -148,6 +148,41 @@ inline const unsigned char* skipPrintableAscii(const unsigned char* p, const uns
     return p;
 }
 
+// How much of a text is checked between two reports of progress.
+constexpr size_t kPassedStep = 8u << 20;
+
+// Checks from p to at least stretchEnd (a character that starts before it
+// is read whole, up to end); false at the first bad byte, noted in result.
+bool checkStretch(const unsigned char* begin, const unsigned char*& p, const unsigned char* stretchEnd,
+                  const unsigned char* end, TextCheck& result) {
+    while (p < stretchEnd) {
+        p = skipPrintableAscii(p, stretchEnd, result.lessThanCount);
+        if (p == stretchEnd)
+            break;
+        const unsigned char c = *p;
+        if (c < 0x80) {
+            if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') {
+                result.badOffset = static_cast<size_t>(p - begin);
+                result.badCodePoint = c;
+                return false;
+            }
+            result.lessThanCount += c == '<';
+            ++p;
+            continue;
+        }
+        uint32_t cp = 0;
+        const size_t len = legalSequenceLength(p, end, cp);
+        if (len == 0) {
+            result.badOffset = static_cast<size_t>(p - begin);
+            result.badCodePoint = cp;
+            result.badEncoding = cp == 0;
+            return false;
+        }
+        p += len;
+    }
+    return true;
+}
+
 } // namespace
 
 bool isNameStartCodePoint(uint32_t cp) {
@@ -172,35 +207,17 @@ const char* scanNmtoken(const char* p, const char* end) {
     return scanNameChars<false>(p, end);
 }
 
-TextCheck checkText(std::string_view text) {
+TextCheck checkText(std::string_view text, const TextPassed& passed) {
     TextCheck result;
     const auto* const begin = reinterpret_cast<const unsigned char*>(text.data());
     const auto* const end = begin + text.size();
     const auto* p = begin;
     while (p < end) {
-        p = skipPrintableAscii(p, end, result.lessThanCount);
-        if (p == end)
-            break;
-        const unsigned char c = *p;
-        if (c < 0x80) {
-            if (c < 0x20 && c != '\t' && c != '\n' && c != '\r') {
-                result.badOffset = static_cast<size_t>(p - begin);
-                result.badCodePoint = c;
-                return result;
-            }
-            result.lessThanCount += c == '<';
-            ++p;
-            continue;
-        }
-        uint32_t cp = 0;
-        const size_t len = legalSequenceLength(p, end, cp);
-        if (len == 0) {
-            result.badOffset = static_cast<size_t>(p - begin);
-            result.badCodePoint = cp;
-            result.badEncoding = cp == 0;
+        const auto* const stretchEnd = static_cast<size_t>(end - p) > kPassedStep ? p + kPassedStep : end;
+        if (!checkStretch(begin, p, stretchEnd, end, result))
             return result;
-        }
-        p += len;
+        if (passed)
+            passed(static_cast<size_t>(p - begin));
     }
     return result;
 }

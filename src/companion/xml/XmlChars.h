@@ -2,6 +2,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 
@@ -41,7 +42,9 @@ struct TextCheck {
     bool badEncoding = false;                  // malformed UTF-8 rather than an illegal character
     size_t lessThanCount = 0;                  // '<' bytes: an upper bound for the nodes of a tree
 };
+// Called every few megabytes of a check with how far it has got.
+using TextPassed = std::function<void(size_t offset)>;
 // Checks that the text is well-formed UTF-8 holding only legal characters.
-TextCheck checkText(std::string_view text);
+TextCheck checkText(std::string_view text, const TextPassed& passed = {});
 
 } // namespace xml_chars

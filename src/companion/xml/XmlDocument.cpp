@@ -23,6 +23,10 @@ constexpr std::string_view kXmlns = "xmlns";
 using xml_sig_names::kSignature;
 using xml_sig_names::kSignedInfo;
 
+// Often enough to keep little of a mapped text resident, seldom enough that
+// the system calls cost nothing measurable.
+constexpr uint32_t kReleaseTextStep = 8u << 20;
+
 uint8_t nodeFlags(uint8_t textFlags) {
     uint8_t flags = 0;
     if (textFlags & kTextHasReferences)
@@ -34,21 +38,27 @@ uint8_t nodeFlags(uint8_t textFlags) {
 
 } // namespace
 
-XmlDocument::XmlDocument(std::shared_ptr<const std::string> text, bool autoTrim)
-    : m_text(std::move(text)), m_dtd(*m_text), m_autoTrim(autoTrim) {
+XmlDocument::XmlDocument(SharedText text, bool autoTrim)
+    : m_text(std::move(text)), m_dtd(m_text.view()), m_autoTrim(autoTrim) {
 }
 
 XmlDocument::~XmlDocument() = default;
+
+void XmlDocument::releaseTextBefore(uint32_t offset, uint32_t& releasedTo) const {
+    if (offset < releasedTo + kReleaseTextStep)
+        return;
+    releasedTo = offset;
+    m_text.releasePages(0, offset);
+}
 
 const XmlIdIndex& XmlDocument::idIndex() const {
     std::call_once(m_idIndexBuilt, [this] { m_idIndex = std::make_unique<const XmlIdIndex>(*this); });
     return *m_idIndex;
 }
 
-std::shared_ptr<XmlDocument> XmlDocument::parse(std::shared_ptr<const std::string> text, bool autoTrim,
-                                                std::string& error) {
+std::shared_ptr<XmlDocument> XmlDocument::parse(SharedText text, bool autoTrim, std::string& error) {
     auto doc = std::make_shared<XmlDocument>(std::move(text), autoTrim);
-    XmlScanner scanner(doc->m_dtd);
+    XmlScanner scanner(doc->m_dtd, [&text = doc->m_text](size_t offset) { text.releasePages(0, offset); });
     if (!doc->build(scanner)) {
         error = scanner.errorMessage();
         return nullptr;
@@ -65,8 +75,10 @@ bool XmlDocument::build(XmlScanner& scanner) {
     std::vector<OpenElement> open;
     open.reserve(xml_limits::kMaxElementDepth);
     BackgroundPopulation nodePages;
+    uint32_t releasedTo = 0;
     while (scanner.next()) {
         const XmlToken& t = scanner.token();
+        releaseTextBefore(t.begin, releasedTo);
         switch (t.kind) {
         case XmlTokenKind::StartTag: {
             if (open.empty() && m_replayable)

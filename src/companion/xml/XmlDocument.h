@@ -1,5 +1,6 @@
 #pragma once
 
+#include "companion/text/SharedText.h"
 #include "companion/xml/XmlDtd.h"
 #include "companion/xml/XmlToken.h"
 
@@ -53,17 +54,22 @@ public:
         uint8_t flags; // XmlAttributeFlag
     };
 
-    XmlDocument(std::shared_ptr<const std::string> text, bool autoTrim);
+    XmlDocument(SharedText text, bool autoTrim);
     ~XmlDocument();
     XmlDocument(const XmlDocument&) = delete;
     XmlDocument& operator=(const XmlDocument&) = delete;
 
     // Parses the text; null with the error message ("XML parse error at line
     // L, column C: reason") when it is not well-formed.
-    static std::shared_ptr<XmlDocument> parse(std::shared_ptr<const std::string> text, bool autoTrim,
-                                              std::string& error);
+    static std::shared_ptr<XmlDocument> parse(SharedText text, bool autoTrim, std::string& error);
 
-    std::string_view source() const { return *m_text; }
+    std::string_view source() const { return m_text.view(); }
+    // A reader going through the text front to back has passed `offset`: a
+    // mapped document's pages before it are given back (they are mapped again
+    // if read), every few megabytes; `releasedTo` keeps where the reader last
+    // did. All of them, not only the last stretch, as another reader (the
+    // profile markers' search) may have mapped some again.
+    void releaseTextBefore(uint32_t offset, uint32_t& releasedTo) const;
     const XmlDtd& dtd() const { return m_dtd; }
     bool autoTrim() const { return m_autoTrim; }
     uint32_t root() const { return 0; }
@@ -164,7 +170,7 @@ private:
     // A source element's end tag, which may hold whitespace before '>'.
     uint32_t sourceEndTagEnd(uint32_t element) const;
 
-    std::shared_ptr<const std::string> m_text;
+    SharedText m_text;
     XmlDtd m_dtd;
     std::vector<Node> m_nodes;
     std::vector<Attribute> m_attributes;

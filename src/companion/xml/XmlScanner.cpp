@@ -53,7 +53,7 @@ std::string quoted(std::string_view s) {
 
 } // namespace
 
-XmlScanner::XmlScanner(XmlDtd& dtd) : m_dtd(dtd), m_namespaces(dtd) {
+XmlScanner::XmlScanner(XmlDtd& dtd, const std::function<void(size_t)>& textChecked) : m_dtd(dtd), m_namespaces(dtd) {
     m_inputs.reserve(xml_limits::kMaxEntityNesting + 1);
     // A scanner is made for every document: what most need is taken at once
     // rather than grown a step at a time.
@@ -61,7 +61,7 @@ XmlScanner::XmlScanner(XmlDtd& dtd) : m_dtd(dtd), m_namespaces(dtd) {
     m_attributes.reserve(kUsualAttributes);
     const std::string_view text = dtd.document();
     m_inputs.push_back(Input{text.data(), text.data() + text.size(), text.data(), 0, nullptr, 0, {}});
-    start();
+    start(textChecked);
 }
 
 bool XmlScanner::fail(const char* at, std::string reason) {
@@ -83,12 +83,12 @@ void XmlScanner::setToken(XmlTokenKind kind, uint32_t begin, uint32_t end) {
     m_token.end = end;
 }
 
-bool XmlScanner::start() {
+bool XmlScanner::start(const std::function<void(size_t)>& textChecked) {
     Input& in = m_inputs[0];
     const std::string_view text = m_dtd.document();
     if (text.size() > xml_limits::kMaxDocumentBytes)
         return fail(in.base, "document too large");
-    const xml_chars::TextCheck check = xml_chars::checkText(text);
+    const xml_chars::TextCheck check = xml_chars::checkText(text, textChecked);
     if (check.badOffset != std::string_view::npos) {
         char reason[64];
         if (check.badEncoding)

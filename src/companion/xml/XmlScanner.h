@@ -7,6 +7,7 @@
 #include "companion/xml/XmlTokenSource.h"
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -26,7 +27,9 @@
 class XmlScanner final : public XmlTokenSource {
 public:
     // The DTD's document is the text scanned; both must outlive the scanner.
-    explicit XmlScanner(XmlDtd& dtd);
+    // The text is checked whole first; `textChecked`, if given, is called
+    // every few megabytes of that check with how far it has got.
+    explicit XmlScanner(XmlDtd& dtd, const std::function<void(size_t offset)>& textChecked = {});
     XmlScanner(const XmlScanner&) = delete;
     XmlScanner& operator=(const XmlScanner&) = delete;
 
@@ -62,7 +65,7 @@ private:
         XmlSpan reference; // in the enclosing input
     };
 
-    bool start();
+    bool start(const std::function<void(size_t)>& textChecked);
     bool readXmlDeclaration(const char*& p);
     bool nextOutsideRoot();
     bool nextInContent();

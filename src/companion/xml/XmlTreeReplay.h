@@ -49,6 +49,9 @@ public:
     // ancestors) were cut out of its text: the character data around it
     // comes as two Text tokens.
     void leaveOut(uint32_t element) { m_left = element; }
+    // The document's text before the current token is not needed again by
+    // this replay (see XmlDocument::releaseTextBefore).
+    void releasePassedText() { m_doc.releaseTextBefore(m_token.begin, m_releasedTo); }
     const XmlToken& token() const override { return m_token; }
     bool failed() const override { return false; }
     std::string errorMessage() const override { return {}; }
@@ -125,5 +128,6 @@ private:
     uint32_t m_stopDepth = 0; // the ancestors stay open: the replay ends with the apex
     uint32_t m_textFrom = 0;  // where character data not yet emitted begins
     uint32_t m_left = kNoNode;
+    uint32_t m_releasedTo = 0;
     XmlToken m_token;
 };

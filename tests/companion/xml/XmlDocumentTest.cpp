@@ -10,7 +10,7 @@ namespace {
 
 std::shared_ptr<XmlDocument> parse(const std::string& text) {
     std::string error;
-    auto doc = XmlDocument::parse(std::make_shared<const std::string>(text), false, error);
+    auto doc = XmlDocument::parse(SharedText::ofString(std::string(text)), false, error);
     EXPECT_TRUE(doc) << error;
     return doc;
 }

@@ -114,7 +114,7 @@ TEST(XPathEvaluator, AgreesWithLibxml2OnEveryAxisFunctionAndComparison) {
     oracleDoc.doc = xmlReadMemory(kDoc, static_cast<int>(std::strlen(kDoc)), nullptr, nullptr, 0);
     ASSERT_NE(oracleDoc.doc, nullptr);
     std::string error;
-    auto doc = XmlDocument::parse(std::make_shared<const std::string>(kDoc), false, error);
+    auto doc = XmlDocument::parse(SharedText::ofString(std::string(kDoc)), false, error);
     ASSERT_TRUE(doc) << error;
     const XPathTree tree(*doc);
     const XPathPrefixResolver resolve = [](std::string_view prefix, std::string& uri) {
@@ -150,7 +150,7 @@ TEST(XPathEvaluator, RefusesWhatIsNotXPathOneAndStopsAtTheBudget) {
     EXPECT_FALSE(parseXPath(std::string(100'000, '-') + "1", none, error));
     EXPECT_TRUE(parseXPath(std::string(50, '(') + "1" + std::string(50, ')'), none, error)) << error;
 
-    auto doc = XmlDocument::parse(std::make_shared<const std::string>(kDoc), false, error);
+    auto doc = XmlDocument::parse(SharedText::ofString(std::string(kDoc)), false, error);
     ASSERT_TRUE(doc);
     const XPathTree tree(*doc);
     const XPathExprPtr quadratic = parseXPath("count(//node()[count(//node()) > 0])", none, error);
