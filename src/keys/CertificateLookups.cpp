@@ -5,7 +5,7 @@
 #include "companion/pki/CertificateStore.h"
 #include "companion/pki/ClsXmlCertVault.h"
 #include "companion/pki/DistinguishedName.h"
-#include "companion/text/ContentCoding.h"
+#include "keys/CertificateTextDecoding.h"
 #include "keys/KeyResolver.h"
 #include "keys/SeenCertificates.h"
 #include "verifier/ClsXmlDSig.h"
@@ -106,7 +106,7 @@ bool parseCertBase64(StringBuffer& text, SeenCertificates& seen, X509Certificate
     if (text.containsSubstring("&#xD;"))
         text.replaceAllOccurances("&#xD;", "");
     DataBuffer der;
-    if (!ContentCoding::decodeBase64ToDb(text.view(), der)) {
+    if (!decodeCertificateText(text.view(), der)) {
         log.LogError("Failed to decode base64 cert.");
         return false;
     }

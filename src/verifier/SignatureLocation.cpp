@@ -1,3 +1,4 @@
+#include "companion/log/LogContextExitor.h"
 #include "companion/xml/ClsXml.h"
 #include "companion/xml/XmlSigLocate.h"
 #include "verifier/ClsXmlDSig.h"
@@ -15,6 +16,20 @@ bool findByIdOrDigest(const XmlDocument* tree, std::string_view text, std::strin
                                      : locate.FindXmlSigById(sigId, text, dtd, log);
     out = locate;
     return found;
+}
+
+// What the search by Id would find, read from the tree when the tree shows
+// it is the selected element. The log reads as if the search had run: a
+// search that finds its signature logs only its context.
+bool readFromTree(const XmlDocument* tree, std::string_view text, std::string_view sigId, uint32_t selectedLoc,
+                  XmlSigPositions& out, LogBase& log) {
+    XmlSigLocate locate;
+    locate.setParsedDocument(tree);
+    if (!locate.FindXmlSigByIdInTree(sigId, selectedLoc, text))
+        return false;
+    LogContextExitor ctx(log, "FindXmlSigById");
+    out = locate;
+    return true;
 }
 
 } // namespace
@@ -68,8 +83,9 @@ bool ClsXmlDSig::locateInLoadedText(const StringBuffer& sigId, const StringBuffe
         return m_document.located.found;
     }
     XmlSigPositions searched;
-    bool found =
-        sig && findByIdOrDigest(loadedTree(), m_document.text.view(), sigId.view(), digestValue.view(), searched, log);
+    bool found = sig && (readFromTree(loadedTree(), m_document.text.view(), sigId.view(), selectedLoc, searched, log) ||
+                         findByIdOrDigest(loadedTree(), m_document.text.view(), sigId.view(), digestValue.view(),
+                                          searched, log));
     bool ambiguous = false;
     uint32_t otherLoc = 0;
     // The search's answer stands when it is the selected element; only

@@ -11,6 +11,8 @@
 namespace {
 
 constexpr int kIndentWidth = 2;
+// The most a line's fixed parts add: "ERROR: ", or ": [" and "]", and the newline.
+constexpr size_t kMostFixedBytesPerLine = 8;
 
 // One line of the text form, its parts written one after another.
 void appendIndented(std::string& out, int depth, std::initializer_list<std::string_view> parts) {
@@ -96,7 +98,12 @@ void LogBase::clear() {
 }
 
 std::string LogBase::renderText() const {
+    // Sized once: a verifier renders its log for every document.
+    size_t size = 0;
+    for (const Entry& e : entries())
+        size += static_cast<size_t>(e.depth) * kIndentWidth + e.tag.size() + e.value.size() + kMostFixedBytesPerLine;
     std::string out;
+    out.reserve(size);
     for (const Entry& e : entries()) {
         switch (e.kind) {
         case Kind::Context:

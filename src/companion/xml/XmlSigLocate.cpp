@@ -11,19 +11,8 @@
 
 namespace {
 
-using xml_sig_names::kSignature;
-using xml_sig_names::kSignatureValue;
-using xml_sig_names::kSignedInfo;
-constexpr std::string_view kReference = "Reference";
+using namespace xml_sig_names;
 constexpr std::string_view kDigestValue = "DigestValue";
-constexpr std::string_view kObject = "Object";
-constexpr std::string_view kQualifyingProperties = "QualifyingProperties";
-constexpr std::string_view kSignedProperties = "SignedProperties";
-constexpr std::string_view kUnsignedProperties = "UnsignedProperties";
-constexpr std::string_view kUnsignedSignatureProperties = "UnsignedSignatureProperties";
-constexpr std::string_view kIdAttribute = "Id";
-constexpr std::string_view kIdAttributeSpellings[] = {"Id", "ID", "id"};
-constexpr std::string_view kUriAttribute = "URI";
 constexpr std::string_view kXPointerIdOpen = "xpointer(id(";
 constexpr std::string_view kXPointerIdClose = "))";
 
@@ -46,9 +35,9 @@ bool equalIgnoringXmlSpace(std::string_view a, std::string_view b) {
     }
 }
 
-// The Id that a same-document reference URI names: "#id", "#xpointer(id('id'))"
-// or a bare id; empty for a whole-document or external URI.
-std::string_view referencedId(std::string_view uri) {
+} // namespace
+
+std::string_view xml_sig_names::referencedId(std::string_view uri) {
     if (!uri.starts_with('#'))
         return uri.find_first_of(":/") == std::string_view::npos ? uri : std::string_view{};
     std::string_view id = uri.substr(1);
@@ -59,8 +48,6 @@ std::string_view referencedId(std::string_view uri) {
     }
     return id;
 }
-
-} // namespace
 
 // Follows every signature that may be the one sought (signatures nest, and
 // an EBICS-style signature is known as one only when its end tag is read),

@@ -61,6 +61,13 @@ public:
     // signature's Id or digests say.
     bool FindXmlSigAt(uint32_t offset, std::string_view xml, _tvXmlDtd& dtd, LogBase& log);
 
+    // What FindXmlSigById(id, xml) finds, read from the tree of xml without a
+    // walk, when the answer is the signature whose start tag begins at
+    // `offset`: that element is the first in the tree that may be a
+    // signature, its Id is the id and no element inside it has that Id too.
+    // False when any of those does not hold (the caller then searches).
+    bool FindXmlSigByIdInTree(std::string_view id, uint32_t offset, std::string_view xml);
+
     // A tree parsed from the text that will be searched: it is read instead
     // of the text (a tree of another text is ignored). It must outlive the
     // finds.

@@ -1,10 +1,14 @@
 #include "companion/xml/XmlSigLocate.h"
+#include "TestSupport.h"
 #include "XmlTestSupport.h"
 #include "companion/log/LogBase.h"
+#include "companion/xml/XmlDocument.h"
 #include "companion/xml/_tvXmlDtd.h"
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <memory>
 #include <string>
 #include <string_view>
 
@@ -71,6 +75,49 @@ TEST(XmlSigLocateSelection, MalformedTextFailsWithOneErrorAndClearsPositions) {
     EXPECT_EQ(f.at.m_signatureLen, 0u);
     EXPECT_EQ(xml_test::errorCount(f.log), 1);
     EXPECT_NE(f.log.firstError().find("mismatched end tag"), std::string::npos) << f.log.firstError();
+}
+
+// Where the tree alone can answer a search by Id, it answers as the walk of
+// the text does: every corpus document whose first possible signature has
+// an Id, and two made so that only the walk can answer.
+TEST(XmlSigLocateSelection, TheTreeAnswersAsTheTextWalkDoes) {
+    // Whether the tree answered the search for the first possible
+    // signature's Id (or `id`), and if so, as the walk did.
+    struct Answer {
+        bool fromTree = false;
+        bool agrees = true;
+    };
+    auto ask = [](const std::string& text, std::string id = {}) {
+        Answer a;
+        std::string error;
+        const auto tree = XmlDocument::parse(std::make_shared<const std::string>(text), false, error);
+        if (!tree || tree->signatureCandidates().empty())
+            return a;
+        const uint32_t first = tree->signatureCandidates().front();
+        if (const XmlDocument::Attribute* attr = tree->findAttribute(first, "Id"); attr && id.empty())
+            tree->appendAttributeValue(*attr, id);
+        XmlSigLocate fromTree;
+        fromTree.setParsedDocument(tree.get());
+        a.fromTree = fromTree.FindXmlSigByIdInTree(id, tree->startTagBegin(first), tree->source());
+        Finder walk{text};
+        a.agrees = !a.fromTree || (walk.byId(id) && static_cast<const XmlSigPositions&>(walk.at) == fromTree);
+        return a;
+    };
+    int answered = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(test_support::corpusDir())) {
+        if (entry.path().extension() != ".xml")
+            continue;
+        const Answer a = ask(test_support::readFile(entry.path()));
+        EXPECT_TRUE(a.agrees) << entry.path();
+        answered += a.fromTree;
+    }
+    EXPECT_GT(answered, 50);
+
+    const std::string ns = R"( xmlns:ds="http://www.w3.org/2000/09/xmldsig#")";
+    for (const std::string& walkOnly :
+         {"<d" + ns + R"(><ds:Signature Id="s"><ds:SignedInfo Id="s"/><ds:SignatureValue/></ds:Signature></d>)",
+          "<d" + ns + R"(><ds:Signature/><ds:Signature Id="s"><ds:SignedInfo/></ds:Signature></d>)"})
+        EXPECT_FALSE(ask(walkOnly, "s").fromTree) << walkOnly;
 }
 
 } // namespace
