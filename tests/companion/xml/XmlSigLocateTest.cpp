@@ -90,7 +90,7 @@ TEST(XmlSigLocateSelection, TheTreeAnswersAsTheTextWalkDoes) {
     auto ask = [](const std::string& text, std::string id = {}) {
         Answer a;
         std::string error;
-        const auto tree = XmlDocument::parse(std::make_shared<const std::string>(text), false, error);
+        const auto tree = XmlDocument::parse(SharedText::ofString(std::string(text)), false, error);
         if (!tree || tree->signatureCandidates().empty())
             return a;
         const uint32_t first = tree->signatureCandidates().front();
