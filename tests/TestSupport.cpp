@@ -124,6 +124,12 @@ std::string hexOf(const DataBuffer& bytes) {
     return std::string(out.view());
 }
 
+std::string base64Of(std::string_view bytes) {
+    StringBuffer out;
+    bufferOf(bytes).encodeDB("base64", out);
+    return std::string(out.view());
+}
+
 DataBuffer bufferOf(std::string_view bytes) {
     DataBuffer out;
     out.append(bytes);
