@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 
+#include "companion/text/ContentCoding.h"
 #include "companion/text/StringBuffer.h"
 
 #include <gtest/gtest.h>
@@ -125,9 +126,9 @@ std::string hexOf(const DataBuffer& bytes) {
 }
 
 std::string base64Of(std::string_view bytes) {
-    StringBuffer out;
-    bufferOf(bytes).encodeDB("base64", out);
-    return std::string(out.view());
+    std::string out;
+    ContentCoding::encodeBase64(bytes.data(), bytes.size(), out);
+    return out;
 }
 
 DataBuffer bufferOf(std::string_view bytes) {
