@@ -1,5 +1,6 @@
 #include "TestSupport.h"
 
+#include "companion/text/ContentCoding.h"
 #include "companion/text/StringBuffer.h"
 
 #include <gtest/gtest.h>
@@ -122,6 +123,12 @@ std::string hexOf(const DataBuffer& bytes) {
     StringBuffer out;
     bytes.encodeDB("hex_lower", out);
     return std::string(out.view());
+}
+
+std::string base64Of(std::string_view bytes) {
+    std::string out;
+    ContentCoding::encodeBase64(bytes.data(), bytes.size(), out);
+    return out;
 }
 
 DataBuffer bufferOf(std::string_view bytes) {

@@ -51,7 +51,8 @@ inline ProcessResult runTool(const std::string& args) {
 // when it exits non-zero.
 ProcessResult runOpenssl(const std::filesystem::path& dir, const std::string& args);
 
-std::string hexOf(const DataBuffer& bytes); // lower case
+std::string hexOf(const DataBuffer& bytes);   // lower case
+std::string base64Of(std::string_view bytes); // on one line
 DataBuffer bufferOf(std::string_view bytes);
 DataBuffer fromHex(std::string_view hex);
 // The bytes with the lowest bit of one byte inverted.

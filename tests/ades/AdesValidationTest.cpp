@@ -162,21 +162,13 @@ namespace {
 
 // Anchored at the root, whose CRL says the intermediate is good; the
 // signers' own status comes from where each case says.
-std::string base64Of(const std::string& bytes) {
-    DataBuffer data;
-    data.append(bytes);
-    StringBuffer text;
-    data.encodeDB("base64", text);
-    return std::string(text.view());
-}
-
 xmldsig::Settings withoutSignerCrl(bool online) {
     xmldsig::Settings settings;
     settings.setAdesValidation(true);
     settings.setOnline(online);
     EXPECT_TRUE(settings.addTrustAnchors(lab().pki().root().string()).ok());
     EXPECT_TRUE(settings.addCertificates(lab().pki().intermediate().string()).ok());
-    EXPECT_TRUE(settings.addCrls((lab().pki().dir() / "root.crl").string()).ok());
+    EXPECT_TRUE(settings.addCrls(lab().pki().rootCrl().string()).ok());
     return settings;
 }
 
@@ -195,7 +187,7 @@ TEST(AdesValidation, RevocationFromACrlFileEmbeddedValuesAndAnOcspResponder) {
     };
     XadesParts embedded;
     embedded.unsignedProperties = "<xades:RevocationValues><xades:OCSPValues><xades:EncapsulatedOCSPValue>" +
-                                  base64Of(revocation.response("ocsp-revoked", "responder")) +
+                                  test_support::base64Of(revocation.response("ocsp-revoked", "responder")) +
                                   "</xades:EncapsulatedOCSPValue></xades:OCSPValues></xades:RevocationValues>";
     const xmldsig::SignatureResult r =
         lab().validate(lab().sign(signer("ocsp-revoked"), embedded), withoutSignerCrl(false));

@@ -65,23 +65,8 @@ std::string archivedInput(const std::string& signedXml) {
     return input;
 }
 
-class XadesTimestampTokens : public ::testing::Test {
+class XadesTimestampTokens : public timestamp_test::WithTimestampAuthority {
 protected:
-    static void SetUpTestSuite() {
-        s_lab = std::make_unique<timestamp_test::TimestampLab>();
-        for (const char* name : {"tsa", "tsa2"})
-            s_tsas.emplace_back(std::make_unique<timestamp_test::LoopbackTsa>(s_lab->identity(name), s_lab->dir()));
-    }
-    static void TearDownTestSuite() {
-        s_tsas.clear();
-        s_lab.reset();
-    }
-
-    // A token over the bytes from "tsa" (0) or "tsa2" (1), as base64.
-    static std::string tokenOver(const std::string& bytes, size_t tsa) {
-        return timestamp_test::tokenOver(bytes, s_tsas[tsa]->url());
-    }
-
     static std::string archiveStamped(const std::string& signedXml, const std::string& token) {
         const std::string stamp =
             "<xades141:ArchiveTimeStamp "
@@ -92,13 +77,7 @@ protected:
         stamped.insert(stamped.find(kLastProperty) + kLastProperty.size(), stamp);
         return stamped;
     }
-
-    static std::unique_ptr<timestamp_test::TimestampLab> s_lab;
-    static std::vector<std::unique_ptr<timestamp_test::LoopbackTsa>> s_tsas;
 };
-
-std::unique_ptr<timestamp_test::TimestampLab> XadesTimestampTokens::s_lab;
-std::vector<std::unique_ptr<timestamp_test::LoopbackTsa>> XadesTimestampTokens::s_tsas;
 
 // An archive timestamp covers the references' outputs and the signature's
 // parts in order: a byte changed in SignedInfo breaks it. The authority is

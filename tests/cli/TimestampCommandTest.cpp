@@ -21,7 +21,7 @@ TEST_F(TimestampCommand, WritesTheTimestampedDocument) {
     const auto out = m_tmp.path() / "out.xml";
     writeFile(in, s_lab->sign(kXadesBesTemplate));
     ProcessResult r =
-        run("timestamp --tsa " + s_tsa->url() + " " + shellQuote(in.string()) + " -o " + shellQuote(out.string()));
+        run("timestamp --tsa " + tsa().url() + " " + shellQuote(in.string()) + " -o " + shellQuote(out.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(r.out, "");
     const std::string stamped = readFile(out);
@@ -29,11 +29,11 @@ TEST_F(TimestampCommand, WritesTheTimestampedDocument) {
     EXPECT_TRUE(timestampVerified(verifyStamped(stamped, R"({"ValidateTsaChain": true})", s_lab->cert("ca"))));
 
     // Without -o the document goes to stdout; a second stamp is refused.
-    r = run("timestamp --tsa " + s_tsa->url() + " --tsa-options '{\"HashAlgorithm\":\"sha512\"}' --selector 0 " +
+    r = run("timestamp --tsa " + tsa().url() + " --tsa-options '{\"HashAlgorithm\":\"sha512\"}' --selector 0 " +
             shellQuote(in.string()));
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.out.find("<xades:EncapsulatedTimeStamp"), std::string::npos);
-    r = run("timestamp --tsa " + s_tsa->url() + " " + shellQuote(out.string()));
+    r = run("timestamp --tsa " + tsa().url() + " " + shellQuote(out.string()));
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_EQ(r.err, "xmldsig: " + out.string() + ": Already has an EncapsulatedTimeStamp.\n");
 }

@@ -58,7 +58,6 @@ protected:
         writeFile(d / "alone" / "hmac.xml", hmac);
         writeFile(d / "notxml.xml", "<doc><unclosed></doc>");
     }
-    static void TearDownTestSuite() { dir.reset(); }
 
     static std::string q(const fs::path& p) { return shellQuote(p.string()); }
     static std::string ref(const char* uri) { return referenceXml(uri, ""); }
@@ -66,10 +65,8 @@ protected:
     static ProcessResult verify(const std::string& args) { return runTool("verify " + args); }
     static std::string rsa(const std::string& args) { return "--key " + q(path("rsa.pub.pem")) + " " + args; }
 
-    static std::unique_ptr<Workshop> dir;
+    static inline std::unique_ptr<Workshop> dir;
 };
-
-std::unique_ptr<Workshop> VerifyCommand::dir;
 
 TEST_F(VerifyCommand, SelectionAndOneVerdictLinePerSignature) {
     const std::string two = path("two.xml");

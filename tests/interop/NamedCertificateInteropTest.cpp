@@ -46,12 +46,7 @@ protected:
     }
 
     std::string sign(const std::string& cert, const std::string& x509Data) {
-        std::string diagnostics;
-        const std::string doc = xmlsecSign(
-            ws.dir(), documentTemplate(x509Data),
-            "--privkey-pem " + shellQuote(ws.keyPath(cert).string() + "," + ws.pemPath(cert).string()), &diagnostics);
-        EXPECT_FALSE(doc.empty()) << diagnostics;
-        return doc;
+        return xmlsecSignWithKey(ws.keyPath(cert), ws.pemPath(cert), documentTemplate(x509Data));
     }
 
     Verdict verify(const std::string& cert, const std::string& doc) {

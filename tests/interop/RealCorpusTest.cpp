@@ -4,6 +4,7 @@
 // and vaults, and verifiers that the threads share), and from one verifier
 // reused across files as from a fresh one per file; and the signers reported
 // for the certificate-carrying families.
+#include "support/RealCorpus.h"
 #include "TestSupport.h"
 #include "support/Keys.h"
 #include "xmldsig/Verifier.h"
@@ -33,48 +34,8 @@ namespace fs = std::filesystem;
 const std::map<std::string, std::string> kKnownDifferent = {
     {"sii-02", "a bare URI without '#' is an external reference by design"},
 };
-struct Row {
-    std::string id, family, file, expected, keyMaterial, options;
-};
-
-std::vector<Row> realRows(const fs::path& dir) {
-    std::vector<Row> rows;
-    for (const auto& c : manifestRows(dir / "MANIFEST.tsv"))
-        if (c.size() >= 8)
-            rows.push_back({c[0], c[1], c[2], c[3], c[6], c[7]});
-    return rows;
-}
-
-// A row's key material: "ref:INDEX=FILE" items are external reference
-// data; certificate files fill the store, a bare public key is the key.
-struct RowInputs {
-    fs::path document;
-    fs::path key;
-    std::vector<fs::path> certs;
-    std::vector<std::pair<int, fs::path>> refData;
-    std::string options;
-};
-
-RowInputs inputsOf(const fs::path& dir, const Row& row) {
-    const fs::path family = dir / row.family;
-    RowInputs in{family / row.file, {}, {}, {}, row.options == "-" ? "" : row.options};
-    std::stringstream keys(row.keyMaterial == "-" ? "" : row.keyMaterial);
-    for (std::string item; std::getline(keys, item, ',');) {
-        if (item.rfind("ref:", 0) == 0) {
-            const size_t eq = item.find('=');
-            in.refData.emplace_back(std::stoi(item.substr(4, eq - 4)), family / item.substr(eq + 1));
-        } else if (readFile(family / item).find("CERTIFICATE-----") != std::string::npos) {
-            // A certificate goes into the store that KeyInfo refers to.
-            in.certs.push_back(family / item);
-        } else {
-            in.key = family / item;
-        }
-    }
-    return in;
-}
-
-std::string verifyCommand(const fs::path& dir, const Row& row) {
-    const RowInputs in = inputsOf(dir, row);
+std::string verifyCommand(const RealRow& row) {
+    const RowInputs in = inputsOf(row);
     std::string cmd = shellQuote(toolPath().string()) + " verify --all";
     for (const auto& [index, file] : in.refData)
         cmd += " --ref-data " + std::to_string(index) + "=" + shellQuote(file.string());
@@ -100,8 +61,8 @@ struct SharedSettings {
     RefPtr<ClsXmlCertVault> certs;
 };
 
-SharedSettings sharedSettings(const fs::path& dir, const Row& row) {
-    SharedSettings s{inputsOf(dir, row), {}, {}};
+SharedSettings sharedSettings(const RealRow& row) {
+    SharedSettings s{inputsOf(row), {}, {}};
     if (!s.in.key.empty()) {
         s.key.reset(ClsPublicKey::createNewCls());
         XString path = xstring(s.in.key.string());
@@ -144,13 +105,12 @@ std::string verdicts(ClsXmlDSig& dsig, const SharedSettings& s) {
 }
 
 TEST(RealCorpus, EveryRowGivesTheManifestVerdict) {
-    const fs::path dir = corpusDir() / "real";
-    const auto rows = realRows(dir);
+    const auto rows = realRows();
     std::vector<ProcessResult> results(rows.size());
     std::atomic<size_t> next{0};
     auto work = [&] {
         for (size_t i = next++; i < rows.size(); i = next++)
-            results[i] = runProcess(verifyCommand(dir, rows[i]));
+            results[i] = runProcess(verifyCommand(rows[i]));
     };
     std::thread helper(work);
     work();
@@ -159,7 +119,7 @@ TEST(RealCorpus, EveryRowGivesTheManifestVerdict) {
     int matched = 0;
     std::string report;
     for (size_t i = 0; i < rows.size(); ++i) {
-        const Row& row = rows[i];
+        const RealRow& row = rows[i];
         const ProcessResult& r = results[i];
         SCOPED_TRACE(row.id + ": " + r.out + r.err);
         // 0 valid, 1 invalid, 2 a clear error; anything else is a crash.
@@ -180,10 +140,9 @@ TEST(RealCorpus, EveryRowGivesTheManifestVerdict) {
 
 // The same per-signature lines whatever the thread count.
 TEST(RealCorpus, EightThreadsGiveTheSameVerdictsAsOne) {
-    const fs::path dir = corpusDir() / "real";
     std::string files;
-    for (const Row& row : realRows(dir))
-        files += " " + shellQuote((dir / row.family / row.file).string());
+    for (const RealRow& row : realRows())
+        files += " " + shellQuote((realDir() / row.family / row.file).string());
     const std::string cmd = shellQuote(toolPath().string()) + " verify --all" + files;
     const ProcessResult one = runProcess(cmd + " -j 1");
     const ProcessResult eight = runProcess(cmd + " -j 8");
@@ -207,10 +166,9 @@ TEST(RealCorpus, EightThreadsGiveTheSameVerdictsAsOne) {
 // or run speaks for the next. Without the reference stage too, where the
 // MyInvois document digest of an earlier file would otherwise be signed.
 TEST(RealCorpus, AReusedVerifierGivesEachFileItsOwnVerdict) {
-    const fs::path dir = corpusDir() / "real";
     std::map<std::string, std::vector<std::string>> filesByOptions;
-    for (const Row& row : realRows(dir))
-        filesByOptions[row.options].push_back(shellQuote((dir / row.family / row.file).string()));
+    for (const RealRow& row : realRows())
+        filesByOptions[row.options].push_back(shellQuote((realDir() / row.family / row.file).string()));
     for (const char* stage : {"", " --no-refs"}) {
         for (const auto& [options, files] : filesByOptions) {
             std::string cmd = shellQuote(toolPath().string()) + " verify --all -j 1" + stage;
@@ -233,10 +191,9 @@ TEST(RealCorpus, AReusedVerifierGivesEachFileItsOwnVerdict) {
 // document. Each one-signature row also has a verifier, loaded once, that
 // every thread verifies with at the same time.
 TEST(RealCorpus, VerifiersOnEightThreadsWithSharedSettingsGiveTheSerialVerdicts) {
-    const fs::path dir = corpusDir() / "real";
     std::vector<SharedSettings> settings;
-    for (const Row& row : realRows(dir))
-        settings.push_back(sharedSettings(dir, row));
+    for (const RealRow& row : realRows())
+        settings.push_back(sharedSettings(row));
     std::vector<std::string> serial;
     for (const SharedSettings& s : settings) {
         ClsXmlDSig dsig;
@@ -277,25 +234,14 @@ TEST(RealCorpus, VerifiersOnEightThreadsWithSharedSettingsGiveTheSerialVerdicts)
 // The API's signer for every valid ZATCA, XAdES and WS-Security row: a
 // certificate whose subject openssl reads the same.
 TEST(RealCorpus, SignerSubjectsAgreeWithOpenssl) {
-    const fs::path dir = corpusDir() / "real";
     const TempDir scratch;
     int checked = 0;
-    for (const Row& row : realRows(dir)) {
+    for (const RealRow& row : realRows()) {
         if (row.expected != "valid" || (row.family != "zatca" && row.family != "xades" && row.family != "wss"))
             continue;
         SCOPED_TRACE(row.id);
-        const RowInputs in = inputsOf(dir, row);
-        xmldsig::Settings settings;
-        settings.selectAll();
-        settings.setOptions(in.options);
-        if (!in.key.empty()) {
-            ASSERT_TRUE(settings.addKeyFile(in.key.string()));
-        }
-        for (const fs::path& cert : in.certs) {
-            ASSERT_TRUE(settings.addCertificates(cert.string()));
-        }
-        for (const auto& [index, file] : in.refData)
-            settings.setRefDataFile(index, file.string());
+        const RowInputs in = inputsOf(row);
+        const xmldsig::Settings settings = settingsOf(in);
         const xmldsig::Result result = xmldsig::verifyFile(in.document, settings);
         ASSERT_TRUE(result.valid()) << result.status.message;
         for (const xmldsig::SignatureResult& s : result.signatures) {

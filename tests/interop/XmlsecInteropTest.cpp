@@ -97,18 +97,6 @@ std::string c14nElement(const char* tag, const std::string& algorithm) {
            "\" PrefixList=\"b #default\"/></" + tag + ">";
 }
 
-std::string reference(const std::string& uri, const std::vector<std::string>& transforms) {
-    std::string r = "<Reference URI=\"" + uri + "\">";
-    if (!transforms.empty() && !transforms.front().empty()) {
-        r += "<Transforms>";
-        for (const std::string& t : transforms)
-            if (!t.empty())
-                r += t.front() == '<' ? t : "<Transform Algorithm=\"" + t + "\"/>";
-        r += "</Transforms>";
-    }
-    return r + "<DigestMethod Algorithm=\"" + std::string(kSha256) + "\"/><DigestValue/></Reference>";
-}
-
 std::string signatureTemplate(const InteropCase& c, const std::string& references, const std::string& object = "") {
     const bool comments = std::string(c.signedInfoC14n).find("omments") != std::string::npos;
     std::string keyInfo;
@@ -130,23 +118,23 @@ std::string documentTemplate(const InteropCase& c) {
     switch (c.layout) {
     case Layout::Enveloped:
         return kRoot + std::string(kContent) +
-               signatureTemplate(c, reference("", {std::string(kEnveloped), refTransform})) + "</doc>";
+               signatureTemplate(c, referenceXml("", "", {std::string(kEnveloped), refTransform})) + "</doc>";
     case Layout::Enveloping:
-        return signatureTemplate(c, reference("#obj", {refTransform}),
+        return signatureTemplate(c, referenceXml("#obj", "", {refTransform}),
                                  "<Object Id=\"obj\">" + std::string(kContent) + "</Object>");
     case Layout::ById:
         return kRoot + std::string("<data Id=\"d1\">") + kContent + "</data>" +
-               signatureTemplate(c, reference("#d1", {refTransform})) + "</doc>";
+               signatureTemplate(c, referenceXml("#d1", "", {refTransform})) + "</doc>";
     case Layout::External:
-        return kRoot + signatureTemplate(c, reference("external.txt", {})) + "</doc>";
+        return kRoot + signatureTemplate(c, referenceXml("external.txt", "", {})) + "</doc>";
     case Layout::ThreeRefs:
         return kRoot + std::string("<data Id=\"d1\">") + kContent + "</data>" +
-               signatureTemplate(c, reference("external.txt", {}) + reference("#d1", {refTransform}) +
-                                        reference("", {std::string(kEnveloped)})) +
+               signatureTemplate(c, referenceXml("external.txt", "", {}) + referenceXml("#d1", "", {refTransform}) +
+                                        referenceXml("", "", {std::string(kEnveloped)})) +
                "</doc>";
     case Layout::InContext:
         return kContextStart + std::string("<data Id=\"d1\">") + kContent + "</data>" +
-               signatureTemplate(c, reference("#d1", {refTransform})) + kContextEnd;
+               signatureTemplate(c, referenceXml("#d1", "", {refTransform})) + kContextEnd;
     }
     return {};
 }
@@ -158,10 +146,6 @@ protected:
     static void SetUpTestSuite() {
         dir = std::make_unique<TempDir>();
         keys = std::make_unique<Workshop>();
-    }
-    static void TearDownTestSuite() {
-        keys.reset();
-        dir.reset();
     }
 
     // The key (name.key), its self-signed certificate (name.pem) and public
@@ -238,14 +222,10 @@ protected:
         return dsig;
     }
 
-    static std::unique_ptr<TempDir> dir;
-    static std::unique_ptr<Workshop> keys;
-    static std::map<std::string, std::string> cache;
+    static inline std::unique_ptr<TempDir> dir;
+    static inline std::unique_ptr<Workshop> keys;
+    static inline std::map<std::string, std::string> cache;
 };
-
-std::unique_ptr<TempDir> XmlsecInterop::dir;
-std::unique_ptr<Workshop> XmlsecInterop::keys;
-std::map<std::string, std::string> XmlsecInterop::cache;
 
 TEST_P(XmlsecInterop, VerifiesAndEveryTamperIsCaught) {
     const InteropCase& c = GetParam();
@@ -331,10 +311,9 @@ TEST_F(XmlsecInterop, HmacTruncatedBelowTheMinimumIsRefused) {
     unsigned macLength = 0;
     HMAC(EVP_sha256(), secret.data(), static_cast<int>(secret.size()),
          reinterpret_cast<const unsigned char*>(canonical.getUtf8()), canonical.getSizeUtf8(), mac, &macLength);
-    StringBuffer fullMac;
-    bufferOf(std::string_view(reinterpret_cast<const char*>(mac), macLength)).encodeDB("base64", fullMac);
+    const std::string fullMac = base64Of(std::string_view(reinterpret_cast<const char*>(mac), macLength));
 
-    for (const std::string& value : {truncated, withSignatureValue(doc, fullMac.getString())}) {
+    for (const std::string& value : {truncated, withSignatureValue(doc, fullMac)}) {
         auto dsig = verifier(below, value);
         EXPECT_FALSE(dsig->VerifySignature(true));
         EXPECT_EQ(dsig->report().stage, VerificationStage::SignatureValue);

@@ -31,7 +31,6 @@ protected:
                                  referenceXml("data.xml", "", {"http://www.w3.org/2006/12/xml-c14n11"}) +
                                  referenceXml("data.b64", "", {"http://www.w3.org/2000/09/xmldsig#base64"})));
     }
-    static void TearDownTestSuite() { hmac.reset(); }
 
     static void writeFiles(const std::string& xml, const std::string& base64) {
         writeFile(hmac->dir.path() / "data.xml", xml);
@@ -44,13 +43,10 @@ protected:
     }
     void TearDown() override { writeFiles(kXmlFile, kBase64File); }
 
-    static std::unique_ptr<HmacSigning> hmac;
-    static std::string signedDoc;
+    static inline std::unique_ptr<HmacSigning> hmac;
+    static inline std::string signedDoc;
     std::unique_ptr<ClsXmlDSig> dsig;
 };
-
-std::unique_ptr<HmacSigning> ExternalTransforms::hmac;
-std::string ExternalTransforms::signedDoc;
 
 // The bytes as written mismatch; with the transforms each reference
 // matches, and the report says which attempt decided.

@@ -10,7 +10,6 @@ namespace ades_test {
 
 namespace {
 
-using test_support::shellQuote;
 using trust_test::Signer;
 
 constexpr const char* kIdAttributes = " --id-attr:Id 'http://uri.etsi.org/01903/v1.3.2#:SignedProperties'"
@@ -51,15 +50,6 @@ std::string signingTimeNow() {
 const AdesLab& AdesLab::shared() {
     static const AdesLab lab;
     return lab;
-}
-
-// The root's CRL, so that the intermediate's status is known too.
-AdesLab::AdesLab() {
-    const auto r = test_support::runProcess(
-        "cd " + shellQuote(pki().dir().string()) +
-        " && openssl ca -batch -config root.cnf -gencrl -crl_lastupdate 200101000000Z -crl_nextupdate "
-        "391231235959Z -out root.crl");
-    EXPECT_EQ(r.exitCode, 0) << r.err;
 }
 
 std::string AdesLab::signingCertificateV2(const std::filesystem::path& certificate) const {
@@ -123,16 +113,9 @@ std::string AdesLab::counterSign(const std::string& signedXml, Signer signer, co
 }
 
 std::string AdesLab::xmlsecSign(const SignerFiles& signer, const std::string& xml, const std::string& nodeId) const {
-    test_support::TempDir dir;
-    test_support::writeFile(dir.path() / "template.xml",
-                            signer.ecdsa ? test_support::replaced(xml, kRsaMethod, kEcdsaMethod) : xml);
-    const auto r = test_support::runProcess("xmlsec1 --sign --privkey-pem " + shellQuote(signer.key.string()) + "," +
-                                            shellQuote(signer.certificate.string()) + kIdAttributes +
-                                            (nodeId.empty() ? "" : " --node-id " + nodeId) + " --output " +
-                                            shellQuote((dir.path() / "signed.xml").string()) + " " +
-                                            shellQuote((dir.path() / "template.xml").string()));
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    return r.exitCode == 0 ? test_support::readFile(dir.path() / "signed.xml") : std::string();
+    return test_support::xmlsecSignWithKey(signer.key, signer.certificate,
+                                           signer.ecdsa ? test_support::replaced(xml, kRsaMethod, kEcdsaMethod) : xml,
+                                           kIdAttributes + (nodeId.empty() ? "" : " --node-id " + nodeId));
 }
 
 xmldsig::Settings AdesLab::settings() const {
@@ -141,7 +124,7 @@ xmldsig::Settings AdesLab::settings() const {
     EXPECT_TRUE(settings.addTrustAnchors(pki().root().string()).ok());
     EXPECT_TRUE(settings.addCertificates(pki().intermediate().string()).ok());
     EXPECT_TRUE(settings.addCrls(pki().crl().string()).ok());
-    EXPECT_TRUE(settings.addCrls((pki().dir() / "root.crl").string()).ok());
+    EXPECT_TRUE(settings.addCrls(pki().rootCrl().string()).ok());
     return settings;
 }
 

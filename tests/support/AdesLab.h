@@ -33,7 +33,6 @@ struct SignerFiles {
 class AdesLab {
 public:
     static const AdesLab& shared();
-    AdesLab();
     const trust_test::TrustFixtures& pki() const { return trust_test::TrustFixtures::shared(); }
 
     // The signed document: an enveloped signature "sig-1" whose value is

@@ -130,11 +130,7 @@ public:
     DataBuffer read(const std::string& name) const { return bufferOf(readFile(path(name))); }
     DataBuffer der(const std::string& name) const { return read(name + ".der"); }
     // The certificate's DER, base64 on one line.
-    std::string base64(const std::string& name) const {
-        StringBuffer out;
-        der(name).encodeDB("base64", out);
-        return std::string(out.view());
-    }
+    std::string base64(const std::string& name) const { return base64Of(der(name).view()); }
     X509Certificate load(const std::string& name) const {
         LogBase log;
         X509Certificate cert;

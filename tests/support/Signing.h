@@ -132,6 +132,18 @@ inline std::string xmlsecSign(const std::filesystem::path& dir, const std::strin
     return r.exitCode == 0 ? readFile(dir / "signed.xml") : std::string();
 }
 
+// Signs with a private key and its certificate (PEM files) in a scratch
+// folder; "" with a test failure when xmlsec1 fails.
+inline std::string xmlsecSignWithKey(const std::filesystem::path& key, const std::filesystem::path& cert,
+                                     const std::string& tmpl, const std::string& args = "") {
+    const TempDir dir;
+    std::string diagnostics;
+    const std::string doc = xmlsecSign(
+        dir.path(), tmpl, "--privkey-pem " + shellQuote(key.string() + "," + cert.string()) + " " + args, &diagnostics);
+    EXPECT_FALSE(doc.empty()) << diagnostics;
+    return doc;
+}
+
 // A <doc> holding `content` and an HMAC-SHA256 Signature template (its
 // attributes, canonicalization method and references given), for xmlsec1.
 inline std::string hmacTemplate(const std::string& content, const std::string& references,

@@ -1,5 +1,7 @@
 #include "support/TimestampTestSupport.h"
 
+#include "support/Signing.h"
+
 #include "companion/base/ClsJsonObject.h"
 #include "companion/log/LogBase.h"
 #include "companion/pki/ClsXmlCertVault.h"
@@ -50,17 +52,19 @@ const char* const kPlainTemplate =
 const char* const kXadesNsOnSignatureTemplate =
     R"(<Order><Line>2</Line><ds:Signature xmlns:ds="http://www.w3.org/2000/09/xmldsig#" xmlns:xades="http://uri.etsi.org/01903/v1.3.2#" Id="sig-4"><ds:SignedInfo><ds:CanonicalizationMethod Algorithm="http://www.w3.org/2001/10/xml-exc-c14n#"/><ds:SignatureMethod Algorithm="http://www.w3.org/2001/04/xmldsig-more#ecdsa-sha256"/><ds:Reference URI=""><ds:Transforms><ds:Transform Algorithm="http://www.w3.org/2000/09/xmldsig#enveloped-signature"/></ds:Transforms><ds:DigestMethod Algorithm="http://www.w3.org/2001/04/xmlenc#sha256"/><ds:DigestValue/></ds:Reference></ds:SignedInfo><ds:SignatureValue Id="sv-4"/></ds:Signature></Order>)";
 
-std::unique_ptr<TimestampLab> WithTimestampAuthority::s_lab;
-std::unique_ptr<LoopbackTsa> WithTimestampAuthority::s_tsa;
-
 void WithTimestampAuthority::SetUpTestSuite() {
     s_lab = std::make_unique<TimestampLab>();
-    s_tsa = std::make_unique<LoopbackTsa>(s_lab->identity("tsa"), s_lab->dir());
+    for (const char* name : {"tsa", "tsa2", "twin"})
+        s_tsas.emplace_back(std::make_unique<LoopbackTsa>(s_lab->identity(name), s_lab->dir()));
 }
 
 void WithTimestampAuthority::TearDownTestSuite() {
-    s_tsa.reset();
+    s_tsas.clear();
     s_lab.reset();
+}
+
+std::string WithTimestampAuthority::tokenOver(const std::string& bytes, size_t index) {
+    return timestamp_test::tokenOver(bytes, tsa(index).url());
 }
 
 // Every TSA of one root gets serial 2 and the same subject, so that "twin"
@@ -90,15 +94,7 @@ TsaIdentity TimestampLab::identity(const std::string& tsa) const {
 }
 
 std::string TimestampLab::sign(const std::string& xmlTemplate) const {
-    const auto in = dir() / "template.xml";
-    const auto out = dir() / "signed.xml";
-    test_support::writeFile(in, xmlTemplate);
-    std::filesystem::remove(out);
-    const auto r = runProcess("xmlsec1 --sign --privkey-pem " + shellQuote((dir() / "signer.key").string()) + "," +
-                              shellQuote(cert("signer").string()) + " " + kSignedPropertiesId + " --output " +
-                              shellQuote(out.string()) + " " + shellQuote(in.string()));
-    EXPECT_EQ(r.exitCode, 0) << r.err;
-    return test_support::readFile(out);
+    return test_support::xmlsecSignWithKey(dir() / "signer.key", cert("signer"), xmlTemplate, kSignedPropertiesId);
 }
 
 bool TimestampLab::xmlsecVerifies(const std::string& signedXml) const {
@@ -117,9 +113,7 @@ std::string tokenOver(const std::string& bytes, const std::string& url) {
     data.append(bytes);
     LogBase log;
     EXPECT_TRUE(CmsSignedData::getTimestampToken(options, data, cades, token, log)) << log.renderText();
-    StringBuffer b64;
-    token.encodeDB("base64", b64);
-    return std::string(b64.view());
+    return test_support::base64Of(token.view());
 }
 
 Stamped addTimeStamp(const std::string& xml, const std::string& url) {

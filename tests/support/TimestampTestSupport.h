@@ -10,6 +10,7 @@
 #include <filesystem>
 #include <memory>
 #include <string>
+#include <vector>
 
 namespace timestamp_test {
 
@@ -46,15 +47,19 @@ extern const char* const kPlainTemplate;
 // No Object; the Signature element declares xmlns:xades itself.
 extern const char* const kXadesNsOnSignatureTemplate;
 
-// A suite whose tests share one lab and one answering TSA ("tsa"), made
-// once for the suite.
+// A suite whose tests share one lab and its answering authorities, made once
+// for the suite: tsa(0) is "tsa", tsa(1) "tsa2", tsa(2) "twin".
 class WithTimestampAuthority : public ::testing::Test {
 protected:
     static void SetUpTestSuite();
     static void TearDownTestSuite();
 
-    static std::unique_ptr<TimestampLab> s_lab;
-    static std::unique_ptr<LoopbackTsa> s_tsa;
+    static const LoopbackTsa& tsa(size_t index = 0) { return *s_tsas[index]; }
+    // A token over the bytes from that authority, as base64.
+    static std::string tokenOver(const std::string& bytes, size_t index = 0);
+
+    static inline std::unique_ptr<TimestampLab> s_lab;
+    static inline std::vector<std::unique_ptr<LoopbackTsa>> s_tsas;
 };
 
 // What adding a timestamp to signature 0 gave: the new text (empty when the

@@ -38,6 +38,8 @@ public:
     std::filesystem::path intermediate() const { return pem("intermediate"); }
     // The intermediate's CRL, revoking Signer::Revoked; current from 2020 to 2039.
     std::filesystem::path crl() const { return dir() / "intermediate.crl"; }
+    // The root's CRL, revoking nothing, so that the intermediate's status is known too.
+    std::filesystem::path rootCrl() const { return dir() / "root.crl"; }
     std::filesystem::path certificate(Signer signer) const { return pem(nameOf(signer)); }
     std::filesystem::path document(Signer signer) const { return dir() / (nameOf(signer) + ".xml"); }
 

@@ -44,7 +44,7 @@ protected:
     // xmlsec1 and the timestamp with the verifier.
     std::string signAndStamp(const char* xmlTemplate, std::string& signedXml) {
         signedXml = s_lab->sign(xmlTemplate);
-        const Stamped out = addTimeStamp(signedXml, s_tsa->url());
+        const Stamped out = addTimeStamp(signedXml, tsa().url());
         EXPECT_FALSE(out.text.empty()) << out.failure;
         EXPECT_TRUE(s_lab->xmlsecVerifies(out.text));
         const StampCheck report = verifyStamped(out.text, R"({"ValidateTsaChain": true})", s_lab->cert("ca"));

@@ -52,35 +52,10 @@ std::string flipByte(const std::string& tokenBase64, long offset) {
     std::string der;
     EXPECT_TRUE(ContentCoding::decodeBase64(tokenBase64, der));
     der[static_cast<size_t>(offset < 0 ? static_cast<long>(der.size()) + offset : offset)] ^= 0x01;
-    std::string out;
-    ContentCoding::encodeBase64(der.data(), der.size(), out);
-    return out;
+    return test_support::base64Of(der);
 }
 
-class TimeStampVerification : public ::testing::Test {
-protected:
-    static void SetUpTestSuite() {
-        s_lab = std::make_unique<TimestampLab>();
-        for (const char* name : {"tsa", "tsa2", "twin"})
-            s_tsas.emplace_back(std::make_unique<LoopbackTsa>(s_lab->identity(name), s_lab->dir()));
-    }
-    static void TearDownTestSuite() {
-        s_tsas.clear();
-        s_lab.reset();
-    }
-
-    // A token over the bytes from the TSA of that index (0 tsa, 1 tsa2,
-    // 2 twin), as base64.
-    static std::string tokenOver(const std::string& bytes, size_t tsa = 0) {
-        return timestamp_test::tokenOver(bytes, s_tsas[tsa]->url());
-    }
-
-    static std::unique_ptr<TimestampLab> s_lab;
-    static std::vector<std::unique_ptr<LoopbackTsa>> s_tsas;
-};
-
-std::unique_ptr<TimestampLab> TimeStampVerification::s_lab;
-std::vector<std::unique_ptr<LoopbackTsa>> TimeStampVerification::s_tsas;
+class TimeStampVerification : public WithTimestampAuthority {};
 
 // The token covers the SignatureValue element as the stated method
 // canonicalizes it (with CRLF line ends as some signers hashed them); any

@@ -20,7 +20,6 @@ protected:
         hmac = std::make_unique<HmacSigning>();
         writeFile(hmac->dir.path() / "data.txt", "detached bytes\n");
     }
-    static void TearDownTestSuite() { hmac.reset(); }
 
     // <doc> with two paragraphs, signed by xmlsec1 with HMAC-SHA256.
     static std::string sign(const std::string& signatureAttributes, const std::string& references) {
@@ -29,10 +28,8 @@ protected:
     }
     static std::unique_ptr<ClsXmlDSig> verifier(const std::string& doc) { return hmac->verifier(doc); }
 
-    static std::unique_ptr<HmacSigning> hmac;
+    static inline std::unique_ptr<HmacSigning> hmac;
 };
-
-std::unique_ptr<HmacSigning> SelectedSignature::hmac;
 
 std::string between(const std::string& s, std::string_view open, std::string_view close) {
     const size_t a = s.find(open);

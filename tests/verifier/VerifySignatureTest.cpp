@@ -26,18 +26,14 @@ protected:
                        "--id-attr:Id p --store-signatures", &diagnostics);
         canonicalSignedInfo = preSignedData(diagnostics);
     }
-    static void TearDownTestSuite() { hmac.reset(); }
 
     static std::unique_ptr<ClsXmlDSig> verifier(const std::string& doc, bool withDirs = true) {
         return hmac->verifier(doc, withDirs);
     }
 
-    static std::unique_ptr<HmacSigning> hmac;
-    static std::string signedDoc, canonicalSignedInfo;
+    static inline std::unique_ptr<HmacSigning> hmac;
+    static inline std::string signedDoc, canonicalSignedInfo;
 };
-
-std::unique_ptr<HmacSigning> VerifySignature::hmac;
-std::string VerifySignature::signedDoc, VerifySignature::canonicalSignedInfo;
 
 // Missing external data is excused by IgnoreExternalRefs; data that is
 // there but does not match is not.

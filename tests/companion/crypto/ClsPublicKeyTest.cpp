@@ -3,7 +3,6 @@
 
 #include "companion/crypto/ClsPublicKey.h"
 #include "companion/log/LogBase.h"
-#include "companion/text/ContentCoding.h"
 #include "companion/text/XString.h"
 
 #include <openssl/core_names.h>
@@ -37,9 +36,7 @@ public:
         const BnPtr owned(bn);
         std::string bytes(static_cast<size_t>(BN_num_bytes(bn)), '\0');
         BN_bn2bin(bn, reinterpret_cast<unsigned char*>(bytes.data()));
-        std::string out;
-        ContentCoding::encodeBase64(bytes.data(), bytes.size(), out);
-        return out;
+        return test_support::base64Of(bytes);
     }
 
     std::string decimal(const char* param) const {
@@ -66,9 +63,7 @@ public:
         EXPECT_EQ(EVP_PKEY_get_octet_string_param(m_pkey.get(), OSSL_PKEY_PARAM_ENCODED_PUBLIC_KEY, point,
                                                   sizeof(point), &len),
                   1);
-        std::string out;
-        ContentCoding::encodeBase64(point, len, out);
-        return out;
+        return test_support::base64Of(std::string_view(reinterpret_cast<const char*>(point), len));
     }
 
 private:
@@ -108,7 +103,6 @@ protected:
         for (const auto& [name, args] : keys)
             ASSERT_TRUE(ws->makeKey(name, args));
     }
-    static void TearDownTestSuite() { ws.reset(); }
 
     static RefPtr<ClsPublicKey> newKey() { return RefPtr<ClsPublicKey>(ClsPublicKey::createNewCls()); }
 
@@ -135,10 +129,8 @@ protected:
         return key.loadFromFile(path, log);
     }
 
-    static std::unique_ptr<Workshop> ws;
+    static inline std::unique_ptr<Workshop> ws;
 };
-
-std::unique_ptr<Workshop> ClsPublicKeyTest::ws;
 
 } // namespace
 

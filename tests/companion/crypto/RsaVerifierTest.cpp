@@ -38,7 +38,6 @@ protected:
         ws->write("data.txt", kData);
         ASSERT_TRUE(ws->makeKey("rsa1", "rsa"));
     }
-    static void TearDownTestSuite() { ws.reset(); }
 
     static RefPtr<ClsPublicKey> loadKey(const char* name) {
         RefPtr<ClsPublicKey> key(ClsPublicKey::createNewCls());
@@ -84,10 +83,8 @@ protected:
         return o;
     }
 
-    static std::unique_ptr<Workshop> ws;
+    static inline std::unique_ptr<Workshop> ws;
 };
-
-std::unique_ptr<Workshop> RsaVerifierTest::ws;
 
 constexpr int kPkcs1 = rsa_padding::kPkcs1v15;
 constexpr int kPss = rsa_padding::kPss;

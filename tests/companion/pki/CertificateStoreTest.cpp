@@ -29,7 +29,6 @@ protected:
             "leaf2", Cert("/C=EE/O=Example/CN=Leaf Two").serial("129").issuer("ca").extensions("without_ski")));
         ASSERT_TRUE(s_ws->make("other", Cert("/C=EE/O=Other/CN=Example CA").serial("128")));
     }
-    static void TearDownTestSuite() { s_ws.reset(); }
 
     void SetUp() override {
         for (const char* name : {"ca", "leaf1", "leaf2"})
@@ -58,12 +57,10 @@ protected:
         return subjectCnOf(m_store.findBySubjectDN_x509(values, name, tryValuesOnly, m_log));
     }
 
-    static std::unique_ptr<Workshop> s_ws;
+    static inline std::unique_ptr<Workshop> s_ws;
     LogBase m_log;
     CertificateStore m_store;
 };
-
-std::unique_ptr<Workshop> CertificateStoreTest::s_ws;
 
 TEST_F(CertificateStoreTest, IssuerDnSeparatesIssuersWithTheSameCommonName) {
     ASSERT_TRUE(m_store.addCertificate(s_ws->load("other"), m_log));

@@ -38,14 +38,11 @@ std::string urlOption(const std::string& url) {
 class TimestampClient : public ::testing::Test {
 protected:
     static void SetUpTestSuite() { s_lab = std::make_unique<TimestampLab>(); }
-    static void TearDownTestSuite() { s_lab.reset(); }
     LoopbackTsa server(LoopbackTsa::Behaviour behaviour = LoopbackTsa::Behaviour::Answer) {
         return LoopbackTsa(s_lab->identity("tsa"), s_lab->dir(), behaviour);
     }
-    static std::unique_ptr<TimestampLab> s_lab;
+    static inline std::unique_ptr<TimestampLab> s_lab;
 };
-
-std::unique_ptr<TimestampLab> TimestampClient::s_lab;
 
 TEST_F(TimestampClient, TokensAndLoading) {
     {

@@ -5,7 +5,6 @@
 #include "companion/pki/CertificateHolder.h"
 #include "companion/pki/CertificateStore.h"
 #include "companion/pki/X509Certificate.h"
-#include "companion/text/ContentCoding.h"
 #include "companion/text/StringBuffer.h"
 #include "companion/text/XString.h"
 
@@ -31,12 +30,6 @@ std::string decimalToHex(const std::string& decimal) {
     return std::string(x.view());
 }
 
-std::string base64Of(const DataBuffer& bytes) {
-    std::string out;
-    ContentCoding::encodeBase64(bytes.getData(), bytes.getSize(), out);
-    return out;
-}
-
 // Serial numbers written as X509SerialNumber (decimal) must meet the form
 // that the certificate gives, or issuer-serial lookups never match.
 TEST(X509Certificate, SerialNumberAgreesWithOpensslAndDecimalToHex) {
@@ -56,7 +49,7 @@ TEST(X509Certificate, SerialNumberAgreesWithOpensslAndDecimalToHex) {
 TEST(CertificateHolder, DecodesWrappedBase64AndSharesStoreCopies) {
     Workshop ws;
     ASSERT_TRUE(ws.make("c", Cert("/CN=Holder")));
-    const std::string b64 = base64Of(ws.der("c"));
+    const std::string b64 = ws.base64("c");
     std::string wrapped = "\n   ";
     for (size_t i = 0; i < b64.size(); i += 64)
         wrapped += b64.substr(i, 64) + "\r\n\t  ";
@@ -92,7 +85,7 @@ TEST(CertPem, WritesWhatOpensslWrites) {
     ASSERT_TRUE(CertPem::derToPem(ws.der("c"), pem, log));
     EXPECT_EQ(pem.view(), expected);
     StringBuffer fromBase64;
-    ASSERT_TRUE(CertPem::base64ToPem(StringBuffer(base64Of(ws.der("c"))), fromBase64, log));
+    ASSERT_TRUE(CertPem::base64ToPem(StringBuffer(ws.base64("c")), fromBase64, log));
     EXPECT_EQ(fromBase64.view(), expected);
     EXPECT_FALSE(CertPem::base64ToPem(StringBuffer("AAEC"), fromBase64, log));
     EXPECT_EQ(fromBase64.view(), expected);
