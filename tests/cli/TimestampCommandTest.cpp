@@ -11,8 +11,6 @@ using namespace timestamp_test;
 
 class TimestampCommand : public WithTimestampAuthority {
 protected:
-    ProcessResult run(const std::string& args) { return runTool(args); }
-
     TempDir m_tmp;
 };
 
@@ -21,7 +19,7 @@ TEST_F(TimestampCommand, WritesTheTimestampedDocument) {
     const auto out = m_tmp.path() / "out.xml";
     writeFile(in, s_lab->sign(kXadesBesTemplate));
     ProcessResult r =
-        run("timestamp --tsa " + tsa().url() + " " + shellQuote(in.string()) + " -o " + shellQuote(out.string()));
+        runTool("timestamp --tsa " + tsa().url() + " " + shellQuote(in.string()) + " -o " + shellQuote(out.string()));
     ASSERT_EQ(r.exitCode, 0) << r.err;
     EXPECT_EQ(r.out, "");
     const std::string stamped = readFile(out);
@@ -29,11 +27,11 @@ TEST_F(TimestampCommand, WritesTheTimestampedDocument) {
     EXPECT_TRUE(timestampVerified(verifyStamped(stamped, R"({"ValidateTsaChain": true})", s_lab->cert("ca"))));
 
     // Without -o the document goes to stdout; a second stamp is refused.
-    r = run("timestamp --tsa " + tsa().url() + " --tsa-options '{\"HashAlgorithm\":\"sha512\"}' --selector 0 " +
-            shellQuote(in.string()));
+    r = runTool("timestamp --tsa " + tsa().url() + " --tsa-options '{\"HashAlgorithm\":\"sha512\"}' --selector 0 " +
+                shellQuote(in.string()));
     EXPECT_EQ(r.exitCode, 0) << r.err;
     EXPECT_NE(r.out.find("<xades:EncapsulatedTimeStamp"), std::string::npos);
-    r = run("timestamp --tsa " + tsa().url() + " " + shellQuote(out.string()));
+    r = runTool("timestamp --tsa " + tsa().url() + " " + shellQuote(out.string()));
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_EQ(r.err, "xmldsig: " + out.string() + ": Already has an EncapsulatedTimeStamp.\n");
 }
@@ -42,7 +40,7 @@ TEST_F(TimestampCommand, AnUnreachableAuthorityIsOneLineAndExitTwo) {
     const auto in = m_tmp.path() / "in.xml";
     writeFile(in, s_lab->sign(kPlainTemplate));
     const std::string closed = "http://127.0.0.1:" + std::to_string(LoopbackTsa::closedPort()) + "/";
-    const ProcessResult r = run("timestamp --tsa " + closed + " " + shellQuote(in.string()));
+    const ProcessResult r = runTool("timestamp --tsa " + closed + " " + shellQuote(in.string()));
     EXPECT_EQ(r.exitCode, 2);
     EXPECT_EQ(r.out, "");
     EXPECT_TRUE(r.err.starts_with("xmldsig: timestamp authority: HTTP POST to " + closed + " failed: ")) << r.err;
