@@ -77,16 +77,6 @@ private:
         Role role = Role::None;
         size_t capture = 0; // index into m_captures unless Role::None
     };
-    // What a single-seen part flag stands for.
-    enum Seen : uint8_t {
-        kSeenSignedInfo = 1,
-        kSeenSignatureValue = 2,
-        kSeenQualifyingProperties = 4,
-        kSeenSignedProperties = 8,
-        kSeenUnsignedProperties = 16,
-        kSeenUnsignedSignatureProperties = 32,
-        kSeenFreeObject = 64,
-    };
     struct Capture {
         XmlSigPositions at;
         bool matched = false;
@@ -105,7 +95,7 @@ private:
     Role childRole(const Open& parent, const XmlSigWalker& walker);
     Role signatureChildRole(Capture& c, const XmlSigWalker& walker);
     Role qualifyingChildRole(Capture& c, const XmlSigWalker::Element& e);
-    bool takeFirst(Capture& c, Seen part, const XmlSigWalker::Element& e, uint32_t& loc);
+    bool takeFirst(Capture& c, SeenPart part, const XmlSigWalker::Element& e, uint32_t& loc);
     bool isReferencedObject(const Capture& c, const XmlSigWalker& walker) const;
     void closeCapture(const XmlSigWalker::Element& e);
 
@@ -239,7 +229,7 @@ XmlSigLocate::Search::Role XmlSigLocate::Search::qualifyingChildRole(Capture& c,
 
 // The first element of a kind counts; it has a position only when its bytes
 // are the document's own.
-bool XmlSigLocate::Search::takeFirst(Capture& c, Seen part, const XmlSigWalker::Element& e, uint32_t& loc) {
+bool XmlSigLocate::Search::takeFirst(Capture& c, SeenPart part, const XmlSigWalker::Element& e, uint32_t& loc) {
     if (c.seen & part)
         return false;
     c.seen |= part;

@@ -139,17 +139,7 @@ private:
                 takeFirst(kSeenUnsignedSignatureProperties, u, m_at.m_unsignedSignaturePropertiesLoc);
     }
 
-    enum Seen : uint8_t {
-        kSeenSignedInfo = 1,
-        kSeenSignatureValue = 2,
-        kSeenQualifyingProperties = 4,
-        kSeenSignedProperties = 8,
-        kSeenUnsignedProperties = 16,
-        kSeenUnsignedSignatureProperties = 32,
-        kSeenFreeObject = 64,
-    };
-
-    bool takeFirst(Seen part, uint32_t element, uint32_t& loc) {
+    bool takeFirst(SeenPart part, uint32_t element, uint32_t& loc) {
         if (m_seen & part)
             return false;
         m_seen |= part;
