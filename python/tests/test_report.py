@@ -5,19 +5,21 @@ import xmldsig
 from conftest import EXAMPLES
 
 DOCUMENT = EXAMPLES / "enveloped-rsa-x509.xml"
+# The page shows the time validated at: one fixed time, so that both sides agree across a second.
+AT = "2026-01-01T00:00:00Z"
 
 
 def tool_report(tool, fmt, stdin=None):
-    args = [tool, "report", "-" if stdin is not None else str(DOCUMENT), "--format", fmt]
+    args = [tool, "report", "-" if stdin is not None else str(DOCUMENT), "--format", fmt, "--at", AT]
     return subprocess.run(args, input=stdin, capture_output=True, check=False).stdout.decode()
 
 
 @pytest.mark.parametrize("fmt", ["html", "json"])
 def test_report_is_the_tools_page_for_a_path_and_for_bytes(tool, fmt):
-    assert xmldsig.report(DOCUMENT, fmt) == tool_report(tool, fmt)
+    assert xmldsig.report(DOCUMENT, fmt, at=AT) == tool_report(tool, fmt)
     # Excerpts and the name come from the bytes given, as from standard input.
     tampered = DOCUMENT.read_bytes().replace(b">188.70<", b">188.71<")
-    page = xmldsig.report(tampered, fmt)
+    page = xmldsig.report(tampered, fmt, at=AT)
     assert page == tool_report(tool, fmt, stdin=tampered)
     assert page != tool_report(tool, fmt)
 
