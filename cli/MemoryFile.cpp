@@ -1,26 +1,11 @@
 #include "MemoryFile.h"
 
+#include "DescriptorWrite.h"
+
 #include <sys/mman.h>
 #include <unistd.h>
 
-#include <cerrno>
 #include <utility>
-
-namespace {
-
-bool writeAll(int fd, std::string_view bytes) {
-    while (!bytes.empty()) {
-        const ssize_t n = ::write(fd, bytes.data(), bytes.size());
-        if (n < 0 && errno == EINTR)
-            continue;
-        if (n <= 0)
-            return false;
-        bytes.remove_prefix(static_cast<size_t>(n));
-    }
-    return true;
-}
-
-} // namespace
 
 std::optional<MemoryFile> MemoryFile::holding(std::string_view bytes) {
     const int fd = ::memfd_create("xmldsig-data", MFD_CLOEXEC);

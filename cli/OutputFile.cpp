@@ -1,5 +1,7 @@
 #include "OutputFile.h"
 
+#include "DescriptorWrite.h"
+
 #include <cerrno>
 #include <cstring>
 #include <fcntl.h>
@@ -33,15 +35,7 @@ public:
     bool opened() const { return m_fd >= 0; }
 
     bool write(std::string_view text) {
-        while (!text.empty()) {
-            const ssize_t n = ::write(m_fd, text.data(), text.size());
-            if (n < 0 && errno == EINTR)
-                continue;
-            if (n <= 0)
-                return false;
-            text.remove_prefix(static_cast<size_t>(n));
-        }
-        return ::fchmod(m_fd, kOutputMode) == 0 && ::fsync(m_fd) == 0;
+        return writeAll(m_fd, text) && ::fchmod(m_fd, kOutputMode) == 0 && ::fsync(m_fd) == 0;
     }
 
     bool renameTo(const fs::path& path) {
